@@ -1,0 +1,48 @@
+# One library a folder. A library sees the headers of its own folder and of the folders that it
+# links to, and no others: they are reached through a directory that holds links to just those, so
+# that a wrong include does not compile.
+
+find_package(Threads REQUIRED)
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+add_library(korvan_options INTERFACE)
+target_compile_options(korvan_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+# GCC 12's optimiser sees overruns in its own std::string and std::vector, and unset members in its own
+# std::optional and std::variant, that are not there
+# (https://gcc.gnu.org/bugzilla/show_bug.cgi?id=105329, https://gcc.gnu.org/bugzilla/show_bug.cgi?id=105562).
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(korvan_options INTERFACE
+    -Wno-array-bounds -Wno-maybe-uninitialized -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
+endif()
+
+function(korvan_expose_headers target)
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  set(root ${PROJECT_BINARY_DIR}/include/${target})
+  file(REMOVE_RECURSE ${root})
+  file(MAKE_DIRECTORY ${root}/${folder})
+  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  foreach(header IN LISTS headers)
+    get_filename_component(name ${header} NAME)
+    file(CREATE_LINK ${header} ${root}/${folder}/${name} SYMBOLIC)
+  endforeach()
+  target_include_directories(${target} PUBLIC ${root})
+endfunction()
+
+# korvan_library(NAME SOURCES file... [LINKS library...])
+function(korvan_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  add_library(${name} STATIC ${arg_SOURCES})
+  korvan_expose_headers(${name})
+  target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE korvan_options)
+endfunction()
+
+# korvan_test(NAME SOURCES file... [LINKS library...]): one program of GoogleTest tests.
+function(korvan_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LINKS} korvan_options GTest::gmock GTest::gtest_main
+                                        Threads::Threads)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endfunction()

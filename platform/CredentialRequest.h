@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Data.h"
+
+namespace korvan {
+
+// The platform's request types as plain records. A field that the platform left nil is none; that
+// is not the same as empty. The terms are WebAuthn's: https://www.w3.org/TR/webauthn-3/
+
+/// The preferred level of user verification, the platform's default.
+/// https://www.w3.org/TR/webauthn-3/#enumdef-userverificationrequirement
+inline constexpr std::string_view UserVerificationPreferencePreferred = "preferred";
+
+/// ASPasskeyCredentialIdentity.
+struct PasskeyCredentialIdentity {
+  /// The provider's own name for the record that holds the passkey.
+  std::optional<std::string> recordIdentifier;
+  std::optional<std::string> relyingPartyIdentifier;
+  std::optional<std::string> userName;
+  std::optional<Data> userHandle;
+  std::optional<Data> credentialID;
+};
+
+/// ASAuthorizationPlatformPublicKeyCredentialDescriptor.
+struct PasskeyCredentialDescriptor {
+  std::optional<Data> credentialID;
+};
+
+/// Any request of the platform (id<ASCredentialRequest>); what kind it is, is its dynamic type.
+class CredentialRequest {
+ public:
+  CredentialRequest() = default;
+  CredentialRequest(const CredentialRequest&) = delete;
+  CredentialRequest& operator=(const CredentialRequest&) = delete;
+  virtual ~CredentialRequest() = default;
+};
+
+/// ASPasskeyCredentialRequest: an assertion or a registration.
+class PasskeyCredentialRequest : public CredentialRequest {
+ public:
+  using Descriptors = std::vector<PasskeyCredentialDescriptor>;
+
+  std::optional<PasskeyCredentialIdentity> credentialIdentity;
+  /// SHA-256 of the client data, 32 bytes.
+  std::optional<Data> clientDataHash;
+  std::optional<std::string> userVerificationPreference;
+  /// COSE algorithm identifiers in the relying party's order of preference, ES256 being -7.
+  std::optional<std::vector<std::int64_t>> supportedAlgorithms;
+  /// Reads the request's excluded credentials. A call and not a value, because the platform's
+  /// property is there from macOS 15.0 on only and must not be touched before. Never null.
+  std::function<std::optional<Descriptors>()> excludedCredentials = [] { return std::nullopt; };
+};
+
+/// ASPasskeyCredentialRequestParameters.
+struct PasskeyCredentialRequestParameters {
+  std::optional<std::string> relyingPartyIdentifier;
+  /// SHA-256 of the client data, 32 bytes.
+  std::optional<Data> clientDataHash;
+  std::optional<std::string> userVerificationPreference;
+  /// The credential IDs that the relying party accepts.
+  std::optional<std::vector<Data>> allowedCredentials;
+};
+
+}  // namespace korvan

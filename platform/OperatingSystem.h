@@ -1,0 +1,24 @@
+#pragma once
+
+#include <compare>
+
+namespace korvan {
+
+/// A macOS version.
+struct OperatingSystemVersion {
+  int major = 0;
+  int minor = 0;
+  int patch = 0;
+  friend auto operator<=>(const OperatingSystemVersion&, const OperatingSystemVersion&) = default;
+};
+
+/// The operating system that the extension runs on. Main thread.
+class OperatingSystem {
+ public:
+  virtual ~OperatingSystem() = default;
+
+  /// Asked afresh at each use.
+  [[nodiscard]] virtual bool isAtLeast(OperatingSystemVersion version) const = 0;
+};
+
+}  // namespace korvan

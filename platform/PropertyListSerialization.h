@@ -1,0 +1,34 @@
+#pragma once
+
+#include <expected>
+#include <optional>
+#include <string>
+
+#include "platform/Data.h"
+#include "platform/PropertyList.h"
+
+namespace korvan {
+
+/// Why a property list could not be encoded or decoded.
+struct PropertyListError {
+  /// Words for people: what was wrong and where. None when the platform gives none.
+  std::optional<std::string> localizedDescription;
+};
+
+/// Property lists as bytes. Usable from any thread at once.
+class PropertyListSerialization {
+ public:
+  virtual ~PropertyListSerialization() = default;
+
+  /// The binary format, version 1.0 ("bplist00"). Fails for a value that has no place in a property
+  /// list: null, a text that is not UTF-8.
+  [[nodiscard]] virtual std::expected<Data, PropertyListError> encodeBinary(
+      const PropertyListDictionary& propertyList) const = 0;
+
+  /// Any property-list format, told by the bytes, into immutable values. The values may share the
+  /// bytes.
+  [[nodiscard]] virtual std::expected<PropertyListValue, PropertyListError> decode(
+      const Data& bytes) const = 0;
+};
+
+}  // namespace korvan

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+
+namespace korvan {
+
+/// Where work runs. Callable from any thread.
+class Queues {
+ public:
+  virtual ~Queues() = default;
+
+  /// Runs `work` on the main thread, later, after what was submitted before.
+  virtual void asyncMain(std::function<void()> work) const = 0;
+
+  /// Runs `work` on the main thread and waits for it. Never called on the main thread.
+  virtual void syncMain(const std::function<void()>& work) const = 0;
+
+  /// Runs `work` on a background thread of quality of service user-initiated. Work that blocks does
+  /// not keep other work waiting.
+  virtual void asyncBackground(std::function<void()> work) const = 0;
+};
+
+}  // namespace korvan
