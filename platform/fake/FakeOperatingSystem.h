@@ -1,0 +1,21 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/OperatingSystem.h"
+
+namespace korvan {
+
+/// An operating system of the version that the test says.
+class FakeOperatingSystem : public OperatingSystem {
+ public:
+  [[nodiscard]] bool isAtLeast(OperatingSystemVersion wanted) const override {
+    questions.push_back(wanted);
+    return version >= wanted;
+  }
+
+  OperatingSystemVersion version{.major = 15};
+  mutable std::vector<OperatingSystemVersion> questions;
+};
+
+}  // namespace korvan

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "platform/PropertyList.h"
+#include "platform/Services.h"
+#include "platform/fake/FakeAppGroupContainers.h"
+#include "platform/fake/FakeClock.h"
+#include "platform/fake/FakeCodeSigning.h"
+#include "platform/fake/FakeExtensionContext.h"
+#include "platform/fake/FakeLocalSockets.h"
+#include "platform/fake/FakeLocalizedStrings.h"
+#include "platform/fake/FakeOperatingSystem.h"
+#include "platform/fake/FakePropertyListSerialization.h"
+#include "platform/fake/FakeQueues.h"
+#include "platform/fake/FakeViews.h"
+#include "platform/fake/FakeWorkspace.h"
+
+namespace korvan {
+
+/// A whole platform of fakes, on which every request succeeds as far as the host lets it.
+class FakePlatform : public std::enable_shared_from_this<FakePlatform> {
+ public:
+  using Host = std::function<PropertyListValue(const PropertyListDictionary& request)>;
+
+  [[nodiscard]] std::shared_ptr<const Services> services();
+
+  /// A peer that answers every request with what `host` makes of it.
+  [[nodiscard]] FakePeer answering(Host host);
+  /// A peer that answers with bytes that are no property list.
+  [[nodiscard]] static FakePeer answeringGarbage();
+  /// No peer: the connection is refused.
+  [[nodiscard]] static FakePeer refusing();
+
+  /// The requests that hosts made by answering() were sent, in order.
+  std::vector<PropertyListDictionary> requests;
+
+  FakeAppGroupContainers appGroupContainers;
+  FakeClock clock;
+  FakeCodeSigning codeSigning;
+  FakeLocalSockets localSockets;
+  FakeLocalizedStrings localizedStrings;
+  FakeOperatingSystem operatingSystem;
+  FakePropertyListSerialization propertyLists;
+  FakeQueues queues;
+  FakeExtensionContext extensionContext{queues};
+  FakeViews views;
+  FakeWorkspace workspace{queues};
+
+ private:
+  Services services_{.appGroupContainers = appGroupContainers,
+                     .clock = clock,
+                     .codeSigning = codeSigning,
+                     .extensionContext = extensionContext,
+                     .localSockets = localSockets,
+                     .localizedStrings = localizedStrings,
+                     .operatingSystem = operatingSystem,
+                     .propertyLists = propertyLists,
+                     .queues = queues,
+                     .views = views,
+                     .workspace = workspace};
+};
+
+/// The frame that carries `body`.
+[[nodiscard]] FakePeer::Bytes framed(std::span<const std::uint8_t> body);
+
+}  // namespace korvan

@@ -1,0 +1,63 @@
+#include "platform/fake/FakeQueues.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+namespace korvan {
+namespace {
+
+/// The oldest work, taken off the queue before it runs, since it may submit more.
+std::function<void()> take(std::deque<std::function<void()>>& queue) {
+  auto work = std::move(queue.front());
+  queue.pop_front();
+  return work;
+}
+
+}  // namespace
+
+void FakeQueues::asyncMain(std::function<void()> work) const { main_.push_back(std::move(work)); }
+
+void FakeQueues::syncMain(const std::function<void()>& work) const {
+  if (onMain_) {
+    static_cast<void>(std::fputs("syncMain called on the main thread: a deadlock\n", stderr));
+    std::abort();
+  }
+  onMain_ = true;
+  runMain();
+  work();
+  onMain_ = false;
+}
+
+void FakeQueues::asyncBackground(std::function<void()> work) const {
+  background_.push_back(std::move(work));
+}
+
+bool FakeQueues::runOneInBackground() const {
+  if (background_.empty()) {
+    return false;
+  }
+  onMain_ = false;
+  take(background_)();
+  onMain_ = true;
+  return true;
+}
+
+void FakeQueues::runMain() const {
+  while (!main_.empty()) {
+    take(main_)();
+  }
+}
+
+void FakeQueues::discard() const {
+  main_.clear();
+  background_.clear();
+}
+
+void FakeQueues::runAll() const {
+  do {
+    runMain();
+  } while (runOneInBackground() || !main_.empty());
+}
+
+}  // namespace korvan

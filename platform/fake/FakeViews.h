@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Views.h"
+
+namespace korvan {
+
+/// Views that draw nothing and write down, in words and in order, everything that is done to them.
+/// The controller's view is called "view", the others by their kind and number: "label 1".
+class FakeViews : public Views {
+ public:
+  FakeViews();
+
+  [[nodiscard]] std::shared_ptr<View> view() override { return root_; }
+  [[nodiscard]] std::shared_ptr<Label> labelWithString(std::string_view text) override;
+  [[nodiscard]] std::shared_ptr<Button> buttonWithTitle(std::string_view title,
+                                                        std::function<void()> action) override;
+  [[nodiscard]] std::shared_ptr<StackView> stackViewWithViews(
+      std::vector<std::shared_ptr<View>> views) override;
+  void activateConstraints(std::span<const LayoutConstraint> constraints) override;
+
+  /// Presses the button that was made last.
+  void pressButton() const;
+  /// The names of the view's subviews.
+  [[nodiscard]] std::vector<std::string> shown() const;
+
+  std::vector<std::string> operations;
+
+ private:
+  std::string nextName(const std::string& kind);
+
+  std::map<std::string, int> made_;
+  std::function<void()> lastAction_;
+  std::shared_ptr<View> root_;
+};
+
+}  // namespace korvan
