@@ -1,0 +1,32 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "channel/HostIdentifiers.h"
+#include "platform/CodeSigning.h"
+#include "platform/Error.h"
+#include "platform/LocalSockets.h"
+
+namespace korvan {
+
+/// The code-signing identifiers that the host application may carry, in the order they are tried.
+inline constexpr std::array<std::string_view, 1> AcceptedHostIdentifiers{HostBundleIdentifier};
+
+/// What looking at the process at the other end of a connection came to.
+struct PeerVerdict {
+  /// Which of the accepted identifiers the peer's valid signature carries; none: do not trust it.
+  std::optional<std::string_view> matchedIdentifier;
+  /// Why the peer is not trusted.
+  std::optional<Error> error;
+};
+
+/// Checks that the connected peer runs as this user and is validly signed by the host's team under
+/// one of the accepted identifiers. Sends and receives nothing.
+[[nodiscard]] PeerVerdict verifyPeer(const LocalSockets& sockets, const CodeSigning& codeSigning,
+                                     int descriptor,
+                                     std::span<const std::string_view> acceptedHostIdentifiers);
+
+}  // namespace korvan

@@ -1,0 +1,172 @@
+#include "channel/RequestDispatcher.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "channel/ExchangeProviderMessage.h"
+#include "channel/HostIdentifiers.h"
+#include "platform/AppGroupContainers.h"
+#include "platform/Clock.h"
+#include "platform/Queues.h"
+#include "platform/Workspace.h"
+
+namespace korvan {
+namespace {
+
+constexpr std::string_view SocketName = "acp.sock";
+constexpr std::string_view HostLaunchURL = "korvan:///launch?source=credential-provider";
+constexpr std::uint32_t RetryIntervalMicroseconds = 200'000;
+constexpr double LaunchBudgetSeconds = 5.0;
+
+/// One request on its way: made on the caller's thread, worked on in the background, finished on
+/// the main thread; at any time one of them has it.
+struct PendingRequest {
+  std::shared_ptr<const Services> services;
+  std::string socketPath;
+  Data encodedRequest;
+  ProviderMessage request;
+  ProviderCompletion completion;
+  std::weak_ptr<const void> controller;
+
+  bool launchAttempted = false;
+  /// Written on the main thread while the background waits for it.
+  bool hostLaunched = false;
+  std::optional<Error> exchangeError = std::nullopt;
+  DecodedProviderMessage answer = {};
+};
+
+/// Empty when there is no place for the socket.
+std::string socketPathIn(const std::optional<std::string>& container) {
+  if (!container || container->empty()) {
+    return {};
+  }
+  std::string path = *container;
+  if (path.back() != '/') {
+    path += '/';
+  }
+  return path.append(SocketName);
+}
+
+ProviderExchange exchange(const PendingRequest& pending) {
+  return exchangeProviderMessage(pending.services->localSockets, pending.services->codeSigning,
+                                 pending.socketPath, pending.encodedRequest.bytes());
+}
+
+bool mayLaunchHost(const PendingRequest& pending, bool connectFailed) {
+  // A host that runs but does not listen is left alone: opening it again would change nothing.
+  return booleanForKey(pending.request, provider_message_key::allowsUserInteraction) &&
+         connectFailed &&
+         pending.services->workspace.runningApplicationCount(HostBundleIdentifier) == 0;
+}
+
+void launchHost(PendingRequest& pending) {
+  const Services& services = *pending.services;
+  services.queues.syncMain(
+      [&] { pending.hostLaunched = services.workspace.openURL(HostLaunchURL); });
+}
+
+/// Tries again until the host answers, fails after connecting, or has had its time to come up.
+ProviderExchange pollLaunchedHost(const PendingRequest& pending) {
+  const Clock& clock = pending.services->clock;
+  const double deadline = clock.systemUptime() + LaunchBudgetSeconds;
+  while (true) {
+    clock.usleep(RetryIntervalMicroseconds);
+    ProviderExchange attempt = exchange(pending);
+    if (!attempt.connectFailed || !(clock.systemUptime() < deadline)) {
+      return attempt;
+    }
+  }
+}
+
+/// The background part: blocks for as long as the host takes.
+void obtainAnswer(PendingRequest& pending) {
+  ProviderExchange attempt = exchange(pending);
+  pending.launchAttempted = mayLaunchHost(pending, attempt.connectFailed);
+  if (pending.launchAttempted) {
+    launchHost(pending);
+    if (pending.hostLaunched) {
+      attempt = pollLaunchedHost(pending);
+    }
+  }
+  if (attempt.response) {
+    pending.answer = decodeProviderMessage(pending.services->propertyLists, *attempt.response);
+  } else {
+    pending.exchangeError = std::move(attempt.response).error();
+  }
+}
+
+std::string failureDescription(const PendingRequest& pending) {
+  if (pending.launchAttempted) {
+    return pending.hostLaunched
+               ? "Korvan opened, but the credential provider could not connect to it in time."
+               : "Korvan could not be opened.";
+  }
+  auto description =
+      pending.exchangeError ? pending.exchangeError->localizedDescription() : std::nullopt;
+  if (!description && pending.answer.error) {
+    description = pending.answer.error->localizedDescription;
+  }
+  return description.value_or("Korvan returned an invalid response.");
+}
+
+/// The response in the host's place, when the host gave none.
+ProviderMessage unavailableResponse(const PendingRequest& pending) {
+  ProviderMessage response =
+      failureResponse(provider_error_code::unavailable, failureDescription(pending));
+  if (pending.launchAttempted) {
+    response.set(Text::ofStatic(provider_message_key::showUnavailableUI), true);
+  }
+  return response;
+}
+
+/// The main-thread part.
+void complete(const PendingRequest& pending) {
+  const auto controller = pending.controller.lock();
+  if (!controller || !pending.completion) {
+    return;
+  }
+  pending.completion(pending.answer.message ? *pending.answer.message
+                                            : unavailableResponse(pending));
+}
+
+}  // namespace
+
+void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
+                             std::weak_ptr<const void> controller, ProviderMessage request,
+                             ProviderCompletion completion) {
+  const auto container = services->appGroupContainers.containerPath(AppGroupIdentifier);
+  auto encoded = services->propertyLists.encodeBinary(request);
+  std::string socketPath = socketPathIn(container);
+  if (socketPath.empty()) {
+    if (completion) {
+      completion(failureResponse(provider_error_code::unavailable,
+                                 "The Korvan App Group is unavailable."));
+    }
+    return;
+  }
+  if (!encoded) {
+    if (completion) {
+      completion(failureResponse(
+          provider_error_code::failed,
+          encoded.error().localizedDescription.value_or("Unable to encode the request.")));
+    }
+    return;
+  }
+  auto pending =
+      std::make_shared<PendingRequest>(PendingRequest{.services = services,
+                                                      .socketPath = std::move(socketPath),
+                                                      .encodedRequest = *std::move(encoded),
+                                                      .request = std::move(request),
+                                                      .completion = std::move(completion),
+                                                      .controller = std::move(controller)});
+  services->queues.asyncBackground([services, pending = std::move(pending)]() mutable {
+    obtainAnswer(*pending);
+    // Handed over whole: what the completion owns must be released on the main thread.
+    services->queues.asyncMain([pending = std::move(pending)] { complete(*pending); });
+  });
+}
+
+}  // namespace korvan
