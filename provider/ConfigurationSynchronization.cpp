@@ -1,0 +1,26 @@
+#include "platform/ExtensionContext.h"
+#include "provider/CredentialProviderViewController.h"
+#include "provider/FlowCompletion.h"
+
+namespace korvan {
+
+void CredentialProviderViewController::requestConfigurationSynchronization() {
+  performRequest(
+      {
+          {.key = "allowsUserInteraction"_text, .value = true},
+          {.key = "type"_text, .value = Text::ofStatic(provider_request_type::synchronize)},
+      },
+      flowCompletion(shared_from_this(),
+                     [](CredentialProviderViewController& self, const ProviderMessage&) {
+                       self.services_->extensionContext.completeExtensionConfigurationRequest();
+                     }));
+}
+
+void CredentialProviderViewController::prepareInterfaceForExtensionConfiguration() {
+  setRequestParameters(nullptr);
+  setCredentialRequest(nullptr);
+  setRegistrationRequest(nullptr);
+  requestConfigurationSynchronization();
+}
+
+}  // namespace korvan

@@ -1,0 +1,53 @@
+#include "provider/ControllerFixture.h"
+
+namespace korvan {
+namespace {
+
+using ConfigurationSynchronization = ControllerFixture;
+
+TEST_F(ConfigurationSynchronization, SendsNothingButTypeAndInteraction) {
+  hostAnswers({{.key = "ok"_text, .value = true}});
+  controller->prepareInterfaceForExtensionConfiguration();
+  runAll();
+  EXPECT_EQ(sentRequest(), (ProviderMessage{{.key = "type"_text, .value = "synchronize"},
+                                            {.key = "allowsUserInteraction"_text, .value = true}}));
+}
+
+TEST_F(ConfigurationSynchronization, LeavesAllRequestPropertiesNil) {
+  controller->setRequestParameters(requestParameters());
+  controller->setCredentialRequest(passkeyRequest());
+  controller->setRegistrationRequest(passkeyRequest());
+  controller->prepareInterfaceForExtensionConfiguration();
+  EXPECT_EQ(controller->requestParameters(), nullptr);
+  EXPECT_EQ(controller->credentialRequest(), nullptr);
+  EXPECT_EQ(controller->registrationRequest(), nullptr);
+}
+
+TEST_F(ConfigurationSynchronization, SuccessCompletesTheConfiguration) {
+  hostAnswers({{.key = "ok"_text, .value = true}});
+  controller->prepareInterfaceForExtensionConfiguration();
+  runAll();
+  expectEnding(FakeExtensionContext::ConfigurationCompleted());
+}
+
+TEST_F(ConfigurationSynchronization, AnswerWithoutOkIsAFailure) {
+  hostAnswers({{.key = "errorDescription"_text, .value = "Not now."}});
+  controller->prepareInterfaceForExtensionConfiguration();
+  runAll();
+  expectEnding(cancellation(0, "Not now."));
+}
+
+TEST_F(ConfigurationSynchronization, HostThatCannotBeOpenedBringsTheNoticeAndOKCancels) {
+  platform->localSockets.peer = FakePlatform::refusing();
+  platform->workspace.opens = false;
+  controller->prepareInterfaceForExtensionConfiguration();
+  runAll();
+  EXPECT_EQ(platform->workspace.openedURLs.size(), 1U);
+  EXPECT_EQ(platform->views.shown(), std::vector<std::string>{"stack 1"});
+  EXPECT_TRUE(platform->extensionContext.endings.empty());
+  platform->views.pressButton();
+  expectEnding(cancellation(0, "Korvan could not be opened."));
+}
+
+}  // namespace
+}  // namespace korvan

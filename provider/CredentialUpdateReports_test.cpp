@@ -1,0 +1,185 @@
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+#include "provider/ControllerFixture.h"
+
+namespace korvan {
+namespace {
+
+class CredentialUpdateReports : public ControllerFixture {
+ protected:
+  void reportName() {
+    controller->reportPublicKeyCredentialUpdateForRelyingParty("example.com", bytes("handle"),
+                                                               "Alice B.");
+  }
+
+  /// That the report is refused, and which argument it names.
+  template <typename Report>
+  void expectInvalid(std::string_view argument, Report report) {
+    EXPECT_THAT(report, testing::ThrowsMessage<std::invalid_argument>(
+                            "The argument " + std::string(argument) + " is nil."));
+    expectNothingSent();
+  }
+};
+
+TEST_F(CredentialUpdateReports, UserNameUpdateSendsItsKeys) {
+  hostAnswers({});
+  reportName();
+  runAll();
+  EXPECT_EQ(sentRequest(),
+            (ProviderMessage{{.key = "type"_text, .value = "updateUserName"},
+                             {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
+                             {.key = "userHandle"_text, .value = bytes("handle")},
+                             {.key = "userName"_text, .value = "Alice B."},
+                             {.key = "allowsUserInteraction"_text, .value = false}}));
+}
+
+TEST_F(CredentialUpdateReports, UnknownCredentialSendsItsKeys) {
+  hostAnswers({});
+  controller->reportUnknownPublicKeyCredentialForRelyingParty("example.com", bytes("ID"));
+  runAll();
+  EXPECT_EQ(sentRequest(),
+            (ProviderMessage{{.key = "type"_text, .value = "removeUnknownCredential"},
+                             {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
+                             {.key = "credentialID"_text, .value = bytes("ID")},
+                             {.key = "allowsUserInteraction"_text, .value = false}}));
+}
+
+TEST_F(CredentialUpdateReports, AcceptedCredentialsSendTheListAsItIs) {
+  hostAnswers({});
+  controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(
+      "example.com", bytes("handle"),
+      std::vector<Data>{bytes("B"), bytes("A"), bytes("B"), Data()});
+  runAll();
+  EXPECT_EQ(sentRequest(),
+            (ProviderMessage{
+                {.key = "type"_text, .value = "acceptedCredentials"},
+                {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
+                {.key = "userHandle"_text, .value = bytes("handle")},
+                {.key = "acceptedCredentialIDs"_text,
+                 .value = PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B"), Data()}},
+                {.key = "allowsUserInteraction"_text, .value = false}}));
+}
+
+TEST_F(CredentialUpdateReports, EmptyListOfAcceptedCredentialsIsSentAsAnEmptyArray) {
+  hostAnswers({});
+  controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("example.com", bytes("handle"),
+                                                                   std::vector<Data>());
+  runAll();
+  EXPECT_EQ(*sentRequest().find("acceptedCredentialIDs"),
+            PropertyListValue(PropertyListValue::Array{}));
+}
+
+TEST_F(CredentialUpdateReports, EmptyArgumentsAreSentAsTheyAre) {
+  hostAnswers({});
+  controller->reportPublicKeyCredentialUpdateForRelyingParty("", Data(), "");
+  runAll();
+  EXPECT_EQ(sentRequest().size(), 5U);
+  EXPECT_EQ(*sentRequest().find("userName"), "");
+}
+
+TEST_F(CredentialUpdateReports, InteractionIsNeverAllowedWhateverTheRequestSays) {
+  hostAnswers({});
+  controller->sendCredentialUpdate({{.key = "type"_text, .value = "updateUserName"},
+                                    {.key = "allowsUserInteraction"_text, .value = true}});
+  runAll();
+  EXPECT_EQ(*sentRequest().find("allowsUserInteraction"), false);
+}
+
+TEST_F(CredentialUpdateReports, EntryPointReturnsBeforeTheExchange) {
+  hostAnswers({});
+  reportName();
+  EXPECT_TRUE(platform->localSockets.connections.empty());
+  EXPECT_EQ(platform->queues.waitingInBackground(), 1U);
+}
+
+TEST_F(CredentialUpdateReports, HostThatIsNotRunningIsTriedOnceAndNotOpened) {
+  platform->localSockets.peer = FakePlatform::refusing();
+  reportName();
+  runAll();
+  EXPECT_EQ(platform->localSockets.connections.size(), 1U);
+  EXPECT_TRUE(platform->workspace.countedIdentifiers.empty());
+  EXPECT_TRUE(platform->workspace.openedURLs.empty());
+  EXPECT_TRUE(platform->views.operations.empty());
+  EXPECT_TRUE(platform->extensionContext.endings.empty());
+}
+
+TEST_F(CredentialUpdateReports, MissingContainerIsSilent) {
+  platform->appGroupContainers.path = std::nullopt;
+  reportName();
+  runAll();
+  expectNothingSent();
+  EXPECT_TRUE(platform->extensionContext.endings.empty());
+}
+
+TEST_F(CredentialUpdateReports, RequestThatCannotBeEncodedIsSilent) {
+  platform->propertyLists.encodingError = PropertyListError{};
+  reportName();
+  runAll();
+  expectNothingSent();
+  EXPECT_TRUE(platform->extensionContext.endings.empty());
+}
+
+TEST_F(CredentialUpdateReports, WhateverTheHostAnswersChangesNothing) {
+  const auto request = passkeyRequest();
+  controller->setCredentialRequest(request);
+  ProviderMessage demanding = failureResponse("failed", "why");
+  demanding.set("showUnavailableUI"_text, true);
+  hostAnswers({{.key = "ok"_text, .value = true}});
+  reportName();
+  runAll();
+  hostAnswers(demanding);
+  reportName();
+  runAll();
+  platform->localSockets.peer = FakePlatform::answeringGarbage();
+  reportName();
+  runAll();
+  EXPECT_EQ(controller->credentialRequest(), request);
+  EXPECT_EQ(controller->requestParameters(), nullptr);
+  EXPECT_EQ(controller->registrationRequest(), nullptr);
+  EXPECT_EQ(controller->pendingUnavailableResponse(), std::nullopt);
+  EXPECT_TRUE(platform->extensionContext.endings.empty());
+  EXPECT_TRUE(platform->views.operations.empty());
+}
+
+TEST_F(CredentialUpdateReports, NilArgumentIsAnInvalidArgumentThatIsNamedAndNothingIsSent) {
+  const Data some = bytes("x");
+  expectInvalid("relyingParty", [&] {
+    controller->reportPublicKeyCredentialUpdateForRelyingParty(std::nullopt, some, "n");
+  });
+  expectInvalid("userHandle", [&] {
+    controller->reportPublicKeyCredentialUpdateForRelyingParty("rp", std::nullopt, "n");
+  });
+  expectInvalid("newName", [&] {
+    controller->reportPublicKeyCredentialUpdateForRelyingParty("rp", some, std::nullopt);
+  });
+  expectInvalid("relyingParty", [&] {
+    controller->reportUnknownPublicKeyCredentialForRelyingParty(std::nullopt, some);
+  });
+  expectInvalid("credentialID", [&] {
+    controller->reportUnknownPublicKeyCredentialForRelyingParty("rp", std::nullopt);
+  });
+  expectInvalid("relyingParty", [&] {
+    controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(std::nullopt, some,
+                                                                     std::vector<Data>());
+  });
+  expectInvalid("userHandle", [&] {
+    controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("rp", std::nullopt,
+                                                                     std::vector<Data>());
+  });
+  expectInvalid("acceptedCredentialIDs", [&] {
+    controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("rp", some, std::nullopt);
+  });
+}
+
+TEST_F(CredentialUpdateReports, ReportOutlivesItsController) {
+  hostAnswers({});
+  reportName();
+  controller.reset();
+  runAll();
+  EXPECT_EQ(platform->requests.size(), 1U);
+}
+
+}  // namespace
+}  // namespace korvan

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/CredentialRequest.h"
+#include "platform/Data.h"
+#include "platform/PropertyList.h"
+
+namespace korvan {
+
+// From the platform's records to a message's values. A field of an object that is not there is not
+// there either; and a request never leaves a key out: what is not there is sent as an empty value.
+
+/// The object's field, or null when the object or the field is not there. Good while the object is.
+template <typename Object, typename Field>
+[[nodiscard]] const Field* fieldOf(const Object* object, std::optional<Field> Object::* field) {
+  return object != nullptr && (object->*field) ? &*(object->*field) : nullptr;
+}
+
+[[nodiscard]] inline PropertyListValue stringOrEmpty(const std::string* text) {
+  return text != nullptr ? Text(*text) : Text();
+}
+
+[[nodiscard]] inline PropertyListValue dataOrEmpty(const Data* data) {
+  return data != nullptr ? *data : Data();
+}
+
+/// The relying party's wish, or the platform's default.
+[[nodiscard]] inline PropertyListValue preferenceOrPreferred(const std::string* preference) {
+  return preference != nullptr ? Text(*preference)
+                               : Text::ofStatic(UserVerificationPreferencePreferred);
+}
+
+/// The list's elements, in its order.
+template <typename Element>
+[[nodiscard]] PropertyListValue arrayOrEmpty(const std::vector<Element>* list) {
+  return list != nullptr ? PropertyListValue::Array(list->begin(), list->end())
+                         : PropertyListValue::Array();
+}
+
+}  // namespace korvan

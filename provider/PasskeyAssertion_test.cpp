@@ -1,0 +1,270 @@
+#include "provider/ControllerFixture.h"
+
+namespace korvan {
+namespace {
+
+class PasskeyAssertion : public ControllerFixture {
+ protected:
+  static ProviderMessage successfulAnswer() {
+    return {{.key = "ok"_text, .value = true},
+            {.key = "userHandle"_text, .value = bytes("the handle")},
+            {.key = "relyingPartyIdentifier"_text, .value = "answer.example"},
+            {.key = "signature"_text, .value = bytes("the signature")},
+            {.key = "clientDataHash"_text, .value = bytes("the hash")},
+            {.key = "authenticatorData"_text, .value = bytes("the data")},
+            {.key = "credentialID"_text, .value = bytes("the ID")}};
+  }
+
+  const PropertyListValue& value(const ProviderMessage& message, std::string_view key) {
+    const PropertyListValue* const found = message.find(key);
+    EXPECT_NE(found, nullptr) << key;
+    static const PropertyListValue none;
+    return found != nullptr ? *found : none;
+  }
+};
+
+// What is sent.
+
+TEST_F(PasskeyAssertion, CredentialListSendsItsParametersAndNamesNoCredential) {
+  hostAnswers(successfulAnswer());
+  controller->prepareCredentialListForServiceIdentifiers({"https://list.example"},
+                                                         requestParameters());
+  runAll();
+  EXPECT_EQ(sentRequest(),
+            (ProviderMessage{{.key = "type"_text, .value = "interactiveAssertion"},
+                             {.key = "recordIdentifier"_text, .value = ""},
+                             {.key = "relyingPartyIdentifier"_text, .value = "list.example"},
+                             {.key = "credentialID"_text, .value = Data()},
+                             {.key = "allowedCredentials"_text,
+                              .value = PropertyListValue::Array{bytes("A"), bytes("B")}},
+                             {.key = "clientDataHash"_text, .value = bytes("hash of the list")},
+                             {.key = "userVerificationPreference"_text, .value = "discouraged"},
+                             {.key = "allowsUserInteraction"_text, .value = true}}));
+}
+
+TEST_F(PasskeyAssertion, SilentRequestSendsTheCredentialAndAllowsNoInteraction) {
+  hostAnswers(successfulAnswer());
+  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+  runAll();
+  EXPECT_EQ(
+      sentRequest(),
+      (ProviderMessage{{.key = "type"_text, .value = "assertion"},
+                       {.key = "recordIdentifier"_text, .value = "record 7"},
+                       {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
+                       {.key = "credentialID"_text, .value = bytes("credential")},
+                       {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
+                       {.key = "clientDataHash"_text, .value = bytes("hash of the request")},
+                       {.key = "userVerificationPreference"_text, .value = "required"},
+                       {.key = "allowsUserInteraction"_text, .value = false}}));
+}
+
+TEST_F(PasskeyAssertion, InteractiveRequestSendsTheCredentialAndAllowsInteraction) {
+  hostAnswers(successfulAnswer());
+  controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
+  runAll();
+  EXPECT_EQ(
+      sentRequest(),
+      (ProviderMessage{{.key = "type"_text, .value = "interactiveAssertion"},
+                       {.key = "recordIdentifier"_text, .value = "record 7"},
+                       {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
+                       {.key = "credentialID"_text, .value = bytes("credential")},
+                       {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
+                       {.key = "clientDataHash"_text, .value = bytes("hash of the request")},
+                       {.key = "userVerificationPreference"_text, .value = "required"},
+                       {.key = "allowsUserInteraction"_text, .value = true}}));
+}
+
+TEST_F(PasskeyAssertion, RequestWithoutAnyFieldSendsEmptyValuesAndThePreferredLevel) {
+  hostAnswers(successfulAnswer());
+  const ProviderMessage expected{
+      {.key = "type"_text, .value = "assertion"},
+      {.key = "recordIdentifier"_text, .value = ""},
+      {.key = "relyingPartyIdentifier"_text, .value = ""},
+      {.key = "credentialID"_text, .value = Data()},
+      {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
+      {.key = "clientDataHash"_text, .value = Data()},
+      {.key = "userVerificationPreference"_text, .value = "preferred"},
+      {.key = "allowsUserInteraction"_text, .value = false}};
+  const auto withIdentity = std::make_shared<PasskeyCredentialRequest>();
+  withIdentity->credentialIdentity = PasskeyCredentialIdentity();
+  controller->provideCredentialWithoutUserInteractionForRequest(withIdentity);
+  controller->provideCredentialWithoutUserInteractionForRequest(
+      std::make_shared<PasskeyCredentialRequest>());
+  runAll();
+  EXPECT_EQ(platform->requests, (std::vector<ProviderMessage>{expected, expected}));
+}
+
+TEST_F(PasskeyAssertion, CredentialListWithoutAnyFieldSendsEmptyValuesAndThePreferredLevel) {
+  hostAnswers(successfulAnswer());
+  controller->prepareCredentialListForServiceIdentifiers(
+      {}, std::make_shared<PasskeyCredentialRequestParameters>());
+  runAll();
+  EXPECT_EQ(
+      sentRequest(),
+      (ProviderMessage{{.key = "type"_text, .value = "interactiveAssertion"},
+                       {.key = "recordIdentifier"_text, .value = ""},
+                       {.key = "relyingPartyIdentifier"_text, .value = ""},
+                       {.key = "credentialID"_text, .value = Data()},
+                       {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
+                       {.key = "clientDataHash"_text, .value = Data()},
+                       {.key = "userVerificationPreference"_text, .value = "preferred"},
+                       {.key = "allowsUserInteraction"_text, .value = true}}));
+}
+
+TEST_F(PasskeyAssertion, CredentialListWithoutParametersStillSendsEveryKey) {
+  hostAnswers(successfulAnswer());
+  controller->prepareCredentialListForServiceIdentifiers({}, nullptr);
+  runAll();
+  EXPECT_EQ(sentRequest().size(), 8U);
+  EXPECT_EQ(value(sentRequest(), "relyingPartyIdentifier"), "");
+}
+
+// Where the values come from.
+
+TEST_F(PasskeyAssertion, RecordWinsOverTheIdentity) {
+  controller->setCredentialRequest(passkeyRequest());
+  const auto request =
+      controller->assertionRequestForRecord({{.key = "recordIdentifier"_text, .value = "another"},
+                                             {.key = "credentialID"_text, .value = bytes("other")}},
+                                            false, false);
+  EXPECT_EQ(value(request, "recordIdentifier"), "another");
+  EXPECT_EQ(value(request, "credentialID"), bytes("other"));
+}
+
+TEST_F(PasskeyAssertion, EachEntryThatTheRecordLacksComesFromTheIdentity) {
+  controller->setCredentialRequest(passkeyRequest());
+  const auto neither = controller->assertionRequestForRecord({}, false, false);
+  EXPECT_EQ(value(neither, "recordIdentifier"), "record 7");
+  EXPECT_EQ(value(neither, "credentialID"), bytes("credential"));
+  const auto one = controller->assertionRequestForRecord(
+      {{.key = "recordIdentifier"_text, .value = "another"}}, false, false);
+  EXPECT_EQ(value(one, "recordIdentifier"), "another");
+  EXPECT_EQ(value(one, "credentialID"), bytes("credential"));
+}
+
+TEST_F(PasskeyAssertion, RecordsEntriesAreTakenAsTheyStand) {
+  const auto request = controller->assertionRequestForRecord(
+      {{.key = "recordIdentifier"_text, .value = 7}}, false, false);
+  EXPECT_EQ(value(request, "recordIdentifier"), 7);
+}
+
+TEST_F(PasskeyAssertion, ParametersWinOverTheRequest) {
+  controller->setCredentialRequest(passkeyRequest());
+  controller->setRequestParameters(requestParameters());
+  const auto request = controller->assertionRequestForRecord({}, false, false);
+  EXPECT_EQ(value(request, "relyingPartyIdentifier"), "list.example");
+  EXPECT_EQ(value(request, "clientDataHash"), bytes("hash of the list"));
+  EXPECT_EQ(value(request, "userVerificationPreference"), "discouraged");
+  EXPECT_EQ(value(request, "recordIdentifier"), "record 7");
+}
+
+TEST_F(PasskeyAssertion, FieldThatTheParametersLackIsNotTakenFromTheRequest) {
+  controller->setCredentialRequest(passkeyRequest());
+  controller->setRequestParameters(std::make_shared<PasskeyCredentialRequestParameters>());
+  const auto request = controller->assertionRequestForRecord({}, false, false);
+  EXPECT_EQ(value(request, "relyingPartyIdentifier"), "");
+  EXPECT_EQ(value(request, "clientDataHash"), Data());
+  EXPECT_EQ(value(request, "userVerificationPreference"), "preferred");
+}
+
+TEST_F(PasskeyAssertion, EmptyFieldsAreSentAsTheyAreAndNotReplaced) {
+  const auto parameters = std::make_shared<PasskeyCredentialRequestParameters>();
+  parameters->userVerificationPreference = "";
+  parameters->allowedCredentials = std::vector<Data>{Data()};
+  controller->setRequestParameters(parameters);
+  const auto request = controller->assertionRequestForRecord({}, false, false);
+  EXPECT_EQ(value(request, "userVerificationPreference"), "");
+  EXPECT_EQ(value(request, "allowedCredentials"),
+            PropertyListValue(PropertyListValue::Array{Data()}));
+}
+
+TEST_F(PasskeyAssertion, BuilderTakesTypeAndInteractionFromItsTwoFlags) {
+  for (const bool allows : {false, true}) {
+    for (const bool interactive : {false, true}) {
+      const auto request = controller->assertionRequestForRecord({}, allows, interactive);
+      EXPECT_EQ(value(request, "allowsUserInteraction"), allows);
+      EXPECT_EQ(value(request, "type"), interactive ? "interactiveAssertion" : "assertion");
+    }
+  }
+}
+
+TEST_F(PasskeyAssertion, ManyAllowedCredentialsKeepTheirOrderAndDuplicates) {
+  const auto parameters = requestParameters();
+  parameters->allowedCredentials = std::vector<Data>{bytes("B"), bytes("A"), bytes("B")};
+  controller->setRequestParameters(parameters);
+  EXPECT_EQ(value(controller->assertionRequestForRecord({}, true, true), "allowedCredentials"),
+            PropertyListValue(PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B")}));
+}
+
+// What becomes of the answer.
+
+TEST_F(PasskeyAssertion, SuccessfulAnswerCompletesWithExactlyItsSixValues) {
+  hostAnswers(successfulAnswer());
+  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+  runAll();
+  expectEnding(PasskeyAssertionCredential{.userHandle = bytes("the handle"),
+                                          .relyingParty = "answer.example",
+                                          .signature = bytes("the signature"),
+                                          .clientDataHash = bytes("the hash"),
+                                          .authenticatorData = bytes("the data"),
+                                          .credentialID = bytes("the ID")});
+}
+
+TEST_F(PasskeyAssertion, ValuesThatTheHostLeftOutArePassedOnAsAbsent) {
+  hostAnswers({{.key = "ok"_text, .value = true}});
+  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+  runAll();
+  expectEnding(PasskeyAssertionCredential());
+}
+
+TEST_F(PasskeyAssertion, EmptyValuesArePassedOnAsEmptyNotAsAbsent) {
+  hostAnswers({{.key = "ok"_text, .value = true},
+               {.key = "userHandle"_text, .value = Data()},
+               {.key = "relyingPartyIdentifier"_text, .value = ""}});
+  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+  runAll();
+  PasskeyAssertionCredential expected;
+  expected.userHandle = Data();
+  expected.relyingParty = "";
+  expectEnding(expected);
+}
+
+TEST_F(PasskeyAssertion, ValuesOfAnotherTypeCountAsAbsent) {
+  hostAnswers({{.key = "ok"_text, .value = true},
+               {.key = "signature"_text, .value = "text"},
+               {.key = "relyingPartyIdentifier"_text, .value = bytes("bytes")}});
+  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+  runAll();
+  expectEnding(PasskeyAssertionCredential());
+}
+
+TEST_F(PasskeyAssertion, FailedAnswerNeverBecomesACredential) {
+  ProviderMessage answer = successfulAnswer();
+  answer.set("ok"_text, false);
+  answer.set("errorCode"_text, "credentialNotFound");
+  hostAnswers(answer);
+  controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
+  runAll();
+  expectEnding(cancellation(101, std::nullopt));
+}
+
+TEST_F(PasskeyAssertion, SilentFlowNeverOpensTheHost) {
+  platform->localSockets.peer = FakePlatform::refusing();
+  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+  runAll();
+  EXPECT_TRUE(platform->workspace.openedURLs.empty());
+  EXPECT_TRUE(platform->views.operations.empty());
+  EXPECT_EQ(platform->extensionContext.endings.size(), 1U);
+}
+
+TEST_F(PasskeyAssertion, InteractiveFlowsOpenTheHost) {
+  platform->localSockets.peer = FakePlatform::refusing();
+  controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
+  runAll();
+  controller->prepareCredentialListForServiceIdentifiers({}, requestParameters());
+  runAll();
+  EXPECT_EQ(platform->workspace.openedURLs.size(), 2U);
+}
+
+}  // namespace
+}  // namespace korvan

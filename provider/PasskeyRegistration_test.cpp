@@ -1,0 +1,180 @@
+#include "provider/ControllerFixture.h"
+
+namespace korvan {
+namespace {
+
+class PasskeyRegistration : public ControllerFixture {
+ protected:
+  static ProviderMessage successfulAnswer() {
+    return {{.key = "ok"_text, .value = true},
+            {.key = "relyingPartyIdentifier"_text, .value = "answer.example"},
+            {.key = "clientDataHash"_text, .value = bytes("the hash")},
+            {.key = "credentialID"_text, .value = bytes("the ID")},
+            {.key = "attestationObject"_text, .value = bytes("the object")}};
+  }
+
+  static std::shared_ptr<PasskeyCredentialRequest> excluding(
+      std::optional<PasskeyCredentialRequest::Descriptors> descriptors) {
+    auto request = passkeyRequest();
+    request->excludedCredentials = [descriptors = std::move(descriptors)] { return descriptors; };
+    return request;
+  }
+
+  PropertyListValue excludedFor(const PasskeyCredentialRequest& request) {
+    return *controller->registrationRequestDictionary(&request, true, false)
+                .find("excludedCredentials");
+  }
+};
+
+ProviderMessage expectedRequest(const Data& userHandle, const Data& hash, bool interactive) {
+  return {{.key = "type"_text, .value = "registration"},
+          {.key = "recordIdentifier"_text, .value = "record 7"},
+          {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
+          {.key = "userName"_text, .value = "alice"},
+          {.key = "userHandle"_text, .value = userHandle},
+          {.key = "clientDataHash"_text, .value = hash},
+          {.key = "supportedAlgorithms"_text, .value = PropertyListValue::Array{-7, -257}},
+          {.key = "excludedCredentials"_text, .value = PropertyListValue::Array{}},
+          {.key = "userVerificationPreference"_text, .value = "required"},
+          {.key = "allowsUserInteraction"_text, .value = interactive},
+          {.key = "conditional"_text, .value = !interactive}};
+}
+
+TEST_F(PasskeyRegistration, InteractiveFlowSendsItsElevenEntriesAndIsNotConditional) {
+  hostAnswers(successfulAnswer());
+  controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
+  runAll();
+  EXPECT_EQ(sentRequest(), expectedRequest(bytes("handle"), bytes("hash of the request"), true));
+  EXPECT_EQ(sentRequest().size(), 11U);
+}
+
+TEST_F(PasskeyRegistration, SilentFlowSendsItsElevenEntriesAndIsConditional) {
+  hostAnswers(successfulAnswer());
+  controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
+  runAll();
+  EXPECT_EQ(sentRequest(), expectedRequest(bytes("handle"), bytes("hash of the request"), false));
+}
+
+TEST_F(PasskeyRegistration, RequestWithoutAnyFieldSendsEmptyValuesAndThePreferredLevel) {
+  const ProviderMessage expected{
+      {.key = "type"_text, .value = "registration"},
+      {.key = "recordIdentifier"_text, .value = ""},
+      {.key = "relyingPartyIdentifier"_text, .value = ""},
+      {.key = "userName"_text, .value = ""},
+      {.key = "userHandle"_text, .value = Data()},
+      {.key = "clientDataHash"_text, .value = Data()},
+      {.key = "supportedAlgorithms"_text, .value = PropertyListValue::Array{}},
+      {.key = "excludedCredentials"_text, .value = PropertyListValue::Array{}},
+      {.key = "userVerificationPreference"_text, .value = "preferred"},
+      {.key = "allowsUserInteraction"_text, .value = true},
+      {.key = "conditional"_text, .value = false}};
+  PasskeyCredentialRequest request;
+  EXPECT_EQ(controller->registrationRequestDictionary(&request, true, false), expected);
+  request.credentialIdentity = PasskeyCredentialIdentity();
+  EXPECT_EQ(controller->registrationRequestDictionary(&request, true, false), expected);
+  EXPECT_EQ(controller->registrationRequestDictionary(nullptr, true, false), expected);
+}
+
+TEST_F(PasskeyRegistration, SilentFlowWithoutARequestSendsEmptyValues) {
+  hostAnswers(successfulAnswer());
+  controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(nullptr);
+  runAll();
+  EXPECT_EQ(sentRequest(), controller->registrationRequestDictionary(nullptr, false, true));
+}
+
+TEST_F(PasskeyRegistration, SupportedAlgorithmsKeepTheirOrder) {
+  const auto request = passkeyRequest();
+  request->supportedAlgorithms = std::vector<std::int64_t>{-257, -7, -8, -7};
+  EXPECT_EQ(*controller->registrationRequestDictionary(request.get(), true, false)
+                 .find("supportedAlgorithms"),
+            PropertyListValue(PropertyListValue::Array{-257, -7, -8, -7}));
+}
+
+TEST_F(PasskeyRegistration, ExcludedCredentialsKeepTheirOrderAndSkipThoseWithoutAnID) {
+  const auto request = excluding({{{bytes("A")}, {std::nullopt}, {bytes("B")}}});
+  EXPECT_EQ(excludedFor(*request),
+            PropertyListValue(PropertyListValue::Array{bytes("A"), bytes("B")}));
+}
+
+TEST_F(PasskeyRegistration, EmptyExcludedCredentialIDIsKept) {
+  EXPECT_EQ(excludedFor(*excluding({{{Data()}}})),
+            PropertyListValue(PropertyListValue::Array{Data()}));
+}
+
+TEST_F(PasskeyRegistration, NoExcludedCredentialsIsAnEmptyArray) {
+  EXPECT_EQ(excludedFor(*excluding(std::nullopt)), PropertyListValue(PropertyListValue::Array{}));
+}
+
+TEST_F(PasskeyRegistration, BeforeMacOS15ExcludedCredentialsAreEmptyAndNeverRead) {
+  platform->operatingSystem.version = {.major = 14, .minor = 99, .patch = 99};
+  bool read = false;
+  const auto request = passkeyRequest();
+  request->excludedCredentials = [&read] {
+    read = true;
+    return PasskeyCredentialRequest::Descriptors{{bytes("A")}};
+  };
+  EXPECT_EQ(excludedFor(*request), PropertyListValue(PropertyListValue::Array{}));
+  EXPECT_FALSE(read);
+}
+
+TEST_F(PasskeyRegistration, VersionIsAskedForAfreshAtEachRequest) {
+  const auto request = excluding({{{bytes("A")}}});
+  static_cast<void>(excludedFor(*request));
+  static_cast<void>(excludedFor(*request));
+  const OperatingSystemVersion macOS15{.major = 15, .minor = 0, .patch = 0};
+  EXPECT_EQ(platform->operatingSystem.questions,
+            (std::vector<OperatingSystemVersion>{macOS15, macOS15}));
+}
+
+TEST_F(PasskeyRegistration, BuilderReadsOnlyItsArgument) {
+  controller->setRegistrationRequest(passkeyRequest());
+  controller->setCredentialRequest(passkeyRequest());
+  controller->setRequestParameters(requestParameters());
+  const auto request = controller->registrationRequestDictionary(nullptr, true, false);
+  EXPECT_EQ(*request.find("relyingPartyIdentifier"), "");
+  EXPECT_EQ(*request.find("clientDataHash"), Data());
+}
+
+TEST_F(PasskeyRegistration, SuccessfulAnswerCompletesWithExactlyItsFourValues) {
+  hostAnswers(successfulAnswer());
+  controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
+  runAll();
+  expectEnding(PasskeyRegistrationCredential{.relyingParty = "answer.example",
+                                             .clientDataHash = bytes("the hash"),
+                                             .credentialID = bytes("the ID"),
+                                             .attestationObject = bytes("the object")});
+}
+
+TEST_F(PasskeyRegistration, SilentFlowCompletesWithTheSameFourValues) {
+  hostAnswers(successfulAnswer());
+  controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
+  runAll();
+  expectEnding(PasskeyRegistrationCredential{.relyingParty = "answer.example",
+                                             .clientDataHash = bytes("the hash"),
+                                             .credentialID = bytes("the ID"),
+                                             .attestationObject = bytes("the object")});
+}
+
+TEST_F(PasskeyRegistration, ValuesThatTheHostLeftOutArePassedOnAsAbsent) {
+  hostAnswers({{.key = "ok"_text, .value = true}});
+  controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
+  runAll();
+  expectEnding(PasskeyRegistrationCredential());
+}
+
+TEST_F(PasskeyRegistration, MatchedExcludedCredentialIsCancelledWithItsCode) {
+  hostAnswers(failureResponse("matchedExcludedCredential", "You have one."));
+  controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
+  runAll();
+  expectEnding(cancellation(102, "You have one."));
+}
+
+TEST_F(PasskeyRegistration, SilentFlowNeverOpensTheHost) {
+  platform->localSockets.peer = FakePlatform::refusing();
+  controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
+  runAll();
+  EXPECT_TRUE(platform->workspace.openedURLs.empty());
+}
+
+}  // namespace
+}  // namespace korvan
