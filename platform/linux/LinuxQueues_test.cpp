@@ -1,0 +1,273 @@
+#include "platform/linux/LinuxQueues.h"
+
+#include <atomic>
+#include <cstddef>
+#include <latch>
+#include <memory>
+#include <optional>
+#include <semaphore>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace korvan {
+namespace {
+
+class LinuxQueuesTest : public testing::Test {
+ protected:
+  void SetUp() override { queues_ = std::make_unique<LinuxQueues>(context_); }
+
+  void TearDown() override {
+    endBackgroundWork();
+    g_main_context_unref(context_);
+  }
+
+  /// Runs the main thread's work until `done` is set there.
+  void runUntil(const bool& done) const {
+    while (!done) {
+      g_main_context_iteration(context_, TRUE);
+    }
+  }
+
+  void runWhatIsThere() const {
+    while (g_main_context_iteration(context_, FALSE)) {
+    }
+  }
+
+  /// For tests whose background work refers to the test's own variables.
+  void endBackgroundWork() { queues_.reset(); }
+
+  GMainContext* const context_ = g_main_context_new();
+  std::unique_ptr<LinuxQueues> queues_;
+};
+
+TEST_F(LinuxQueuesTest, MainWorkNeverRunsInsideTheCall) {
+  bool ran = false;
+  queues_->asyncMain([&] { ran = true; });
+  EXPECT_FALSE(ran);
+  runWhatIsThere();
+  EXPECT_TRUE(ran);
+}
+
+TEST_F(LinuxQueuesTest, MainWorkSubmittedByMainWorkRunsAfterIt) {
+  std::vector<int> order;
+  queues_->asyncMain([&] {
+    queues_->asyncMain([&] { order.push_back(2); });
+    order.push_back(1);
+  });
+  runWhatIsThere();
+  EXPECT_EQ(order, (std::vector{1, 2}));
+}
+
+TEST_F(LinuxQueuesTest, MainWorkRunsInOrderOfSubmission) {
+  std::vector<int> order;
+  std::vector<int> expected;
+  for (int i = 0; i < 100; ++i) {
+    queues_->asyncMain([&order, i] { order.push_back(i); });
+    expected.push_back(i);
+  }
+  runWhatIsThere();
+  EXPECT_EQ(order, expected);
+}
+
+TEST_F(LinuxQueuesTest, MainWorkOfABackgroundThreadRunsOnTheMainThread) {
+  std::optional<std::thread::id> ranOn;
+  bool done = false;
+  queues_->asyncBackground([&] {
+    queues_->asyncMain([&] {
+      ranOn = std::this_thread::get_id();
+      done = true;
+    });
+  });
+  runUntil(done);
+  EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
+TEST_F(LinuxQueuesTest, TheDefaultContextStandsInForNone) {
+  const LinuxQueues queues(nullptr);
+  bool ran = false;
+  queues.asyncMain([&] { ran = true; });
+  while (!ran) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
+  EXPECT_TRUE(ran);
+}
+
+TEST_F(LinuxQueuesTest, MainWorkOutlivesTheQueues) {
+  bool ran = false;
+  queues_->asyncMain([&] { ran = true; });
+  queues_.reset();
+  runWhatIsThere();
+  EXPECT_TRUE(ran);
+}
+
+TEST_F(LinuxQueuesTest, MainWorkIsReleasedOnceItHasRun) {
+  auto owned = std::make_shared<int>();
+  queues_->asyncMain([owned] {});
+  EXPECT_EQ(owned.use_count(), 2);
+  runWhatIsThere();
+  EXPECT_EQ(owned.use_count(), 1);
+}
+
+TEST_F(LinuxQueuesTest, SyncMainReturnsAfterTheWorkRanOnTheMainThread) {
+  std::optional<std::thread::id> ranOn;
+  std::optional<std::thread::id> seenAfterwards;
+  bool done = false;
+  queues_->asyncBackground([&] {
+    queues_->syncMain([&] { ranOn = std::this_thread::get_id(); });
+    seenAfterwards = ranOn;
+    queues_->asyncMain([&] { done = true; });
+  });
+  runUntil(done);
+  EXPECT_EQ(seenAfterwards, std::this_thread::get_id());
+}
+
+TEST_F(LinuxQueuesTest, SyncMainWaitsItsTurn) {
+  std::vector<int> order;
+  bool done = false;
+  queues_->asyncBackground([&] {
+    queues_->asyncMain([&] { order.push_back(1); });
+    queues_->syncMain([&] { order.push_back(2); });
+    queues_->asyncMain([&] {
+      order.push_back(3);
+      done = true;
+    });
+  });
+  runUntil(done);
+  EXPECT_EQ(order, (std::vector{1, 2, 3}));
+}
+
+TEST_F(LinuxQueuesTest, BackgroundWorkRunsOnAnotherThread) {
+  std::binary_semaphore ran{0};
+  std::thread::id ranOn;
+  queues_->asyncBackground([&] {
+    ranOn = std::this_thread::get_id();
+    ran.release();
+  });
+  ran.acquire();
+  endBackgroundWork();
+  EXPECT_NE(ranOn, std::this_thread::get_id());
+}
+
+TEST_F(LinuxQueuesTest, BackgroundWorkIsServedWhileAnyNumberHangs) {
+  constexpr std::ptrdiff_t Hanging = 100;
+  std::latch hanging(Hanging);
+  std::latch released(1);
+  for (std::ptrdiff_t i = 0; i < Hanging; ++i) {
+    queues_->asyncBackground([&] {
+      hanging.count_down();
+      released.wait();
+    });
+  }
+  hanging.wait();
+  std::binary_semaphore served{0};
+  queues_->asyncBackground([&] { served.release(); });
+  served.acquire();
+  released.count_down();
+  endBackgroundWork();
+}
+
+TEST_F(LinuxQueuesTest, SuccessiveBackgroundWorkSharesThreads) {
+  constexpr std::size_t Successive = 200;
+  std::set<pid_t> threads;
+  std::binary_semaphore ran{0};
+  for (std::size_t i = 0; i < Successive; ++i) {
+    queues_->asyncBackground([&] {
+      threads.insert(::gettid());
+      ran.release();
+    });
+    ran.acquire();
+  }
+  endBackgroundWork();
+  EXPECT_LT(threads.size(), Successive / 4);
+}
+
+TEST_F(LinuxQueuesTest, BackgroundWorkIsReleasedOnceItHasRun) {
+  std::binary_semaphore released{0};
+  const auto signalling = [&released](const int* pointer) {
+    delete pointer;
+    released.release();
+  };
+  queues_->asyncBackground([owned = std::shared_ptr<const int>(new int, signalling)] {});
+  released.acquire();
+  endBackgroundWork();
+}
+
+TEST_F(LinuxQueuesTest, TheDestructorWaitsForBackgroundWork) {
+  constexpr int Works = 50;
+  std::atomic<int> ran = 0;
+  for (int i = 0; i < Works; ++i) {
+    queues_->asyncBackground([&] {
+      for (int j = 0; j < 1000; ++j) {
+        std::this_thread::yield();
+      }
+      ++ran;
+    });
+  }
+  endBackgroundWork();
+  EXPECT_EQ(ran, Works);
+}
+
+/// While it lives, the system refuses a new thread to the calling thread.
+class NoMoreThreads {
+ public:
+  NoMoreThreads() {
+    EXPECT_EQ(::getrlimit(RLIMIT_NPROC, &before_), 0);
+    // The limit does not hold for root. The system call, unlike the function, changes this thread
+    // only, and the saved id lets it change back.
+    isInForce_ = ::syscall(SYS_setresuid, Nobody, Nobody, 0) == 0;
+    const rlimit none{.rlim_cur = 0, .rlim_max = before_.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
+  }
+  NoMoreThreads(const NoMoreThreads&) = delete;
+  NoMoreThreads& operator=(const NoMoreThreads&) = delete;
+  NoMoreThreads(NoMoreThreads&&) = delete;
+  NoMoreThreads& operator=(NoMoreThreads&&) = delete;
+  ~NoMoreThreads() {
+    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &before_), 0);
+    if (isInForce_) {
+      EXPECT_EQ(::syscall(SYS_setresuid, 0, 0, 0), 0);
+    }
+  }
+
+ private:
+  static constexpr uid_t Nobody = 65534;
+  rlimit before_{};
+  bool isInForce_ = false;
+};
+
+TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnceThereIsOne) {
+  g_thread_pool_stop_unused_threads();
+  std::atomic<bool> ran = false;
+  bool done = false;
+  {
+    const NoMoreThreads limit;
+    queues_->asyncBackground([&] {
+      ran = true;
+      queues_->asyncMain([&] { done = true; });
+    });
+    g_main_context_iteration(context_, TRUE);  // the first new attempt
+    EXPECT_FALSE(ran);
+  }
+  runUntil(done);
+  endBackgroundWork();
+}
+
+TEST_F(LinuxQueuesTest, TheDestructorRunsWorkThatGotNoThread) {
+  g_thread_pool_stop_unused_threads();
+  bool ran = false;
+  {
+    const NoMoreThreads limit;
+    queues_->asyncBackground([&] { ran = true; });
+  }
+  endBackgroundWork();
+  EXPECT_TRUE(ran);
+}
+
+}  // namespace
+}  // namespace korvan

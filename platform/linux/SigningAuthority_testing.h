@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+namespace korvan {
+
+/// What a test wants of a program's signature; as it stands, a good one.
+struct SignatureRecipe {
+  std::string organizationalUnit = "KRVNLAB001";
+  std::string commonName = "example.korvan.host";
+  /// Added to the subject.
+  std::optional<std::string> secondOrganizationalUnit = std::nullopt;
+  std::optional<std::string> secondCommonName = std::nullopt;
+  /// Days from now.
+  int validFrom = -1;
+  int validUntil = 1;
+  std::string digest = "SHA256";
+  /// What the authority signs the certificate with.
+  std::string certificateDigest = "SHA256";
+  std::string keyUsage = "critical,digitalSignature";
+  /// Left out when it is empty.
+  std::string extendedKeyUsage = "critical,codeSigning";
+  /// Of the certificate, to make it large.
+  std::size_t commentSize = 0;
+  int signers = 1;
+  bool isDetached = true;
+  bool hasCertificate = true;
+};
+
+/// An authority that signs programs, well or badly.
+class SigningAuthority {
+ public:
+  SigningAuthority();
+
+  /// An authority whose certificate this one issues; its signatures bring that certificate along.
+  [[nodiscard]] SigningAuthority issueAuthority() const;
+
+  /// Its certificate.
+  [[nodiscard]] std::string pem() const;
+
+  /// Its certificate, encrypted.
+  [[nodiscard]] std::string pemUnder(const std::string& password) const;
+
+  /// Signs the file's bytes as they are now, into the file of the same name with ".p7s".
+  void sign(const std::filesystem::path& program, const SignatureRecipe& recipe = {}) const;
+
+ private:
+  struct Free {
+    void operator()(X509* certificate) const { X509_free(certificate); }
+    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+  };
+  using Certificate = std::unique_ptr<X509, Free>;
+  using Key = std::unique_ptr<EVP_PKEY, Free>;
+
+  explicit SigningAuthority(const SigningAuthority* issuer);
+
+  [[nodiscard]] Certificate issue(const SignatureRecipe& recipe, EVP_PKEY* key) const;
+
+  Key key_;
+  Certificate certificate_;
+  bool isRoot_;
+};
+
+}  // namespace korvan
