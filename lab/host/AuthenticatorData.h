@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "lab/host/SigningKey.h"
+#include "platform/Data.h"
+
+namespace korvan::host {
+
+/// The bits of an authenticator data's flags byte
+/// (https://www.w3.org/TR/webauthn-3/#authdata-flags).
+enum AuthenticatorFlags : std::uint8_t {
+  UserPresent = 0x01,
+  UserVerified = 0x04,
+  BackupEligible = 0x08,
+  BackedUp = 0x10,
+  AttestedCredentialDataIncluded = 0x40,
+};
+
+/// What the authenticator states and signs: the SHA-256 of the relying party's identifier (32
+/// bytes), the flags (1), the sign count (4, big-endian) and, in a registration, the attested
+/// credential data (https://www.w3.org/TR/webauthn-3/#sctn-authenticator-data).
+[[nodiscard]] Data authenticatorData(std::string_view relyingPartyIdentifier, std::uint8_t flags,
+                                     std::uint32_t signCount,
+                                     std::span<const std::uint8_t> attestedCredentialData = {});
+
+/// A new credential as authenticator data carries it: an all-zero AAGUID, as attestation "none"
+/// asks for, the credential ID with its two-byte size, and the public key as a COSE_Key
+/// (https://www.w3.org/TR/webauthn-3/#sctn-attested-credential-data). The ID has at most 1023
+/// bytes.
+[[nodiscard]] Data attestedCredentialData(std::span<const std::uint8_t> credentialID,
+                                          const SigningKey& key);
+
+/// `authenticatorData` in an attestation object of the format "none"
+/// (https://www.w3.org/TR/webauthn-3/#sctn-none-attestation).
+[[nodiscard]] Data attestationObject(std::span<const std::uint8_t> authenticatorData);
+
+}  // namespace korvan::host

@@ -1,0 +1,54 @@
+#include "lab/host/EventLog.h"
+
+#include <optional>
+
+#include "lab/host/Base64Url.h"
+
+namespace korvan::host {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+template <typename Value>
+Json nullable(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
+
+Json jsonOf(const Passkey& passkey) {
+  return {{"recordIdentifier", passkey.recordIdentifier},
+          {"relyingPartyIdentifier", passkey.relyingPartyIdentifier},
+          {"userName", passkey.userName},
+          {"userHandle", base64Url(passkey.userHandle.bytes())},
+          {"credentialID", base64Url(passkey.credentialID.bytes())},
+          {"publicKey", base64Url(passkey.key.subjectPublicKeyInfo().bytes())},
+          {"signCount", passkey.signCount}};
+}
+
+}  // namespace
+
+void EventLog::ready(std::string_view socketPath, std::span<const Passkey> passkeys) {
+  Json list = Json::array();
+  for (const Passkey& passkey : passkeys) {
+    list.push_back(jsonOf(passkey));
+  }
+  write({{"event", "ready"}, {"socket", socketPath}, {"passkeys", list}});
+}
+
+void EventLog::unlocked() { write({{"event", "unlocked"}}); }
+
+void EventLog::connection(const ConnectionReport& report) {
+  write({{"event", "connection"},
+         {"bytesReceived", report.bytesReceived},
+         {"type", nullable(report.type)},
+         {"ok", nullable(report.ok)},
+         {"errorCode", nullable(report.errorCode)}});
+}
+
+void EventLog::write(const Json& event) {
+  // What a client sent may not be UTF-8; the line is JSON all the same.
+  const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace);
+  const std::scoped_lock lock(mutex_);
+  stream_ << line << '\n' << std::flush;
+}
+
+}  // namespace korvan::host

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <mutex>
+#include <ostream>
+#include <span>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "lab/host/HostServer.h"
+#include "lab/host/Passkey.h"
+
+namespace korvan::host {
+
+/// Tells scripts what happens: one JSON object a line, written out at once. Usable from any thread.
+class EventLog {
+ public:
+  /// Writes to `stream`, which outlives it.
+  explicit EventLog(std::ostream& stream) : stream_(stream) {}
+
+  /// {"event":"ready","socket","passkeys"}: clients are served from now on. Private keys stay out.
+  void ready(std::string_view socketPath, std::span<const Passkey> passkeys);
+
+  /// {"event":"unlocked"}: a request had the user unlock the vault.
+  void unlocked();
+
+  /// {"event":"connection","bytesReceived","type","ok","errorCode"}: a connection is closed.
+  void connection(const ConnectionReport& report);
+
+ private:
+  void write(const nlohmann::ordered_json& event);
+
+  std::ostream& stream_;
+  std::mutex mutex_;
+};
+
+}  // namespace korvan::host

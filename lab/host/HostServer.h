@@ -1,0 +1,82 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <optional>
+#include <string>
+
+#include "lab/host/Descriptor.h"
+#include "platform/PropertyList.h"
+#include "platform/PropertyListSerialization.h"
+
+namespace korvan::host {
+
+/// What came of one connection. An absent part never got so far.
+struct ConnectionReport {
+  std::size_t bytesReceived = 0;         ///< of the request's frame, with its prefix
+  std::optional<std::string> type;       ///< the request's `type`
+  std::optional<bool> ok;                ///< the response's, once it is sent
+  std::optional<std::string> errorCode;  ///< the response's, once it is sent
+};
+
+/// Carries the extension's requests: a connection holds one frame each way, a frame being the size
+/// of the body in 4 bytes, big-endian, and the body, a message as a property list.
+///
+/// Every connection has a thread, so that a client that stalls holds up nobody else; it is dropped
+/// when nothing comes from it, or goes to it, for `timeout`. Clients of other users are dropped
+/// before a byte is read.
+class HostServer {
+ public:
+  /// The most bytes of a frame's body; the fewest are 1.
+  static constexpr std::size_t MaxBodySize = 4'194'304;
+
+  /// At most so many connections are served at a time; more wait for their turn.
+  static constexpr std::size_t MaxConnections = 64;
+
+  struct Callbacks {
+    /// Gives the response to a request. Called on the connection's thread, several at once.
+    std::function<PropertyListDictionary(const PropertyListDictionary&)> answer;
+
+    /// Told of each connection once it is closed. Called on the connection's thread.
+    std::function<void(const ConnectionReport&)> closed;
+  };
+
+  /// Refers to `serialization`, which outlives it. Both callbacks are set, and do not throw. Throws
+  /// std::system_error when the system lacks the means.
+  HostServer(const PropertyListSerialization& serialization, Callbacks callbacks,
+             std::chrono::milliseconds timeout = std::chrono::seconds(30));
+
+  HostServer(const HostServer&) = delete;
+  HostServer& operator=(const HostServer&) = delete;
+  HostServer(HostServer&&) = delete;
+  HostServer& operator=(HostServer&&) = delete;
+  ~HostServer();
+
+  /// Serves the clients of the listening socket `listener` until `stop` becomes readable, then ends
+  /// the connections there are: no thread is left on return. Throws std::system_error when the
+  /// system can accept no more.
+  void run(int listener, int stop);
+
+ private:
+  struct Connection;
+
+  void accept(int listener);
+  void forgetFinished();
+  void endAll();
+
+  void serve(Connection& connection) const;
+  void converse(int socket, ConnectionReport& report) const;
+  [[nodiscard]] PropertyListDictionary respond(const Data& body, ConnectionReport& report) const;
+  [[nodiscard]] Data encode(PropertyListDictionary& response) const;
+
+  const PropertyListSerialization& serialization_;
+  const Callbacks callbacks_;
+  const std::chrono::milliseconds timeout_;
+  const Descriptor finished_;  ///< an event: a connection's thread is about to end
+  std::list<Connection> connections_;
+};
+
+}  // namespace korvan::host

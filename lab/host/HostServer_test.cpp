@@ -1,0 +1,273 @@
+#include "lab/host/HostServer.h"
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "lab/host/Client_testing.h"
+#include "lab/host/HostSocket.h"
+#include "lab/host/TemporaryDirectory_testing.h"
+#include "platform/linux/LinuxPropertyListSerialization.h"
+
+namespace korvan::host {
+namespace {
+
+using testing::HasSubstr;
+
+/// A server on its own thread that repeats each request's type, until the test is over.
+class HostServerTest : public testing::Test {
+ protected:
+  void SetUp() override { start(std::chrono::seconds(30)); }
+  void TearDown() override { stop(); }
+
+  void start(std::chrono::milliseconds timeout) {
+    server_ = std::make_unique<HostServer>(
+        serialization_,
+        HostServer::Callbacks{.answer = [](const auto& request) { return reply(request); },
+                              .closed = [this](const auto& report) { note(report); }},
+        timeout);
+    thread_ = std::jthread([this] { server_->run(socket_.descriptor(), stop_.get()); });
+  }
+
+  void stop() {
+    if (thread_.joinable()) {
+      ::eventfd_write(stop_.get(), 1);
+      thread_.join();
+      eventfd_t count = 0;
+      ::eventfd_read(stop_.get(), &count);
+    }
+  }
+
+  [[nodiscard]] Data request(const Text& type) const {
+    return serialization_.encodeBinary({{.key = "type"_text, .value = type}}).value();
+  }
+
+  [[nodiscard]] PropertyListDictionary receive(Client& client) const {
+    const auto frame = client.receiveFrame();
+    const auto message = frame ? serialization_.decode(*frame) : PropertyListValue();
+    return message && message->dictionary() != nullptr ? *message->dictionary()
+                                                       : PropertyListDictionary();
+  }
+
+  void expectRefusal(Client& client, const std::string& description) {
+    const PropertyListDictionary response = receive(client);
+    ASSERT_FALSE(response.empty());
+    EXPECT_EQ(response.find("ok")->boolean(), std::optional(false));
+    EXPECT_EQ(response.find("errorCode")->text()->view(), "failed");
+    EXPECT_THAT(std::string(response.find("errorDescription")->text()->view()),
+                HasSubstr(description));
+    EXPECT_EQ(nextReport().ok, std::optional(false));
+  }
+
+  ConnectionReport nextReport() {
+    std::unique_lock lock(mutex_);
+    reported_.wait(lock, [this] { return !reports_.empty(); });
+    ConnectionReport report = reports_.front();
+    reports_.pop_front();
+    return report;
+  }
+
+  /// Has the server wait with its next report for as long as the result lives.
+  [[nodiscard]] std::unique_lock<std::mutex> holdingReports() { return std::unique_lock(mutex_); }
+
+  TemporaryDirectory directory_;
+  HostSocket socket_{directory_.path()};
+  LinuxPropertyListSerialization serialization_;
+
+ private:
+  static PropertyListDictionary reply(const PropertyListDictionary& request) {
+    const PropertyListValue* type = request.find("type");
+    return {{.key = "ok"_text, .value = true},
+            {.key = "echo"_text, .value = type == nullptr ? PropertyListValue("none") : *type}};
+  }
+
+  void note(const ConnectionReport& report) {
+    const std::scoped_lock lock(mutex_);
+    reports_.push_back(report);
+    reported_.notify_one();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable reported_;
+  std::deque<ConnectionReport> reports_;
+  Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
+  std::unique_ptr<HostServer> server_;
+  std::jthread thread_;
+};
+
+TEST_F(HostServerTest, AnswersARequestAndCloses) {
+  Client client(socket_.path());
+  const Data body = request("greeting"_text);
+  client.sendFrame(body);
+  EXPECT_EQ(receive(client),
+            (PropertyListDictionary{{.key = "ok"_text, .value = true},
+                                    {.key = "echo"_text, .value = "greeting"_text}}));
+  const ConnectionReport report = nextReport();
+  EXPECT_EQ(report.bytesReceived, body.size() + 4);
+  EXPECT_EQ(report.type, "greeting");
+  EXPECT_EQ(report.ok, true);
+  EXPECT_EQ(report.errorCode, std::nullopt);
+}
+
+TEST_F(HostServerTest, ClosesAConnectionBeforeItReportsIt) {
+  Client client(socket_.path());
+  const auto lock = holdingReports();
+  client.sendFrame(request("greeting"_text));
+  EXPECT_FALSE(receive(client).empty());
+}
+
+TEST_F(HostServerTest, PutsTogetherWhatComesInPieces) {
+  Client client(socket_.path());
+  const Data body = request("pieces"_text);
+  const std::array prefix{std::uint8_t{0}, std::uint8_t{0}, std::uint8_t{0},
+                          static_cast<std::uint8_t>(body.size())};
+  for (const auto& byte : prefix) {
+    client.send({&byte, 1});
+  }
+  for (const auto& byte : body.bytes()) {
+    client.send({&byte, 1});
+  }
+  EXPECT_EQ(receive(client).find("echo")->text()->view(), "pieces");
+}
+
+TEST_F(HostServerTest, ServesOthersWhileAClientStalls) {
+  Client stalled(socket_.path());
+  ASSERT_TRUE(stalled.send(std::array<std::uint8_t, 5>{0, 0, 0, 9, 'b'}));
+  for (int round = 0; round < 3; ++round) {
+    Client client(socket_.path());
+    client.sendFrame(request("meanwhile"_text));
+    EXPECT_EQ(receive(client).find("echo")->text()->view(), "meanwhile");
+    EXPECT_EQ(nextReport().type, "meanwhile");
+  }
+}
+
+TEST_F(HostServerTest, EndsAStalledClientWhenItStops) {
+  Client stalled(socket_.path());
+  Client other(socket_.path());
+  ASSERT_TRUE(stalled.send(std::array<std::uint8_t, 2>{0, 0}));
+  // Clients are accepted in turn: once the second one is served, the first one is being served.
+  other.sendFrame(request("other"_text));
+  EXPECT_EQ(nextReport().type, "other");
+  stop();
+  EXPECT_TRUE(stalled.receiveAll().empty());
+  EXPECT_EQ(nextReport().ok, std::nullopt);
+}
+
+TEST_F(HostServerTest, DropsAClientThatStallsForTooLong) {
+  stop();
+  start(std::chrono::milliseconds(20));
+  Client stalled(socket_.path());
+  ASSERT_TRUE(stalled.send(std::array<std::uint8_t, 6>{0, 0, 0, 9, 'b', 'p'}));
+  EXPECT_TRUE(stalled.receiveAll().empty());
+  const ConnectionReport report = nextReport();
+  EXPECT_EQ(report.bytesReceived, 6U);
+  EXPECT_EQ(report.type, std::nullopt);
+  EXPECT_EQ(report.ok, std::nullopt);
+}
+
+TEST_F(HostServerTest, GivesNoAnswerToARequestThatIsCutShort) {
+  const Data body = request("short"_text);
+  for (const std::size_t size : {0U, 3U, 4U, 10U}) {
+    Client client(socket_.path());
+    std::vector<std::uint8_t> frame{0, 0, 0, static_cast<std::uint8_t>(body.size())};
+    frame.insert(frame.end(), body.bytes().begin(), body.bytes().end());
+    client.send(std::span(frame).first(size));
+    client.finishSending();
+    EXPECT_TRUE(client.receiveAll().empty()) << size;
+    const ConnectionReport report = nextReport();
+    EXPECT_EQ(report.bytesReceived, size);
+    EXPECT_EQ(report.ok, std::nullopt);
+  }
+}
+
+TEST_F(HostServerTest, RefusesAFrameOfAnImpossibleSize) {
+  const std::vector<std::pair<std::array<std::uint8_t, 4>, std::string>> rows{
+      {{0, 0, 0, 0}, "announces 0 bytes"},
+      {{0, 0x40, 0, 1}, "announces 4194305 bytes"},
+      {{0xFF, 0xFF, 0xFF, 0xFF}, "announces 4294967295 bytes"}};
+  for (const auto& [prefix, complaint] : rows) {
+    Client client(socket_.path());
+    client.send(prefix);
+    expectRefusal(client, complaint);
+  }
+}
+
+TEST_F(HostServerTest, TakesTheLargestFrame) {
+  const Data largest = [this] {
+    std::string filler(HostServer::MaxBodySize - 100, 'f');
+    while (request(Text(filler)).size() < HostServer::MaxBodySize) {
+      filler += 'f';
+    }
+    return request(Text(filler));
+  }();
+  ASSERT_EQ(largest.size(), HostServer::MaxBodySize);
+  Client client(socket_.path());
+  const std::jthread sender([&] { client.sendFrame(largest); });
+  // The reply repeats it and some more, and so is too large itself.
+  expectRefusal(client, "cannot be encoded");
+}
+
+TEST_F(HostServerTest, RefusesWhatIsNoPropertyList) {
+  Client client(socket_.path());
+  client.sendFrame(Data::copyOf(std::vector<std::uint8_t>{'b', 'p', 'l', 'i', 's', 't', '0', '0'}));
+  expectRefusal(client, "The request is not a property list: ");
+}
+
+TEST_F(HostServerTest, RefusesAPropertyListThatIsNoDictionary) {
+  std::vector<std::uint8_t> emptyArray{'b', 'p', 'l', 'i', 's', 't', '0', '0', 0xA0, 8};
+  emptyArray.insert(emptyArray.end(), {0, 0, 0, 0, 0, 0, 1, 1});  // sizes in the trailer
+  emptyArray.insert(emptyArray.end(), {0, 0, 0, 0, 0, 0, 0, 1});  // objects
+  emptyArray.insert(emptyArray.end(), {0, 0, 0, 0, 0, 0, 0, 0});  // the top one
+  emptyArray.insert(emptyArray.end(), {0, 0, 0, 0, 0, 0, 0, 9});  // the table's offset
+  Client client(socket_.path());
+  client.sendFrame(Data::copyOf(emptyArray));
+  expectRefusal(client, "not a dictionary");
+}
+
+TEST_F(HostServerTest, ServesNobodyElsesClients) {
+  if (::geteuid() != 0) {
+    GTEST_SKIP() << "needs the right to become another user";
+  }
+  ::chmod(directory_.path().c_str(), 0711);
+  ::chmod(socket_.path().c_str(), 0666);
+  std::vector<std::uint8_t> received{1};
+  bool connected = false;
+  // The bare system call changes the user of this one thread, which then ends.
+  std::thread([&] {
+    ::syscall(SYS_setresuid, 65534, 65534, 65534);
+    Client client(socket_.path());
+    connected = client.connected();
+    client.sendFrame(request("theirs"_text));
+    received = client.receiveAll();
+  }).join();
+  EXPECT_TRUE(connected);
+  EXPECT_TRUE(received.empty());
+  EXPECT_EQ(nextReport().bytesReceived, 0U);
+}
+
+TEST_F(HostServerTest, ServesMoreClientsThanItHasTurnsFor) {
+  std::vector<Client> clients;
+  for (std::size_t index = 0; index < HostServer::MaxConnections + 10; ++index) {
+    clients.emplace_back(socket_.path());
+    ASSERT_TRUE(clients.back().connected());
+  }
+  for (Client& client : clients) {
+    client.sendFrame(request("turn"_text));
+    EXPECT_EQ(receive(client).find("echo")->text()->view(), "turn");
+  }
+}
+
+}  // namespace
+}  // namespace korvan::host

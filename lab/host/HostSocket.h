@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <sys/types.h>
+
+#include "lab/host/Descriptor.h"
+
+namespace korvan::host {
+
+/// The socket file "acp.sock" that the extension connects to, listening for as long as this lives.
+class HostSocket {
+ public:
+  /// The longest path of a socket file, in bytes: what fits into a socket address on macOS.
+  static constexpr std::size_t MaxPathSize = 103;
+
+  /// Listens in `container`, which is made, for this user only, when missing. The socket file
+  /// itself is for this user only. One that nobody listens on any more is replaced. Throws
+  /// std::runtime_error that names the path, and leaves no file, when the path is too long, another
+  /// host is listening, or there is something else in the way.
+  explicit HostSocket(const std::filesystem::path& container);
+
+  HostSocket(const HostSocket&) = delete;
+  HostSocket& operator=(const HostSocket&) = delete;
+  HostSocket(HostSocket&&) = delete;
+  HostSocket& operator=(HostSocket&&) = delete;
+
+  /// Removes the file, if it is still this one's.
+  ~HostSocket();
+
+  [[nodiscard]] int descriptor() const noexcept { return listener_.get(); }
+  [[nodiscard]] const std::string& path() const noexcept { return path_; }
+
+ private:
+  std::string path_;
+  Descriptor listener_;
+  ino_t inode_ = 0;
+};
+
+}  // namespace korvan::host

@@ -1,0 +1,134 @@
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+
+#include <CLI/CLI.hpp>
+#include <pthread.h>
+#include <sys/signalfd.h>
+
+#include "channel/HostIdentifiers.h"
+#include "lab/host/EventLog.h"
+#include "lab/host/HostServer.h"
+#include "lab/host/HostSocket.h"
+#include "lab/host/RequestHandler.h"
+#include "lab/host/SystemError.h"
+#include "lab/host/Vault.h"
+#include "platform/linux/LinuxAppGroupContainers.h"
+#include "platform/linux/LinuxPropertyListSerialization.h"
+
+namespace {
+
+using namespace korvan;
+using namespace korvan::host;
+
+constexpr int UsageError = 2;
+
+constexpr const char* Description =
+    "A host application for the Korvan AutoFill extension: keeps passkeys and answers\n"
+    "the extension at the socket acp.sock until SIGTERM, SIGINT or SIGHUP. Standard\n"
+    "output has one JSON object a line: when it is ready (with its passkeys), when a\n"
+    "request unlocks the vault, and what came of each connection.\n\n"
+    "Where a request allows user interaction, the user that it plays agrees. Whoever\n"
+    "unlocked the vault counts as verified; but a silent request that requires user\n"
+    "verification gets \"userInteractionRequired\". A client may stall for 30 seconds.\n";
+
+struct Options {
+  std::string container;
+  std::string vault;
+  std::string url;
+  RequestHandler::Behaviour behaviour;
+};
+
+std::string emptyPathError(const std::string& path) {
+  return path.empty() ? "the path is empty" : "";
+}
+
+std::string launchUrlError(const std::string& url) {
+  return url.starts_with("korvan:") ? "" : "\"" + url + "\" is not a URL that opens Korvan";
+}
+
+void describe(CLI::App& app, Options& options, const std::string& program) {
+  app.description(Description);
+  app.get_formatter()->column_width(20);
+  app.add_option("--container", options.container,
+                 "Directory for the socket (default: the app group's container)")
+      ->type_name("DIR")
+      ->check(CLI::Validator(emptyPathError, ""));
+  app.add_option("--vault", options.vault, "File that keeps the passkeys (default: memory)")
+      ->type_name("FILE")
+      ->check(CLI::Validator(emptyPathError, ""));
+  app.add_flag("--locked", options.behaviour.locked,
+               "Locked until a request that allows user interaction");
+  app.add_flag("--user-cancels", options.behaviour.userCancels,
+               "The user cancels sign-ins, registrations, unlocking");
+  app.add_option("url", options.url, "What the extension opens this program with; not used")
+      ->type_name("URL")
+      ->check(CLI::Validator(launchUrlError, ""));
+  app.footer("Example:\n  " + program + " --container \"$(mktemp -d)\" --locked\n");
+}
+
+std::filesystem::path containerFor(const Options& options) {
+  if (!options.container.empty()) {
+    return options.container;
+  }
+  const auto path = LinuxAppGroupContainers().containerPath(AppGroupIdentifier);
+  if (!path) {
+    throw std::runtime_error("There is no container for the app group " +
+                             std::string(AppGroupIdentifier) + "; name one with --container.");
+  }
+  return *path;
+}
+
+/// Turns the signals that end a program into something to wait for. Called before there are
+/// threads, which inherit that the signals are blocked.
+Descriptor stopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    sigaddset(&signals, signal);
+  }
+  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  Descriptor descriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
+  requireSystem(descriptor.get() >= 0, "Waiting for signals");
+  return descriptor;
+}
+
+void run(const Options& options) {
+  const Descriptor stop = stopSignals();
+  Vault vault = options.vault.empty() ? Vault() : Vault(options.vault);
+  const HostSocket socket(containerFor(options));
+  EventLog log(std::cout);
+  RequestHandler handler(vault, options.behaviour, [&log] { log.unlocked(); });
+  const LinuxPropertyListSerialization serialization;
+  HostServer server(serialization,
+                    {.answer = [&handler](const auto& request) { return handler.answer(request); },
+                     .closed = [&log](const ConnectionReport& report) { log.connection(report); }});
+  log.ready(socket.path(), vault.passkeys());
+  server.run(socket.descriptor(), stop.get());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    // Whoever read the events may go away; the clients are served all the same.
+    std::ignore = std::signal(SIGPIPE, SIG_IGN);
+    CLI::App app;
+    Options options;
+    describe(app, options, *argv);
+    try {
+      app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+      return app.exit(error) == 0 ? EXIT_SUCCESS : UsageError;
+    }
+    run(options);
+    return EXIT_SUCCESS;
+  } catch (const std::exception& error) {
+    std::cerr << "korvan-sample-host: " << error.what() << '\n';
+    return EXIT_FAILURE;
+  }
+}
