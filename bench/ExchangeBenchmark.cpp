@@ -1,0 +1,127 @@
+// One exchange, and one whole silent sign-in, against the same system calls with nothing else.
+//
+// Both ends run on one processor: what is compared is work, not how two processors happen to meet.
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "bench/BareExchange.h"
+#include "bench/BareHandOver.h"
+#include "bench/BenchHost.h"
+#include "bench/PairedRounds.h"
+#include "bench/SignInBench.h"
+#include "channel/ExchangeProviderMessage.h"
+
+namespace korvan {
+namespace {
+
+void exchangeOnce(const std::string& socketPath, const Data& request) {
+  const ProviderExchange result = exchangeProviderMessage(
+      LinuxLocalSockets(), TrustingCodeSigning(), socketPath, request.bytes());
+  if (!result.response) {
+    std::abort();
+  }
+  benchmark::DoNotOptimize(result.response->bytes().data());
+}
+
+void bareExchangeOnce(const std::string& socketPath, const Data& request) {
+  const Data response = bareExchange(socketPath, request.bytes());
+  benchmark::DoNotOptimize(response.bytes().data());
+}
+
+Data bodyOf(std::size_t size) { return MutableData::zeroed(size).freeze(); }
+
+void compareExchanges(std::size_t size, std::size_t callsPerRound) {
+  const Data body = bodyOf(size);
+  const BenchHost host(body);
+  runPairedRounds(
+      "exchange of " + std::to_string(size) + " bytes each way",
+      {.rounds = 31, .callsPerRound = callsPerRound},
+      [&] { exchangeOnce(host.socketPath(), body); },
+      [&] { bareExchangeOnce(host.socketPath(), body); });
+}
+
+void compareSignIns() {
+  const BenchHost host(SignInBench::encodedAnswer());
+  SignInBench bench(host.directory());
+  const Data request = bench.encodedRequest();
+  BareHandOver handOver;
+  const std::function<void()> exchange = [&] { bareExchangeOnce(host.socketPath(), request); };
+  const auto signInOfSystemCalls = [&] {
+    // Of the container's check.
+    struct stat status{};
+    benchmark::DoNotOptimize(::lstat(host.directory().c_str(), &status));
+    benchmark::DoNotOptimize(::geteuid());
+    handOver.thereAndBack(exchange);
+  };
+  runPairedRounds(
+      "silent sign-in (floor: exchange, 2 hand-overs)", {.rounds = 31, .callsPerRound = 2'000},
+      [&] { bench.signIn(); }, signInOfSystemCalls);
+  runPairedRounds(
+      "silent sign-in (floor: exchange alone)", {.rounds = 15, .callsPerRound = 2'000},
+      [&] { bench.signIn(); }, exchange);
+}
+
+void Exchange(benchmark::State& state) {
+  const Data body = bodyOf(static_cast<std::size_t>(state.range(0)));
+  const BenchHost host(body);
+  for (auto _ : state) {
+    exchangeOnce(host.socketPath(), body);
+  }
+}
+
+void BareExchange(benchmark::State& state) {
+  const Data body = bodyOf(static_cast<std::size_t>(state.range(0)));
+  const BenchHost host(body);
+  for (auto _ : state) {
+    bareExchangeOnce(host.socketPath(), body);
+  }
+}
+
+void SilentSignIn(benchmark::State& state) {
+  const BenchHost host(SignInBench::encodedAnswer());
+  SignInBench bench(host.directory());
+  for (auto _ : state) {
+    bench.signIn();
+  }
+}
+
+BENCHMARK(Exchange)->Arg(450)->Arg(4'194'304)->UseRealTime();
+BENCHMARK(BareExchange)->Arg(450)->Arg(4'194'304)->UseRealTime();
+BENCHMARK(SilentSignIn)->UseRealTime();
+
+/// Keeps this process, with all threads to come, on the processor that it runs on.
+void stayOnOneProcessor() {
+  cpu_set_t processors;
+  CPU_ZERO(&processors);
+  CPU_SET(static_cast<std::size_t>(sched_getcpu()), &processors);
+  if (sched_setaffinity(0, sizeof(processors), &processors) != 0) {
+    static_cast<void>(std::fputs("Cannot stay on one processor; ratios will be noisy.\n", stderr));
+  }
+}
+
+}  // namespace
+}  // namespace korvan
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return EXIT_FAILURE;
+  }
+  korvan::stayOnOneProcessor();
+  std::printf("%-44s %17s %17s\n", "", "product", "floor");
+  korvan::compareExchanges(450, 2'000);
+  korvan::compareExchanges(4'194'304, 10);
+  korvan::compareSignIns();
+  std::puts("");
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return EXIT_SUCCESS;
+}

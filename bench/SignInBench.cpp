@@ -1,0 +1,116 @@
+#include "bench/SignInBench.h"
+
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "provider/CredentialProviderViewController.h"
+
+namespace korvan {
+namespace {
+
+Data bytesOf(std::size_t size, std::uint8_t first) {
+  MutableData data = MutableData::uninitialized(size);
+  std::uint8_t next = first;
+  for (std::uint8_t& byte : data.bytes()) {
+    byte = next;
+    next = static_cast<std::uint8_t>(next * 7 + 3);
+  }
+  return std::move(data).freeze();
+}
+
+std::shared_ptr<PasskeyCredentialRequest> makeRequest() {
+  auto request = std::make_shared<PasskeyCredentialRequest>();
+  request->credentialIdentity =
+      PasskeyCredentialIdentity{.recordIdentifier = "8F14E45F-CEEA-467F-A2D3-5C1B2E9D7A60",
+                                .relyingPartyIdentifier = "example.com",
+                                .userName = "alice",
+                                .userHandle = bytesOf(16, 1),
+                                .credentialID = bytesOf(32, 2)};
+  request->clientDataHash = bytesOf(32, 3);
+  request->userVerificationPreference = "preferred";
+  return request;
+}
+
+}  // namespace
+
+OSStatus TrustingCodeSigning::copyGuest(std::int32_t /*processIdentifier*/,
+                                        std::unique_ptr<Code>& code) const {
+  code = std::make_unique<Code>();
+  return 0;
+}
+
+OSStatus TrustingCodeSigning::createRequirement(std::string_view /*text*/,
+                                                std::unique_ptr<Requirement>& requirement) const {
+  requirement = std::make_unique<Requirement>();
+  return 0;
+}
+
+OSStatus TrustingCodeSigning::checkValidity(const Code& /*code*/,
+                                            const Requirement& /*requirement*/) const {
+  return 0;
+}
+
+std::optional<std::string> TrustingCodeSigning::errorMessage(OSStatus /*status*/) const {
+  return std::nullopt;
+}
+
+void SignInBench::Context::completeExtensionConfigurationRequest() { std::abort(); }
+void SignInBench::Context::completeAssertionRequest(const PasskeyAssertionCredential& credential) {
+  if (!credential.signature || credential.relyingParty != "example.com") {
+    std::abort();
+  }
+  ++completed;
+}
+void SignInBench::Context::completeRegistrationRequest(
+    const PasskeyRegistrationCredential& /*credential*/) {
+  std::abort();
+}
+void SignInBench::Context::cancelRequest(const Error& /*error*/) { std::abort(); }
+
+SignInBench::SignInBench(const std::string& directory)
+    : request_(makeRequest()),
+      appGroupContainers_(directory),
+      localizedStrings_(std::nullopt),
+      operatingSystem_({.major = 15}),
+      queues_(nullptr),
+      workspace_(NoHost()),
+      services_(std::make_shared<const Services>(Services{.appGroupContainers = appGroupContainers_,
+                                                          .clock = clock_,
+                                                          .codeSigning = codeSigning_,
+                                                          .extensionContext = extensionContext_,
+                                                          .localSockets = localSockets_,
+                                                          .localizedStrings = localizedStrings_,
+                                                          .operatingSystem = operatingSystem_,
+                                                          .propertyLists = propertyLists_,
+                                                          .queues = queues_,
+                                                          .views = views_,
+                                                          .workspace = workspace_})) {}
+
+void SignInBench::signIn() {
+  const std::size_t before = extensionContext_.completed;
+  std::make_shared<CredentialProviderViewController>(services_)
+      ->provideCredentialWithoutUserInteractionForRequest(request_);
+  while (extensionContext_.completed == before) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
+}
+
+Data SignInBench::encodedRequest() const {
+  const auto controller = std::make_shared<CredentialProviderViewController>(services_);
+  controller->setCredentialRequest(request_);
+  return *propertyLists_.encodeBinary(controller->assertionRequestForRecord({}, false, false));
+}
+
+Data SignInBench::encodedAnswer() {
+  return *LinuxPropertyListSerialization().encodeBinary(
+      {{.key = "ok"_text, .value = true},
+       {.key = "userHandle"_text, .value = bytesOf(16, 1)},
+       {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
+       {.key = "signature"_text, .value = bytesOf(71, 4)},
+       {.key = "clientDataHash"_text, .value = bytesOf(32, 3)},
+       {.key = "authenticatorData"_text, .value = bytesOf(37, 5)},
+       {.key = "credentialID"_text, .value = bytesOf(32, 2)}});
+}
+
+}  // namespace korvan

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <glib.h>
+
+#include "platform/CodeSigning.h"
+#include "platform/CredentialRequest.h"
+#include "platform/Data.h"
+#include "platform/ExtensionContext.h"
+#include "platform/Services.h"
+#include "platform/fake/FakeViews.h"
+#include "platform/linux/LinuxAppGroupContainers.h"
+#include "platform/linux/LinuxClock.h"
+#include "platform/linux/LinuxLocalSockets.h"
+#include "platform/linux/LinuxLocalizedStrings.h"
+#include "platform/linux/LinuxOperatingSystem.h"
+#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "platform/linux/LinuxQueues.h"
+#include "platform/linux/LinuxWorkspace.h"
+
+namespace korvan {
+
+/// Trusts every peer, so that what is measured is everything but the code-signature check.
+class TrustingCodeSigning : public CodeSigning {
+ public:
+  [[nodiscard]] OSStatus copyGuest(std::int32_t processIdentifier,
+                                   std::unique_ptr<Code>& code) const override;
+  [[nodiscard]] OSStatus createRequirement(
+      std::string_view text, std::unique_ptr<Requirement>& requirement) const override;
+  [[nodiscard]] OSStatus checkValidity(const Code& code,
+                                       const Requirement& requirement) const override;
+  [[nodiscard]] std::optional<std::string> errorMessage(OSStatus status) const override;
+};
+
+/// Whole silent sign-ins through the real platform, but for the code-signature check: from the
+/// entry point to the platform's completion, each on a controller of its own.
+class SignInBench {
+ public:
+  /// `directory` holds the host's socket.
+  explicit SignInBench(const std::string& directory);
+
+  /// Makes one sign-in. Aborts when it does not end in a credential.
+  void signIn();
+
+  /// The body of the request that signIn() sends.
+  [[nodiscard]] Data encodedRequest() const;
+
+  /// The body of an answer that signIn() takes.
+  [[nodiscard]] static Data encodedAnswer();
+
+ private:
+  class Context : public ExtensionContext {
+   public:
+    void completeExtensionConfigurationRequest() override;
+    void completeAssertionRequest(const PasskeyAssertionCredential& credential) override;
+    void completeRegistrationRequest(const PasskeyRegistrationCredential& credential) override;
+    void cancelRequest(const Error& error) override;
+
+    std::size_t completed = 0;
+  };
+
+  std::shared_ptr<PasskeyCredentialRequest> request_;
+  Context extensionContext_;
+  LinuxAppGroupContainers appGroupContainers_;
+  LinuxClock clock_;
+  TrustingCodeSigning codeSigning_;
+  LinuxLocalSockets localSockets_;
+  LinuxLocalizedStrings localizedStrings_;
+  LinuxOperatingSystem operatingSystem_;
+  LinuxPropertyListSerialization propertyLists_;
+  LinuxQueues queues_;
+  FakeViews views_;
+  LinuxWorkspace workspace_;
+  std::shared_ptr<const Services> services_;
+};
+
+}  // namespace korvan

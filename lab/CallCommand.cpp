@@ -1,0 +1,136 @@
+#include "lab/CallCommand.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "lab/CallParser.h"
+#include "lab/SystemOptions.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr int AllLinesWereCalls = 0;
+constexpr int SomeLineWasNoCall = 2;
+
+constexpr std::string_view HelpPage =
+    R"(Usage: korvan-lab call [options] [FILE]
+
+Calls entry points of the extension. Reads one JSON object a line, from FILE or
+standard input, and answers each with one: "entryPoint" is the selector, other
+keys are its arguments, bytes are base64url. Each call has its own controller.
+
+  --container DIR|none     the app group's container; otherwise the user's own
+  --host-application EXECUTABLE|none
+                           what counts as the host; otherwise the desktop's
+  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+  --os-version VERSION     the macOS to stand in for; otherwise 15.0
+  --notice press-ok|leave  what becomes of the notice; otherwise press-ok
+  --show-messages          also shows what went over the socket
+  --help                   this page
+
+The exit status is 0, or 2 when a line was no call, or 1 when nothing was done.
+
+Example:
+  echo '{"entryPoint":"prepareInterfaceForExtensionConfiguration"}' |
+    korvan-lab call --host-application none --show-messages
+)";
+
+struct Options {
+  SystemOptions system;
+  std::string operatingSystemVersion;
+  std::string notice;
+  bool showMessages = false;
+  std::string file;
+};
+
+std::string flawOfVersion(const std::string& text) {
+  const auto version = parseOperatingSystemVersion(text);
+  return version ? std::string() : version.error();
+}
+
+std::string flawOfNotice(const std::string& text) {
+  if (text == "press-ok" || text == "leave") {
+    return {};
+  }
+  if (text == "terminal" || text == "window") {
+    return "this lab has no " + text + " for the notice; it must be press-ok or leave";
+  }
+  return "\"" + text + "\" is no way to treat the notice; it must be press-ok or leave";
+}
+
+LabSettings settingsOf(const Options& options) {
+  LabSettings settings = options.system.settings();
+  settings.noticeMode = options.notice == "leave" ? NoticeMode::leave : NoticeMode::pressOk;
+  settings.listensToMessages = options.showMessages;
+  if (!options.operatingSystemVersion.empty()) {
+    settings.operatingSystemVersion =
+        parseOperatingSystemVersion(options.operatingSystemVersion).value();
+  }
+  return settings;
+}
+
+std::ifstream openFile(const std::string& name) {
+  std::ifstream file(name);
+  if (!file) {
+    throw std::system_error(errno, std::generic_category(), "cannot read " + name);
+  }
+  // A directory opens, but there is nothing in it to read.
+  if (std::filesystem::is_directory(name)) {
+    throw std::system_error(EISDIR, std::generic_category(), "cannot read " + name);
+  }
+  return file;
+}
+
+int run(const Options& options) {
+  std::ifstream file;
+  if (!options.file.empty()) {
+    file = openFile(options.file);
+  }
+  CallRunner runner(settingsOf(options));
+  const OutcomeWriter writer(runner.propertyLists(), options.showMessages);
+  const bool allCalls =
+      serveLines(options.file.empty() ? std::cin : file, std::cout, runner, writer);
+  return allCalls ? AllLinesWereCalls : SomeLineWasNoCall;
+}
+
+}  // namespace
+
+bool serveLines(std::istream& input, std::ostream& output, CallRunner& runner,
+                const OutcomeWriter& writer) {
+  bool allCalls = true;
+  std::string line;
+  while (std::getline(input, line)) {
+    if (line.find_first_not_of(" \t\r") == std::string::npos) {
+      continue;
+    }
+    const auto call = parseCall(line);
+    output << (call ? writer.line(runner.run(*call)) : writer.invalidLine(call.error())) << '\n'
+           << std::flush;
+    if (!output) {
+      throw std::runtime_error("cannot write an answer to standard output");
+    }
+    allCalls = allCalls && call.has_value();
+  }
+  return allCalls;
+}
+
+void addCallCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command = *app.add_subcommand("call", "calls entry points, for scripts");
+  const auto options = std::make_shared<Options>();
+  options->system.addTo(command);
+  command.add_option("--os-version", options->operatingSystemVersion)
+      ->check(CLI::Validator(flawOfVersion, ""));
+  command.add_option("--notice", options->notice)->check(CLI::Validator(flawOfNotice, ""));
+  command.add_flag("--show-messages", options->showMessages);
+  command.add_option("FILE", options->file);
+  setHelpPage(command, HelpPage);
+  command.callback([options, &exitStatus] { exitStatus = run(*options); });
+}
+
+}  // namespace korvan::lab

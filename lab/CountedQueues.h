@@ -1,0 +1,36 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+
+#include <glib.h>
+
+#include "platform/Queues.h"
+
+namespace korvan::lab {
+
+/// Queues that know whether work is still to come; otherwise those it is given.
+class CountedQueues final : public Queues {
+ public:
+  /// Refers to both, which outlive it. `mainContext` is where `queues` runs the main thread's work.
+  CountedQueues(const Queues& queues, GMainContext* mainContext)
+      : queues_(queues), mainContext_(mainContext) {}
+
+  void asyncMain(std::function<void()> work) const override;
+  void syncMain(const std::function<void()>& work) const override;
+  void asyncBackground(std::function<void()> work) const override;
+
+  /// Runs the main thread's work, on this thread, until no work of either kind is left, and all
+  /// that it held is released.
+  void runUntilIdle() const;
+
+ private:
+  [[nodiscard]] std::function<void()> counted(std::function<void()> work) const;
+
+  const Queues& queues_;
+  GMainContext* const mainContext_;
+  mutable std::atomic<std::size_t> pending_ = 0;
+};
+
+}  // namespace korvan::lab

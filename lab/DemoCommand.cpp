@@ -1,0 +1,46 @@
+#include "lab/DemoCommand.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <tuple>
+
+#include "lab/Demo.h"
+#include "lab/Narrator.h"
+#include "lab/Supervisor.h"
+#include "lab/SystemOptions.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr std::string_view HelpPage =
+    R"(Usage: korvan-lab demo
+
+Shows what the extension does, with sample hosts of its own: sign-ins with and
+without the user, a host that has to be opened first, refusals, an impostor and
+the notice. Everything happens in a private directory that is removed again.
+
+  --help  this page
+
+The exit status is 0 when every step was verified, otherwise 1.
+
+Example:
+  korvan-lab demo
+)";
+
+}  // namespace
+
+void addDemoCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command = *app.add_subcommand("demo", "the whole tour, with sample hosts of its own");
+  setHelpPage(command, HelpPage);
+  command.callback([&app, &exitStatus] {
+    // Who reads the story may go away; the hosts are ended all the same.
+    std::ignore = std::signal(SIGPIPE, SIG_IGN);
+    exitStatus = runSupervised([&app](const std::filesystem::path& directory) {
+      Narrator narrator = Narrator::toStandardOutput();
+      return runDemo(narrator, directory, app.get_name()) ? EXIT_SUCCESS : EXIT_FAILURE;
+    });
+  });
+}
+
+}  // namespace korvan::lab

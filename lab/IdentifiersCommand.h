@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace korvan::lab {
+
+/// Adds `korvan-lab identifiers`, which prints whom the extension trusts, as JSON.
+void addIdentifiersCommand(CLI::App& app);
+
+}  // namespace korvan::lab

@@ -1,0 +1,39 @@
+#include "lab/LabPlatform.h"
+
+#include <optional>
+#include <string>
+
+namespace korvan::lab {
+namespace {
+
+LinuxAppGroupContainers containersFor(const LabSettings& settings) {
+  if (!settings.container) {
+    return {};
+  }
+  return LinuxAppGroupContainers(settings.container == LabSettings::None ? std::nullopt
+                                                                         : settings.container);
+}
+
+WorkspaceHost hostFor(const LabSettings& settings) {
+  if (!settings.hostApplication) {
+    return DesktopHost();
+  }
+  if (settings.hostApplication == LabSettings::None) {
+    return NoHost();
+  }
+  return HostExecutable{*settings.hostApplication};
+}
+
+}  // namespace
+
+LabPlatform::LabPlatform(const LabSettings& settings)
+    : mainContext(g_main_context_ref(g_main_context_default()), g_main_context_unref),
+      systemQueues(mainContext.get()),
+      queues(systemQueues, mainContext.get()),
+      appGroupContainers(containersFor(settings)),
+      codeSigning(settings.trustAnchorPem),
+      localizedStrings(std::nullopt),
+      operatingSystem(settings.operatingSystemVersion),
+      workspace(hostFor(settings)) {}
+
+}  // namespace korvan::lab

@@ -1,0 +1,114 @@
+#include "lab/MessageJson.h"
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+
+#include "channel/ProviderFrame.h"
+#include "channel/ProviderMessage.h"
+#include "lab/host/Base64Url.h"
+#include "platform/PropertyList.h"
+
+namespace korvan::lab {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json dataJson(const Data& data) { return {{"data", host::base64Url(data.bytes())}}; }
+
+class TooLarge : public std::length_error {
+ public:
+  TooLarge() : std::length_error("more values than a message has bytes") {}
+};
+
+/// Writes values out one by one. A body can refer to one value from many places, and those places
+/// to each other, so that it stands for far more than it holds; that is not followed without end.
+class Writer {
+ public:
+  Json dictionary(const PropertyListDictionary& dictionary) {
+    Json object = Json::object();
+    for (const auto& [key, member] : dictionary.entries()) {
+      spend(key.view().size());
+      object[std::string(key.view())] = value(member);
+    }
+    return object;
+  }
+
+ private:
+  // Enough for every message without repeated references.
+  static constexpr std::size_t Budget = 2 * MaxProviderMessageSize;
+
+  void spend(std::size_t size) {
+    if (size >= left_) {
+      throw TooLarge();
+    }
+    left_ -= size;
+  }
+
+  Json array(const PropertyListValue::Array& values) {
+    Json list = Json::array();
+    for (const PropertyListValue& element : values) {
+      list.push_back(value(element));
+    }
+    return list;
+  }
+
+  Json value(const PropertyListValue& value) {
+    spend(1);
+    if (const auto* nested = value.dictionary()) {
+      return dictionary(*nested);
+    }
+    if (const auto* list = value.array()) {
+      return array(*list);
+    }
+    if (const auto* text = value.text()) {
+      spend(text->view().size());
+      return text->view();
+    }
+    if (const auto* data = value.data()) {
+      spend(data->size());
+      return dataJson(*data);
+    }
+    return scalar(value);
+  }
+
+  static Json scalar(const PropertyListValue& value) {
+    if (const auto boolean = value.boolean()) {
+      return *boolean;
+    }
+    if (const auto integer = value.integer()) {
+      return *integer;
+    }
+    if (const auto integer = value.largeInteger()) {
+      return *integer;
+    }
+    if (const auto real = value.real()) {
+      return *real;
+    }
+    if (const auto date = value.date()) {
+      return {{"date", date->secondsSinceReferenceDate}};
+    }
+    if (const auto uid = value.uid()) {
+      return {{"uid", uid->value}};
+    }
+    return nullptr;
+  }
+
+  std::size_t left_ = Budget;
+};
+
+}  // namespace
+
+Json messageJson(const PropertyListSerialization& propertyLists, const Data& body) {
+  const auto decoded = decodeProviderMessage(propertyLists, body);
+  if (!decoded.message) {
+    return dataJson(body);
+  }
+  try {
+    return Writer().dictionary(*decoded.message);
+  } catch (const TooLarge&) {
+    return dataJson(body);
+  }
+}
+
+}  // namespace korvan::lab

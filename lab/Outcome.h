@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "lab/MessageTap.h"
+#include "platform/Error.h"
+#include "platform/ExtensionContext.h"
+
+namespace korvan::lab {
+
+struct CompletedAssertion {
+  PasskeyAssertionCredential credential;
+};
+
+struct CompletedRegistration {
+  PasskeyRegistrationCredential credential;
+};
+
+struct CompletedConfiguration {};
+
+struct Cancelled {
+  Error error;
+  /// The notice was up before the cancellation.
+  bool noticeShown = false;
+};
+
+/// The notice is up, and nobody presses its button.
+struct NoticePending {};
+
+/// The entry point of a report returned.
+struct Returned {};
+
+/// The entry point refused its arguments.
+struct Refused {
+  std::string reason;
+};
+
+/// How a call ended.
+using Outcome = std::variant<CompletedAssertion, CompletedRegistration, CompletedConfiguration,
+                             Cancelled, NoticePending, Returned, Refused>;
+
+/// Everything that was seen of one call.
+struct CallReport {
+  Outcome outcome;
+  /// From the entry point's call to the outcome.
+  double milliseconds = 0;
+  /// What went over the socket, in order; empty when nobody listened in.
+  std::vector<RecordedFrame> frames;
+};
+
+}  // namespace korvan::lab

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include <openssl/evp.h>
+
+namespace korvan::lab {
+
+/// The public half of a passkey, on the curve P-256.
+class PublicKey {
+ public:
+  /// From a SubjectPublicKeyInfo, in DER or as PEM text. Throws std::invalid_argument when it is
+  /// none or another kind of key.
+  static PublicKey fromDer(std::span<const std::uint8_t> der);
+  static PublicKey fromPem(std::string_view pem);
+
+  /// True when `signature`, a DER Ecdsa-Sig-Value, is the key's ES256 signature of `message`.
+  /// https://www.rfc-editor.org/rfc/rfc9053#section-2.1
+  [[nodiscard]] bool verifies(std::span<const std::uint8_t> message,
+                              std::span<const std::uint8_t> signature) const;
+
+ private:
+  explicit PublicKey(EVP_PKEY* key);
+
+  std::shared_ptr<EVP_PKEY> key_;
+};
+
+}  // namespace korvan::lab

@@ -1,0 +1,146 @@
+#include "lab/SignInCommand.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+
+#include "lab/Narrator.h"
+#include "lab/SignIn.h"
+#include "lab/Stage.h"
+#include "lab/Supervisor.h"
+#include "lab/SystemOptions.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr std::string_view HelpPage =
+    R"(Usage: korvan-lab sign-in [options]
+
+Signs in with a passkey as a browser would, and checks what comes back as the
+web site would. Unless told where the host application is, it brings its own.
+
+  --relying-party DOMAIN   the web site; otherwise example.com
+  --interactive            may show the extension, and open the host application
+  --list                   the same, and lets the host choose the passkey
+  --container DIR|none     the app group's container
+  --host-application EXECUTABLE|none
+                           what counts as the host; otherwise the desktop's
+  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+  --public-key FILE.pem    the passkey's public key, for a host of your own;
+                           without it the signature is not checked
+  --help                   this page
+
+The exit status is 0 when the sign-in was verified, otherwise 1.
+
+Example:
+  korvan-lab sign-in --interactive
+)";
+
+struct Options {
+  SystemOptions system;
+  std::string relyingParty = "example.com";
+  std::string publicKeyFile;
+  bool interactive = false;
+  bool list = false;
+
+  [[nodiscard]] SignInRoad road() const {
+    if (list) {
+      return SignInRoad::list;
+    }
+    return interactive ? SignInRoad::interactive : SignInRoad::silent;
+  }
+};
+
+std::optional<RegisteredPasskey> registeredPasskey(const Options& options) {
+  if (options.publicKeyFile.empty()) {
+    return std::nullopt;
+  }
+  try {
+    return RegisteredPasskey{.key = PublicKey::fromPem(contentsOf(options.publicKeyFile)),
+                             .credentialID = std::nullopt,
+                             .userHandle = std::nullopt};
+  } catch (const std::invalid_argument& flaw) {
+    throw std::runtime_error("--public-key: " + options.publicKeyFile + " " + flaw.what());
+  }
+}
+
+/// What a system knows of a passkey that it has never seen.
+PasskeyCredentialIdentity anyPasskeyOf(const std::string& relyingParty) {
+  PasskeyCredentialIdentity identity;
+  identity.relyingPartyIdentifier = relyingParty;
+  return identity;
+}
+
+bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResult& result) {
+  narrator.outcome(result.report);
+  for (const Finding& finding : result.findings) {
+    narrator.finding(finding);
+  }
+  const std::string duration = " (" + durationText(result.report.milliseconds) + ")";
+  return narrator.verdict(result.verified(),
+                          (result.verified() ? "Signed in to " : "No verified sign-in to ") +
+                              relyingParty.identifier() + duration);
+}
+
+bool signInWith(const Options& options, const LabSettings& settings,
+                const PasskeyCredentialIdentity& identity,
+                const std::optional<RegisteredPasskey>& registered) {
+  Narrator narrator = Narrator::toStandardOutput();
+  // A site that lets the user take part asks for the verification too.
+  const RelyingParty relyingParty(options.relyingParty,
+                                  options.road() == SignInRoad::silent
+                                      ? RelyingParty::UserVerification::preferred
+                                      : RelyingParty::UserVerification::required);
+  narrator.heading("Signing in to " + relyingParty.identifier());
+  narrator.say("The client data is " + relyingParty.clientDataJSON());
+  CallRunner runner(settings);
+  return tell(narrator, relyingParty,
+              signIn(runner, options.road(), relyingParty, identity, registered));
+}
+
+bool signInWithOwnHost(const Options& options, const std::filesystem::path& directory) {
+  Stage stage(directory);
+  SampleHostProcess& host = stage.startHost(sampleHostProgram(), {});
+  const auto passkey = enrolledPasskey(host.nextEvent(), options.relyingParty);
+  LabSettings settings = options.system.settings();
+  settings.container = stage.container();
+  return passkey ? signInWith(options, settings, passkey->identity, passkey->registered)
+                 : signInWith(options, settings, anyPasskeyOf(options.relyingParty), std::nullopt);
+}
+
+int run(const Options& options) {
+  // Who reads the story may go away; the host is ended all the same.
+  std::ignore = std::signal(SIGPIPE, SIG_IGN);
+  const bool otherHost = !options.system.container.empty() ||
+                         !options.system.hostApplication.empty() || !options.publicKeyFile.empty();
+  if (otherHost) {
+    return signInWith(options, options.system.settings(), anyPasskeyOf(options.relyingParty),
+                      registeredPasskey(options))
+               ? EXIT_SUCCESS
+               : EXIT_FAILURE;
+  }
+  return runSupervised([&options](const std::filesystem::path& directory) {
+    return signInWithOwnHost(options, directory) ? EXIT_SUCCESS : EXIT_FAILURE;
+  });
+}
+
+}  // namespace
+
+void addSignInCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command = *app.add_subcommand("sign-in", "signs in and checks the answer");
+  const auto options = std::make_shared<Options>();
+  options->system.addTo(command);
+  command.add_option("--relying-party", options->relyingParty);
+  command.add_option("--public-key", options->publicKeyFile);
+  auto* const interactive = command.add_flag("--interactive", options->interactive);
+  command.add_flag("--list", options->list)->excludes(interactive);
+  setHelpPage(command, HelpPage);
+  command.callback([options, &exitStatus] { exitStatus = run(*options); });
+}
+
+}  // namespace korvan::lab

@@ -1,0 +1,58 @@
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "lab/CallCommand.h"
+#include "lab/DemoCommand.h"
+#include "lab/IdentifiersCommand.h"
+#include "lab/SignInCommand.h"
+#include "lab/SystemOptions.h"
+
+namespace {
+
+constexpr std::string_view HelpPage =
+    R"(Usage: korvan-lab COMMAND [options]
+
+Plays the operating system for the Korvan AutoFill extension: calls its entry
+points, runs the main loop, and shows what the extension told the system.
+
+  demo         the whole tour, with sample hosts of its own
+  sign-in      signs in with a passkey, and checks the answer as a web site does
+  call         calls entry points, for scripts: lines of JSON in and out
+  identifiers  whom this build of the extension trusts
+
+Each command has its own --help.
+
+Example:
+  korvan-lab demo
+)";
+
+int run(int argc, char** argv) {
+  CLI::App app;
+  int exitStatus = EXIT_SUCCESS;
+  app.require_subcommand(1);
+  korvan::lab::setHelpPage(app, HelpPage);
+  korvan::lab::addDemoCommand(app, exitStatus);
+  korvan::lab::addSignInCommand(app, exitStatus);
+  korvan::lab::addCallCommand(app, exitStatus);
+  korvan::lab::addIdentifiersCommand(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+  }
+  return exitStatus;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    std::cerr << "korvan-lab: " << error.what() << '\n';
+    return EXIT_FAILURE;
+  }
+}
