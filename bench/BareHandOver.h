@@ -7,10 +7,14 @@
 
 namespace korvan {
 
-/// The floor of a hand-over between threads: a mutex, a condition variable and a resident thread.
+/// The floor of a hand-over to a resident thread and back: a mutex and a condition variable there,
+/// and back either the same, or, as to a thread that also has other events to wait for, an event
+/// descriptor that it polls.
 class BareHandOver {
  public:
-  BareHandOver();
+  enum class WayBack : unsigned char { condition, polledDescriptor };
+
+  explicit BareHandOver(WayBack wayBack);
   BareHandOver(const BareHandOver&) = delete;
   BareHandOver& operator=(const BareHandOver&) = delete;
   ~BareHandOver();
@@ -23,7 +27,11 @@ class BareHandOver {
 
   void serve();
   void giveTurn(Turn turn);
+  void handBack();
+  void waitForTurn();
 
+  const WayBack wayBack_;
+  const int descriptor_;
   std::mutex mutex_;
   std::condition_variable changed_;
   Turn turn_ = Turn::caller;

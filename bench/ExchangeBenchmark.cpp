@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
@@ -48,25 +49,21 @@ void compareExchanges(std::size_t size, std::size_t callsPerRound) {
       [&] { bareExchangeOnce(host.socketPath(), body); });
 }
 
-void compareSignIns() {
+void compareSignIns(std::string_view name, BareHandOver::WayBack wayBack) {
   const BenchHost host(SignInBench::encodedAnswer());
   SignInBench bench(host.directory());
   const Data request = bench.encodedRequest();
-  BareHandOver handOver;
+  BareHandOver handOver(wayBack);
   const std::function<void()> exchange = [&] { bareExchangeOnce(host.socketPath(), request); };
-  const auto signInOfSystemCalls = [&] {
-    // Of the container's check.
-    struct stat status{};
-    benchmark::DoNotOptimize(::lstat(host.directory().c_str(), &status));
-    benchmark::DoNotOptimize(::geteuid());
-    handOver.thereAndBack(exchange);
-  };
   runPairedRounds(
-      "silent sign-in (floor: exchange, 2 hand-overs)", {.rounds = 31, .callsPerRound = 2'000},
-      [&] { bench.signIn(); }, signInOfSystemCalls);
-  runPairedRounds(
-      "silent sign-in (floor: exchange alone)", {.rounds = 15, .callsPerRound = 2'000},
-      [&] { bench.signIn(); }, exchange);
+      name, {.rounds = 31, .callsPerRound = 2'000}, [&] { bench.signIn(); },
+      [&] {
+        // Of the container's check.
+        struct stat status{};
+        benchmark::DoNotOptimize(::lstat(host.directory().c_str(), &status));
+        benchmark::DoNotOptimize(::geteuid());
+        handOver.thereAndBack(exchange);
+      });
 }
 
 void Exchange(benchmark::State& state) {
@@ -119,7 +116,10 @@ int main(int argc, char** argv) {
   std::printf("%-44s %17s %17s\n", "", "product", "floor");
   korvan::compareExchanges(450, 2'000);
   korvan::compareExchanges(4'194'304, 10);
-  korvan::compareSignIns();
+  korvan::compareSignIns("silent sign-in, over condition variables",
+                         korvan::BareHandOver::WayBack::condition);
+  korvan::compareSignIns("silent sign-in, back over a polled descriptor",
+                         korvan::BareHandOver::WayBack::polledDescriptor);
   std::puts("");
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
