@@ -54,7 +54,8 @@ int listenAt(const std::string& path) {
     throw std::runtime_error("the path is too long for a socket: " + path);
   }
   std::memcpy(address.sun_path, path.data(), path.size());
-  if (::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+  if (listener < 0 ||
+      ::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
       ::listen(listener, SOMAXCONN) != 0) {
     throw std::runtime_error("cannot listen at " + path);
   }

@@ -69,7 +69,7 @@ void compareSignIns(std::string_view name, BareHandOver::WayBack wayBack) {
 void Exchange(benchmark::State& state) {
   const Data body = bodyOf(static_cast<std::size_t>(state.range(0)));
   const BenchHost host(body);
-  for (auto _ : state) {
+  for ([[maybe_unused]] const auto _ : state) {
     exchangeOnce(host.socketPath(), body);
   }
 }
@@ -77,7 +77,7 @@ void Exchange(benchmark::State& state) {
 void BareExchange(benchmark::State& state) {
   const Data body = bodyOf(static_cast<std::size_t>(state.range(0)));
   const BenchHost host(body);
-  for (auto _ : state) {
+  for ([[maybe_unused]] const auto _ : state) {
     bareExchangeOnce(host.socketPath(), body);
   }
 }
@@ -85,7 +85,7 @@ void BareExchange(benchmark::State& state) {
 void SilentSignIn(benchmark::State& state) {
   const BenchHost host(SignInBench::encodedAnswer());
   SignInBench bench(host.directory());
-  for (auto _ : state) {
+  for ([[maybe_unused]] const auto _ : state) {
     bench.signIn();
   }
 }
