@@ -188,7 +188,7 @@ TEST_F(ExchangeProviderMessage, PeerIsVerifiedBeforeTheFirstByteIsSent) {
 
 TEST_F(ExchangeProviderMessage, CodeObjectsAreReleasedBeforeTheFirstByteIsSent) {
   int liveAtSend = -1;
-  sockets.peer.onRecv = [&] { liveAtSend = codeSigning.liveCodes + codeSigning.liveRequirements; };
+  sockets.peer.onSend = [&] { liveAtSend = codeSigning.liveCodes + codeSigning.liveRequirements; };
   peerAnswers(framed(pattern(1)));
   expectResponse(pattern(1));
   EXPECT_EQ(liveAtSend, 0);

@@ -95,6 +95,9 @@ std::ptrdiff_t FakeLocalSockets::send(int descriptor, std::span<const std::uint8
   if (bytes.empty()) {
     brokenRule("an empty send");
   }
+  if (connection.peer.onSend) {
+    connection.peer.onSend();
+  }
   if (isInterrupted(connection)) {
     return fail(EINTR);
   }

@@ -44,6 +44,8 @@ struct FakePeer {
   std::size_t gives = Unlimited;
   int recvErrno = 0;
 
+  /// Called at the start of every send.
+  std::function<void()> onSend;
   /// Called at the start of every recv: the host takes its time.
   std::function<void()> onRecv;
 };
