@@ -1,5 +1,7 @@
 #include "channel/ProviderMessage.h"
 
+#include <utility>
+
 namespace korvan {
 
 bool booleanForKey(const ProviderMessage& message, std::string_view key) {
@@ -29,13 +31,11 @@ ProviderMessage failureResponse(std::string_view errorCode, std::string_view err
 
 DecodedProviderMessage decodeProviderMessage(const PropertyListSerialization& propertyLists,
                                              const Data& body) {
-  const auto decoded = propertyLists.decode(body);
+  auto decoded = propertyLists.decode(body);
   if (!decoded) {
-    return {.message = std::nullopt, .error = decoded.error()};
+    return {.message = std::nullopt, .error = std::move(decoded).error()};
   }
-  const PropertyListDictionary* const dictionary = decoded->dictionary();
-  return {.message = dictionary != nullptr ? std::optional(*dictionary) : std::nullopt,
-          .error = std::nullopt};
+  return {.message = std::move(*decoded).takeDictionary(), .error = std::nullopt};
 }
 
 }  // namespace korvan

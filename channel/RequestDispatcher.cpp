@@ -39,15 +39,16 @@ struct PendingRequest {
 };
 
 /// Empty when there is no place for the socket.
-std::string socketPathIn(const std::optional<std::string>& container) {
+std::string socketPathIn(std::optional<std::string> container) {
   if (!container || container->empty()) {
     return {};
   }
-  std::string path = *container;
+  std::string path = *std::move(container);
   if (path.back() != '/') {
     path += '/';
   }
-  return path.append(SocketName);
+  path += SocketName;
+  return path;
 }
 
 ProviderExchange exchange(const PendingRequest& pending) {
@@ -128,8 +129,11 @@ void complete(const PendingRequest& pending) {
   if (!controller || !pending.completion) {
     return;
   }
-  pending.completion(pending.answer.message ? *pending.answer.message
-                                            : unavailableResponse(pending));
+  if (pending.answer.message) {
+    pending.completion(*pending.answer.message);
+  } else {
+    pending.completion(unavailableResponse(pending));
+  }
 }
 
 }  // namespace
@@ -137,9 +141,9 @@ void complete(const PendingRequest& pending) {
 void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
                              std::weak_ptr<const void> controller, ProviderMessage request,
                              ProviderCompletion completion) {
-  const auto container = services->appGroupContainers.containerPath(AppGroupIdentifier);
+  auto container = services->appGroupContainers.containerPath(AppGroupIdentifier);
   auto encoded = services->propertyLists.encodeBinary(request);
-  std::string socketPath = socketPathIn(container);
+  std::string socketPath = socketPathIn(std::move(container));
   if (socketPath.empty()) {
     if (completion) {
       completion(failureResponse(provider_error_code::unavailable,

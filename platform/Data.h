@@ -42,7 +42,6 @@ class Data {
   friend bool operator==(const Data& left, const Data& right) noexcept;
 
  private:
-  friend class Text;
   std::shared_ptr<const std::uint8_t> first_;
   std::size_t size_ = 0;
 };

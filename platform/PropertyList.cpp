@@ -28,8 +28,8 @@ struct Candidate {
 
 bool areOrdered(std::span<const PropertyListDictionary::Entry> entries) {
   const auto isOutOfOrder = [](const auto& left, const auto& right) {
-    const std::uint64_t leftPrefix = left.key.orderingPrefix();
-    const std::uint64_t rightPrefix = right.key.orderingPrefix();
+    const std::uint64_t leftPrefix = orderingPrefixOf(left.key.view());
+    const std::uint64_t rightPrefix = orderingPrefixOf(right.key.view());
     return leftPrefix > rightPrefix ||
            (leftPrefix == rightPrefix && left.key.view() >= right.key.view());
   };
@@ -46,7 +46,7 @@ std::vector<PropertyListDictionary::Entry> ordered(std::span<Entry> entries, Tak
   std::pmr::vector<Candidate<Entry>> candidates(&memory);
   candidates.reserve(entries.size());
   for (Entry& entry : entries) {
-    candidates.push_back({entry.key.orderingPrefix(), &entry});
+    candidates.push_back({orderingPrefixOf(entry.key.view()), &entry});
   }
   std::ranges::sort(candidates, std::less<>());
   std::vector<PropertyListDictionary::Entry> result;
@@ -116,7 +116,21 @@ PropertyListValue::PropertyListValue(Array value)
     : value_(std::make_shared<const Array>(std::move(value))) {}
 
 PropertyListValue::PropertyListValue(PropertyListDictionary value)
-    : value_(std::make_shared<const PropertyListDictionary>(std::move(value))) {}
+    : value_(std::make_shared<PropertyListDictionary>(std::move(value))) {}
+
+std::optional<PropertyListDictionary> PropertyListValue::takeDictionary() && {
+  const PropertyListValue taken = std::exchange(*this, {});
+  const auto* const held =
+      std::get_if<std::shared_ptr<const PropertyListDictionary>>(&taken.value_);
+  if (held == nullptr) {
+    return std::nullopt;
+  }
+  if (held->use_count() > 1) {
+    return **held;
+  }
+  // Nobody else can see it, and it was not made const: see the constructor.
+  return std::move(*std::const_pointer_cast<PropertyListDictionary>(*held));
+}
 
 bool PropertyListValue::truthValue() const noexcept {
   return boolean().value_or(false) || integer().value_or(0) != 0 ||
@@ -146,8 +160,11 @@ const PropertyListValue* PropertyListDictionary::find(std::string_view key) cons
   const auto keyOf = [](const Entry& entry) { return entry.key.view(); };
   // Up to here, walking past keys of other lengths costs less than halving the range does.
   constexpr std::size_t MaxWalked = 16;
-  const auto found = size() <= MaxWalked ? std::ranges::find(entries_, key, keyOf)
-                                         : std::ranges::lower_bound(entries_, key, {}, keyOf);
+  if (size() <= MaxWalked) {
+    const auto found = std::ranges::find(entries_, key, keyOf);
+    return found != entries_.end() ? &found->value : nullptr;
+  }
+  const auto found = std::ranges::lower_bound(entries_, key, {}, keyOf);
   return found != entries_.end() && keyOf(*found) == key ? &found->value : nullptr;
 }
 

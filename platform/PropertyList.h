@@ -104,6 +104,10 @@ class PropertyListValue {
     return held != nullptr ? held->get() : nullptr;
   }
 
+  /// The dictionary itself when no copy of this value shares it, otherwise a copy; nothing when the
+  /// value is of another kind. This value is null afterwards.
+  [[nodiscard]] std::optional<PropertyListDictionary> takeDictionary() &&;
+
   /// What a boolean read of the value gives: a boolean's own value, whether a number differs from
   /// zero, and false for everything else.
   [[nodiscard]] bool truthValue() const noexcept;

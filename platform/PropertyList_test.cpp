@@ -116,6 +116,31 @@ TEST(PropertyListValue, SharesContainersWithCopies) {
   EXPECT_EQ(copy.array(), value.array());
 }
 
+TEST(PropertyListValue, HandsItsDictionaryOverWithoutACopy) {
+  PropertyListValue value(PropertyListDictionary{{.key = "ok"_text, .value = true}});
+  const auto* const entries = value.dictionary()->entries().data();
+
+  const auto taken = std::move(value).takeDictionary();
+
+  ASSERT_TRUE(taken);
+  EXPECT_EQ(taken->entries().data(), entries);
+}
+
+TEST(PropertyListValue, CopiesTheDictionaryThatItHandsOverWhileOthersShareIt) {
+  PropertyListValue value(PropertyListDictionary{{.key = "ok"_text, .value = true}});
+  const PropertyListValue other = value;
+
+  const auto taken = std::move(value).takeDictionary();
+
+  ASSERT_TRUE(taken);
+  EXPECT_EQ(*taken, *other.dictionary());
+  EXPECT_EQ(other.dictionary()->size(), 1U);
+}
+
+TEST(PropertyListValue, HasNoDictionaryToHandOverWhenItIsOfAnotherKind) {
+  EXPECT_EQ(PropertyListValue("text").takeDictionary(), std::nullopt);
+}
+
 TEST(PropertyListValue, EqualsByContents) {
   EXPECT_EQ(PropertyListValue(Array{1, "a"}), PropertyListValue(Array{1, "a"}));
   EXPECT_NE(PropertyListValue(Array{1, "a"}), PropertyListValue(Array{1, "b"}));

@@ -1,55 +1,68 @@
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 #include "platform/Data.h"
 
 namespace korvan {
 
-/// An immutable UTF-8 text that copies share, as Data shares bytes. What is not UTF-8 can be held,
-/// but not encoded.
+/// An immutable UTF-8 text. Copies of a long one share its bytes, as Data shares them; a short one
+/// is kept in the text itself, where a copy costs less than a reference count. What is not UTF-8
+/// can be held, but not encoded.
 class Text {
  public:
+  /// The most bytes that are kept inside: as many as the longest key of a message has.
+  static constexpr std::size_t MaxShortSize = 22;
+
   Text() noexcept = default;
 
-  /// A copy of `text`, in one allocation.
-  explicit Text(std::string_view text);
+  /// A copy of `text`, in at most one allocation.
+  explicit Text(std::string_view text) {
+    if (text.size() <= MaxShortSize) {
+      text_.emplace<Short>(text);
+    } else {
+      text_.emplace<Data>(copyOf(text));
+    }
+  }
 
-  /// Shares the bytes of `utf8`.
-  explicit Text(Data utf8) noexcept : size_(utf8.size_) {
-    const char* const first = reinterpret_cast<const char*>(utf8.first_.get());
-    first_ = std::shared_ptr<const char>(std::move(utf8.first_), first);
+  /// Shares the bytes of `utf8`, unless they are few.
+  explicit Text(Data utf8) noexcept {
+    if (utf8.size() <= MaxShortSize) {
+      text_.emplace<Short>(viewOf(utf8));
+    } else {
+      text_.emplace<Data>(std::move(utf8));
+    }
+  }
+
+  /// The text of the `size` bytes of `utf8` from `offset` on, which the caller has checked to
+  /// exist.
+  static Text sliceOf(const Data& utf8, std::size_t offset, std::size_t size) noexcept {
+    return size <= MaxShortSize ? Text(Short(viewOf(utf8).substr(offset, size)))
+                                : Text(utf8.slice(offset, size));
   }
 
   /// Refers to characters that outlive the program's work, such as a literal's; see `_text`.
   static Text ofStatic(std::string_view characters) noexcept {
     Text text;
-    // No owner: the characters need none, and copies then cost no reference count either.
-    const char* const first = std::to_address(characters.begin());
-    text.first_ = std::shared_ptr<const char>(std::shared_ptr<const char>(), first);
-    text.size_ = characters.size();
+    text.text_.emplace<std::string_view>(characters);
     return text;
   }
 
-  [[nodiscard]] std::string_view view() const noexcept { return {first_.get(), size_}; }
-
-  /// The first eight bytes as a number: texts whose numbers differ are in the numbers' byte order.
-  [[nodiscard]] std::uint64_t orderingPrefix() const noexcept {
-    std::uint64_t prefix = 0;
-    if (size_ >= sizeof prefix) {
-      std::memcpy(&prefix, first_.get(), sizeof prefix);
-      return std::endian::native == std::endian::little ? std::byteswap(prefix) : prefix;
+  [[nodiscard]] std::string_view view() const noexcept {
+    if (const auto* const brief = std::get_if<Short>(&text_)) {
+      return {brief->characters.data(), brief->size};
     }
-    for (std::size_t index = 0; index < size_; ++index) {
-      prefix = (prefix << 8) | static_cast<std::uint8_t>(first_.get()[index]);
+    if (const auto* const lasting = std::get_if<std::string_view>(&text_)) {
+      return *lasting;
     }
-    return size_ == 0 ? 0 : prefix << (8 * (sizeof prefix - size_));
+    return viewOf(*std::get_if<Data>(&text_));
   }
 
   friend bool operator==(const Text& left, const Text& right) noexcept {
@@ -57,9 +70,39 @@ class Text {
   }
 
  private:
-  std::shared_ptr<const char> first_;
-  std::size_t size_ = 0;
+  struct Short {
+    Short() noexcept = default;
+    explicit Short(std::string_view text) noexcept : size(static_cast<std::uint8_t>(text.size())) {
+      std::memcpy(characters.data(), text.data(), text.size());
+    }
+
+    std::array<char, MaxShortSize + 1> characters;
+    std::uint8_t size = 0;
+  };
+
+  explicit Text(const Short& text) noexcept : text_(text) {}
+
+  static Data copyOf(std::string_view text);
+
+  static std::string_view viewOf(const Data& utf8) noexcept {
+    return {reinterpret_cast<const char*>(utf8.bytes().data()), utf8.size()};
+  }
+
+  std::variant<Short, std::string_view, Data> text_;
 };
+
+/// The first eight bytes as a number: texts whose numbers differ are in the numbers' byte order.
+[[nodiscard]] inline std::uint64_t orderingPrefixOf(std::string_view text) noexcept {
+  std::uint64_t prefix = 0;
+  if (text.size() >= sizeof prefix) {
+    std::memcpy(&prefix, text.data(), sizeof prefix);
+    return std::endian::native == std::endian::little ? std::byteswap(prefix) : prefix;
+  }
+  for (const char character : text) {
+    prefix = (prefix << 8) | static_cast<std::uint8_t>(character);
+  }
+  return text.empty() ? 0 : prefix << (8 * (sizeof prefix - text.size()));
+}
 
 /// A literal as Text, without copying it.
 [[nodiscard]] inline Text operator""_text(const char* characters, std::size_t size) noexcept {

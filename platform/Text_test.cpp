@@ -26,12 +26,50 @@ TEST(Text, RefersToALiteral) {
   EXPECT_EQ("type"_text.view(), Literal);
 }
 
-TEST(Text, SharesTheBytesOfData) {
-  const Data utf8 = Data::copyOf(std::array<std::uint8_t, 2>{'o', 'k'});
+Data dataOf(std::string_view characters) {
+  return Data::copyOf(
+      {reinterpret_cast<const std::uint8_t*>(characters.data()), characters.size()});
+}
+
+const void* placeOf(const Text& text) { return text.view().data(); }
+
+TEST(Text, KeepsWhatIsShortToItself) {
+  const Text text(std::string(Text::MaxShortSize, 'x'));
+  const Text copy = text;  // NOLINT(performance-unnecessary-copy-initialization)
+
+  EXPECT_EQ(copy.view(), std::string(Text::MaxShortSize, 'x'));
+  EXPECT_NE(placeOf(copy), placeOf(text));
+}
+
+TEST(Text, SharesWhatIsLongWithItsCopies) {
+  const Text text(std::string(Text::MaxShortSize + 1, 'x'));
+  const Text copy = text;  // NOLINT(performance-unnecessary-copy-initialization)
+
+  EXPECT_EQ(copy.view(), std::string(Text::MaxShortSize + 1, 'x'));
+  EXPECT_EQ(placeOf(copy), placeOf(text));
+}
+
+TEST(Text, SharesTheBytesOfDataThatAreNotFew) {
+  const Data utf8 = dataOf("a text that is not short at all");
   const Text text(utf8);
 
-  EXPECT_EQ(text.view(), "ok");
-  EXPECT_EQ(static_cast<const void*>(text.view().data()), utf8.bytes().data());
+  EXPECT_EQ(text.view(), "a text that is not short at all");
+  EXPECT_EQ(placeOf(text), utf8.bytes().data());
+}
+
+TEST(Text, HoldsTheBytesOfDataThatAreFew) {
+  EXPECT_EQ(Text(dataOf("ok")).view(), "ok");
+  EXPECT_EQ(Text(Data()).view(), "");
+}
+
+TEST(Text, IsASliceOfDataLongOrShort) {
+  const Data utf8 = dataOf("0123456789 and some more that is long");
+
+  EXPECT_EQ(Text::sliceOf(utf8, 3, 4).view(), "3456");
+  EXPECT_EQ(Text::sliceOf(utf8, 37, 0).view(), "");
+  const Text text = Text::sliceOf(utf8, 11, 26);
+  EXPECT_EQ(text.view(), "and some more that is long");
+  EXPECT_EQ(placeOf(text), utf8.bytes().data() + 11);
 }
 
 TEST(Text, EqualsTheSameCharactersWhereverTheyAreKept) {
@@ -40,19 +78,18 @@ TEST(Text, EqualsTheSameCharactersWhereverTheyAreKept) {
   EXPECT_NE(Text("type"), Text("typ"));
 }
 
-TEST(Text, HasPrefixesInTheOrderOfItsBytes) {
-  const std::array<Text, 9> ordered = {""_text,        "\x01"_text,    "a"_text,
-                                       "ab"_text,      "abcdefg"_text, "abcdefgh"_text,
-                                       "abcdefi"_text, "b"_text,       "\xC3\xA9"_text};
+TEST(OrderingPrefix, IsInTheOrderOfTheBytes) {
+  const std::array<std::string_view, 9> ordered = {"",         "\x01",    "a", "ab",      "abcdefg",
+                                                   "abcdefgh", "abcdefi", "b", "\xC3\xA9"};
   for (std::size_t index = 1; index < ordered.size(); ++index) {
-    EXPECT_LT(ordered[index - 1].orderingPrefix(), ordered[index].orderingPrefix()) << index;
+    EXPECT_LT(orderingPrefixOf(ordered[index - 1]), orderingPrefixOf(ordered[index])) << index;
   }
 }
 
-TEST(Text, HasThePrefixOfItsFirstEightBytes) {
-  EXPECT_EQ("abcdefgh"_text.orderingPrefix(), 0x6162636465666768U);
-  EXPECT_EQ("abcdefghXYZ"_text.orderingPrefix(), "abcdefgh"_text.orderingPrefix());
-  EXPECT_EQ("ab"_text.orderingPrefix(), 0x6162000000000000U);
+TEST(OrderingPrefix, IsThatOfTheFirstEightBytes) {
+  EXPECT_EQ(orderingPrefixOf("abcdefgh"), 0x6162636465666768U);
+  EXPECT_EQ(orderingPrefixOf("abcdefghXYZ"), orderingPrefixOf("abcdefgh"));
+  EXPECT_EQ(orderingPrefixOf("ab"), 0x6162000000000000U);
 }
 
 }  // namespace

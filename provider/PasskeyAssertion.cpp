@@ -18,12 +18,12 @@ using Parameters = PasskeyCredentialRequestParameters;
 
 ProviderMessage recordOf(const PasskeyCredentialRequest* request) {
   const Identity* const identity = fieldOf(request, &PasskeyCredentialRequest::credentialIdentity);
-  return {
-      {.key = "credentialID"_text,
-       .value = dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
-      {.key = "recordIdentifier"_text,
-       .value = stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
-  };
+  using Entry = ProviderMessage::Entry;
+  return ProviderMessage::of(
+      Entry{.key = "credentialID"_text,
+            .value = dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
+      Entry{.key = "recordIdentifier"_text,
+            .value = stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))});
 }
 
 ProviderCompletion assertionCompletion(

@@ -81,18 +81,14 @@ void putUtf8(std::uint8_t*& next, char32_t codePoint) {
 }  // namespace
 
 struct BinaryPropertyListReader::Key {
+  /// The first bytes, which settle most comparisons.
   std::uint64_t prefix = 0;
-  Text* text = nullptr;
+  /// Where an ASCII key's bytes are, and how many.
+  std::size_t contents = 0;
+  std::size_t size = 0;
+  /// Of a converted key, the place in `stored_` plus one.
+  std::size_t stored = 0;
   std::size_t valuePlace = 0;
-
-  /// By text; keys with the same text in the order of their places.
-  friend bool operator<(const Key& left, const Key& right) {
-    if (left.prefix != right.prefix) {
-      return left.prefix < right.prefix;
-    }
-    const auto order = left.text->view() <=> right.text->view();
-    return order < 0 || (order == 0 && left.valuePlace < right.valuePlace);
-  }
 };
 
 bool BinaryPropertyListReader::recognizes(const Data& bytes) noexcept {
@@ -287,25 +283,31 @@ PropertyListValue BinaryPropertyListReader::readData(Object& object) {
   return bytes_.slice(object.contents, object.count);
 }
 
-Text BinaryPropertyListReader::readText(Object& object) {
-  return object.marker == format::AsciiMarker ? readAscii(object) : readUtf16(object);
-}
-
-Text BinaryPropertyListReader::readAscii(Object& object) {
-  const bool isNew = progress_[object.index].state == Unread;
-  if (!claimCounted(object, 1)) {
+PropertyListValue BinaryPropertyListReader::readText(Object& object) {
+  if (object.marker == format::Utf16Marker) {
+    return readUtf16(object);
+  }
+  if (!openAscii(object)) {
     return {};
   }
-  if (isNew && !isAscii(bytes_.bytes().subspan(object.contents, object.count))) {
-    fail(object.offset, "an ASCII string holds a byte above 127");
-  }
-  return Text(bytes_.slice(object.contents, object.count));
+  return Text::sliceOf(bytes_, object.contents, object.count);
 }
 
-Text BinaryPropertyListReader::readUtf16(Object& object) {
+bool BinaryPropertyListReader::openAscii(Object& object) {
+  const bool isNew = progress_[object.index].state == Unread;
+  if (!claimCounted(object, 1)) {
+    return false;
+  }
+  if (isNew && !isAscii(bytes_.bytes().subspan(object.contents, object.count))) {
+    return fail(object.offset, "an ASCII string holds a byte above 127");
+  }
+  return true;
+}
+
+PropertyListValue BinaryPropertyListReader::readUtf16(Object& object) {
   const std::uint32_t state = progress_[object.index].state;
   if (state >= FirstStored) {
-    return *stored_[state - FirstStored].value.text();
+    return stored_[state - FirstStored].value;
   }
   if (!claimCounted(object, 2)) {
     return {};
@@ -326,7 +328,7 @@ Text BinaryPropertyListReader::readUtf16(Object& object) {
   for (auto rest = utf16; !rest.empty();) {
     putUtf8(next, takeCodePoint(rest).value_or(0));
   }
-  Text text(std::move(utf8).freeze());
+  PropertyListValue text(Text(std::move(utf8).freeze()));
   store(object, text, 0);
   return text;
 }
@@ -349,30 +351,34 @@ PropertyListValue BinaryPropertyListReader::readDictionary(Object& object) {
   if (!open(object, 2 * referenceWidth_)) {
     return {};
   }
-  std::pmr::vector<Text> texts(&memory_);
   std::pmr::vector<Key> keys(&memory_);
-  readKeys(object, texts, keys);
+  readKeys(object, keys);
   std::vector<PropertyListDictionary::Entry> entries;
   entries.reserve(keys.size());
   for (auto key = keys.begin(); key != keys.end() && !hasFailed(); ++key) {
     const std::size_t place = object.count + key->valuePlace;
-    entries.emplace_back(std::move(*key->text),
+    entries.emplace_back(textOf(*key),
                          readObject(referrerAt(object, place), referenceAt(object, place)));
   }
   return close(object, outerTallest, PropertyListDictionary::ofOrdered(std::move(entries)));
 }
 
-void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vector<Text>& texts,
-                                        std::pmr::vector<Key>& keys) {
-  // All at once: the keys point at the texts.
-  texts.reserve(dictionary.count);
+void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vector<Key>& keys) {
   keys.reserve(dictionary.count);
   for (std::size_t place = 0; place < dictionary.count && !hasFailed(); ++place) {
-    readKey(dictionary, place, texts, keys);
+    readKey(dictionary, place, keys);
   }
-  std::ranges::sort(keys, std::less<>());
-  const auto isRepeat = [](const Key& left, const Key& right) {
-    return left.prefix == right.prefix && *left.text == *right.text;
+  // By text; keys with the same text in the order of their places.
+  const auto isBefore = [this](const Key& left, const Key& right) {
+    if (left.prefix != right.prefix) {
+      return left.prefix < right.prefix;
+    }
+    const auto order = viewOf(left) <=> viewOf(right);
+    return order < 0 || (order == 0 && left.valuePlace < right.valuePlace);
+  };
+  std::ranges::sort(keys, isBefore);
+  const auto isRepeat = [this](const Key& left, const Key& right) {
+    return left.prefix == right.prefix && viewOf(left) == viewOf(right);
   };
   // Of a run of equal keys the one to stay is the last, which is the first from behind.
   const auto repeats = std::ranges::unique(std::views::reverse(keys), isRepeat);
@@ -380,7 +386,7 @@ void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vect
 }
 
 void BinaryPropertyListReader::readKey(const Object& dictionary, std::size_t place,
-                                       std::pmr::vector<Text>& texts, std::pmr::vector<Key>& keys) {
+                                       std::pmr::vector<Key>& keys) {
   const std::size_t referrer = referrerAt(dictionary, place);
   Object object;
   if (!locate(referrer, referenceAt(dictionary, place), object)) {
@@ -399,8 +405,33 @@ void BinaryPropertyListReader::readKey(const Object& dictionary, std::size_t pla
   }
   progress.keyOwner = static_cast<std::uint32_t>(dictionary.index + 1);
   progress.keyPlace = static_cast<std::uint32_t>(keys.size());
-  Text& text = texts.emplace_back(readText(object));
-  keys.emplace_back(text.orderingPrefix(), &text, place);
+  Key& key = keys.emplace_back();
+  key.valuePlace = place;
+  if (object.marker == format::AsciiMarker) {
+    if (!openAscii(object)) {
+      return;
+    }
+    key.contents = object.contents;
+    key.size = object.count;
+  } else {
+    readUtf16(object);
+    if (hasFailed()) {
+      return;
+    }
+    key.stored = progress.state - FirstStored + 1;
+  }
+  key.prefix = orderingPrefixOf(viewOf(key));
+}
+
+std::string_view BinaryPropertyListReader::viewOf(const Key& key) const noexcept {
+  return key.stored == 0
+             ? std::string_view(reinterpret_cast<const char*>(first_) + key.contents, key.size)
+             : stored_[key.stored - 1].value.text()->view();
+}
+
+Text BinaryPropertyListReader::textOf(const Key& key) const noexcept {
+  return key.stored == 0 ? Text::sliceOf(bytes_, key.contents, key.size)
+                         : *stored_[key.stored - 1].value.text();
 }
 
 bool BinaryPropertyListReader::locate(std::size_t referrer, std::uint64_t index, Object& object) {

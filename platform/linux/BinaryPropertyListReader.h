@@ -88,15 +88,16 @@ class BinaryPropertyListReader {
   PropertyListValue readDate(const Object& object);
   PropertyListValue readUid(const Object& object);
   PropertyListValue readData(Object& object);
-  Text readText(Object& object);
-  Text readAscii(Object& object);
-  Text readUtf16(Object& object);
+  PropertyListValue readText(Object& object);
+  /// Finds a string's contents, and the first time makes sure that they are text.
+  bool openAscii(Object& object);
+  PropertyListValue readUtf16(Object& object);
   PropertyListValue readArray(Object& object);
   PropertyListValue readDictionary(Object& object);
-  void readKeys(const Object& dictionary, std::pmr::vector<Text>& texts,
-                std::pmr::vector<Key>& keys);
-  void readKey(const Object& dictionary, std::size_t place, std::pmr::vector<Text>& texts,
-               std::pmr::vector<Key>& keys);
+  void readKeys(const Object& dictionary, std::pmr::vector<Key>& keys);
+  void readKey(const Object& dictionary, std::size_t place, std::pmr::vector<Key>& keys);
+  [[nodiscard]] std::string_view viewOf(const Key& key) const noexcept;
+  [[nodiscard]] Text textOf(const Key& key) const noexcept;
 
   /// Finds the object with the number, to which the byte at `referrer` refers.
   bool locate(std::size_t referrer, std::uint64_t index, Object& object);

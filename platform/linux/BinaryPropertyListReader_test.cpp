@@ -171,16 +171,18 @@ TEST(BinaryPropertyListReader, ReadsOffsetsAndReferencesOfAnyWidth) {
   }
 }
 
-TEST(BinaryPropertyListReader, SharesDataAndAsciiTextWithTheBytes) {
-  const Data bytes =
-      dataOf(Parts{.objects = {"\xA2\x01\x02", object(0x43, "xyz"), object(0x54, "text")}}.bytes());
+TEST(BinaryPropertyListReader, SharesDataAndLongAsciiTextWithTheBytes) {
+  const std::string longText(Text::MaxShortSize + 1, 'x');
+  const Data bytes = dataOf(
+      Parts{.objects = {"\xA2\x01\x02", object(0x43, "xyz"), object(0x5F, "\x10\x17" + longText)}}
+          .bytes());
   const PropertyListValue value = BinaryPropertyListReader::read(bytes).value_or(Array{});
   ASSERT_EQ(value.array()->size(), 2U);
   const auto* const data = value.array()->front().data();
   const auto* const text = value.array()->back().text();
 
   EXPECT_EQ(data->bytes().data(), bytes.bytes().data() + 12);
-  EXPECT_EQ(static_cast<const void*>(text->view().data()), bytes.bytes().data() + 16);
+  EXPECT_EQ(static_cast<const void*>(text->view().data()), bytes.bytes().data() + 18);
 }
 
 TEST(BinaryPropertyListReader, GivesOneSharedContainerForEveryReference) {
@@ -191,8 +193,12 @@ TEST(BinaryPropertyListReader, GivesOneSharedContainerForEveryReference) {
 }
 
 TEST(BinaryPropertyListReader, ConvertsAUtf16TextOnceForEveryReference) {
-  const PropertyListValue value =
-      valueOfObjects({"\xA3\x01\x01\x02", "\x61\x20\xAC"s, "\xD1\x01\x01"});
+  // Eight euro signs are too long for a text to keep inside.
+  std::string euros = "\x68";
+  for (int count = 0; count < 8; ++count) {
+    euros += "\x20\xAC";
+  }
+  const PropertyListValue value = valueOfObjects({"\xA3\x01\x01\x02", euros, "\xD1\x01\x01"});
   ASSERT_EQ(value.array()->size(), 3U);
   const char* const first = value.array()->front().text()->view().data();
 

@@ -13,6 +13,7 @@
 #include <optional>
 #include <ranges>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -157,13 +158,15 @@ class ObjectTable {
 
  private:
   /// An object's index plus one, or `EmptySlot`.
-  using Slot = std::size_t;
+  using Slot = std::uint32_t;
   /// What objects are told apart by, in an order.
   using Order = std::tuple<Kind, std::uint64_t, const void*, std::string_view>;
 
   static constexpr std::size_t InitialSlots = 128;
   static constexpr std::size_t MaxProbes = 16;
   static constexpr Slot EmptySlot = 0;
+  /// At most half of the slots are taken, so that every index fits in one.
+  static constexpr std::size_t MaxSlots = std::size_t{1} << 32;
 
   static Order orderOf(const Object& object) {
     switch (object.kind) {
@@ -187,7 +190,7 @@ class ObjectTable {
     for (std::size_t probe = 0; probe < MaxProbes; ++probe) {
       Slot& slot = slotFor(hash, probe);
       if (slot == EmptySlot) {
-        slot = objects_.size() + 1;
+        slot = static_cast<Slot>(objects_.size() + 1);
         return append(object, hash);
       }
       const Object& other = objects_[slot - 1];
@@ -210,6 +213,9 @@ class ObjectTable {
   }
 
   void resize(std::size_t slots) {
+    if (slots > MaxSlots) {
+      throw std::length_error("A property list of so many objects cannot be written.");
+    }
     slots_.assign(slots, EmptySlot);
     for (std::size_t index = 0; index < objects_.size(); ++index) {
       place(index);
@@ -220,7 +226,7 @@ class ObjectTable {
     for (std::size_t probe = 0; probe < MaxProbes; ++probe) {
       Slot& slot = slotFor(objects_[index].hash, probe);
       if (slot == EmptySlot) {
-        slot = index + 1;
+        slot = static_cast<Slot>(index + 1);
         return;
       }
     }

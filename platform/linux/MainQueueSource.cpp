@@ -10,6 +10,8 @@ namespace korvan {
 struct MainQueueSource::Queue {
   std::mutex mutex;
   std::vector<std::function<void()>> waiting;
+  /// What is being run, on the main thread alone; kept for its memory.
+  std::vector<std::function<void()>> running;
   /// Nothing is submitted any more.
   bool isClosed = false;
 
@@ -72,15 +74,15 @@ gboolean MainQueueSource::check(GSource* source) noexcept {
 gboolean MainQueueSource::dispatch(GSource* source, GSourceFunc /*callback*/,
                                    gpointer /*data*/) noexcept {
   Queue& queue = *reinterpret_cast<Source*>(source)->queue;
-  std::vector<std::function<void()>> work;
   {
     const std::scoped_lock lock(queue.mutex);
-    work.swap(queue.waiting);
+    queue.running.swap(queue.waiting);
   }
-  for (auto& each : work) {
+  for (auto& each : queue.running) {
     // Released as soon as it has run, before the next.
     std::exchange(each, nullptr)();
   }
+  queue.running.clear();
   const std::scoped_lock lock(queue.mutex);
   return queue.isClosed && queue.waiting.empty() ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
 }
