@@ -1,0 +1,12 @@
+#pragma once
+
+#include <vector>
+
+#include "lab/vectors/MessageVector.h"
+
+namespace korvan::vectors {
+
+/// Every kind of answer that a host may give.
+[[nodiscard]] std::vector<MessageVector> answerVectors();
+
+}  // namespace korvan::vectors
