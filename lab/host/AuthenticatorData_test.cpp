@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "lab/host/AttestationReader.h"
 #include "lab/host/RelyingParty_testing.h"
 #include "platform/Text.h"
 
@@ -22,7 +23,7 @@ TEST(AuthenticatorData, HoldsTheHashTheFlagsAndTheCountInThirtySevenBytes) {
 
 TEST(AuthenticatorData, EndsWithTheAttestedCredentialData) {
   const Data attested = testBytes(5, 'a');
-  EXPECT_EQ(parseAuthenticatorData(authenticatorData("example.com", 0, 0, attested.bytes())).rest,
+  EXPECT_EQ(readAuthenticatorData(authenticatorData("example.com", 0, 0, attested.bytes()))->rest,
             attested);
 }
 
@@ -33,14 +34,14 @@ TEST(AttestedCredentialData, HoldsAnEmptyAaguidTheCredentialIDAndTheKey) {
   EXPECT_EQ(data.slice(0, 16), testBytes(16, 0));
   EXPECT_EQ(data.slice(16, 2), Data::copyOf(std::array<std::uint8_t, 2>{1, 2}));
   EXPECT_EQ(data.slice(18, 0x0102), credentialID);
-  const Point point = parseCoseKey(data.slice(18 + 0x0102, data.size() - 18 - 0x0102));
+  const Point point = readCoseKey(data.slice(18 + 0x0102, data.size() - 18 - 0x0102)).value();
   EXPECT_EQ(point.x, key.publicX());
   EXPECT_EQ(point.y, key.publicY());
 }
 
 TEST(AttestationObject, IsOfTheFormatNoneInCanonicalOrder) {
   const Data statement = testBytes(300, 's');
-  EXPECT_EQ(parseAttestationObject(attestationObject(statement.bytes())), statement);
+  EXPECT_EQ(readAttestationObject(attestationObject(statement.bytes())), statement);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lab/host/AttestationReader.h"
 #include "lab/host/AuthenticatorData.h"
 #include "lab/host/RelyingParty_testing.h"
 #include "lab/host/TemporaryDirectory_testing.h"
@@ -150,7 +151,7 @@ class RequestHandlerTest : public testing::Test {
     const Data statement = dataIn(response, "authenticatorData");
     EXPECT_TRUE(verifies(passkey.key.subjectPublicKeyInfo(), dataIn(response, "signature"),
                          joined(statement, hash_)));
-    EXPECT_EQ(parseAuthenticatorData(statement).relyingPartyHash,
+    EXPECT_EQ(readAuthenticatorData(statement)->relyingPartyHash,
               sha256(Data::copyOf(std::vector<std::uint8_t>{'e', 'x', 'a', 'm', 'p', 'l', 'e', '.',
                                                             'c', 'o', 'm'})));
     EXPECT_EQ(dataIn(response, "credentialID"), passkey.credentialID);
@@ -185,14 +186,15 @@ TEST_F(Assertion, IsSignedAsARelyingPartyVerifiesIt) {
 }
 
 TEST_F(Assertion, StatesThePresentAndVerifiedUserOfASyncedPasskeyAndNothingMore) {
-  const auto statement = parseAuthenticatorData(dataIn(answer(assertion()), "authenticatorData"));
+  const auto statement =
+      readAuthenticatorData(dataIn(answer(assertion()), "authenticatorData")).value();
   EXPECT_EQ(statement.flags, PasskeyFlags);
   EXPECT_TRUE(statement.rest.empty());
 }
 
 TEST_F(Assertion, CountsEachSignature) {
   const auto count = [this] {
-    return parseAuthenticatorData(dataIn(answer(assertion()), "authenticatorData")).signCount;
+    return readAuthenticatorData(dataIn(answer(assertion()), "authenticatorData"))->signCount;
   };
   EXPECT_EQ(count(), 1U);
   EXPECT_EQ(count(), 2U);
@@ -286,14 +288,15 @@ TEST_F(Registration, MakesAPasskeyThatTheRelyingPartyCanUse) {
   EXPECT_EQ(dataIn(response, "clientDataHash"), hash_);
 
   const auto statement =
-      parseAuthenticatorData(parseAttestationObject(dataIn(response, "attestationObject")));
+      readAuthenticatorData(readAttestationObject(dataIn(response, "attestationObject")).value())
+          .value();
   EXPECT_EQ(statement.flags, PasskeyFlags | AttestedCredentialDataIncluded);
   EXPECT_EQ(statement.signCount, 0U);
   ASSERT_GT(statement.rest.size(), 50U);
   EXPECT_EQ(statement.rest.slice(0, 16), testBytes(16, 0));
   EXPECT_EQ(statement.rest.slice(18, 32), dataIn(response, "credentialID"));
 
-  const Point point = parseCoseKey(statement.rest.slice(50, statement.rest.size() - 50));
+  const Point point = readCoseKey(statement.rest.slice(50, statement.rest.size() - 50)).value();
   const Passkey made = vault_.passkeys().back();
   EXPECT_EQ(point.x, made.key.publicX());
   EXPECT_EQ(point.y, made.key.publicY());
