@@ -14,4 +14,11 @@ struct Call {
   bool isReport = false;
 };
 
+/// The call with which the system opens the extension's configuration.
+[[nodiscard]] inline Call configurationCall() {
+  return {.invoke = [](CredentialProviderViewController& controller) {
+    controller.prepareInterfaceForExtensionConfiguration();
+  }};
+}
+
 }  // namespace korvan::lab

@@ -99,7 +99,8 @@ CallReport CallRunner::run(const Call& call) {
   const End end = endOf(call, *controller, *session, platform_.queues);
   return {.outcome = end.outcome,
           .milliseconds = std::chrono::duration<double, std::milli>(end.time - start).count(),
-          .frames = session->tap.frames()};
+          .frames = session->tap.frames(),
+          .failedConnections = session->tap.failedConnections()};
 }
 
 }  // namespace korvan::lab

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -294,10 +293,8 @@ TEST_F(KorvanLabTest, FailsWithAClearErrorWhenItCannotStart) {
         Row{{"call", "--notice", "terminal"}, "must be press-ok or leave"},
         Row{{"call", "--notice", "x"}, "must be press-ok or leave"},
         Row{{"call", "--container", ""}, "must be a directory, or none"},
-        Row{{"call", "--unknown"}, "--unknown"},
         Row{{"sign-in", "--list", "--interactive"}, " excludes --"},
-        Row{{"sign-in", "--public-key", stage_.file("garbage")}, "is no P-256 public key"},
-        Row{{}, "subcommand"}}) {
+        Row{{"sign-in", "--public-key", stage_.file("garbage")}, "is no P-256 public key"}}) {
     const auto result = runLab(arguments);
     EXPECT_EQ(result.status, 1) << error;
     EXPECT_EQ(result.output, "") << error;
@@ -424,60 +421,6 @@ TEST_F(KorvanLabTest, LeavesNothingBehindWhenTheTourIsInterrupted) {
   tour.signal(SIGINT);
   EXPECT_EQ(tour.finish().status, 128 + SIGINT);
   EXPECT_TRUE(fs::is_empty(temporary));
-}
-
-/// The columns of the longest line, as if the program had been called by its name alone.
-std::size_t longestLine(const std::string& text) {
-  std::size_t longest = 0;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) {
-    const std::string path = KORVAN_LAB;
-    const bool hasPath = line.find(path) != std::string::npos;
-    const std::size_t directory = hasPath ? path.find_last_of('/') + 1 : 0;
-    longest = std::max(longest, line.size() - directory);
-  }
-  return longest;
-}
-
-TEST_F(KorvanLabTest, HelpFitsAScreenNamesEveryOptionAndShowsAnExample) {
-  using Row = std::pair<std::vector<std::string>, std::vector<std::string>>;
-  for (const auto& [subcommand, names] :
-       {Row{{}, {"demo", "sign-in", "call", "identifiers"}}, Row{{"demo"}, {}},
-        Row{{"identifiers"}, {}},
-        Row{{"sign-in"},
-            {"--relying-party", "--interactive", "--list", "--container", "--host-application",
-             "--trust-anchor", "--public-key"}},
-        Row{{"call"},
-            {"--container", "--host-application", "--trust-anchor", "--os-version", "--notice",
-             "--show-messages", "FILE"}}}) {
-    auto command = subcommand;
-    command.emplace_back("--help");
-    const auto result = runLab(command);
-    EXPECT_EQ(result.status, 0);
-    for (const std::string& name : names) {
-      EXPECT_THAT(result.output, HasSubstr(name));
-    }
-    EXPECT_LE(std::ranges::count(result.output, '\n'), 24) << result.output;
-    EXPECT_THAT(result.output, HasSubstr("Example:\n  "));
-    EXPECT_THAT(result.output, HasSubstr(KORVAN_LAB));
-    EXPECT_LE(longestLine(result.output), 80U) << result.output;
-  }
-}
-
-TEST_F(KorvanLabTest, TheExamplesOfTheHelpWorkWhenPasted) {
-  for (const char* const command : {"", "demo", "sign-in", "call", "identifiers"}) {
-    std::vector<std::string> arguments = {"--help"};
-    if (*command != '\0') {
-      arguments.insert(arguments.begin(), command);
-    }
-    const std::string help = runLab(arguments).output;
-    const std::string example = help.substr(help.find("Example:\n") + 9);
-    Program shell({"/usr/bin/env", "XDG_DATA_HOME=" + stage_.file("data").string(), "/bin/sh", "-c",
-                   example});
-    const auto result = shell.finish();
-    EXPECT_EQ(result.status, 0) << example << result.errors;
-    EXPECT_NE(result.output, "");
-  }
 }
 
 }  // namespace

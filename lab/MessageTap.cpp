@@ -28,10 +28,14 @@ std::optional<Data> wholeFrame(std::span<const std::uint8_t> bytes) {
 int MessageTap::connect(int descriptor, std::string_view path) const {
   const int result = sockets_.connect(descriptor, path);
   const int keptErrno = errno;
-  if (result == 0) {
+  {
     const std::scoped_lock lock(mutex_);
-    open_[descriptor] = connections_.size();
-    connections_.emplace_back();
+    if (result == 0) {
+      open_[descriptor] = connections_.size();
+      connections_.emplace_back();
+    } else {
+      ++failedConnections_;
+    }
   }
   errno = keptErrno;
   return result;
@@ -87,6 +91,11 @@ std::vector<RecordedFrame> MessageTap::frames() const {
     }
   }
   return frames;
+}
+
+std::size_t MessageTap::failedConnections() const {
+  const std::scoped_lock lock(mutex_);
+  return failedConnections_;
 }
 
 }  // namespace korvan::lab

@@ -47,6 +47,9 @@ class MessageTap final : public LocalSockets {
   /// its response. What was cut short is left out.
   [[nodiscard]] std::vector<RecordedFrame> frames() const;
 
+  /// How many connections could not be made so far.
+  [[nodiscard]] std::size_t failedConnections() const;
+
  private:
   using Bytes = std::vector<std::uint8_t>;
   struct Connection {
@@ -59,6 +62,7 @@ class MessageTap final : public LocalSockets {
   const LocalSockets& sockets_;
   mutable std::mutex mutex_;
   mutable std::vector<Connection> connections_;
+  mutable std::size_t failedConnections_ = 0;
   /// The open descriptors' places in the list: a descriptor is used again once it is closed.
   mutable std::map<int, std::size_t> open_;
 };

@@ -100,6 +100,7 @@ TEST_F(MessageTapTest, HearsNothingWhenTheConnectionFails) {
   EXPECT_NE(tap_.connect(descriptor, "/socket"), 0);
   EXPECT_EQ(errno, ECONNREFUSED);
   EXPECT_TRUE(tap_.frames().empty());
+  EXPECT_EQ(tap_.failedConnections(), 1U);
 }
 
 TEST_F(MessageTapTest, PassesPeersFailuresAndErrnoOn) {

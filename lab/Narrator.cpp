@@ -8,6 +8,7 @@
 
 #include <unistd.h>
 
+#include "lab/MessageJson.h"
 #include "lab/host/Base64Url.h"
 
 namespace korvan::lab {
@@ -20,6 +21,12 @@ constexpr std::string_view Plain = "\x1b[0m";
 
 std::string shown(const std::optional<Data>& data) {
   return data ? host::base64Url(data->bytes()) : "nothing";
+}
+
+std::string shown(const PropertyListSerialization& propertyLists, const RecordedFrame& frame) {
+  // What came from the host may hold what is not UTF-8.
+  return messageJson(propertyLists, frame.body)
+      .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 std::string sentence(const Cancelled& cancelled) {
@@ -49,7 +56,9 @@ struct OutcomeSentence {
   }
   std::string operator()(const Cancelled& cancelled) const { return sentence(cancelled); }
   std::string operator()(const NoticePending& /*pending*/) const { return "The notice is up."; }
-  std::string operator()(const Returned& /*returned*/) const { return "The report was sent."; }
+  std::string operator()(const Returned& /*returned*/) const {
+    return "The report returned; nobody is told what came of it.";
+  }
   std::string operator()(const Refused& refused) const {
     return "The entry point refused its arguments: " + refused.reason;
   }
@@ -58,8 +67,14 @@ struct OutcomeSentence {
 }  // namespace
 
 std::string durationText(double milliseconds) {
+  constexpr double MillisecondsPerSecond = 1000;
   std::ostringstream text;
-  text << std::setprecision(3) << milliseconds << " ms";
+  text << std::setprecision(3);
+  if (milliseconds < MillisecondsPerSecond) {
+    text << milliseconds << " ms";
+  } else {
+    text << milliseconds / MillisecondsPerSecond << " s";
+  }
   return text.str();
 }
 
@@ -87,6 +102,24 @@ void Narrator::finding(const Finding& finding) {
 
 void Narrator::outcome(const CallReport& report) {
   say(std::visit(OutcomeSentence(), report.outcome));
+}
+
+void Narrator::result(const CallReport& report, const std::vector<Finding>& findings) {
+  outcome(report);
+  for (const Finding& each : findings) {
+    finding(each);
+  }
+}
+
+void Narrator::messages(const PropertyListSerialization& propertyLists, const CallReport& report) {
+  for (const RecordedFrame& frame : report.frames) {
+    say((frame.direction == Direction::request ? "Sent: " : "Answered: ") +
+        shown(propertyLists, frame));
+  }
+  if (report.frames.empty()) {
+    say("Nothing was sent. Connections that failed: " + std::to_string(report.failedConnections) +
+        ".");
+  }
 }
 
 bool Narrator::verdict(bool verified, std::string_view words) {

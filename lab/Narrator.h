@@ -2,9 +2,11 @@
 
 #include <ostream>
 #include <string_view>
+#include <vector>
 
 #include "lab/Outcome.h"
 #include "lab/RelyingParty.h"
+#include "platform/PropertyListSerialization.h"
 
 namespace korvan::lab {
 
@@ -22,6 +24,12 @@ class Narrator {
   void finding(const Finding& finding);
   void outcome(const CallReport& report);
 
+  /// How a request ended, and what the relying party found.
+  void result(const CallReport& report, const std::vector<Finding>& findings);
+
+  /// What went over the socket, of a call that was listened in on.
+  void messages(const PropertyListSerialization& propertyLists, const CallReport& report);
+
   /// Ends a story: a tick or a cross, and words. Gives `verified` back.
   bool verdict(bool verified, std::string_view words);
 
@@ -32,7 +40,7 @@ class Narrator {
   const bool colours_;
 };
 
-/// "2.35 ms".
+/// "2.35 ms", or from a second on "1.5 s".
 [[nodiscard]] std::string durationText(double milliseconds);
 
 }  // namespace korvan::lab

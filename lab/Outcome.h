@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <variant>
 #include <vector>
@@ -48,6 +49,8 @@ struct CallReport {
   double milliseconds = 0;
   /// What went over the socket, in order; empty when nobody listened in.
   std::vector<RecordedFrame> frames;
+  /// How many connections could not be made; 0 when nobody listened in.
+  std::size_t failedConnections = 0;
 };
 
 }  // namespace korvan::lab

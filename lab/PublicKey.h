@@ -17,6 +17,10 @@ class PublicKey {
   static PublicKey fromDer(std::span<const std::uint8_t> der);
   static PublicKey fromPem(std::string_view pem);
 
+  /// From a point, each coordinate 32 bytes, the most significant first. Throws
+  /// std::invalid_argument when it is not on the curve.
+  static PublicKey fromPoint(std::span<const std::uint8_t> x, std::span<const std::uint8_t> y);
+
   /// True when `signature`, a DER Ecdsa-Sig-Value, is the key's ES256 signature of `message`.
   /// https://www.rfc-editor.org/rfc/rfc9053#section-2.1
   [[nodiscard]] bool verifies(std::span<const std::uint8_t> message,

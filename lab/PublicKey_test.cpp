@@ -43,6 +43,20 @@ TEST(PublicKey, RefusesAnotherMessageAndABrokenSignature) {
 
 TEST(PublicKey, IsReadFromPem) { EXPECT_NO_THROW(PublicKey::fromPem(Pem)); }
 
+TEST(PublicKey, IsMadeFromItsPoint) {
+  const auto key = host::SigningKey::generate();
+  const auto publicKey = PublicKey::fromPoint(key.publicX().bytes(), key.publicY().bytes());
+  EXPECT_TRUE(publicKey.verifies(Message, key.sign(Message).bytes()));
+}
+
+TEST(PublicKey, RefusesAPointThatIsNotOnTheCurve) {
+  const auto key = host::SigningKey::generate();
+  const Data x = key.publicX();
+  EXPECT_THROW(PublicKey::fromPoint(x.bytes(), x.bytes()), std::invalid_argument);
+  EXPECT_THROW(PublicKey::fromPoint(x.bytes(), key.publicY().bytes().first(31)),
+               std::invalid_argument);
+}
+
 TEST(PublicKey, RefusesWhatIsNoPublicKey) {
   const std::vector<std::uint8_t> garbage = {0x30, 0x03, 0x02, 0x01, 0x00};
   EXPECT_THROW(PublicKey::fromDer(garbage), std::invalid_argument);

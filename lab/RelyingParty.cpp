@@ -22,7 +22,10 @@ using Verdict = Finding::Verdict;
 
 constexpr std::size_t ChallengeSize = 32;
 constexpr std::size_t HashSize = 32;
-constexpr std::size_t AuthenticatorDataSize = HashSize + 1 + 4;
+/// https://www.w3.org/TR/webauthn-3/#credential-id
+constexpr std::size_t MaxCredentialIDSize = 1023;
+/// https://www.iana.org/assignments/cose/cose.xhtml#algorithms
+constexpr std::int64_t Es256 = -7;
 
 Bytes bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
@@ -37,10 +40,11 @@ Data sha256(Bytes bytes) {
   return std::move(hash).freeze();
 }
 
-std::string clientData(std::string_view identifier) {
+std::string clientData(std::string_view identifier, RelyingParty::Ceremony ceremony) {
   // In the order in which browsers write it.
   return nlohmann::ordered_json{
-      {"type", "webauthn.get"},
+      {"type",
+       ceremony == RelyingParty::Ceremony::registration ? "webauthn.create" : "webauthn.get"},
       {"challenge", host::base64Url(host::randomData(ChallengeSize).bytes())},
       {"origin", std::string("https://").append(identifier)},
       {"crossOrigin", false}}
@@ -55,24 +59,8 @@ Finding notChecked(std::string words) {
   return {.verdict = Verdict::notChecked, .words = std::move(words)};
 }
 
-/// The fixed part of authenticator data. https://www.w3.org/TR/webauthn-3/#sctn-authenticator-data
-struct Statement {
-  Bytes relyingPartyHash;
-  std::uint8_t flags = 0;
-  std::uint32_t signCount = 0;
-};
-
-std::optional<Statement> readStatement(const std::optional<Data>& authenticatorData) {
-  if (!authenticatorData || authenticatorData->size() < AuthenticatorDataSize) {
-    return std::nullopt;
-  }
-  const Bytes bytes = authenticatorData->bytes();
-  std::uint32_t signCount = 0;
-  for (const std::uint8_t byte : bytes.subspan(HashSize + 1, 4)) {
-    signCount = signCount << 8U | byte;
-  }
-  return Statement{
-      .relyingPartyHash = bytes.first(HashSize), .flags = bytes[HashSize], .signCount = signCount};
+std::optional<host::AuthenticatorStatement> readStatement(const std::optional<Data>& bytes) {
+  return bytes ? host::readAuthenticatorData(*bytes) : std::nullopt;
 }
 
 Finding checkSignCount(std::uint32_t count, std::uint32_t known) {
@@ -98,12 +86,50 @@ bool isKnown(const std::optional<Data>& value, const std::optional<Data>& known)
   return !known || value == known;
 }
 
+/// Backed up is only what can be: https://www.w3.org/TR/webauthn-3/#sctn-credential-backup
+bool backupFlagsAgree(std::uint8_t flags) {
+  return (flags & host::BackedUp) == 0 || (flags & host::BackupEligible) != 0;
+}
+
+std::optional<PublicKey> keyOf(const host::AttestedCredential& credential) {
+  const auto point = host::readCoseKey(credential.coseKey);
+  try {
+    return point ? std::optional(PublicKey::fromPoint(point->x.bytes(), point->y.bytes()))
+                 : std::nullopt;
+  } catch (const std::invalid_argument&) {
+    return std::nullopt;
+  }
+}
+
+/// Of the credential in the attestation object: `credential` is what the platform was handed.
+std::vector<Finding> checkCredential(const host::AttestedCredential& attested, bool hasKey,
+                                     const PasskeyRegistrationCredential& credential,
+                                     const CreationOptions& options) {
+  const Data& identifier = attested.credentialID;
+  const bool excluded = std::ranges::find(options.excludedCredentials, identifier) !=
+                        options.excludedCredentials.end();
+  return {finding(std::ranges::all_of(attested.aaguid.bytes(), [](auto byte) { return byte == 0; }),
+                  "names no model of authenticator (AAGUID zero), as \"none\" asks"),
+          finding(!identifier.empty() && identifier.size() <= MaxCredentialIDSize,
+                  "a credential ID of " + std::to_string(identifier.size()) + " bytes"),
+          finding(credential.credentialID == identifier, "the same credential ID outside"),
+          finding(!excluded, "not one of the excluded credentials"),
+          finding(hasKey, "a public key on P-256 for ES256"),
+          finding(std::ranges::find(options.algorithms, Es256) != options.algorithms.end(),
+                  "ES256 is among the algorithms asked for")};
+}
+
+void append(std::vector<Finding>& findings, const std::vector<Finding>& more) {
+  findings.insert(findings.end(), more.begin(), more.end());
+}
+
 }  // namespace
 
-RelyingParty::RelyingParty(std::string identifier, UserVerification userVerification)
+RelyingParty::RelyingParty(std::string identifier, UserVerification userVerification,
+                           Ceremony ceremony)
     : identifier_(std::move(identifier)),
       userVerification_(userVerification),
-      clientDataJSON_(clientData(identifier_)),
+      clientDataJSON_(clientData(identifier_, ceremony)),
       clientDataHash_(sha256(bytesOf(clientDataJSON_))) {}
 
 std::string RelyingParty::userVerificationPreference() const {
@@ -116,15 +142,10 @@ std::vector<Finding> RelyingParty::verify(const PasskeyAssertionCredential& cred
   if (!statement) {
     return {finding(false, "the authenticator data is missing or cut short")};
   }
-  const bool userVerified = (statement->flags & host::UserVerified) != 0;
   std::vector<Finding> findings = {
       finding(credential.relyingParty == identifier_, "made for " + identifier_),
-      finding(std::ranges::equal(statement->relyingPartyHash, sha256(bytesOf(identifier_)).bytes()),
-              "the authenticator names " + identifier_ + " too"),
-      finding(credential.clientDataHash == clientDataHash_, "answers this challenge"),
-      finding((statement->flags & host::UserPresent) != 0, "a user was present"),
-      finding(userVerified || userVerification_ == UserVerification::preferred,
-              userVerified ? "the user was verified" : "the user was not verified")};
+      finding(credential.clientDataHash == clientDataHash_, "answers this challenge")};
+  append(findings, checkStatement(*statement, true));
   if (!passkey) {
     findings.push_back(notChecked("the signature was not checked: the public key is not known"));
     return findings;
@@ -136,6 +157,52 @@ std::vector<Finding> RelyingParty::verify(const PasskeyAssertionCredential& cred
   findings.push_back(checkSignCount(statement->signCount, passkey->signCount));
   findings.push_back(checkSignature(credential, clientDataHash_, passkey->key));
   return findings;
+}
+
+RegistrationReview RelyingParty::verify(const PasskeyRegistrationCredential& credential,
+                                        const CreationOptions& options) const {
+  const auto object = credential.attestationObject
+                          ? host::readAttestationObject(*credential.attestationObject)
+                          : std::nullopt;
+  const auto statement = readStatement(object);
+  if (!statement) {
+    return {.findings = {finding(false, "the attestation object is missing or not of \"none\"")},
+            .passkey = std::nullopt};
+  }
+  RegistrationReview review{
+      .findings = {finding(credential.relyingParty == identifier_, "made for " + identifier_),
+                   finding(credential.clientDataHash == clientDataHash_, "answers this challenge"),
+                   finding(true, "an attestation object of the format \"none\"")},
+      .passkey = std::nullopt};
+  append(review.findings, checkStatement(*statement, !options.conditional));
+  const auto attested = (statement->flags & host::AttestedCredentialDataIncluded) != 0
+                            ? host::readAttestedCredentialData(statement->rest)
+                            : std::nullopt;
+  if (!attested) {
+    review.findings.push_back(finding(false, "no credential is attested"));
+    return review;
+  }
+  const auto key = keyOf(*attested);
+  append(review.findings, checkCredential(*attested, key.has_value(), credential, options));
+  if (key) {
+    review.passkey = RegisteredPasskey{.key = *key,
+                                       .credentialID = attested->credentialID,
+                                       .userHandle = options.userHandle,
+                                       .signCount = statement->signCount};
+  }
+  return review;
+}
+
+std::vector<Finding> RelyingParty::checkStatement(const host::AuthenticatorStatement& statement,
+                                                  bool needsUser) const {
+  const bool present = (statement.flags & host::UserPresent) != 0;
+  const bool verified = (statement.flags & host::UserVerified) != 0;
+  return {finding(statement.relyingPartyHash == sha256(bytesOf(identifier_)),
+                  "the authenticator names " + identifier_ + " too"),
+          finding(present || !needsUser, present ? "a user was present" : "no user was present"),
+          finding(verified || userVerification_ == UserVerification::preferred,
+                  verified ? "the user was verified" : "the user was not verified"),
+          finding(backupFlagsAgree(statement.flags), "its backup flags agree")};
 }
 
 bool isVerified(const std::vector<Finding>& findings) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "lab/PublicKey.h"
+#include "lab/host/AttestationReader.h"
 #include "platform/Data.h"
 #include "platform/ExtensionContext.h"
 
@@ -26,20 +27,42 @@ struct RegisteredPasskey {
   std::uint32_t signCount = 0;
 };
 
-/// A web site during one sign-in: it makes the challenge, and checks what comes back.
+/// What a relying party asks for when it wants a new passkey.
+/// https://www.w3.org/TR/webauthn-3/#dictionary-makecredentialoptions
+struct CreationOptions {
+  std::string userName;
+  Data userHandle;
+  /// COSE algorithm identifiers, ES256 alone unless told otherwise.
+  std::vector<std::int64_t> algorithms = {-7};
+  /// The IDs of credentials that the new one shall not stand beside.
+  std::vector<Data> excludedCredentials = {};
+  /// It is to be made without the user, or not at all.
+  bool conditional = false;
+};
+
+/// What a relying party thinks of a new passkey, and the passkey, unless it could not be read.
+struct RegistrationReview {
+  std::vector<Finding> findings;
+  std::optional<RegisteredPasskey> passkey;
+};
+
+/// A web site during one sign-in or registration: it makes the challenge, and checks what comes
+/// back.
 class RelyingParty {
  public:
   enum class UserVerification : std::uint8_t { preferred, required };
+  enum class Ceremony : std::uint8_t { signIn, registration };
 
   /// Makes a new challenge for the domain `identifier`, such as "example.com".
-  RelyingParty(std::string identifier, UserVerification userVerification);
+  RelyingParty(std::string identifier, UserVerification userVerification,
+               Ceremony ceremony = Ceremony::signIn);
 
   [[nodiscard]] const std::string& identifier() const noexcept { return identifier_; }
 
   /// As the request says it: "preferred" or "required".
   [[nodiscard]] std::string userVerificationPreference() const;
 
-  /// What the browser would state about the sign-in.
+  /// What the browser would state about the ceremony.
   /// https://www.w3.org/TR/webauthn-3/#dictionary-client-data
   [[nodiscard]] const std::string& clientDataJSON() const noexcept { return clientDataJSON_; }
 
@@ -51,7 +74,15 @@ class RelyingParty {
   [[nodiscard]] std::vector<Finding> verify(const PasskeyAssertionCredential& credential,
                                             const std::optional<RegisteredPasskey>& passkey) const;
 
+  /// Every check of a registration whose attestation is "none", in order:
+  /// https://www.w3.org/TR/webauthn-3/#sctn-registering-a-new-credential
+  [[nodiscard]] RegistrationReview verify(const PasskeyRegistrationCredential& credential,
+                                          const CreationOptions& options) const;
+
  private:
+  [[nodiscard]] std::vector<Finding> checkStatement(const host::AuthenticatorStatement& statement,
+                                                    bool needsUser) const;
+
   std::string identifier_;
   UserVerification userVerification_;
   std::string clientDataJSON_;

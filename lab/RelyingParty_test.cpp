@@ -81,6 +81,8 @@ TEST_F(RelyingPartyTest, RefusesWhatTheAuthenticatorStatesWrongly) {
   EXPECT_FALSE(accepts(credential({.relyingParty = "example.org"})));
   EXPECT_FALSE(accepts(credential({.flags = host::UserVerified})));
   EXPECT_FALSE(accepts(credential({.flags = host::UserPresent})));
+  EXPECT_FALSE(
+      accepts(credential({.flags = host::UserPresent | host::UserVerified | host::BackedUp})));
   EXPECT_FALSE(accepts(credential({.signCount = 5})));
   EXPECT_FALSE(accepts(credential({.signCount = 0})));
 }
@@ -134,6 +136,106 @@ TEST_F(RelyingPartyTest, TakesAnyPasskeyOfTheKeyWhenItKnowsNoMore) {
   passkey_.credentialID = std::nullopt;
   passkey_.userHandle = std::nullopt;
   EXPECT_TRUE(accepts(credential()));
+}
+
+/// A new passkey as a host hands it over, with one thing or another wrong.
+class RelyingPartyRegistration : public testing::Test {
+ protected:
+  static constexpr std::uint8_t Flags =
+      host::UserPresent | host::UserVerified | host::AttestedCredentialDataIncluded;
+
+  [[nodiscard]] PasskeyRegistrationCredential credential(
+      std::uint8_t flags = Flags, std::string_view relyingParty = "example.com",
+      std::size_t idSize = 32) const {
+    const Data identifier = Data::copyOf(std::vector<std::uint8_t>(idSize, 7));
+    const Data attested = host::attestedCredentialData(identifier.bytes(), key_);
+    const Data statement = host::authenticatorData(relyingParty, flags, 3, attested.bytes());
+    return {.relyingParty = "example.com",
+            .clientDataHash = site_.clientDataHash(),
+            .credentialID = identifier,
+            .attestationObject = host::attestationObject(statement.bytes())};
+  }
+
+  [[nodiscard]] bool accepts(const PasskeyRegistrationCredential& answer) const {
+    const RegistrationReview review = site_.verify(answer, options_);
+    return review.passkey.has_value() && isVerified(review.findings);
+  }
+
+  host::SigningKey key_ = host::SigningKey::generate();
+  RelyingParty site_{"example.com", UserVerification::required,
+                     RelyingParty::Ceremony::registration};
+  CreationOptions options_{.userName = "bob", .userHandle = bytes({1})};
+};
+
+TEST_F(RelyingPartyRegistration, MakesTheClientDataOfABrowser) {
+  EXPECT_EQ(nlohmann::json::parse(site_.clientDataJSON()).at("type"), "webauthn.create");
+}
+
+TEST_F(RelyingPartyRegistration, RemembersThePasskeyThatItAccepts) {
+  ASSERT_TRUE(accepts(credential()));
+  const auto passkey = site_.verify(credential(), options_).passkey;
+  EXPECT_EQ(passkey->credentialID, credential().credentialID);
+  EXPECT_EQ(passkey->userHandle, bytes({1}));
+  EXPECT_EQ(passkey->signCount, 3U);
+  const std::vector<std::uint8_t> message = {1, 2, 3};
+  EXPECT_TRUE(passkey->key.verifies(message, key_.sign(message).bytes()));
+}
+
+TEST_F(RelyingPartyRegistration, RefusesWhatTheAuthenticatorStatesWrongly) {
+  EXPECT_FALSE(accepts(credential(Flags, "example.org")));
+  EXPECT_FALSE(accepts(credential(Flags & ~host::UserPresent)));
+  EXPECT_FALSE(accepts(credential(Flags & ~host::UserVerified)));
+  EXPECT_FALSE(accepts(credential(Flags & ~host::AttestedCredentialDataIncluded)));
+  EXPECT_FALSE(accepts(credential(Flags | host::BackedUp)));
+  EXPECT_TRUE(accepts(credential(Flags | host::BackedUp | host::BackupEligible)));
+  EXPECT_FALSE(accepts(credential(Flags, "example.com", 0)));
+  EXPECT_TRUE(accepts(credential(Flags, "example.com", 1023)));
+  EXPECT_FALSE(accepts(credential(Flags, "example.com", 1024)));
+}
+
+TEST_F(RelyingPartyRegistration, RefusesAnyValueThatIsNotTheAttestedOne) {
+  using Change = std::function<void(PasskeyRegistrationCredential&)>;
+  const std::vector<Change> changes = {
+      [](auto& answer) { answer.relyingParty = "example.org"; },
+      [](auto& answer) { answer.relyingParty = std::nullopt; },
+      [](auto& answer) { answer.clientDataHash = bytes({1}); },
+      [](auto& answer) { answer.clientDataHash = std::nullopt; },
+      [](auto& answer) { answer.credentialID = bytes({7}); },
+      [](auto& answer) { answer.credentialID = std::nullopt; },
+      [](auto& answer) { answer.attestationObject = bytes({0xA0}); },
+      [](auto& answer) { answer.attestationObject = std::nullopt; },
+  };
+  for (std::size_t index = 0; index < changes.size(); ++index) {
+    auto answer = credential();
+    changes[index](answer);
+    EXPECT_FALSE(accepts(answer)) << index;
+  }
+}
+
+TEST_F(RelyingPartyRegistration, RefusesAKeyThatIsNotOnTheCurve) {
+  auto answer = credential();
+  const auto whole = answer.attestationObject->bytes();
+  std::vector<std::uint8_t> changed(whole.begin(), whole.end());
+  changed.back() ^= 1U;
+  answer.attestationObject = Data::copyOf(changed);
+  EXPECT_FALSE(accepts(answer));
+}
+
+TEST_F(RelyingPartyRegistration, RefusesAnAlgorithmThatItDidNotAskFor) {
+  options_.algorithms = {-257};
+  EXPECT_FALSE(accepts(credential()));
+}
+
+TEST_F(RelyingPartyRegistration, RefusesAnExcludedCredential) {
+  options_.excludedCredentials = {bytes({9}), *credential().credentialID};
+  EXPECT_FALSE(accepts(credential()));
+}
+
+TEST_F(RelyingPartyRegistration, NeedsNoUserWhenItIsConditional) {
+  site_ = RelyingParty("example.com", UserVerification::preferred,
+                       RelyingParty::Ceremony::registration);
+  options_.conditional = true;
+  EXPECT_TRUE(accepts(credential(host::AttestedCredentialDataIncluded)));
 }
 
 }  // namespace

@@ -1,18 +1,13 @@
 #include "lab/SignInCommand.h"
 
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <tuple>
 
+#include "lab/HostChoice.h"
 #include "lab/Narrator.h"
 #include "lab/SignIn.h"
-#include "lab/Stage.h"
-#include "lab/Supervisor.h"
 #include "lab/SystemOptions.h"
 
 namespace korvan::lab {
@@ -77,10 +72,7 @@ PasskeyCredentialIdentity anyPasskeyOf(const std::string& relyingParty) {
 }
 
 bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResult& result) {
-  narrator.outcome(result.report);
-  for (const Finding& finding : result.findings) {
-    narrator.finding(finding);
-  }
+  narrator.result(result.report, result.findings);
   const std::string duration = " (" + durationText(result.report.milliseconds) + ")";
   return narrator.verdict(result.verified(),
                           (result.verified() ? "Signed in to " : "No verified sign-in to ") +
@@ -103,29 +95,18 @@ bool signInWith(const Options& options, const LabSettings& settings,
               signIn(runner, options.road(), relyingParty, identity, registered));
 }
 
-bool signInWithOwnHost(const Options& options, const std::filesystem::path& directory) {
-  Stage stage(directory);
-  SampleHostProcess& host = stage.startHost(sampleHostProgram(), {});
-  const auto passkey = enrolledPasskey(host.nextEvent(), options.relyingParty);
-  LabSettings settings = options.system.settings();
-  settings.container = stage.container();
-  return passkey ? signInWith(options, settings, passkey->identity, passkey->registered)
-                 : signInWith(options, settings, anyPasskeyOf(options.relyingParty), std::nullopt);
-}
-
 int run(const Options& options) {
-  // Who reads the story may go away; the host is ended all the same.
-  std::ignore = std::signal(SIGPIPE, SIG_IGN);
-  const bool otherHost = !options.system.container.empty() ||
-                         !options.system.hostApplication.empty() || !options.publicKeyFile.empty();
-  if (otherHost) {
-    return signInWith(options, options.system.settings(), anyPasskeyOf(options.relyingParty),
-                      registeredPasskey(options))
-               ? EXIT_SUCCESS
-               : EXIT_FAILURE;
+  if (nameAHost(options.system) || !options.publicKeyFile.empty()) {
+    return useHost(options.system, [&options](const LabSettings& settings) {
+      return signInWith(options, settings, anyPasskeyOf(options.relyingParty),
+                        registeredPasskey(options));
+    });
   }
-  return runSupervised([&options](const std::filesystem::path& directory) {
-    return signInWithOwnHost(options, directory) ? EXIT_SUCCESS : EXIT_FAILURE;
+  return useOwnHost(options.system, [&](const LabSettings& settings, const nlohmann::json& ready) {
+    const auto passkey = enrolledPasskey(ready, options.relyingParty);
+    return passkey
+               ? signInWith(options, settings, passkey->identity, passkey->registered)
+               : signInWith(options, settings, anyPasskeyOf(options.relyingParty), std::nullopt);
   });
 }
 

@@ -82,6 +82,11 @@ fs::path Stage::writeLauncher(const std::vector<std::string>& arguments) const {
   return launcher;
 }
 
+bool Stage::hasProcesses() {
+  siginfo_t information{};
+  return ::waitid(P_ALL, 0, &information, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
 void Stage::stopLaunchedHost() const {
   const fs::path processFile = file(LaunchedProcessName);
   pid_t process = 0;

@@ -40,6 +40,10 @@ class Stage {
   [[nodiscard]] std::filesystem::path writeLauncher(
       const std::vector<std::string>& arguments) const;
 
+  /// True when a process that this one or a descendant started is there, or was and has not been
+  /// waited for.
+  [[nodiscard]] static bool hasProcesses();
+
   /// Ends the host that the launcher became, if it did, and waits until it has ended.
   void stopLaunchedHost() const;
 

@@ -5,10 +5,14 @@
 #include <CLI/CLI.hpp>
 
 #include "lab/CallCommand.h"
+#include "lab/ConfigureCommand.h"
 #include "lab/DemoCommand.h"
 #include "lab/IdentifiersCommand.h"
+#include "lab/RegisterCommand.h"
+#include "lab/ReportCommand.h"
 #include "lab/SignInCommand.h"
 #include "lab/SystemOptions.h"
+#include "lab/UsageError.h"
 
 namespace {
 
@@ -19,7 +23,10 @@ Plays the operating system for the Korvan AutoFill extension: calls its entry
 points, runs the main loop, and shows what the extension told the system.
 
   demo         the whole tour, with sample hosts of its own
+  register     makes a passkey, checks it as a web site does, and signs in with it
   sign-in      signs in with a passkey, and checks the answer as a web site does
+  configure    opens the extension's configuration
+  report       passes on what a web site reports of a user's name or passkeys
   call         calls entry points, for scripts: lines of JSON in and out
   identifiers  whom this build of the extension trusts
 
@@ -33,9 +40,13 @@ int run(int argc, char** argv) {
   CLI::App app;
   int exitStatus = EXIT_SUCCESS;
   app.require_subcommand(1);
+  app.failure_message(korvan::lab::usageError);
   korvan::lab::setHelpPage(app, HelpPage);
   korvan::lab::addDemoCommand(app, exitStatus);
+  korvan::lab::addRegisterCommand(app, exitStatus);
   korvan::lab::addSignInCommand(app, exitStatus);
+  korvan::lab::addConfigureCommand(app, exitStatus);
+  korvan::lab::addReportCommand(app, exitStatus);
   korvan::lab::addCallCommand(app, exitStatus);
   korvan::lab::addIdentifiersCommand(app);
   try {

@@ -1,0 +1,41 @@
+#include "lab/HostChoice.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <tuple>
+
+#include "lab/Stage.h"
+#include "lab/Supervisor.h"
+
+namespace korvan::lab {
+namespace {
+
+int exitStatus(bool wentWell) { return wentWell ? EXIT_SUCCESS : EXIT_FAILURE; }
+
+/// Who reads the story may go away; the command goes on to its end all the same.
+void outliveTheReader() { std::ignore = std::signal(SIGPIPE, SIG_IGN); }
+
+}  // namespace
+
+bool nameAHost(const SystemOptions& options) {
+  return !options.container.empty() || !options.hostApplication.empty();
+}
+
+int useHost(const SystemOptions& options, const HostUser& use) {
+  outliveTheReader();
+  return exitStatus(use(options.settings()));
+}
+
+int useOwnHost(const SystemOptions& options, const OwnHostUser& use) {
+  outliveTheReader();
+  return runSupervised([&](const std::filesystem::path& directory) {
+    Stage stage(directory);
+    LabSettings settings = options.settings();
+    settings.container = stage.container();
+    SampleHostProcess& host = stage.startHost(sampleHostProgram(), {});
+    return exitStatus(use(settings, host.nextEvent()));
+  });
+}
+
+}  // namespace korvan::lab

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+
+#include <nlohmann/json.hpp>
+
+#include "lab/LabSettings.h"
+#include "lab/SystemOptions.h"
+
+namespace korvan::lab {
+
+/// True when the options say which host application, or where, a command talks to.
+[[nodiscard]] bool nameAHost(const SystemOptions& options);
+
+/// What a command does with the host that it talks to: true when all went well.
+using HostUser = std::function<bool(const LabSettings& settings)>;
+
+/// The same with a sample host, whose event "ready" tells of its passkeys.
+using OwnHostUser =
+    std::function<bool(const LabSettings& settings, const nlohmann::json& readyEvent)>;
+
+/// Runs a command that talks to a host that exists, and gives the exit status.
+[[nodiscard]] int useHost(const SystemOptions& options, const HostUser& use);
+
+/// Runs a command with a sample host of its own, in a private directory. Neither is left on return,
+/// nor when it is interrupted. Gives the exit status.
+[[nodiscard]] int useOwnHost(const SystemOptions& options, const OwnHostUser& use);
+
+}  // namespace korvan::lab
