@@ -37,6 +37,24 @@ TEST_F(ConfigurationSynchronization, AnswerWithoutOkIsAFailure) {
   expectEnding(cancellation(0, "Not now."));
 }
 
+TEST_F(ConfigurationSynchronization, FailureIsCancelledWithItsCodeAndDescription) {
+  hostAnswers(failureResponse("userCanceled", "The user canceled."));
+  controller->prepareInterfaceForExtensionConfiguration();
+  runAll();
+  expectEnding(cancellation(1, "The user canceled."));
+  EXPECT_TRUE(platform->views.operations.empty());
+}
+
+TEST_F(ConfigurationSynchronization, WhateverElseTheHostAnswersIsNotRead) {
+  hostAnswers({{.key = "ok"_text, .value = true},
+               {.key = "errorCode"_text, .value = "failed"},
+               {.key = "showUnavailableUI"_text, .value = true}});
+  controller->prepareInterfaceForExtensionConfiguration();
+  runAll();
+  expectEnding(FakeExtensionContext::ConfigurationCompleted());
+  EXPECT_TRUE(platform->views.operations.empty());
+}
+
 TEST_F(ConfigurationSynchronization, HostThatCannotBeOpenedBringsTheNoticeAndOKCancels) {
   platform->localSockets.peer = FakePlatform::refusing();
   platform->workspace.opens = false;

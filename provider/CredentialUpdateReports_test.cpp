@@ -1,4 +1,6 @@
+#include <functional>
 #include <stdexcept>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -12,6 +14,25 @@ class CredentialUpdateReports : public ControllerFixture {
   void reportName() {
     controller->reportPublicKeyCredentialUpdateForRelyingParty("example.com", bytes("handle"),
                                                                "Alice B.");
+  }
+
+  /// One good report of each kind, on whichever controller there is when it is made.
+  std::vector<std::function<void()>> allReports() {
+    return {[this] { reportName(); },
+            [this] {
+              controller->reportUnknownPublicKeyCredentialForRelyingParty("example.com",
+                                                                          bytes("ID"));
+            },
+            [this] {
+              controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(
+                  "example.com", bytes("handle"), std::vector<Data>{bytes("ID")});
+            }};
+  }
+
+  /// Neither the platform nor the user.
+  void expectNobodyTold() {
+    EXPECT_TRUE(platform->extensionContext.endings.empty());
+    EXPECT_TRUE(platform->views.operations.empty());
   }
 
   /// That the report is refused, and which argument it names.
@@ -89,36 +110,46 @@ TEST_F(CredentialUpdateReports, InteractionIsNeverAllowedWhateverTheRequestSays)
 
 TEST_F(CredentialUpdateReports, EntryPointReturnsBeforeTheExchange) {
   hostAnswers({});
-  reportName();
-  EXPECT_TRUE(platform->localSockets.connections.empty());
-  EXPECT_EQ(platform->queues.waitingInBackground(), 1U);
+  for (const auto& report : allReports()) {
+    report();
+    EXPECT_TRUE(platform->localSockets.connections.empty());
+    EXPECT_EQ(platform->queues.waitingInBackground(), 1U);
+    platform = std::make_shared<FakePlatform>();
+    controller = std::make_shared<CredentialProviderViewController>(platform->services());
+  }
 }
 
 TEST_F(CredentialUpdateReports, HostThatIsNotRunningIsTriedOnceAndNotOpened) {
   platform->localSockets.peer = FakePlatform::refusing();
-  reportName();
-  runAll();
-  EXPECT_EQ(platform->localSockets.connections.size(), 1U);
+  for (const auto& report : allReports()) {
+    platform->localSockets.connections.clear();
+    report();
+    runAll();
+    EXPECT_EQ(platform->localSockets.connections.size(), 1U);
+  }
   EXPECT_TRUE(platform->workspace.countedIdentifiers.empty());
   EXPECT_TRUE(platform->workspace.openedURLs.empty());
-  EXPECT_TRUE(platform->views.operations.empty());
-  EXPECT_TRUE(platform->extensionContext.endings.empty());
+  expectNobodyTold();
 }
 
 TEST_F(CredentialUpdateReports, MissingContainerIsSilent) {
   platform->appGroupContainers.path = std::nullopt;
-  reportName();
-  runAll();
+  for (const auto& report : allReports()) {
+    report();
+    runAll();
+  }
   expectNothingSent();
-  EXPECT_TRUE(platform->extensionContext.endings.empty());
+  expectNobodyTold();
 }
 
 TEST_F(CredentialUpdateReports, RequestThatCannotBeEncodedIsSilent) {
   platform->propertyLists.encodingError = PropertyListError{};
-  reportName();
-  runAll();
+  for (const auto& report : allReports()) {
+    report();
+    runAll();
+  }
   expectNothingSent();
-  EXPECT_TRUE(platform->extensionContext.endings.empty());
+  expectNobodyTold();
 }
 
 TEST_F(CredentialUpdateReports, WhateverTheHostAnswersChangesNothing) {

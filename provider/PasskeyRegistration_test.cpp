@@ -169,11 +169,28 @@ TEST_F(PasskeyRegistration, MatchedExcludedCredentialIsCancelledWithItsCode) {
   expectEnding(cancellation(102, "You have one."));
 }
 
+TEST_F(PasskeyRegistration, MatchedExcludedCredentialIsFailedBeforeMacOS15) {
+  platform->operatingSystem.version = {.major = 14, .minor = 6, .patch = 1};
+  hostAnswers(failureResponse("matchedExcludedCredential", "You have one."));
+  controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
+  runAll();
+  expectEnding(cancellation(0, "You have one."));
+}
+
 TEST_F(PasskeyRegistration, SilentFlowNeverOpensTheHost) {
   platform->localSockets.peer = FakePlatform::refusing();
   controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
   runAll();
   EXPECT_TRUE(platform->workspace.openedURLs.empty());
+}
+
+TEST_F(PasskeyRegistration, InteractiveFlowOpensTheHost) {
+  platform->localSockets.peer = FakePlatform::refusing();
+  platform->workspace.opens = false;
+  controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
+  runAll();
+  EXPECT_EQ(platform->workspace.openedURLs.size(), 1U);
+  EXPECT_EQ(platform->views.shown(), std::vector<std::string>{"stack 1"});
 }
 
 }  // namespace

@@ -137,6 +137,19 @@ TEST_F(UnavailableNotice, ShownTwiceReplacesTheFirstWhoseCancellationIsNeverSent
   expectEnding(cancellation(0, "second"));
 }
 
+TEST_F(UnavailableNotice, ShownTwiceTakesTheFirstAwayAndIsBuiltTheSameAgain) {
+  show("first");
+  Operations first;
+  first.swap(platform->views.operations);
+  show("second");
+  Operations second = platform->views.operations;
+  ASSERT_EQ(second.size(), first.size() + 1);
+  EXPECT_EQ(second[0], "view: subviews");
+  EXPECT_EQ(second[1], "stack 1: removeFromSuperview");
+  EXPECT_EQ(second[2], "label 3 = labelWithString Couldn\u2019t Connect to Korvan");
+  EXPECT_EQ(second.back(), "  label 4.width <= 420");
+}
+
 TEST_F(UnavailableNotice, ButtonDoesNotKeepTheControllerAlive) {
   show();
   const std::weak_ptr<CredentialProviderViewController> alive = controller;
