@@ -1,6 +1,7 @@
 // The lab's commands for people.
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -197,6 +198,19 @@ TEST_F(LabCommands, HelpFitsAScreenAndItsExampleWorksWhenPasted) {
     EXPECT_EQ(example.status, 0) << help.output << example.errors;
     EXPECT_NE(example.output, "");
   }
+}
+
+TEST_F(LabCommands, HelpOfTheSampleHostFitsAScreenAndItsExampleListens) {
+  const auto help = runInShell("korvan-sample-host --help", directory_.path());
+  EXPECT_LE(std::ranges::count(help.output, '\n'), 24) << help.output;
+  EXPECT_LE(longestLine(help.output), 80U) << help.output;
+  const std::string example = help.output.substr(help.output.find("Example:\n  ") + 11);
+  Program host({"/usr/bin/env",
+                "PATH=" + fs::path(KORVAN_SAMPLE_HOST).parent_path().string() + ":/usr/bin:/bin",
+                "TMPDIR=" + directory_.path().string(), "/bin/sh", "-c", "exec " + example});
+  EXPECT_EQ(nlohmann::json::parse(host.readLine()).at("event"), "ready");
+  host.signal(SIGTERM);
+  EXPECT_EQ(host.finish().status, 0);
 }
 
 TEST_F(LabCommands, HelpNamesEveryOption) {

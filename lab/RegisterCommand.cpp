@@ -23,8 +23,8 @@ in with it. Unless told where the host application is, it brings its own.
 
   --relying-party DOMAIN   the web site; otherwise example.com
   --user-name NAME         whose passkey it is; otherwise bob
-  --exclude CREDENTIAL_ID  a passkey that it must not stand beside, in base64url;
-                           may be given more than once
+  --exclude CREDENTIAL_ID  a passkey that it must not stand beside, as
+                           base64url; may be given more than once
   --conditional            only if it needs no user
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <memory>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -17,8 +16,9 @@ class RecordingController final : public CredentialProviderViewController {
   void prepareInterfaceForPasskeyRegistration(AnyRequest given) override {
     interactive = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(given);
   }
-  void performPasskeyRegistrationWithoutUserInteractionIfPossible(PasskeyRequest given) override {
-    silent = std::move(given);
+  void performPasskeyRegistrationWithoutUserInteractionIfPossible(
+      const PasskeyRequest& given) override {
+    silent = given;
   }
 
   PasskeyRequest interactive;

@@ -23,7 +23,7 @@ Plays the operating system for the Korvan AutoFill extension: calls its entry
 points, runs the main loop, and shows what the extension told the system.
 
   demo         the whole tour, with sample hosts of its own
-  register     makes a passkey, checks it as a web site does, and signs in with it
+  register     makes a passkey, checks it as a web site does, and signs in
   sign-in      signs in with a passkey, and checks the answer as a web site does
   configure    opens the extension's configuration
   report       passes on what a web site reports of a user's name or passkeys

@@ -55,7 +55,7 @@ void describe(CLI::App& app, Options& options, const std::string& program) {
   app.description(Description);
   app.get_formatter()->column_width(20);
   app.add_option("--container", options.container,
-                 "Directory for the socket (default: the app group's container)")
+                 "The socket's directory (default: the app group's container)")
       ->type_name("DIR")
       ->check(CLI::Validator(emptyPathError, ""));
   app.add_option("--vault", options.vault, "File that keeps the passkeys (default: memory)")
