@@ -1,0 +1,135 @@
+// Whether every text that a person sees is there in every language, in both formats.
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <libintl.h>
+
+#include "provider/ControllerFixture.h"
+
+namespace korvan {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::IsSupersetOf;
+using Table = std::map<std::string, std::string>;
+
+class CataloguesTest : public ControllerFixture {
+ protected:
+  /// The texts that the notice asks for, in English.
+  std::vector<std::string> keys() {
+    controller->showUnavailableUIForResponse({});
+    return platform->localizedStrings.lookedUp;
+  }
+
+  static std::vector<std::string> languages() {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::directory_iterator(KORVAN_CATALOGUES)) {
+      found.push_back(entry.path().filename());
+    }
+    return found;
+  }
+
+  /// The text in the language's catalogue; none when it is missing there.
+  static std::optional<std::string> catalogueText(const std::string& language,
+                                                  const std::string& key) {
+    ::setenv("LANGUAGE", language.c_str(), 1);
+    // gettext keeps what it found until the locale changes. Any locale but "C" will do: the
+    // language comes from the variable.
+    std::setlocale(LC_MESSAGES, "C");
+    EXPECT_NE(std::setlocale(LC_MESSAGES, "C.UTF-8"), nullptr);
+    ::bindtextdomain("korvan-autofill", KORVAN_CATALOGUES);
+    ::bind_textdomain_codeset("korvan-autofill", "UTF-8");
+    const char* const text = ::dgettext("korvan-autofill", key.c_str());
+    // The very key comes back, not an equal text, when there is none.
+    return text == key.c_str() ? std::nullopt : std::optional<std::string>(text);
+  }
+
+  static fs::path tableFile(const std::string& language) {
+    return fs::path(KORVAN_STRINGS_TABLES) / (language + ".lproj") / "Localizable.strings";
+  }
+
+  static Table table(const std::string& language) {
+    static const std::regex entry(R"re("((?:[^"\\]|\\.)*)" = "((?:[^"\\]|\\.)*)";)re");
+    std::ifstream file(tableFile(language));
+    Table entries;
+    std::smatch match;
+    for (std::string line; std::getline(file, line);) {
+      if (std::regex_match(line, match, entry)) {
+        entries[match[1]] = match[2];
+      }
+    }
+    return entries;
+  }
+};
+
+TEST_F(CataloguesTest, ExistInEnglishGermanAndFrench) {
+  EXPECT_THAT(languages(), IsSupersetOf({"de", "en", "fr"}));
+}
+
+TEST_F(CataloguesTest, HaveEveryTextInEveryLanguage) {
+  const auto asked = keys();
+  ASSERT_FALSE(asked.empty());
+  for (const std::string& language : languages()) {
+    for (const std::string& key : asked) {
+      EXPECT_NE(catalogueText(language, key).value_or(""), "") << language << ": " << key;
+    }
+  }
+}
+
+TEST_F(CataloguesTest, HaveTheSameTextsAsStringsTables) {
+  const auto asked = keys();
+  for (const std::string& language : languages()) {
+    Table expected;
+    for (const std::string& key : asked) {
+      expected[key] = catalogueText(language, key).value_or("");
+    }
+    EXPECT_EQ(table(language), expected) << language;
+  }
+}
+
+TEST_F(CataloguesTest, AreTheKeysThemselvesInEnglish) {
+  for (const std::string& key : keys()) {
+    EXPECT_EQ(catalogueText("en", key), key);
+  }
+}
+
+TEST_F(CataloguesTest, AreNotEnglishInOtherLanguages) {
+  const std::string title = keys().front();
+  for (const std::string& language : languages()) {
+    if (language != "en") {
+      EXPECT_NE(catalogueText(language, title), title) << language;
+    }
+  }
+}
+
+TEST_F(CataloguesTest, KeepTheNameOfTheApplication) {
+  for (const std::string& key : keys()) {
+    for (const std::string& language : languages()) {
+      EXPECT_EQ(key.contains("Korvan"),
+                catalogueText(language, key).value_or("").contains("Korvan"))
+          << language << ": " << key;
+    }
+  }
+}
+
+TEST_F(CataloguesTest, StartAStringsTableWithoutAByteOrderMarkOrAHeader) {
+  for (const std::string& language : languages()) {
+    std::ifstream file(tableFile(language));
+    std::string start;
+    std::getline(file, start);
+    EXPECT_THAT(start, testing::StartsWith("/*")) << language;
+    EXPECT_FALSE(table(language).contains("")) << language;
+  }
+}
+
+}  // namespace
+}  // namespace korvan
