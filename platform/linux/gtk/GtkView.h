@@ -1,0 +1,84 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include <gtk/gtk.h>
+
+#include "platform/Views.h"
+
+namespace korvan {
+
+/// A view that is a GTK widget, which it owns. What a parent widget shows is kept alive by the list
+/// of subviews.
+class GtkView : public virtual View, public std::enable_shared_from_this<GtkView> {
+ public:
+  /// Takes the floating reference.
+  explicit GtkView(GtkWidget* widget);
+  GtkView(const GtkView&) = delete;
+  GtkView& operator=(const GtkView&) = delete;
+  ~GtkView() override;
+
+  [[nodiscard]] GtkWidget* widget() const { return widget_; }
+
+  [[nodiscard]] std::vector<std::shared_ptr<View>> subviews() const override;
+  void removeFromSuperview() override;
+  void addSubview(std::shared_ptr<View> view) override;
+  /// Widgets have no autoresizing masks.
+  void setTranslatesAutoresizingMaskIntoConstraints(bool /*translates*/) override {}
+
+  /// Keeps the widget narrower than this many pixels, where the kind of view can.
+  virtual void setMaximumWidth(int /*width*/) {}
+
+  /// Lays this view out by the constraint, until it leaves its superview.
+  void constrain(GtkConstraint* constraint);
+
+ private:
+  GtkWidget* const widget_;
+  GtkView* superview_ = nullptr;
+  std::vector<std::shared_ptr<GtkView>> subviews_;
+  /// Owned by the superview's layout manager.
+  std::vector<GtkConstraint*> constraints_;
+};
+
+/// A view whose subviews stand where constraints say: the controller's own.
+[[nodiscard]] std::shared_ptr<GtkView> makeConstraintView();
+
+class GtkLabelView final : public GtkView, public Label {
+ public:
+  explicit GtkLabelView(std::string_view text);
+
+  void setFont(SystemFont font) override;
+  void setAlignment(TextAlignment alignment) override;
+  void setMaximumNumberOfLines(int lines) override;
+  void setLineBreakMode(LineBreakMode mode) override;
+  void setMaximumWidth(int width) override;
+
+ private:
+  [[nodiscard]] GtkLabel* label() const;
+};
+
+class GtkButtonView final : public GtkView, public Button {
+ public:
+  GtkButtonView(std::string_view title, std::function<void()> action);
+
+  /// Return makes it the default button of its window, which is GTK's way to say so. No other key
+  /// presses a button.
+  void setKeyEquivalent(std::string_view characters) override;
+
+ private:
+  std::function<void()> action_;
+};
+
+class GtkStackView final : public GtkView, public StackView {
+ public:
+  GtkStackView();
+
+  void setOrientation(Orientation orientation) override;
+  void setAlignment(LayoutAttribute attribute) override;
+  void setSpacing(double spacing) override;
+};
+
+}  // namespace korvan

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "platform/Views.h"
+
+namespace korvan {
+
+class GtkView;
+
+/// True when there is a display that windows can be opened on. The first call finds out, for the
+/// process. Main thread.
+[[nodiscard]] bool displayIsAvailable();
+
+/// GTK 4 widgets as views: a point is a logical pixel, and text follows the user's font and theme
+/// where the controller does not say otherwise. The main thread is the one that runs GLib's default
+/// main context. They are seen once the view is in a NoticeWindow.
+///
+/// A constraint ties a view to its superview, or limits the width of a label.
+class GtkViews final : public Views {
+ public:
+  /// Throws std::runtime_error when no display is available.
+  GtkViews();
+
+  [[nodiscard]] std::shared_ptr<View> view() override;
+  [[nodiscard]] std::shared_ptr<Label> labelWithString(std::string_view text) override;
+  [[nodiscard]] std::shared_ptr<Button> buttonWithTitle(std::string_view title,
+                                                        std::function<void()> action) override;
+  [[nodiscard]] std::shared_ptr<StackView> stackViewWithViews(
+      std::vector<std::shared_ptr<View>> views) override;
+  void activateConstraints(std::span<const LayoutConstraint> constraints) override;
+
+  /// How often a button was pressed, whichever it was, once its action has run.
+  [[nodiscard]] std::size_t presses() const { return presses_; }
+
+ private:
+  const std::shared_ptr<GtkView> view_;
+  std::size_t presses_ = 0;
+};
+
+}  // namespace korvan
