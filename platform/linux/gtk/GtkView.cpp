@@ -155,8 +155,25 @@ void GtkView::constrain(GtkConstraint* constraint) {
   constraints_.push_back(constraint);
 }
 
-std::shared_ptr<GtkView> makeConstraintView() {
-  return std::make_shared<GtkView>(makePlainWidget(gtk_constraint_layout_new()));
+GtkConstraintView::GtkConstraintView() : GtkView(makePlainWidget(gtk_constraint_layout_new())) {}
+
+void GtkConstraintView::addSubview(std::shared_ptr<View> view) {
+  auto& subview = dynamic_cast<GtkView&>(*view);
+  GtkView::addSubview(std::move(view));
+  // A GtkConstraintLayout gives a child its smallest size, and does not know that a text gets lower
+  // as it gets wider. So it is asked for all the room there may be, in the middle of which the
+  // child is to have the size that it likes best.
+  const auto constrainTo = [&](GtkConstraintAttribute extent, GtkConstraintRelation relation,
+                               int strength) {
+    subview.constrain(gtk_constraint_new(subview.widget(), extent, relation, widget(), extent, 1.0,
+                                         0.0, strength));
+  };
+  constrainTo(GTK_CONSTRAINT_ATTRIBUTE_WIDTH, GTK_CONSTRAINT_RELATION_EQ,
+              GTK_CONSTRAINT_STRENGTH_STRONG);
+  constrainTo(GTK_CONSTRAINT_ATTRIBUTE_HEIGHT, GTK_CONSTRAINT_RELATION_EQ,
+              GTK_CONSTRAINT_STRENGTH_REQUIRED);
+  gtk_widget_set_halign(subview.widget(), GTK_ALIGN_CENTER);
+  gtk_widget_set_valign(subview.widget(), GTK_ALIGN_CENTER);
 }
 
 GtkLabelView::GtkLabelView(std::string_view text) : GtkView(makeLimitedLabel(text)) {}
@@ -211,12 +228,7 @@ void GtkButtonView::setKeyEquivalent(std::string_view characters) {
 }
 
 GtkStackView::GtkStackView()
-    : GtkView(makePlainWidget(gtk_box_layout_new(GTK_ORIENTATION_HORIZONTAL))) {
-  // A GtkConstraintLayout does not know that a lower widget may do when it gets wider: it gives
-  // every child the height that it needs when it is narrowest. The stack stands in the middle of
-  // it.
-  gtk_widget_set_valign(widget(), GTK_ALIGN_CENTER);
-}
+    : GtkView(makePlainWidget(gtk_box_layout_new(GTK_ORIENTATION_HORIZONTAL))) {}
 
 void GtkStackView::setOrientation(Orientation orientation) {
   gtk_orientable_set_orientation(

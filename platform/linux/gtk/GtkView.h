@@ -43,8 +43,14 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
   std::vector<GtkConstraint*> constraints_;
 };
 
-/// A view whose subviews stand where constraints say: the controller's own.
-[[nodiscard]] std::shared_ptr<GtkView> makeConstraintView();
+/// A view whose subviews stand where constraints say, as large as their contents and not larger
+/// than this: the controller's own.
+class GtkConstraintView final : public GtkView {
+ public:
+  GtkConstraintView();
+
+  void addSubview(std::shared_ptr<View> view) override;
+};
 
 class GtkLabelView final : public GtkView, public Label {
  public:

@@ -14,7 +14,7 @@ std::shared_ptr<GtkView> makeViewOnADisplay() {
     throw std::runtime_error(
         "no window can be shown: there is no display; DISPLAY or WAYLAND_DISPLAY must name one");
   }
-  return makeConstraintView();
+  return std::make_shared<GtkConstraintView>();
 }
 
 GtkConstraintAttribute attributeFor(LayoutAttribute attribute) {
