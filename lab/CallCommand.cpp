@@ -30,7 +30,10 @@ keys are its arguments, bytes are base64url. Each call has its own controller.
                            what counts as the host; otherwise the desktop's
   --trust-anchor FILE.pem  where signatures end; otherwise the build's
   --os-version VERSION     the macOS to stand in for; otherwise 15.0
-  --notice press-ok|leave  what becomes of the notice; otherwise press-ok
+  --notice press-ok|leave|terminal|window
+                           what becomes of the notice; otherwise press-ok. With
+                           terminal, Return answers it on standard input, or on
+                           /dev/tty where standard input brings the calls
   --show-messages          also shows what went over the socket
   --help                   this page
 
@@ -55,18 +58,32 @@ std::string flawOfVersion(const std::string& text) {
 }
 
 std::string flawOfNotice(const std::string& text) {
-  if (text == "press-ok" || text == "leave") {
-    return {};
+  for (const std::string_view known : {"press-ok", "leave", "terminal", "window"}) {
+    if (text == known) {
+      return {};
+    }
   }
-  if (text == "terminal" || text == "window") {
-    return "this lab has no " + text + " for the notice; it must be press-ok or leave";
+  return "\"" + text +
+         "\" is no way to treat the notice; it must be press-ok, leave, terminal or window";
+}
+
+NoticeMode noticeModeOf(const Options& options) {
+  if (options.notice == "leave") {
+    return NoticeMode::leave;
   }
-  return "\"" + text + "\" is no way to treat the notice; it must be press-ok or leave";
+  if (options.notice == "window") {
+    return NoticeMode::window;
+  }
+  if (options.notice == "terminal") {
+    // Not to take a call for the answer.
+    return options.file.empty() ? NoticeMode::controllingTerminal : NoticeMode::terminal;
+  }
+  return NoticeMode::pressOk;
 }
 
 LabSettings settingsOf(const Options& options) {
   LabSettings settings = options.system.settings();
-  settings.noticeMode = options.notice == "leave" ? NoticeMode::leave : NoticeMode::pressOk;
+  settings.noticeMode = noticeModeOf(options);
   settings.listensToMessages = options.showMessages;
   if (!options.operatingSystemVersion.empty()) {
     settings.operatingSystemVersion =

@@ -7,6 +7,7 @@
 #include "lab/CallRunner.h"
 #include "lab/HostChoice.h"
 #include "lab/Narrator.h"
+#include "lab/Screen.h"
 #include "lab/SystemOptions.h"
 
 namespace korvan::lab {
@@ -31,8 +32,7 @@ Example:
   korvan-lab configure
 )";
 
-bool configure(LabSettings settings) {
-  settings.listensToMessages = true;
+bool configure(const LabSettings& settings) {
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Opening the extension's configuration");
   CallRunner runner(settings);
@@ -45,11 +45,14 @@ bool configure(LabSettings settings) {
 }
 
 int run(const SystemOptions& options) {
+  LabSettings settings = options.settings();
+  settings.noticeMode = noticeForPeople();
+  settings.listensToMessages = true;
   if (nameAHost(options)) {
-    return useHost(options, configure);
+    return useHost(settings, configure);
   }
-  return useOwnHost(options, [](const LabSettings& settings, const auto& /*ready*/) {
-    return configure(settings);
+  return useOwnHost(settings, [](const LabSettings& chosen, const auto& /*ready*/) {
+    return configure(chosen);
   });
 }
 

@@ -22,16 +22,15 @@ bool nameAHost(const SystemOptions& options) {
   return !options.container.empty() || !options.hostApplication.empty();
 }
 
-int useHost(const SystemOptions& options, const HostUser& use) {
+int useHost(const LabSettings& settings, const HostUser& use) {
   outliveTheReader();
-  return exitStatus(use(options.settings()));
+  return exitStatus(use(settings));
 }
 
-int useOwnHost(const SystemOptions& options, const OwnHostUser& use) {
+int useOwnHost(LabSettings settings, const OwnHostUser& use) {
   outliveTheReader();
   return runSupervised([&](const std::filesystem::path& directory) {
     Stage stage(directory);
-    LabSettings settings = options.settings();
     settings.container = stage.container();
     SampleHostProcess& host = stage.startHost(sampleHostProgram(), {});
     return exitStatus(use(settings, host.nextEvent()));

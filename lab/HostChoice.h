@@ -20,10 +20,11 @@ using OwnHostUser =
     std::function<bool(const LabSettings& settings, const nlohmann::json& readyEvent)>;
 
 /// Runs a command that talks to a host that exists, and gives the exit status.
-[[nodiscard]] int useHost(const SystemOptions& options, const HostUser& use);
+[[nodiscard]] int useHost(const LabSettings& settings, const HostUser& use);
 
-/// Runs a command with a sample host of its own, in a private directory. Neither is left on return,
+/// Runs a command with a sample host of its own, in a private directory: the settings' container
+/// does not count. Neither is left on return,
 /// nor when it is interrupted. Gives the exit status.
-[[nodiscard]] int useOwnHost(const SystemOptions& options, const OwnHostUser& use);
+[[nodiscard]] int useOwnHost(LabSettings settings, const OwnHostUser& use);
 
 }  // namespace korvan::lab

@@ -1,5 +1,6 @@
 #include "lab/LabPlatform.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -12,6 +13,11 @@ LinuxAppGroupContainers containersFor(const LabSettings& settings) {
   }
   return LinuxAppGroupContainers(settings.container == LabSettings::None ? std::nullopt
                                                                          : settings.container);
+}
+
+/// Beside the folder that the program is in, as the build puts it.
+std::filesystem::path catalogueDirectory() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "locale";
 }
 
 WorkspaceHost hostFor(const LabSettings& settings) {
@@ -32,7 +38,7 @@ LabPlatform::LabPlatform(const LabSettings& settings)
       queues(systemQueues, mainContext.get()),
       appGroupContainers(containersFor(settings)),
       codeSigning(settings.trustAnchorPem),
-      localizedStrings(std::nullopt),
+      localizedStrings(catalogueDirectory()),
       operatingSystem(settings.operatingSystemVersion),
       workspace(hostFor(settings)) {}
 

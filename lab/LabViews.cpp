@@ -7,7 +7,7 @@
 namespace korvan::lab {
 namespace {
 
-/// A node of the tree. What a view looks like is dropped: there is nobody to see it.
+/// A node of the tree. What a view looks like is dropped, except for its text.
 class LabView : public virtual View, public std::enable_shared_from_this<LabView> {
  public:
   [[nodiscard]] std::vector<std::shared_ptr<View>> subviews() const override {
@@ -42,6 +42,13 @@ class LabView : public virtual View, public std::enable_shared_from_this<LabView
 
   virtual void press() const {}
 
+  /// Adds the texts of this view and of those below it.
+  virtual void collectTexts(std::vector<std::string>& texts) const {
+    for (const auto& child : children_) {
+      child->collectTexts(texts);
+    }
+  }
+
  private:
   std::weak_ptr<LabView> parent_;
   std::vector<std::shared_ptr<LabView>> children_;
@@ -49,15 +56,23 @@ class LabView : public virtual View, public std::enable_shared_from_this<LabView
 
 class LabLabel final : public LabView, public Label {
  public:
+  explicit LabLabel(std::string_view text) : text_(text) {}
+
   void setFont(SystemFont /*font*/) override {}
   void setAlignment(TextAlignment /*alignment*/) override {}
   void setMaximumNumberOfLines(int /*lines*/) override {}
   void setLineBreakMode(LineBreakMode /*mode*/) override {}
+
+  void collectTexts(std::vector<std::string>& texts) const override { texts.push_back(text_); }
+
+ private:
+  const std::string text_;
 };
 
 class LabButton final : public LabView, public Button {
  public:
-  explicit LabButton(std::function<void()> action) : action_(std::move(action)) {}
+  LabButton(std::string_view title, std::function<void()> action)
+      : title_(title), action_(std::move(action)) {}
 
   void setKeyEquivalent(std::string_view characters) override { key_ = characters; }
 
@@ -67,7 +82,12 @@ class LabButton final : public LabView, public Button {
 
   void press() const override { action_(); }
 
+  void collectTexts(std::vector<std::string>& texts) const override {
+    texts.push_back("[ " + title_ + " ]");
+  }
+
  private:
+  const std::string title_;
   std::function<void()> action_;
   std::string key_;
 };
@@ -79,21 +99,25 @@ class LabStackView final : public LabView, public StackView {
   void setSpacing(double /*spacing*/) override {}
 };
 
+const LabView& labView(const std::shared_ptr<View>& view) {
+  return dynamic_cast<const LabView&>(*view);
+}
+
 const LabView* findBelow(const std::shared_ptr<View>& root, std::string_view key) {
-  return dynamic_cast<const LabView&>(*root).find(key);
+  return labView(root).find(key);
 }
 
 }  // namespace
 
 LabViews::LabViews() : root_(std::make_shared<LabView>()) {}
 
-std::shared_ptr<Label> LabViews::labelWithString(std::string_view /*text*/) {
-  return std::make_shared<LabLabel>();
+std::shared_ptr<Label> LabViews::labelWithString(std::string_view text) {
+  return std::make_shared<LabLabel>(text);
 }
 
-std::shared_ptr<Button> LabViews::buttonWithTitle(std::string_view /*title*/,
+std::shared_ptr<Button> LabViews::buttonWithTitle(std::string_view title,
                                                   std::function<void()> action) {
-  return std::make_shared<LabButton>(std::move(action));
+  return std::make_shared<LabButton>(title, std::move(action));
 }
 
 std::shared_ptr<StackView> LabViews::stackViewWithViews(std::vector<std::shared_ptr<View>> views) {
@@ -105,6 +129,12 @@ std::shared_ptr<StackView> LabViews::stackViewWithViews(std::vector<std::shared_
 }
 
 void LabViews::activateConstraints(std::span<const LayoutConstraint> /*constraints*/) {}
+
+std::vector<std::string> LabViews::texts() const {
+  std::vector<std::string> texts;
+  labView(root_).collectTexts(texts);
+  return texts;
+}
 
 bool LabViews::hasButtonFor(std::string_view key) const { return findBelow(root_, key) != nullptr; }
 

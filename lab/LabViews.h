@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -10,7 +11,7 @@
 
 namespace korvan::lab {
 
-/// A tree of views that nobody sees. It can be searched and its button pressed as by a key.
+/// A tree of views that nobody sees. It can be read, searched and its button pressed as by a key.
 class LabViews final : public Views {
  public:
   LabViews();
@@ -22,6 +23,10 @@ class LabViews final : public Views {
   [[nodiscard]] std::shared_ptr<StackView> stackViewWithViews(
       std::vector<std::shared_ptr<View>> views) override;
   void activateConstraints(std::span<const LayoutConstraint> constraints) override;
+
+  /// What the controller's view shows, as plain text from top to bottom: each label's text, and
+  /// each button as "[ OK ]".
+  [[nodiscard]] std::vector<std::string> texts() const;
 
   /// True when the controller's view shows a button that the key presses.
   [[nodiscard]] bool hasButtonFor(std::string_view key) const;

@@ -65,6 +65,17 @@ TEST(LabViews, PressTheButtonThatHasTheKeyAndNoOther) {
   EXPECT_EQ(otherPresses, 0);
 }
 
+TEST(LabViews, ReadAsTextFromTopToBottom) {
+  LabViews views;
+  int presses = 0;
+  EXPECT_TRUE(views.texts().empty());
+  views.view()->addSubview(views.stackViewWithViews(
+      {views.labelWithString("Title"), views.labelWithString("M\u00e9ssage"),
+       views.buttonWithTitle("OK", [&presses] { ++presses; })}));
+  EXPECT_EQ(views.texts(), (std::vector<std::string>{"Title", "M\u00e9ssage", "[ OK ]"}));
+  EXPECT_EQ(presses, 0);
+}
+
 TEST(LabViews, PressNothingOnceTheButtonIsRemoved) {
   LabViews views;
   int presses = 0;

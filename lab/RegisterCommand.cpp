@@ -8,6 +8,7 @@
 #include "lab/HostChoice.h"
 #include "lab/Narrator.h"
 #include "lab/Registration.h"
+#include "lab/Screen.h"
 #include "lab/SignIn.h"
 #include "lab/SystemOptions.h"
 #include "lab/host/Passkey.h"
@@ -96,13 +97,17 @@ bool registerAndSignIn(const Options& options, const LabSettings& settings) {
 }
 
 int run(const Options& options) {
+  LabSettings settings = options.system.settings();
+  if (!options.conditional) {
+    settings.noticeMode = noticeForPeople();
+  }
   if (nameAHost(options.system)) {
-    return useHost(options.system, [&options](const LabSettings& settings) {
-      return registerAndSignIn(options, settings);
+    return useHost(settings, [&options](const LabSettings& chosen) {
+      return registerAndSignIn(options, chosen);
     });
   }
-  return useOwnHost(options.system, [&options](const LabSettings& settings, const auto& /*ready*/) {
-    return registerAndSignIn(options, settings);
+  return useOwnHost(settings, [&options](const LabSettings& chosen, const auto& /*ready*/) {
+    return registerAndSignIn(options, chosen);
   });
 }
 

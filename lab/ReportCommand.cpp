@@ -105,12 +105,13 @@ bool send(LabSettings settings, const Call& call) {
 int run(const Options& options, const MakeReport& make) {
   if (nameAHost(options.system)) {
     const Call call = make(options, std::nullopt);
-    return useHost(options.system,
+    return useHost(options.system.settings(),
                    [&call](const LabSettings& settings) { return send(settings, call); });
   }
-  return useOwnHost(options.system, [&](const LabSettings& settings, const nlohmann::json& ready) {
-    return send(settings, make(options, enrolledPasskey(ready, options.relyingParty)));
-  });
+  return useOwnHost(
+      options.system.settings(), [&](const LabSettings& settings, const nlohmann::json& ready) {
+        return send(settings, make(options, enrolledPasskey(ready, options.relyingParty)));
+      });
 }
 
 CLI::App& addKind(CLI::App& command, const std::string& name,

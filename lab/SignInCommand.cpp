@@ -7,6 +7,7 @@
 
 #include "lab/HostChoice.h"
 #include "lab/Narrator.h"
+#include "lab/Screen.h"
 #include "lab/SignIn.h"
 #include "lab/SystemOptions.h"
 
@@ -20,7 +21,8 @@ Signs in with a passkey as a browser would, and checks what comes back as the
 web site would. Unless told where the host application is, it brings its own.
 
   --relying-party DOMAIN   the web site; otherwise example.com
-  --interactive            may show the extension, and open the host application
+  --interactive            may open the host application, and show the notice:
+                           in a window, or without a display on the terminal
   --list                   the same, and lets the host choose the passkey
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
@@ -96,13 +98,17 @@ bool signInWith(const Options& options, const LabSettings& settings,
 }
 
 int run(const Options& options) {
+  LabSettings chosen = options.system.settings();
+  if (options.road() != SignInRoad::silent) {
+    chosen.noticeMode = noticeForPeople();
+  }
   if (nameAHost(options.system) || !options.publicKeyFile.empty()) {
-    return useHost(options.system, [&options](const LabSettings& settings) {
+    return useHost(chosen, [&options](const LabSettings& settings) {
       return signInWith(options, settings, anyPasskeyOf(options.relyingParty),
                         registeredPasskey(options));
     });
   }
-  return useOwnHost(options.system, [&](const LabSettings& settings, const nlohmann::json& ready) {
+  return useOwnHost(chosen, [&](const LabSettings& settings, const nlohmann::json& ready) {
     const auto passkey = enrolledPasskey(ready, options.relyingParty);
     return passkey
                ? signInWith(options, settings, passkey->identity, passkey->registered)

@@ -1,3 +1,4 @@
+#include <clocale>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -60,6 +61,9 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The notice speaks the language of whoever runs this; numbers stay as they are. There are no
+  // threads yet.
+  std::setlocale(LC_MESSAGES, "");  // NOLINT(concurrency-mt-unsafe)
   try {
     return run(argc, argv);
   } catch (const std::exception& error) {

@@ -79,7 +79,7 @@ NoticeWindow::~NoticeWindow() {
   gtk_window_set_child(state_->window, nullptr);
   gtk_window_destroy(state_->window);
   // The main loop, which would otherwise tell the display, may not run again for long.
-  gdk_display_flush(display);
+  gdk_display_sync(display);
 }
 
 void NoticeWindow::present() {
