@@ -218,6 +218,11 @@ GtkButtonView::GtkButtonView(std::string_view title, std::function<void()> actio
   g_signal_connect(widget(), "clicked", G_CALLBACK(runAction), &action_);
 }
 
+GtkButtonView::~GtkButtonView() {
+  // GTK may hold on to the widget for a while.
+  g_signal_handlers_disconnect_by_data(widget(), &action_);
+}
+
 void GtkButtonView::setKeyEquivalent(std::string_view characters) {
   if (characters != ReturnKey) {
     return;

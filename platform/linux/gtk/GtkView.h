@@ -69,6 +69,9 @@ class GtkLabelView final : public GtkView, public Label {
 class GtkButtonView final : public GtkView, public Button {
  public:
   GtkButtonView(std::string_view title, std::function<void()> action);
+  GtkButtonView(const GtkButtonView&) = delete;
+  GtkButtonView& operator=(const GtkButtonView&) = delete;
+  ~GtkButtonView() override;
 
   /// Return makes it the default button of its window, which is GTK's way to say so. No other key
   /// presses a button.

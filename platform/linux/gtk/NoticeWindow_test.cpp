@@ -105,6 +105,16 @@ TEST_F(NoticeWindowTest, ASecondNoticeReplacesTheFirst) {
   expectEnding(cancellation(0, "The second one."));
 }
 
+TEST_F(NoticeWindowTest, AButtonThatWasReplacedDoesNothing) {
+  present();
+  auto* const replaced = GTK_WIDGET(g_object_ref(button()));
+  showNotice("The second one.");
+  g_signal_emit_by_name(replaced, "clicked");
+  g_object_unref(replaced);
+  EXPECT_EQ(cancellations(), 0U);
+  EXPECT_EQ(views.presses(), 0U);
+}
+
 TEST_F(NoticeWindowTest, IsGoneWithItsOwner) {
   present();
   noticeWindow.reset();
