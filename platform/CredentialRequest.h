@@ -33,19 +33,32 @@ struct PasskeyCredentialDescriptor {
   std::optional<Data> credentialID;
 };
 
-/// Any request of the platform (id<ASCredentialRequest>); what kind it is, is its dynamic type.
+class PasskeyCredentialRequest;
+
+/// Any request of the platform (id<ASCredentialRequest>).
 class CredentialRequest {
  public:
   CredentialRequest() = default;
   CredentialRequest(const CredentialRequest&) = delete;
   CredentialRequest& operator=(const CredentialRequest&) = delete;
   virtual ~CredentialRequest() = default;
+
+  /// This request when it is a passkey request, or null. Asked, and not found by a cast, because
+  /// the extension is built without run-time type information, whose type names are of no use in
+  /// it.
+  [[nodiscard]] virtual const PasskeyCredentialRequest* passkeyRequest() const noexcept {
+    return nullptr;
+  }
 };
 
 /// ASPasskeyCredentialRequest: an assertion or a registration.
 class PasskeyCredentialRequest : public CredentialRequest {
  public:
   using Descriptors = std::vector<PasskeyCredentialDescriptor>;
+
+  [[nodiscard]] const PasskeyCredentialRequest* passkeyRequest() const noexcept override {
+    return this;
+  }
 
   std::optional<PasskeyCredentialIdentity> credentialIdentity;
   /// SHA-256 of the client data, 32 bytes.

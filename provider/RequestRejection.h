@@ -11,7 +11,10 @@ namespace korvan {
 /// The request as a passkey request, or null when it is of another kind or null itself.
 [[nodiscard]] inline std::shared_ptr<const PasskeyCredentialRequest> passkeyRequest(
     std::shared_ptr<const CredentialRequest> request) {
-  return std::dynamic_pointer_cast<const PasskeyCredentialRequest>(std::move(request));
+  const PasskeyCredentialRequest* const passkey = request ? request->passkeyRequest() : nullptr;
+  return passkey != nullptr
+             ? std::shared_ptr<const PasskeyCredentialRequest>(std::move(request), passkey)
+             : nullptr;
 }
 
 /// The error for a request that an entry point does not serve; it carries nothing but the code.
