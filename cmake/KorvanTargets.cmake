@@ -3,7 +3,21 @@
 # that a wrong include does not compile.
 
 find_package(Threads REQUIRED)
-find_package(GTest REQUIRED)
+if(CMAKE_CROSSCOMPILING)
+  # From Debian's source of GoogleTest, since its library is the host's.
+  set(googletest /usr/src/googletest)
+  add_library(korvan_googletest STATIC EXCLUDE_FROM_ALL ${googletest}/googletest/src/gtest-all.cc
+              ${googletest}/googletest/src/gtest_main.cc ${googletest}/googlemock/src/gmock-all.cc)
+  target_include_directories(korvan_googletest PRIVATE ${googletest}/googletest ${googletest}/googlemock)
+  target_include_directories(korvan_googletest SYSTEM INTERFACE
+    ${googletest}/googletest/include ${googletest}/googlemock/include)
+  target_include_directories(korvan_googletest SYSTEM PRIVATE
+    ${googletest}/googletest/include ${googletest}/googlemock/include)
+  add_library(GTest::gmock ALIAS korvan_googletest)
+  add_library(GTest::gtest_main ALIAS korvan_googletest)
+else()
+  find_package(GTest REQUIRED)
+endif()
 include(GoogleTest)
 
 add_library(korvan_options INTERFACE)
@@ -44,5 +58,7 @@ function(korvan_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} korvan_options GTest::gmock GTest::gtest_main
                                         Threads::Threads)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  if(NOT CMAKE_CROSSCOMPILING)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  endif()
 endfunction()

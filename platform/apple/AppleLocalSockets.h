@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "platform/LocalSockets.h"
+
+namespace korvan {
+
+/// The kernel's Unix-domain sockets. A peer's process is the one that LOCAL_PEERPID names.
+class AppleLocalSockets final : public LocalSockets {
+ public:
+  [[nodiscard]] int socket() const override;
+
+  /// The length of the address is that of the path plus 2: the bytes of length and family count,
+  /// the terminator does not. A path longer than MaxPathSize fails with ENAMETOOLONG.
+  [[nodiscard]] int connect(int descriptor, std::string_view path) const override;
+
+  [[nodiscard]] int getpeereid(int descriptor, std::int64_t& userIdentifier,
+                               std::int64_t& groupIdentifier) const override;
+  [[nodiscard]] int getPeerProcessIdentifier(int descriptor,
+                                             std::int32_t& processIdentifier) const override;
+  [[nodiscard]] std::int64_t getuid() const override;
+  [[nodiscard]] std::ptrdiff_t send(int descriptor,
+                                    std::span<const std::uint8_t> bytes) const override;
+  [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override;
+  void close(int descriptor) const override;
+};
+
+}  // namespace korvan

@@ -1,0 +1,19 @@
+#pragma once
+
+#import <AuthenticationServices/AuthenticationServices.h>
+
+/// The extension's principal class, as Info.plist names it: the platform makes one object for each
+/// request and calls one entry point of it. Each is handed on to the
+/// korvan::CredentialProviderViewController that the object owns; nothing is decided here.
+///
+/// An argument that is nil or of an unexpected class arrives there as none (CredentialRequests.h,
+/// Conversions.h). For a report that is an error: NSInvalidArgumentException is raised, with a
+/// reason that names the argument. No C++ exception leaves; one of another kind ends the process.
+///
+/// A request whose answer is waited for keeps the object alive.
+@interface CredentialProviderViewController : ASCredentialProviderViewController
+
+/// OK was pressed in the notice. Main thread.
+- (void)dismissUnavailableUI:(nullable id)sender;
+
+@end
