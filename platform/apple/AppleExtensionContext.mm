@@ -18,7 +18,8 @@ NSErrorDomain toNSErrorDomain(ErrorDomain domain) {
 
 NSDictionary* toNSDictionary(const ErrorUserInfo& userInfo) {
   NSString* const description = toNSString(userInfo.localizedDescription);
-  return description != nil ? @{NSLocalizedDescriptionKey : description} : @{};
+  return description != nil ? @{NSLocalizedDescriptionKey : description}
+                            : [NSDictionary dictionary];
 }
 
 }  // namespace

@@ -45,7 +45,15 @@ typedef NS_ENUM(NSInteger, NSLayoutAttribute) {
 
 @class NSLayoutXAxisAnchor, NSLayoutYAxisAnchor, NSLayoutDimension;
 
+typedef NS_ENUM(NSInteger, NSLayoutRelation) {
+  NSLayoutRelationLessThanOrEqual = -1,
+  NSLayoutRelationEqual = 0,
+  NSLayoutRelationGreaterThanOrEqual = 1
+};
+
 @interface NSLayoutConstraint : NSObject
+@property CGFloat constant;
+@property(readonly) NSLayoutRelation relation;
 + (void)activateConstraints:(NSArray<NSLayoutConstraint*>*)constraints;
 @end
 
@@ -86,6 +94,7 @@ typedef NS_ENUM(NSInteger, NSLayoutAttribute) {
 @property(readonly, strong) NSLayoutXAxisAnchor* centerXAnchor;
 @property(readonly, strong) NSLayoutYAxisAnchor* centerYAnchor;
 @property(readonly, strong) NSLayoutDimension* widthAnchor;
+@property(readonly) NSArray<NSLayoutConstraint*>* constraints;
 - (void)addSubview:(NSView*)view;
 - (void)removeFromSuperview;
 @end

@@ -4,6 +4,7 @@
 
 #include <objc/objc.h>
 #include <os/availability.h>
+#include <stdint.h>
 
 #pragma clang assume_nonnull begin
 
@@ -20,6 +21,12 @@ CFTypeID CFGetTypeID(CFTypeRef object);
 CFTypeID CFBooleanGetTypeID(void);
 Boolean CFNumberIsFloatType(CFNumberRef number);
 void CFRelease(CFTypeRef object);
+
+typedef CFStringRef CFRunLoopMode;
+typedef int32_t CFRunLoopRunResult;
+extern const CFRunLoopMode kCFRunLoopDefaultMode;
+CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, double seconds,
+                                      Boolean returnAfterSourceHandled);
 
 }  // extern "C"
 

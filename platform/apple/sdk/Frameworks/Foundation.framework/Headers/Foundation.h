@@ -51,7 +51,14 @@ typedef struct {
 @property(readonly) NSUInteger length;
 @end
 
+@interface NSMutableData : NSData
+@property NSUInteger length;
+@end
+
+typedef unsigned short unichar;
+
 @interface NSString : NSObject <NSCopying>
+- (instancetype)initWithCharacters:(const unichar*)characters length:(NSUInteger)length;
 - (nullable instancetype)initWithBytes:(const void*)bytes
                                 length:(NSUInteger)length
                               encoding:(NSStringEncoding)encoding;
@@ -96,6 +103,7 @@ typedef struct {
 
 @interface NSDictionary<__covariant KeyType, __covariant ObjectType>
     : NSObject <NSCopying, NSFastEnumeration>
++ (instancetype)dictionary;
 + (instancetype)dictionaryWithObjects:(const ObjectType _Nonnull[_Nullable])objects
                               forKeys:(const KeyType<NSCopying> _Nonnull[_Nullable])keys
                                 count:(NSUInteger)count;

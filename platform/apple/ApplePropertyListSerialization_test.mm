@@ -1,0 +1,88 @@
+#include "platform/apple/ApplePropertyListSerialization.h"
+
+#include <cstdint>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+namespace korvan {
+namespace {
+
+Data dataOf(std::string_view bytes) {
+  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+}
+
+TEST(ApplePropertyListSerialization, EveryKindComesBackAsItWas) {
+  const ApplePropertyListSerialization serialization;
+  const PropertyListValue values[] = {
+      true,
+      false,
+      0,
+      1,
+      -1,
+      INT64_MIN,
+      INT64_MAX,
+      std::uint64_t{INT64_MAX} + 1,
+      UINT64_MAX,
+      1.0,
+      -0.5,
+      PropertyListDate{.secondsSinceReferenceDate = 1.5},
+      "",
+      "Couldn\u2019t",
+      Data(),
+      dataOf("\x01\x02"),
+      PropertyListValue::Array(),
+      PropertyListValue::Array{1, "text", PropertyListValue::Array{true}},
+      PropertyListDictionary{{.key = "inner"_text, .value = false}},
+  };
+  for (const PropertyListValue& value : values) {
+    const PropertyListDictionary message{{.key = "value"_text, .value = value}};
+    const auto bytes = serialization.encodeBinary(message);
+    ASSERT_TRUE(bytes.has_value());
+    EXPECT_EQ(serialization.decode(*bytes).value(), PropertyListValue(message));
+  }
+}
+
+TEST(ApplePropertyListSerialization, EncodesTheBinaryFormat) {
+  const auto bytes = ApplePropertyListSerialization().encodeBinary({}).value().bytes();
+  EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(bytes.data()), 8), "bplist00");
+}
+
+TEST(ApplePropertyListSerialization, DecodesXML) {
+  const auto value = ApplePropertyListSerialization().decode(
+      dataOf(R"(<plist version="1.0"><dict><key>ok</key><true/></dict></plist>)"));
+  EXPECT_EQ(value.value(),
+            PropertyListValue(PropertyListDictionary{{.key = "ok"_text, .value = true}}));
+}
+
+TEST(ApplePropertyListSerialization, RefusesWhatHasNoPlaceInAPropertyList) {
+  const PropertyListValue values[] = {PropertyListValue(), PropertyListUid{.value = 1},
+                                      std::string_view("\xFF"),
+                                      PropertyListValue::Array{PropertyListValue()}};
+  for (const PropertyListValue& value : values) {
+    EXPECT_FALSE(ApplePropertyListSerialization()
+                     .encodeBinary({{.key = "value"_text, .value = value}})
+                     .has_value());
+  }
+}
+
+TEST(ApplePropertyListSerialization, RefusesBytesThatAreNone) {
+  for (const std::string_view bytes : {"", "bplist00", "\x01\x02\x03"}) {
+    const auto value = ApplePropertyListSerialization().decode(dataOf(bytes));
+    EXPECT_FALSE(value.has_value()) << testing::PrintToString(bytes);
+    EXPECT_TRUE(value.has_value() || value.error().localizedDescription);
+  }
+}
+
+TEST(ApplePropertyListSerialization, AKeyedArchiversReferenceBecomesNull) {
+  // An array that holds the reference 1: the object, the table of offsets, the trailer of 32 bytes.
+  const std::string_view archived(
+      "bplist00\xA1\x01\x80\x01\x08\x0A\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x02"
+      "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x0C",
+      8 + 4 + 2 + 32);
+  EXPECT_EQ(ApplePropertyListSerialization().decode(dataOf(archived)).value(),
+            PropertyListValue(PropertyListValue::Array{PropertyListValue()}));
+}
+
+}  // namespace
+}  // namespace korvan

@@ -1,0 +1,50 @@
+# korvan_add_app_extension(EXECUTABLE): the target korvan_appex, which makes "Korvan AutoFill.appex" around the
+# file EXECUTABLE, in the build directory, with the entitlements to sign it with beside it.
+
+set(KORVAN_EXTENSION_BUNDLE_IDENTIFIER "${KORVAN_HOST_BUNDLE_IDENTIFIER}.autofill")
+set(KORVAN_SIGNING_IDENTITY "" CACHE STRING
+    "On a Mac: the identity to sign the extension with, as codesign takes it; empty leaves it unsigned")
+
+function(korvan_add_app_extension executable)
+  set(sources ${CMAKE_CURRENT_SOURCE_DIR}/bundle)
+  set(bundle "${PROJECT_BINARY_DIR}/Korvan AutoFill.appex")
+  set(entitlements ${PROJECT_BINARY_DIR}/KorvanAutoFill.entitlements)
+  set(resources "${bundle}/Contents/Resources")
+  configure_file(${sources}/Info.plist.in ${CMAKE_CURRENT_BINARY_DIR}/Info.plist @ONLY)
+  configure_file(${sources}/KorvanAutoFill.entitlements.in ${entitlements} @ONLY)
+
+  set(copy ${CMAKE_COMMAND} -E copy)
+  set(nib)
+  set(sign)
+  if(NOT CMAKE_CROSSCOMPILING)
+    find_program(KORVAN_IBTOOL ibtool)
+    if(KORVAN_IBTOOL)
+      set(nib COMMAND ${KORVAN_IBTOOL} --minimum-deployment-target 14.0
+              --compile ${resources}/CredentialProviderViewController.nib
+              ${sources}/CredentialProviderViewController.xib)
+    else()
+      message(WARNING "ibtool, which comes with Xcode, is not there: the extension gets no nib.")
+    endif()
+    if(KORVAN_SIGNING_IDENTITY)
+      set(sign COMMAND codesign --force --options runtime --timestamp=none --entitlements ${entitlements}
+               --sign ${KORVAN_SIGNING_IDENTITY} ${bundle})
+    endif()
+  endif()
+
+  add_custom_command(
+    OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${bundle}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${bundle}/Contents/MacOS ${resources}/en.lproj
+    COMMAND ${copy} ${CMAKE_CURRENT_BINARY_DIR}/Info.plist ${bundle}/Contents/Info.plist
+    COMMAND ${copy} ${executable} ${bundle}/Contents/MacOS/KorvanAutoFill
+    COMMAND ${copy} ${sources}/PrivacyInfo.xcprivacy ${resources}
+    COMMAND ${copy} ${sources}/English.strings ${resources}/en.lproj/Localizable.strings
+    ${nib}
+    ${sign}
+    COMMAND ${CMAKE_COMMAND} -E touch ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp
+    DEPENDS ${executable} ${CMAKE_CURRENT_BINARY_DIR}/Info.plist ${entitlements}
+            ${sources}/PrivacyInfo.xcprivacy ${sources}/English.strings
+            ${sources}/CredentialProviderViewController.xib
+    COMMENT "Making Korvan AutoFill.appex" VERBATIM)
+  add_custom_target(korvan_appex ALL DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp)
+endfunction()

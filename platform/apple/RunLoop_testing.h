@@ -1,0 +1,17 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+namespace korvan {
+
+/// Runs the main thread's work until `done` is true there. A test that waits in vain is ended by
+/// its time-out.
+template <typename Condition>
+void runMainLoopUntil(const Condition& done) {
+  while (!done()) {
+    // Returns after each piece of work; the limit only makes it look again.
+    CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.1, true);
+  }
+}
+
+}  // namespace korvan
