@@ -1,6 +1,7 @@
 #include "platform/apple/AppleViews.h"
 
 #include <array>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -28,10 +29,13 @@ TEST_F(AppleViewsTest, TheViewIsTheControllersOwn) {
 }
 
 TEST_F(AppleViewsTest, WithoutAControllerNothingHappens) {
-  AppleViews orphan(nil, @selector(performClick:));
-  orphan.view()->removeFromSuperview();
-  orphan.view()->addSubview(views_.labelWithString("text"));
-  EXPECT_TRUE(orphan.view()->subviews().empty());
+  std::optional<AppleViews> orphan;
+  @autoreleasepool {
+    orphan.emplace([[NSViewController alloc] init], @selector(performClick:));
+  }
+  orphan->view()->removeFromSuperview();
+  orphan->view()->addSubview(views_.labelWithString("text"));
+  EXPECT_TRUE(orphan->view()->subviews().empty());
 }
 
 TEST_F(AppleViewsTest, AddsAndRemovesSubviews) {

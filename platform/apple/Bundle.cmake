@@ -1,9 +1,22 @@
 # korvan_add_app_extension(EXECUTABLE): the target korvan_appex, which makes "Korvan AutoFill.appex" around the
 # file EXECUTABLE, in the build directory, with the entitlements to sign it with beside it.
 
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+
 set(KORVAN_EXTENSION_BUNDLE_IDENTIFIER "${KORVAN_HOST_BUNDLE_IDENTIFIER}.autofill")
 set(KORVAN_SIGNING_IDENTITY "" CACHE STRING
     "On a Mac: the identity to sign the extension with, as codesign takes it; empty leaves it unsigned")
+
+# korvan_compile_strings(TABLE.strings LANGUAGE VARIABLE): adds to the list VARIABLE the directory
+# LANGUAGE.lproj, with the table as a bundle holds it.
+function(korvan_compile_strings table language variable)
+  set(compiler ${PROJECT_SOURCE_DIR}/tools/compile-strings)
+  set(compiled ${CMAKE_CURRENT_BINARY_DIR}/strings/lproj/${language}.lproj/Localizable.strings)
+  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/strings/lproj/${language}.lproj)
+  add_custom_command(OUTPUT ${compiled} COMMAND Python3::Interpreter ${compiler} ${table} ${compiled}
+                     DEPENDS ${table} ${compiler} VERBATIM)
+  set(${variable} ${${variable}} ${compiled} PARENT_SCOPE)
+endfunction()
 
 function(korvan_add_app_extension executable)
   set(sources ${CMAKE_CURRENT_SOURCE_DIR}/bundle)
@@ -12,6 +25,18 @@ function(korvan_add_app_extension executable)
   set(resources "${bundle}/Contents/Resources")
   configure_file(${sources}/Info.plist.in ${CMAKE_CURRENT_BINARY_DIR}/Info.plist @ONLY)
   configure_file(${sources}/KorvanAutoFill.entitlements.in ${entitlements} @ONLY)
+
+  # English is in the keys, but a bundle says which languages it speaks by what it holds.
+  korvan_compile_strings(${sources}/English.strings en strings)
+  file(GLOB catalogues CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/localization/*.po)
+  foreach(catalogue IN LISTS catalogues)
+    cmake_path(GET catalogue STEM language)
+    string(REPLACE "_" "-" language ${language})
+    set(table ${CMAKE_CURRENT_BINARY_DIR}/strings/${language}.strings)
+    add_custom_command(OUTPUT ${table} COMMAND msgcat --stringtable-output --output-file=${table} ${catalogue}
+                       DEPENDS ${catalogue} VERBATIM)
+    korvan_compile_strings(${table} ${language} strings)
+  endforeach()
 
   set(copy ${CMAKE_COMMAND} -E copy)
   set(nib)
@@ -34,16 +59,16 @@ function(korvan_add_app_extension executable)
   add_custom_command(
     OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${bundle}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${bundle}/Contents/MacOS ${resources}/en.lproj
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${bundle}/Contents/MacOS ${resources}
     COMMAND ${copy} ${CMAKE_CURRENT_BINARY_DIR}/Info.plist ${bundle}/Contents/Info.plist
     COMMAND ${copy} ${executable} ${bundle}/Contents/MacOS/KorvanAutoFill
     COMMAND ${copy} ${sources}/PrivacyInfo.xcprivacy ${resources}
-    COMMAND ${copy} ${sources}/English.strings ${resources}/en.lproj/Localizable.strings
+    COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_CURRENT_BINARY_DIR}/strings/lproj ${resources}
     ${nib}
     ${sign}
     COMMAND ${CMAKE_COMMAND} -E touch ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp
     DEPENDS ${executable} ${CMAKE_CURRENT_BINARY_DIR}/Info.plist ${entitlements}
-            ${sources}/PrivacyInfo.xcprivacy ${sources}/English.strings
+            ${sources}/PrivacyInfo.xcprivacy ${strings}
             ${sources}/CredentialProviderViewController.xib
     COMMENT "Making Korvan AutoFill.appex" VERBATIM)
   add_custom_target(korvan_appex ALL DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp)

@@ -33,8 +33,8 @@ TEST(Conversions, NoneIsNil) {
 TEST(Conversions, EmptyIsNotNone) {
   EXPECT_EQ(stringOf(@""), "");
   EXPECT_EQ(dataOf(toNSData(Data())), Data());
-  EXPECT_TRUE(dataArrayOf(@[]).value().empty());
-  EXPECT_TRUE(integerArrayOf(@[]).value().empty());
+  EXPECT_TRUE(dataArrayOf([NSArray array]).value().empty());
+  EXPECT_TRUE(integerArrayOf([NSArray array]).value().empty());
   EXPECT_NE(toNSString(""sv), nil);
 }
 

@@ -90,6 +90,7 @@ typedef unsigned short unichar;
 @end
 
 @interface NSArray<__covariant ObjectType> : NSObject <NSCopying, NSFastEnumeration>
++ (instancetype)array;
 + (instancetype)arrayWithObjects:(const ObjectType _Nonnull[_Nullable])objects
                            count:(NSUInteger)count;
 @property(readonly) NSUInteger count;
