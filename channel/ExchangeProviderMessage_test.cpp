@@ -1,5 +1,6 @@
 #include "channel/ExchangeProviderMessage.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>

@@ -58,6 +58,10 @@ function(korvan_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} korvan_options GTest::gmock GTest::gtest_main
                                         Threads::Threads)
+  if(APPLE AND NOT CMAKE_CROSSCOMPILING)
+    # Tests run here, and GoogleTest is there for this processor only.
+    set_target_properties(${name} PROPERTIES OSX_ARCHITECTURES ${CMAKE_HOST_SYSTEM_PROCESSOR})
+  endif()
   if(NOT CMAKE_CROSSCOMPILING)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   endif()

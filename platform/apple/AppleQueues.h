@@ -9,7 +9,8 @@ namespace korvan {
 /// libdispatch's main queue and its global queue of quality of service user-initiated, which adds
 /// threads for work that blocks.
 ///
-/// Work must not throw. It is released where it ran, right after it. Empty work ends the process.
+/// Work is released where it ran, right after it. libdispatch ends the process when work throws, as
+/// empty work does.
 class AppleQueues final : public Queues {
  public:
   void asyncMain(std::function<void()> work) const override;

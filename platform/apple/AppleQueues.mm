@@ -10,13 +10,13 @@ namespace {
 
 using Work = std::function<void()>;
 
-void run(const Work& work) noexcept {
+void run(const Work& work) {
   @autoreleasepool {
     work();
   }
 }
 
-void runOwned(void* owned) noexcept {
+void runOwned(void* owned) {
   const std::unique_ptr<const Work> work(static_cast<Work*>(owned));
   run(*work);
 }

@@ -51,7 +51,7 @@ function(korvan_add_app_extension executable)
       message(WARNING "ibtool, which comes with Xcode, is not there: the extension gets no nib.")
     endif()
     if(KORVAN_SIGNING_IDENTITY)
-      set(sign COMMAND codesign --force --options runtime --timestamp=none --entitlements ${entitlements}
+      set(sign COMMAND codesign --force --options runtime --entitlements ${entitlements}
                --sign ${KORVAN_SIGNING_IDENTITY} ${bundle})
     endif()
   endif()
@@ -73,3 +73,9 @@ function(korvan_add_app_extension executable)
     COMMENT "Making Korvan AutoFill.appex" VERBATIM)
   add_custom_target(korvan_appex ALL DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp)
 endfunction()
+
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/damaged.strings "\"OK\" = \"OK\";\n\"OK\" = ;\n")
+add_test(NAME CompileStrings.SaysWhereATableIsDamaged
+  COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/tools/compile-strings damaged.strings damaged.plist)
+set_tests_properties(CompileStrings.SaysWhereATableIsDamaged PROPERTIES
+  PASS_REGULAR_EXPRESSION "damaged.strings:2: this is neither a comment nor")

@@ -16,4 +16,16 @@
 /// OK was pressed in the notice. Main thread.
 - (void)dismissUnavailableUI:(nullable id)sender;
 
+// Overridden reports, which the superclass has in SDKs from macOS 26.0 on. They are called on
+// systems that know of them, on any thread.
+- (void)reportPublicKeyCredentialUpdateForRelyingParty:(nonnull NSString*)relyingParty
+                                            userHandle:(nonnull NSData*)userHandle
+                                               newName:(nonnull NSString*)newName;
+- (void)reportUnknownPublicKeyCredentialForRelyingParty:(nonnull NSString*)relyingParty
+                                           credentialID:(nonnull NSData*)credentialID;
+- (void)reportAllAcceptedPublicKeyCredentialsForRelyingParty:(nonnull NSString*)relyingParty
+                                                  userHandle:(nonnull NSData*)userHandle
+                                       acceptedCredentialIDs:
+                                           (nonnull NSArray<NSData*>*)acceptedCredentialIDs;
+
 @end
