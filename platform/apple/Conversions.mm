@@ -57,7 +57,8 @@ std::optional<std::vector<std::int64_t>> integerArrayOf(id array) {
 }
 
 NSString* toNSString(std::string_view characters) {
-  return [[NSString alloc] initWithBytes:characters.data()
+  // No characters may be nowhere, and Foundation wants to know where.
+  return [[NSString alloc] initWithBytes:characters.empty() ? "" : characters.data()
                                   length:characters.size()
                                 encoding:NSUTF8StringEncoding];
 }

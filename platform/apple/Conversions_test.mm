@@ -35,7 +35,8 @@ TEST(Conversions, EmptyIsNotNone) {
   EXPECT_EQ(dataOf(toNSData(Data())), Data());
   EXPECT_TRUE(dataArrayOf([NSArray array]).value().empty());
   EXPECT_TRUE(integerArrayOf([NSArray array]).value().empty());
-  EXPECT_NE(toNSString(""sv), nil);
+  EXPECT_EQ(stringOf(toNSString(""sv)), "");
+  EXPECT_EQ(stringOf(toNSString(std::string_view())), "");
 }
 
 TEST(Conversions, AnotherClassIsNone) {
