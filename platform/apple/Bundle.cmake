@@ -1,6 +1,7 @@
 # korvan_add_app_extension(EXECUTABLE): the target korvan_appex, which makes "Korvan AutoFill.appex" around the
 # file EXECUTABLE, in the build directory, with the entitlements to sign it with beside it.
 
+include(${PROJECT_SOURCE_DIR}/cmake/Catalogues.cmake)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 set(KORVAN_EXTENSION_BUNDLE_IDENTIFIER "${KORVAN_HOST_BUNDLE_IDENTIFIER}.autofill")
@@ -27,14 +28,12 @@ function(korvan_add_app_extension executable)
   configure_file(${sources}/KorvanAutoFill.entitlements.in ${entitlements} @ONLY)
 
   # English is in the keys, but a bundle says which languages it speaks by what it holds.
-  korvan_compile_strings(${sources}/English.strings en strings)
   file(GLOB catalogues CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/localization/*.po)
   foreach(catalogue IN LISTS catalogues)
     cmake_path(GET catalogue STEM language)
     string(REPLACE "_" "-" language ${language})
     set(table ${CMAKE_CURRENT_BINARY_DIR}/strings/${language}.strings)
-    add_custom_command(OUTPUT ${table} COMMAND msgcat --stringtable-output --output-file=${table} ${catalogue}
-                       DEPENDS ${catalogue} VERBATIM)
+    korvan_table_texts(${catalogue} ${table})
     korvan_compile_strings(${table} ${language} strings)
   endforeach()
 
