@@ -51,9 +51,8 @@ int run(const SystemOptions& options) {
   if (nameAHost(options)) {
     return useHost(settings, configure);
   }
-  return useOwnHost(settings, [](const LabSettings& chosen, const auto& /*ready*/) {
-    return configure(chosen);
-  });
+  return useOwnHost(
+      settings, [](const LabSettings& chosen, const auto& /*ready*/) { return configure(chosen); });
 }
 
 }  // namespace
