@@ -166,11 +166,9 @@ void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
                                                       .request = std::move(request),
                                                       .completion = std::move(completion),
                                                       .controller = std::move(controller)});
-  services->queues.asyncBackground([services, pending = std::move(pending)]() mutable {
-    obtainAnswer(*pending);
-    // Handed over whole: what the completion owns must be released on the main thread.
-    services->queues.asyncMain([pending = std::move(pending)] { complete(*pending); });
-  });
+  // The main thread has it last: what the completion owns must be released there.
+  services->queues.asyncBackground([pending] { obtainAnswer(*pending); },
+                                   [pending] { complete(*pending); });
 }
 
 }  // namespace korvan

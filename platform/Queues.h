@@ -15,9 +15,11 @@ class Queues {
   /// Runs `work` on the main thread and waits for it. Never called on the main thread.
   virtual void syncMain(const std::function<void()>& work) const = 0;
 
-  /// Runs `work` on a background thread of quality of service user-initiated. Work that blocks does
-  /// not keep other work waiting.
-  virtual void asyncBackground(std::function<void()> work) const = 0;
+  /// Runs `work` on a background thread of quality of service user-initiated, releases it, and then
+  /// runs `mainWork`, unless it is empty, as asyncMain() does. Work that blocks does not keep other
+  /// work waiting. A queue that knows what is to follow can have the thread ready for more by then.
+  virtual void asyncBackground(std::function<void()> work,
+                               std::function<void()> mainWork = {}) const = 0;
 };
 
 }  // namespace korvan

@@ -15,7 +15,8 @@ class AppleQueues final : public Queues {
  public:
   void asyncMain(std::function<void()> work) const override;
   void syncMain(const std::function<void()>& work) const override;
-  void asyncBackground(std::function<void()> work) const override;
+  void asyncBackground(std::function<void()> work,
+                       std::function<void()> mainWork = {}) const override;
 };
 
 }  // namespace korvan

@@ -21,17 +21,36 @@ void runOwned(void* owned) {
   run(*work);
 }
 
-void async(dispatch_queue_t queue, Work&& work) {
-  auto owned = std::make_unique<Work>(std::move(work));
-  // Moving a function may leave a copy behind, which would then be the last to be released, and on
-  // the wrong thread.
+/// Moving a function may leave a copy behind, which would then be the last to be released, and on
+/// the wrong thread.
+Work taken(Work& work) {
+  Work result = std::move(work);
   work = nullptr;
-  dispatch_async_f(queue, owned.release(), runOwned);
+  return result;
+}
+
+void submitToMain(Work& work) {
+  dispatch_async_f(dispatch_get_main_queue(), std::make_unique<Work>(taken(work)).release(),
+                   runOwned);
+}
+
+struct BackgroundWork {
+  Work work;
+  Work mainWork;
+};
+
+void runInBackground(void* owned) {
+  const std::unique_ptr<BackgroundWork> background(static_cast<BackgroundWork*>(owned));
+  run(background->work);
+  background->work = nullptr;
+  if (background->mainWork) {
+    submitToMain(background->mainWork);
+  }
 }
 
 }  // namespace
 
-void AppleQueues::asyncMain(Work work) const { async(dispatch_get_main_queue(), std::move(work)); }
+void AppleQueues::asyncMain(Work work) const { submitToMain(work); }
 
 void AppleQueues::syncMain(const Work& work) const {
   const Work* const waited = &work;
@@ -40,8 +59,10 @@ void AppleQueues::syncMain(const Work& work) const {
   });
 }
 
-void AppleQueues::asyncBackground(Work work) const {
-  async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), std::move(work));
+void AppleQueues::asyncBackground(Work work, Work mainWork) const {
+  auto owned = std::make_unique<BackgroundWork>(taken(work), taken(mainWork));
+  dispatch_async_f(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), owned.release(),
+                   runInBackground);
 }
 
 }  // namespace korvan

@@ -39,10 +39,8 @@ TEST(AppleQueues, BackgroundWorkWaitsForMainWork) {
   const AppleQueues queues;
   bool main = false;
   bool done = false;
-  queues.asyncBackground([&] {
-    queues.syncMain([&] { main = isMainThread(); });
-    queues.asyncMain([&done] { done = true; });
-  });
+  queues.asyncBackground([&] { queues.syncMain([&] { main = isMainThread(); }); },
+                         [&done] { done = true; });
   runMainLoopUntil([&] { return done; });
   EXPECT_TRUE(main);
 }
@@ -73,9 +71,8 @@ TEST(AppleQueues, WhatWorkOwnsIsReleasedWhereItRan) {
   bool releasedOnMain = false;
   auto owned = std::make_shared<Owned>(releasedOnMain);
   const std::weak_ptr<Owned> watched = owned;
-  queues.asyncBackground([&queues, owned = std::move(owned)]() mutable {
-    queues.asyncMain([owned = std::move(owned)] {});
-  });
+  queues.asyncBackground([owned] {}, [owned] {});
+  owned.reset();
   runMainLoopUntil([&] { return watched.expired(); });
   EXPECT_TRUE(releasedOnMain);
 }

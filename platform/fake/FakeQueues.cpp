@@ -8,7 +8,8 @@ namespace korvan {
 namespace {
 
 /// The oldest work, taken off the queue before it runs, since it may submit more.
-std::function<void()> take(std::deque<std::function<void()>>& queue) {
+template <typename Work>
+Work take(std::deque<Work>& queue) {
   auto work = std::move(queue.front());
   queue.pop_front();
   return work;
@@ -29,16 +30,20 @@ void FakeQueues::syncMain(const std::function<void()>& work) const {
   onMain_ = false;
 }
 
-void FakeQueues::asyncBackground(std::function<void()> work) const {
-  background_.push_back(std::move(work));
+void FakeQueues::asyncBackground(std::function<void()> work, std::function<void()> mainWork) const {
+  background_.push_back({.work = std::move(work), .mainWork = std::move(mainWork)});
 }
 
 bool FakeQueues::runOneInBackground() const {
   if (background_.empty()) {
     return false;
   }
+  auto [work, mainWork] = take(background_);
   onMain_ = false;
-  take(background_)();
+  std::exchange(work, nullptr)();
+  if (mainWork) {
+    asyncMain(std::move(mainWork));
+  }
   onMain_ = true;
   return true;
 }

@@ -17,7 +17,8 @@ class FakeQueues : public Queues {
   /// main thread, where the real call would wait for itself.
   void syncMain(const std::function<void()>& work) const override;
 
-  void asyncBackground(std::function<void()> work) const override;
+  void asyncBackground(std::function<void()> work,
+                       std::function<void()> mainWork = {}) const override;
 
   /// Runs the oldest background work; false when there is none.
   bool runOneInBackground() const;
@@ -34,7 +35,11 @@ class FakeQueues : public Queues {
 
  private:
   mutable std::deque<std::function<void()>> main_;
-  mutable std::deque<std::function<void()>> background_;
+  struct BackgroundWork {
+    std::function<void()> work;
+    std::function<void()> mainWork;
+  };
+  mutable std::deque<BackgroundWork> background_;
   mutable bool onMain_ = true;
 };
 

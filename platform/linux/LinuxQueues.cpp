@@ -30,7 +30,7 @@ LinuxQueues::LinuxQueues(GMainContext* mainContext)
     : mainContext_(
           g_main_context_ref(mainContext != nullptr ? mainContext : g_main_context_default())),
       mainQueue_(mainContext_.get()),
-      backgroundPool_(g_thread_pool_new(runBackgroundWork, this, Unlimited, FALSE, nullptr)) {}
+      backgroundPool_(g_thread_pool_new(runOnThreadOfPool, this, Unlimited, FALSE, nullptr)) {}
 
 LinuxQueues::~LinuxQueues() {
   while (GSource* retry =
@@ -55,21 +55,58 @@ void LinuxQueues::syncMain(const Work& work) const {
   done.acquire();
 }
 
-void LinuxQueues::asyncBackground(Work work) const {
-  auto* const queued = new Work(std::move(work));
+void LinuxQueues::asyncBackground(Work work, Work mainWork) const {
+  BackgroundWork background{.work = std::move(work), .mainWork = std::move(mainWork)};
+  if (giveToFreeThread(background)) {
+    return;
+  }
   unfinished_.fetch_add(1, std::memory_order_release);
-  if (!g_thread_pool_push(backgroundPool_, queued, nullptr)) {
+  if (!g_thread_pool_push(backgroundPool_, new BackgroundWork(std::move(background)), nullptr)) {
     startThreadsLater();
   }
 }
 
-void LinuxQueues::runBackgroundWork(gpointer work, gpointer queues) noexcept {
-  auto& unfinished = static_cast<const LinuxQueues*>(queues)->unfinished_;
-  std::ignore = unfinished.load(std::memory_order_acquire);
-  std::unique_ptr<Work> owned(static_cast<Work*>(work));
-  (*owned)();
-  owned.reset();
-  unfinished.fetch_sub(1, std::memory_order_release);
+void LinuxQueues::runOnThreadOfPool(gpointer work, gpointer queues) noexcept {
+  const auto& self = *static_cast<const LinuxQueues*>(queues);
+  std::ignore = self.unfinished_.load(std::memory_order_acquire);
+  const std::unique_ptr<BackgroundWork> owned(static_cast<BackgroundWork*>(work));
+  do {
+    self.run(*owned);
+  } while (self.takeForFreeThread(*owned));
+  self.unfinished_.fetch_sub(1, std::memory_order_release);
+}
+
+void LinuxQueues::run(BackgroundWork& background) const {
+  std::exchange(background.work, nullptr)();
+  {
+    const std::scoped_lock lock(mutex_);
+    ++freeThreads_;
+  }
+  // The main thread, once woken, may go on at once and submit the next work before this thread has
+  // got any further. It need not wake another thread for that.
+  if (background.mainWork) {
+    mainQueue_.submit(std::exchange(background.mainWork, nullptr));
+  }
+}
+
+bool LinuxQueues::giveToFreeThread(BackgroundWork& work) const {
+  const std::scoped_lock lock(mutex_);
+  if (forFreeThreads_.size() == freeThreads_) {
+    return false;
+  }
+  forFreeThreads_.push_back(std::move(work));
+  return true;
+}
+
+bool LinuxQueues::takeForFreeThread(BackgroundWork& work) const {
+  const std::scoped_lock lock(mutex_);
+  --freeThreads_;
+  if (forFreeThreads_.empty()) {
+    return false;
+  }
+  work = std::move(forFreeThreads_.back());
+  forFreeThreads_.pop_back();
+  return true;
 }
 
 void LinuxQueues::startThreadsLater() const {

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 #include <glib.h>
 
@@ -44,10 +46,19 @@ class LinuxQueues final : public Queues {
   ///
   /// When the system refuses a new thread, the work waits for the next thread that is done or that
   /// can be had: a new attempt is made every 100 ms in the main context.
-  void asyncBackground(std::function<void()> work) const override;
+  void asyncBackground(std::function<void()> work,
+                       std::function<void()> mainWork = {}) const override;
 
  private:
-  static void runBackgroundWork(gpointer work, gpointer queues) noexcept;
+  struct BackgroundWork {
+    std::function<void()> work;
+    std::function<void()> mainWork;
+  };
+
+  static void runOnThreadOfPool(gpointer work, gpointer queues) noexcept;
+  void run(BackgroundWork& work) const;
+  [[nodiscard]] bool giveToFreeThread(BackgroundWork& work) const;
+  [[nodiscard]] bool takeForFreeThread(BackgroundWork& work) const;
   void startThreadsLater() const;
 
   struct ReleaseContext {
@@ -57,8 +68,14 @@ class LinuxQueues final : public Queues {
   const std::unique_ptr<GMainContext, ReleaseContext> mainContext_;
   const MainQueueSource mainQueue_;
   GThreadPool* const backgroundPool_;
-  /// Background work submitted and not yet run. Tools that watch threads cannot see into GLib's
-  /// locks; each hand-over from thread to thread goes through this as well.
+  mutable std::mutex mutex_;
+  /// Threads that are done with their work and have nothing left to do but to hand its main work
+  /// over.
+  mutable std::size_t freeThreads_ = 0;
+  /// Work for them: never more than there are of them.
+  mutable std::vector<BackgroundWork> forFreeThreads_;
+  /// Work given to the pool that its threads are not done with. Tools that watch threads cannot see
+  /// into GLib's locks; each hand-over from thread to thread goes through this as well.
   mutable std::atomic<std::size_t> unfinished_ = 0;
 };
 

@@ -187,6 +187,79 @@ TEST_F(LinuxQueuesTest, SuccessiveBackgroundWorkSharesThreads) {
   EXPECT_LT(threads.size(), Successive / 4);
 }
 
+TEST_F(LinuxQueuesTest, MainWorkFollowsItsBackgroundWork) {
+  std::vector<int> order;
+  bool done = false;
+  queues_->asyncBackground([&] { order.push_back(1); },
+                           [&] {
+                             order.push_back(2);
+                             done = true;
+                           });
+  EXPECT_FALSE(done);
+  runUntil(done);
+  EXPECT_EQ(order, (std::vector{1, 2}));
+}
+
+TEST_F(LinuxQueuesTest, BackgroundWorkIsReleasedBeforeItsMainWorkRuns) {
+  auto held = std::make_shared<int>(0);
+  const std::weak_ptr<int> watched = held;
+  bool released = false;
+  bool done = false;
+  queues_->asyncBackground([held = std::move(held)] {},
+                           [&] {
+                             released = watched.expired();
+                             done = true;
+                           });
+  runUntil(done);
+  EXPECT_TRUE(released);
+}
+
+/// Submits from main work as often as there are `remaining`, each time as soon as the last is done.
+class Chain {
+ public:
+  explicit Chain(const LinuxQueues& queues) : queues_(queues) {}
+
+  void submit(int remaining) {
+    queues_.asyncBackground([this] { ++ran_; },
+                            [this, remaining] {
+                              if (remaining > 1) {
+                                submit(remaining - 1);
+                              } else {
+                                isDone_ = true;
+                              }
+                            });
+  }
+
+  [[nodiscard]] int ran() const { return ran_; }
+  [[nodiscard]] const bool& isDone() const { return isDone_; }
+
+ private:
+  const LinuxQueues& queues_;
+  std::atomic<int> ran_ = 0;
+  bool isDone_ = false;
+};
+
+TEST_F(LinuxQueuesTest, EachWorkRunsHoweverSoonItFollowsAnother) {
+  constexpr int Length = 5'000;
+  std::latch hanging(1);
+  std::latch released(1);
+  queues_->asyncBackground([&] {
+    hanging.count_down();
+    released.wait();
+  });
+  hanging.wait();
+  Chain first(*queues_);
+  Chain second(*queues_);
+  first.submit(Length);
+  second.submit(Length);
+  runUntil(first.isDone());
+  runUntil(second.isDone());
+  EXPECT_EQ(first.ran(), Length);
+  EXPECT_EQ(second.ran(), Length);
+  released.count_down();
+  endBackgroundWork();
+}
+
 TEST_F(LinuxQueuesTest, BackgroundWorkIsReleasedOnceItHasRun) {
   std::binary_semaphore released{0};
   const auto signalling = [&released](const int* pointer) {
