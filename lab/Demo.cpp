@@ -179,7 +179,7 @@ bool loseAReport(Tour& tour) {
       tour.call(unknownCredentialReport(std::string(TourRelyingParty),
                                         tour.passkey().identity.credentialID.value()),
                 launcher.string());
-  const bool opened = tour.stage().hasProcesses();
+  const bool opened = Stage::hasProcesses();
   tour.stage().stopLaunchedHost();
   return tour.narrator().verdict(
       !wasDelivered(report) && report.failedConnections == 1 && !opened,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -24,34 +25,27 @@ class Text {
   Text() noexcept = default;
 
   /// A copy of `text`, in at most one allocation.
-  explicit Text(std::string_view text) {
-    if (text.size() <= MaxShortSize) {
-      text_.emplace<Short>(text);
-    } else {
-      text_.emplace<Data>(copyOf(text));
-    }
-  }
+  explicit Text(std::string_view text)
+      : text_(text.size() <= MaxShortSize ? Storage(Short(text)) : Storage(copyOf(text))) {}
 
   /// Shares the bytes of `utf8`, unless they are few.
-  explicit Text(Data utf8) noexcept {
-    if (utf8.size() <= MaxShortSize) {
-      text_.emplace<Short>(viewOf(utf8));
-    } else {
-      text_.emplace<Data>(std::move(utf8));
-    }
-  }
+  explicit Text(Data utf8) noexcept
+      : text_(utf8.size() <= MaxShortSize ? Storage(Short(viewOf(utf8)))
+                                          : Storage(std::move(utf8))) {}
 
   /// The text of the `size` bytes of `utf8` from `offset` on, which the caller has checked to
   /// exist.
   static Text sliceOf(const Data& utf8, std::size_t offset, std::size_t size) noexcept {
-    return size <= MaxShortSize ? Text(Short(viewOf(utf8).substr(offset, size)))
-                                : Text(utf8.slice(offset, size));
+    Text text;
+    text.text_ = size <= MaxShortSize ? Storage(Short({viewOf(utf8).data() + offset, size}))
+                                      : Storage(utf8.slice(offset, size));
+    return text;
   }
 
   /// Refers to characters that outlive the program's work, such as a literal's; see `_text`.
   static Text ofStatic(std::string_view characters) noexcept {
     Text text;
-    text.text_.emplace<std::string_view>(characters);
+    text.text_ = characters;
     return text;
   }
 
@@ -73,14 +67,14 @@ class Text {
   struct Short {
     Short() noexcept = default;
     explicit Short(std::string_view text) noexcept : size(static_cast<std::uint8_t>(text.size())) {
-      std::memcpy(characters.data(), text.data(), text.size());
+      std::ranges::copy(text, characters.begin());
     }
 
     std::array<char, MaxShortSize + 1> characters;
     std::uint8_t size = 0;
   };
 
-  explicit Text(const Short& text) noexcept : text_(text) {}
+  using Storage = std::variant<Short, std::string_view, Data>;
 
   static Data copyOf(std::string_view text);
 
@@ -88,7 +82,7 @@ class Text {
     return {reinterpret_cast<const char*>(utf8.bytes().data()), utf8.size()};
   }
 
-  std::variant<Short, std::string_view, Data> text_;
+  Storage text_;
 };
 
 /// The first eight bytes as a number: texts whose numbers differ are in the numbers' byte order.
