@@ -60,8 +60,9 @@ void LinuxQueues::asyncBackground(Work work, Work mainWork) const {
   if (giveToFreeThread(background)) {
     return;
   }
+  auto* const queued = new BackgroundWork(std::move(background));
   unfinished_.fetch_add(1, std::memory_order_release);
-  if (!g_thread_pool_push(backgroundPool_, new BackgroundWork(std::move(background)), nullptr)) {
+  if (!g_thread_pool_push(backgroundPool_, queued, nullptr)) {
     startThreadsLater();
   }
 }

@@ -33,12 +33,12 @@ pid_t start(int numberDescriptor) {
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_adddup2(&actions, numberDescriptor, ChildsDescriptor);
-  const char* const arguments[] = {"setpriv", "--pdeathsig", "TERM", "Xvfb",         "-displayfd",
-                                   "3",       "-screen",     "0",    "1400x1000x24", "-nolisten",
-                                   "tcp",     "-noreset",    nullptr};
+  const std::array<const char*, 13> arguments = {
+      "setpriv", "--pdeathsig",  "TERM",      "Xvfb", "-displayfd", "3",    "-screen",
+      "0",       "1400x1000x24", "-nolisten", "tcp",  "-noreset",   nullptr};
   pid_t process = -1;
-  const int error = ::posix_spawnp(&process, arguments[0], &actions, nullptr,
-                                   const_cast<char* const*>(arguments), environ);
+  const int error = ::posix_spawnp(&process, arguments.front(), &actions, nullptr,
+                                   const_cast<char* const*>(arguments.data()), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) {
     throw std::runtime_error("setpriv does not start");
@@ -61,12 +61,12 @@ DisplayServer::DisplayServer() {
     ::waitpid(process_, nullptr, 0);
     throw std::runtime_error("Xvfb does not start");
   }
-  ::setenv("DISPLAY", (":" + number).c_str(), 1);
-  ::unsetenv("WAYLAND_DISPLAY");
-  ::setenv("GDK_BACKEND", "x11", 1);
-  ::setenv("GSK_RENDERER", "cairo", 1);
-  ::setenv("GTK_A11Y", "test", 1);
-  ::setenv("GSETTINGS_BACKEND", "memory", 1);
+  g_setenv("DISPLAY", (":" + number).c_str(), TRUE);
+  g_unsetenv("WAYLAND_DISPLAY");
+  g_setenv("GDK_BACKEND", "x11", TRUE);
+  g_setenv("GSK_RENDERER", "cairo", TRUE);
+  g_setenv("GTK_A11Y", "test", TRUE);
+  g_setenv("GSETTINGS_BACKEND", "memory", TRUE);
 }
 
 DisplayServer::~DisplayServer() {

@@ -77,7 +77,10 @@ NoticeFixture::NoticeFixture()
       std::shared_ptr<const Services>(platform, &services_));
 }
 
-NoticeFixture::~NoticeFixture() { controller.reset(); }
+void NoticeFixture::TearDown() {
+  controller.reset();
+  ControllerFixture::TearDown();
+}
 
 ProviderMessage NoticeFixture::response(std::string_view description) {
   ProviderMessage made = failureResponse("unavailable", description);

@@ -17,7 +17,8 @@ namespace korvan {
 class NoticeFixture : public ControllerFixture {
  protected:
   NoticeFixture();
-  ~NoticeFixture() override;
+
+  void TearDown() override;
 
   static ProviderMessage response(std::string_view description);
 
