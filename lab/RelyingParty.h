@@ -35,6 +35,7 @@ struct CreationOptions {
   /// COSE algorithm identifiers, ES256 alone unless told otherwise.
   std::vector<std::int64_t> algorithms = {-7};
   /// The IDs of credentials that the new one shall not stand beside.
+  // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
   std::vector<Data> excludedCredentials = {};
   /// It is to be made without the user, or not at all.
   bool conditional = false;
