@@ -4,7 +4,7 @@
 #include <array>
 #include <functional>
 #include <memory_resource>
-#include <set>
+#include <unordered_map>
 #include <utility>
 
 namespace korvan {
@@ -62,61 +62,179 @@ std::vector<PropertyListDictionary::Entry> ordered(std::span<Entry> entries, Tak
   return result;
 }
 
-}  // namespace
-
-/// One comparison of two values, which remembers the shared containers it has met.
-class PropertyListComparison {
+/// The release of a container and of what only it holds. Containers inside one another are released
+/// by recursion down to a depth, and what is deeper after that, so that no nesting takes more
+/// stack.
+class Release {
  public:
-  bool equal(const PropertyListValue& left, const PropertyListValue& right) {
-    if (left.value_.index() != right.value_.index()) {
-      return false;
+  Release(const Release&) = delete;
+  Release& operator=(const Release&) = delete;
+  Release() noexcept { underWay = this; }
+
+  ~Release() {
+    while (!putOff_.empty()) {
+      const PutOff next = std::move(putOff_.back());
+      putOff_.pop_back();
     }
-    if (left.array() != nullptr) {
-      return areEqualContainers(std::get<std::shared_ptr<const Array>>(left.value_),
-                                std::get<std::shared_ptr<const Array>>(right.value_));
-    }
-    if (left.dictionary() != nullptr) {
-      return areEqualContainers(std::get<std::shared_ptr<const Dictionary>>(left.value_),
-                                std::get<std::shared_ptr<const Dictionary>>(right.value_));
-    }
-    return left.value_ == right.value_;
+    underWay = nullptr;
   }
 
-  bool equal(const PropertyListDictionary& left, const PropertyListDictionary& right) {
-    return std::ranges::equal(
-        left.entries(), right.entries(), [this](const auto& leftEntry, const auto& rightEntry) {
-          return leftEntry.key == rightEntry.key && equal(leftEntry.value, rightEntry.value);
-        });
+  template <typename Container>
+  static void of(Container& container) {
+    if (underWay == nullptr) {
+      const Release outermost;
+      const Container released = std::move(container);
+    } else if (underWay->depth_ == MaxDepth) {
+      underWay->putOff_.emplace_back(std::move(container));
+    } else {
+      ++underWay->depth_;
+      std::optional<Container>(std::move(container)).reset();
+      --underWay->depth_;
+    }
+  }
+
+ private:
+  using PutOff = std::variant<PropertyListValue::Array, PropertyListDictionary>;
+
+  static constexpr std::size_t MaxDepth = 256;
+  static thread_local Release* underWay;
+
+  std::size_t depth_ = 0;
+  std::vector<PutOff> putOff_;
+};
+
+constinit thread_local Release* Release::underWay = nullptr;
+
+/// A container that values share.
+template <typename Container>
+struct Shared {
+  explicit Shared(Container contents) noexcept : container(std::move(contents)) {}
+  Shared(const Shared&) = delete;
+  Shared& operator=(const Shared&) = delete;
+  ~Shared() { Release::of(container); }
+
+  Container container;
+};
+
+template <typename Container>
+std::shared_ptr<const Container> share(Container contents) {
+  auto shared = std::make_shared<Shared<Container>>(std::move(contents));
+  const Container* const container = &shared->container;
+  return {std::move(shared), container};
+}
+
+}  // namespace
+
+/// One comparison of two values.
+class PropertyListComparison {
+ public:
+  bool areEqual(const PropertyListValue& left, const PropertyListValue& right) {
+    return compare(left, right) && compareRest();
+  }
+
+  bool areEqual(const PropertyListDictionary& left, const PropertyListDictionary& right) {
+    return compareContents(left, right) && compareRest();
   }
 
  private:
   using Array = PropertyListValue::Array;
-  using Dictionary = PropertyListDictionary;
 
-  bool equal(const Array& left, const Array& right) {
-    return std::ranges::equal(left, right, [this](const auto& leftItem, const auto& rightItem) {
-      return equal(leftItem, rightItem);
-    });
+  /// Two containers whose contents are to be compared.
+  using Pair =
+      std::variant<std::pair<const Array*, const Array*>,
+                   std::pair<const PropertyListDictionary*, const PropertyListDictionary*>>;
+
+  bool compareRest() {
+    while (!rest_.empty()) {
+      const Pair next = rest_.back();
+      rest_.pop_back();
+      const auto compareBoth = [this](const auto& pair) {
+        return compareContents(*pair.first, *pair.second);
+      };
+      if (!std::visit(compareBoth, next)) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  /// Compares the two but for the contents of containers, which are put off.
+  bool compare(const PropertyListValue& left, const PropertyListValue& right) {
+    if (left.value_.index() != right.value_.index()) {
+      return false;
+    }
+    if (const auto* array = left.array()) {
+      putOff(array, right.array());
+    } else if (const auto* set = left.set()) {
+      putOff(set, right.set());
+    } else if (const auto* dictionary = left.dictionary()) {
+      putOff(dictionary, right.dictionary());
+    } else {
+      return left.value_ == right.value_;
+    }
+    return true;
   }
 
   template <typename Container>
-  bool areEqualContainers(const std::shared_ptr<const Container>& left,
-                          const std::shared_ptr<const Container>& right) {
-    // A pair met before was equal, or the comparison would have ended there. Containers that only
-    // one value holds each are met as often as the pair that holds them: once.
-    const bool mayBeMetAgain = left.use_count() > 1 || right.use_count() > 1;
-    return left == right || (mayBeMetAgain && !met_.emplace(left.get(), right.get()).second) ||
-           equal(*left, *right);
+  void putOff(const Container* left, const Container* right) {
+    if (unite(left, right)) {
+      rest_.emplace_back(std::pair(left, right));
+    }
   }
 
-  std::set<std::pair<const void*, const void*>> met_;
+  bool compareContents(const Array& left, const Array& right) {
+    return std::ranges::equal(left, right, [this](const auto& leftItem, const auto& rightItem) {
+      return compare(leftItem, rightItem);
+    });
+  }
+
+  bool compareContents(const PropertyListDictionary& left, const PropertyListDictionary& right) {
+    return std::ranges::equal(
+        left.entries(), right.entries(), [this](const auto& leftEntry, const auto& rightEntry) {
+          return leftEntry.key == rightEntry.key && compare(leftEntry.value, rightEntry.value);
+        });
+  }
+
+  /// Takes the two for equal from here on: if they are not, the comparison ends there. False when
+  /// they were taken for equal before, be it by way of others.
+  bool unite(const void* left, const void* right) {
+    const void* const leftName = nameOf(left);
+    const void* const rightName = nameOf(right);
+    if (leftName == rightName) {
+      return false;
+    }
+    name_[leftName] = rightName;
+    return true;
+  }
+
+  /// The one container that stands for all that are taken for equal to this one.
+  const void* nameOf(const void* container) {
+    for (auto found = name_.find(container); found != name_.end();) {
+      const auto next = name_.find(found->second);
+      if (next == name_.end()) {
+        return found->second;
+      }
+      container = found->second = next->second;
+      found = name_.find(container);
+    }
+    return container;
+  }
+
+  std::vector<Pair> rest_;
+  /// Towards the container that stands for each; those that stand for themselves are absent.
+  std::unordered_map<const void*, const void*> name_;
 };
 
-PropertyListValue::PropertyListValue(Array value)
-    : value_(std::make_shared<const Array>(std::move(value))) {}
+PropertyListValue::PropertyListValue(Array value) : value_(share(std::move(value))) {}
 
 PropertyListValue::PropertyListValue(PropertyListDictionary value)
-    : value_(std::make_shared<PropertyListDictionary>(std::move(value))) {}
+    : value_(share(std::move(value))) {}
+
+PropertyListValue PropertyListValue::setOf(Array items) {
+  PropertyListValue value;
+  value.value_ = Set{share(std::move(items))};
+  return value;
+}
 
 std::optional<PropertyListDictionary> PropertyListValue::takeDictionary() && {
   const PropertyListValue taken = std::exchange(*this, {});
@@ -128,7 +246,7 @@ std::optional<PropertyListDictionary> PropertyListValue::takeDictionary() && {
   if (held->use_count() > 1) {
     return **held;
   }
-  // Nobody else can see it, and it was not made const: see the constructor.
+  // Nobody else can see it, and it was not made const: see share().
   return std::move(*std::const_pointer_cast<PropertyListDictionary>(*held));
 }
 
@@ -138,11 +256,11 @@ bool PropertyListValue::truthValue() const noexcept {
 }
 
 bool operator==(const PropertyListValue& left, const PropertyListValue& right) {
-  return PropertyListComparison().equal(left, right);
+  return PropertyListComparison().areEqual(left, right);
 }
 
 bool operator==(const PropertyListDictionary& left, const PropertyListDictionary& right) {
-  return PropertyListComparison().equal(left, right);
+  return PropertyListComparison().areEqual(left, right);
 }
 
 PropertyListDictionary::PropertyListDictionary(std::vector<Entry> entries)

@@ -35,7 +35,8 @@ struct PropertyListUid {
 /// One immutable value of a property list. Copies share strings, data and containers, so copying
 /// costs a reference count however large the value is; copies may be used on any thread.
 ///
-/// Reading is by kind: a reader of another kind answers "absent", it does not convert.
+/// Reading is by kind: a reader of another kind answers "absent", it does not convert. Values may
+/// be nested without bound: comparing and releasing them do not recurse with the nesting.
 class PropertyListValue {
  public:
   using Array = std::vector<PropertyListValue>;
@@ -68,6 +69,10 @@ class PropertyListValue {
   PropertyListValue(Array value);
   PropertyListValue(PropertyListDictionary value);
 
+  /// A collection without order, which only the binary format knows and no message has. Equal sets
+  /// here are those whose items also come in the same order.
+  static PropertyListValue setOf(Array items);
+
   /// Copies the characters.
   PropertyListValue(std::string_view value) : value_(Text(value)) {}
   PropertyListValue(const std::string& value) : PropertyListValue(std::string_view(value)) {}
@@ -99,6 +104,10 @@ class PropertyListValue {
     const auto* held = std::get_if<std::shared_ptr<const Array>>(&value_);
     return held != nullptr ? held->get() : nullptr;
   }
+  [[nodiscard]] const Array* set() const noexcept {
+    const auto* held = std::get_if<Set>(&value_);
+    return held != nullptr ? held->items.get() : nullptr;
+  }
   [[nodiscard]] const PropertyListDictionary* dictionary() const noexcept {
     const auto* held = std::get_if<std::shared_ptr<const PropertyListDictionary>>(&value_);
     return held != nullptr ? held->get() : nullptr;
@@ -112,12 +121,17 @@ class PropertyListValue {
   /// zero, and false for everything else.
   [[nodiscard]] bool truthValue() const noexcept;
 
-  /// Each pair of shared containers is compared once, so the cost follows the number of containers
-  /// and not the number of ways that lead to them.
+  /// Containers that were found equal are not compared again, so the cost follows what the values
+  /// hold in memory and not the number of ways that lead to it.
   friend bool operator==(const PropertyListValue& left, const PropertyListValue& right);
 
  private:
   friend class PropertyListComparison;
+
+  struct Set {
+    std::shared_ptr<const Array> items;
+    friend bool operator==(const Set&, const Set&) = default;
+  };
 
   template <typename Alternative>
   [[nodiscard]] std::optional<Alternative> alternative() const noexcept {
@@ -126,7 +140,7 @@ class PropertyListValue {
   }
 
   std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, PropertyListDate,
-               PropertyListUid, Text, Data, std::shared_ptr<const Array>,
+               PropertyListUid, Text, Data, std::shared_ptr<const Array>, Set,
                std::shared_ptr<const PropertyListDictionary>>
       value_;
 };

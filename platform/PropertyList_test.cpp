@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -174,6 +175,56 @@ TEST(PropertyListValue, ComparesContainersOnceThatOnlyOneSideShares) {
 
   EXPECT_EQ(shared, unshared);
   EXPECT_EQ(left, right);
+}
+
+TEST(PropertyListValue, ComparesManyContainersWithManyEqualOnesInProportionToTheirSize) {
+  // Each level refers to every container of the one below, so that any of the left side's may meet
+  // any of the right side's: hundreds of times as many pairs as there are containers.
+  const auto levels = [] {
+    constexpr std::size_t Width = 400;
+    Array below(Width, 1);
+    for (int level = 0; level < 3; ++level) {
+      Array containers;
+      for (std::size_t index = 0; index < Width; ++index) {
+        containers.emplace_back(below);
+      }
+      below = std::move(containers);
+    }
+    return PropertyListValue(std::move(below));
+  };
+
+  EXPECT_EQ(levels(), levels());
+}
+
+TEST(PropertyListValue, ComparesAndReleasesAnyNesting) {
+  const auto nested = [](int leaf) {
+    PropertyListValue value = leaf;
+    for (int depth = 0; depth < 50'000; ++depth) {
+      value = depth % 3 == 0   ? PropertyListValue(PropertyListDictionary::of(
+                                   PropertyListDictionary::Entry{"a"_text, std::move(value)}))
+              : depth % 3 == 1 ? PropertyListValue::setOf({value})
+                               : PropertyListValue(Array{value});
+    }
+    return value;
+  };
+
+  EXPECT_EQ(nested(1), nested(1));
+  EXPECT_NE(nested(1), nested(2));
+}
+
+TEST(PropertyListValue, ReleasesNestedContainersWithTheLastThatHoldsThem) {
+  auto bytes = std::make_shared<const std::uint8_t>(std::uint8_t{7});
+  const std::weak_ptr<const std::uint8_t> held = bytes;
+  PropertyListValue value(Data(std::move(bytes), 1));
+  for (int depth = 0; depth < 10'000; ++depth) {
+    value = Array{value, value};
+  }
+  PropertyListValue copy = value;
+
+  value = {};
+  EXPECT_FALSE(held.expired());
+  copy = {};
+  EXPECT_TRUE(held.expired());
 }
 
 TEST(PropertyListDictionary, IsKeptInTheKeysByteOrder) {
