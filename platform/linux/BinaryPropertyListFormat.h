@@ -12,6 +12,8 @@
 namespace korvan::binaryPropertyList {
 
 inline constexpr std::string_view Magic = "bplist00";
+/// What the magic begins with in every version.
+inline constexpr std::size_t NameSize = 6;
 
 /// Five unused bytes, a sort version, the widths of an offset and of a reference, one byte each;
 /// then eight bytes each: the number of objects, the top object, the offset table's offset.
@@ -20,11 +22,6 @@ inline constexpr std::size_t TrailerSize = 32;
 /// A count in the low half of the first byte is below this; this itself says that an integer object
 /// with the count follows.
 inline constexpr std::uint8_t ExtendedCount = 0x0F;
-
-/// Containers inside one another, the outermost included, that are written or read at most. It
-/// keeps recursion on values, their release included, within any thread's stack; it is our own
-/// bound.
-inline constexpr std::size_t MaxNesting = 512;
 
 inline constexpr std::uint8_t NullMarker = 0x00;
 inline constexpr std::uint8_t FalseMarker = 0x08;

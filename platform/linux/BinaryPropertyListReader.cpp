@@ -11,6 +11,8 @@
 #include <utility>
 
 #include "platform/linux/BinaryPropertyListFormat.h"
+#include "platform/linux/PropertyListLimits.h"
+#include "platform/linux/Unicode.h"
 
 namespace korvan {
 namespace {
@@ -21,61 +23,6 @@ constexpr std::size_t MaxWidth = sizeof(std::uint64_t);
 
 [[gnu::cold]] std::string counted(std::uint64_t count, std::string_view thing) {
   return std::to_string(count) + ' ' + std::string(thing) + (count == 1 ? "" : "s");
-}
-
-bool isAscii(std::span<const std::uint8_t> bytes) {
-  constexpr std::uint64_t HighBits = 0x8080808080808080;
-  const auto isAsciiWordAt = [&](std::size_t offset) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, &bytes[offset], sizeof word);
-    return (word & HighBits) == 0;
-  };
-  if (bytes.size() < sizeof HighBits) {
-    return std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte < 0x80; });
-  }
-  const std::size_t last = bytes.size() - sizeof HighBits;
-  for (std::size_t offset = 0; offset < last; offset += sizeof HighBits) {
-    if (!isAsciiWordAt(offset)) {
-      return false;
-    }
-  }
-  return isAsciiWordAt(last);
-}
-
-/// The code point that big-endian `utf16` begins with, taken off its front; none when a surrogate
-/// stands alone.
-std::optional<char32_t> takeCodePoint(std::span<const std::uint8_t>& utf16) {
-  const auto unitAt = [&](std::size_t offset) {
-    return static_cast<char32_t>((utf16[offset] << 8) | utf16[offset + 1]);
-  };
-  const char32_t unit = unitAt(0);
-  if (unit < 0xD800 || unit > 0xDFFF) {
-    utf16 = utf16.subspan(2);
-    return unit;
-  }
-  if (unit >= 0xDC00 || utf16.size() < 4) {
-    return std::nullopt;
-  }
-  const char32_t low = unitAt(2);
-  if (low < 0xDC00 || low > 0xDFFF) {
-    return std::nullopt;
-  }
-  utf16 = utf16.subspan(4);
-  return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
-}
-
-std::size_t utf8SizeOf(char32_t codePoint) {
-  return codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
-}
-
-void putUtf8(std::uint8_t*& next, char32_t codePoint) {
-  constexpr std::array<std::uint8_t, 5> Lead = {0, 0, 0xC0, 0xE0, 0xF0};
-  const std::size_t size = utf8SizeOf(codePoint);
-  for (std::size_t index = size; --index > 0; codePoint >>= 6) {
-    next[index] = static_cast<std::uint8_t>(0x80 | (codePoint & 0x3F));
-  }
-  *next = static_cast<std::uint8_t>(Lead[size] | codePoint);
-  next += size;
 }
 
 }  // namespace
@@ -92,8 +39,9 @@ struct BinaryPropertyListReader::Key {
 };
 
 bool BinaryPropertyListReader::recognizes(const Data& bytes) noexcept {
-  return bytes.size() >= format::Magic.size() &&
-         std::memcmp(bytes.bytes().data(), format::Magic.data(), format::Magic.size()) == 0;
+  const std::string_view name = format::Magic.substr(0, format::NameSize);
+  return bytes.size() >= name.size() &&
+         std::memcmp(bytes.bytes().data(), name.data(), name.size()) == 0;
 }
 
 std::expected<PropertyListValue, PropertyListError> BinaryPropertyListReader::read(
@@ -114,11 +62,11 @@ BinaryPropertyListReader::BinaryPropertyListReader(const Data& bytes) noexcept
 
 bool BinaryPropertyListReader::readTrailer() {
   constexpr std::size_t LeastSize = format::Magic.size() + format::TrailerSize;
-  if (!recognizes(bytes_)) {
-    return fail(0, "it does not begin with \"bplist00\"");
-  }
   if (bytes_.size() < LeastSize) {
     return fail(bytes_.size(), "it ends before its trailer is complete");
+  }
+  if (viewAt(0, format::Magic.size()) != format::Magic) {
+    return fail(0, "it does not begin with \"bplist00\"");
   }
   const std::size_t trailer = bytes_.size() - format::TrailerSize;
   offsetWidth_ = first_[trailer + 6];
@@ -185,12 +133,10 @@ PropertyListValue BinaryPropertyListReader::readNew(Object& object) {
     case format::UidMarker:
       return readUid(object);
     case format::ArrayMarker:
-      return readArray(object);
+    case format::SetMarker:
+      return readItems(object);
     case format::DictionaryMarker:
       return readDictionary(object);
-    case format::SetMarker:
-      fail(object.offset, "a property list cannot hold a set");
-      return {};
     default:
       return readSingleByte(object);
   }
@@ -298,7 +244,7 @@ bool BinaryPropertyListReader::openAscii(Object& object) {
   if (!claimCounted(object, 1)) {
     return false;
   }
-  if (isNew && !isAscii(bytes_.bytes().subspan(object.contents, object.count))) {
+  if (isNew && !unicode::isAscii(viewAt(object.contents, object.count))) {
     return fail(object.offset, "an ASCII string holds a byte above 127");
   }
   return true;
@@ -315,25 +261,25 @@ PropertyListValue BinaryPropertyListReader::readUtf16(Object& object) {
   const auto utf16 = bytes_.bytes().subspan(object.contents, 2 * object.count);
   std::size_t size = 0;
   for (auto rest = utf16; !rest.empty();) {
-    const auto codePoint = takeCodePoint(rest);
+    const auto codePoint = unicode::takeUtf16(rest);
     if (!codePoint) {
       fail(object.contents + (utf16.size() - rest.size()),
            "a UTF-16 string holds half a surrogate pair");
       return {};
     }
-    size += utf8SizeOf(*codePoint);
+    size += unicode::utf8SizeOf(*codePoint);
   }
   MutableData utf8 = MutableData::uninitialized(size);
   std::uint8_t* next = utf8.bytes().data();
   for (auto rest = utf16; !rest.empty();) {
-    putUtf8(next, takeCodePoint(rest).value_or(0));
+    unicode::putUtf8(next, unicode::takeUtf16(rest).value_or(0));
   }
   PropertyListValue text(Text(std::move(utf8).freeze()));
   store(object, text, 0);
   return text;
 }
 
-PropertyListValue BinaryPropertyListReader::readArray(Object& object) {
+PropertyListValue BinaryPropertyListReader::readItems(Object& object) {
   const std::size_t outerTallest = std::exchange(tallest_, 0);
   if (!open(object, referenceWidth_)) {
     return {};
@@ -343,7 +289,9 @@ PropertyListValue BinaryPropertyListReader::readArray(Object& object) {
   for (std::size_t place = 0; place < object.count && !hasFailed(); ++place) {
     items.push_back(readObject(referrerAt(object, place), referenceAt(object, place)));
   }
-  return close(object, outerTallest, std::move(items));
+  return close(object, outerTallest,
+               object.marker == format::SetMarker ? PropertyListValue::setOf(std::move(items))
+                                                  : PropertyListValue(std::move(items)));
 }
 
 PropertyListValue BinaryPropertyListReader::readDictionary(Object& object) {
@@ -423,10 +371,14 @@ void BinaryPropertyListReader::readKey(const Object& dictionary, std::size_t pla
   key.prefix = orderingPrefixOf(viewOf(key));
 }
 
+std::string_view BinaryPropertyListReader::viewAt(std::size_t offset,
+                                                  std::size_t size) const noexcept {
+  return {reinterpret_cast<const char*>(first_) + offset, size};
+}
+
 std::string_view BinaryPropertyListReader::viewOf(const Key& key) const noexcept {
-  return key.stored == 0
-             ? std::string_view(reinterpret_cast<const char*>(first_) + key.contents, key.size)
-             : stored_[key.stored - 1].value.text()->view();
+  return key.stored == 0 ? viewAt(key.contents, key.size)
+                         : stored_[key.stored - 1].value.text()->view();
 }
 
 Text BinaryPropertyListReader::textOf(const Key& key) const noexcept {
@@ -495,7 +447,7 @@ bool BinaryPropertyListReader::claim(const Object& object, std::size_t size) {
 }
 
 bool BinaryPropertyListReader::open(Object& object, std::size_t unit) {
-  if (depth_ == format::MaxNesting) {
+  if (depth_ == MaxPropertyListNesting) {
     return failAsTooDeep(object);
   }
   if (!claimCounted(object, unit)) {
@@ -510,7 +462,7 @@ PropertyListValue BinaryPropertyListReader::close(const Object& object, std::siz
                                                   PropertyListValue value) {
   // A shared container may be read first where it is shallow: its own depth adds up as well.
   const std::size_t height = tallest_ + 1;
-  if (height > format::MaxNesting) {
+  if (height > MaxPropertyListNesting) {
     failAsTooDeep(object);
   }
   --depth_;
@@ -568,7 +520,7 @@ bool BinaryPropertyListReader::failForOverlap(const Object& object) {
 
 bool BinaryPropertyListReader::failAsTooDeep(const Object& object) {
   return fail(object.offset,
-              "more than " + std::to_string(format::MaxNesting) + " containers are nested");
+              "more than " + std::to_string(MaxPropertyListNesting) + " containers are nested");
 }
 
 std::uint64_t BinaryPropertyListReader::numberAt(std::size_t offset,

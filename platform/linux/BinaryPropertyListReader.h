@@ -21,11 +21,10 @@ namespace korvan {
 /// more than once is one value with shared storage. Whatever the bytes say, time and memory stay
 /// proportional to their number (sorting a dictionary's keys adds a logarithm).
 ///
-/// Of a repeated key the last value counts. A null object reads as the null value. Sets are
-/// refused: a property list has none, and reading one as an array would make up an order.
+/// Of a repeated key the last value counts. A null object reads as the null value.
 class BinaryPropertyListReader {
  public:
-  /// Whether `bytes` announce this format.
+  /// Whether `bytes` announce this format, in whichever version.
   static bool recognizes(const Data& bytes) noexcept;
 
   /// The top object. The error's description names the byte offset and what is wrong there.
@@ -92,10 +91,12 @@ class BinaryPropertyListReader {
   /// Finds a string's contents, and the first time makes sure that they are text.
   bool openAscii(Object& object);
   PropertyListValue readUtf16(Object& object);
-  PropertyListValue readArray(Object& object);
+  /// Of an array or a set.
+  PropertyListValue readItems(Object& object);
   PropertyListValue readDictionary(Object& object);
   void readKeys(const Object& dictionary, std::pmr::vector<Key>& keys);
   void readKey(const Object& dictionary, std::size_t place, std::pmr::vector<Key>& keys);
+  [[nodiscard]] std::string_view viewAt(std::size_t offset, std::size_t size) const noexcept;
   [[nodiscard]] std::string_view viewOf(const Key& key) const noexcept;
   [[nodiscard]] Text textOf(const Key& key) const noexcept;
 

@@ -102,8 +102,8 @@ std::string arrayOfEqual(std::size_t count, std::uint64_t reference) {
 TEST(BinaryPropertyListReader, RecognizesTheFormatByItsFirstBytes) {
   EXPECT_TRUE(BinaryPropertyListReader::recognizes(dataOf("bplist00")));
   EXPECT_TRUE(BinaryPropertyListReader::recognizes(dataOf("bplist00...")));
-  EXPECT_FALSE(BinaryPropertyListReader::recognizes(dataOf("bplist01...")));
-  EXPECT_FALSE(BinaryPropertyListReader::recognizes(dataOf("bplist0")));
+  EXPECT_TRUE(BinaryPropertyListReader::recognizes(dataOf("bplist01...")));
+  EXPECT_FALSE(BinaryPropertyListReader::recognizes(dataOf("bplis")));
   EXPECT_FALSE(BinaryPropertyListReader::recognizes(Data()));
 }
 
@@ -134,6 +134,7 @@ TEST(BinaryPropertyListReader, ReadsEachKindOfObject) {
       {"\x82\x01\x02\x03"s, PropertyListUid{0x010203}},
       {"\x87\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, PropertyListUid{UINT64_MAX}},
       {"\xA0", Array{}},
+      {"\xC0", PropertyListValue::setOf({})},
       {"\xD0", PropertyListDictionary{}}};
   for (const auto& [encoded, expected] : rows) {
     EXPECT_EQ(valueOfObjects({encoded}), expected) << testing::PrintToString(encoded);
@@ -146,6 +147,15 @@ TEST(BinaryPropertyListReader, ReadsArraysAndDictionariesThroughReferences) {
   EXPECT_EQ(valueOfObjects(
                 {"\xD2\x01\x03\x02\x04", object(0x51, "z"), "\x09", object(0x51, "y"), "\x08"}),
             PropertyListValue(PropertyListDictionary{{"y"_text, false}, {"z"_text, true}}));
+}
+
+TEST(BinaryPropertyListReader, ReadsASetAsNoArray) {
+  const PropertyListValue set = valueOfObjects({"\xC2\x01\x02", "\x09", "\x08"});
+
+  ASSERT_NE(set.set(), nullptr);
+  EXPECT_EQ(*set.set(), Array({true, false}));
+  EXPECT_EQ(set.array(), nullptr);
+  EXPECT_NE(set, PropertyListValue(Array{true, false}));
 }
 
 TEST(BinaryPropertyListReader, BeginsWithTheTopObject) {
@@ -226,7 +236,7 @@ TEST(BinaryPropertyListReader, RefusesMalformedObjectsAndSaysWhere) {
       {{"\x01"}, damagedAt(8, "no kind of object begins with the byte 1")},
       {{object(0x70)}, damagedAt(8, "no kind of object begins with the byte 112")},
       {{"\xF0"}, damagedAt(8, "no kind of object begins with the byte 240")},
-      {{"\xC0"}, damagedAt(8, "a property list cannot hold a set")},
+      {{"\xC1\0"s}, damagedAt(9, "the container at byte 8 is inside itself")},
       {{object(0x15, std::string(32, '\0'))}, damagedAt(8, "an integer cannot be 32 bytes wide")},
       {{object(0x14, bigEndian(1, 8) + bigEndian(0, 8))},
        damagedAt(8, "an integer does not fit in 64 bits")},
@@ -290,7 +300,7 @@ TEST(BinaryPropertyListReader, RefusesAMalformedTrailerAndSaysWhere) {
   const Parts wideReferences{.objects = {}, .referenceWidth = 9};
   const Parts otherTop{.objects = {}, .top = 1};
   const std::vector<std::pair<std::string, std::string>> rows = {
-      {"", damagedAt(0, "it does not begin with \"bplist00\"")},
+      {"", damagedAt(0, "it ends before its trailer is complete")},
       {std::string(40, 'x'), damagedAt(0, "it does not begin with \"bplist00\"")},
       {"bplist00", damagedAt(8, "it ends before its trailer is complete")},
       {"bplist00" + std::string(31, '\0'), damagedAt(39, "it ends before its trailer is complete")},

@@ -21,6 +21,8 @@
 #include <vector>
 
 #include "platform/linux/BinaryPropertyListFormat.h"
+#include "platform/linux/PropertyListLimits.h"
+#include "platform/linux/Unicode.h"
 
 namespace korvan {
 namespace {
@@ -240,49 +242,11 @@ class ObjectTable {
   std::map<Order, std::size_t> crowded_;
 };
 
-bool isAscii(std::string_view text) {
-  constexpr std::uint64_t HighBits = 0x8080808080808080;
-  if (text.size() < sizeof HighBits) {
-    return std::ranges::all_of(text,
-                               [](char byte) { return static_cast<std::uint8_t>(byte) < 0x80; });
-  }
-  const char* const last = text.data() + text.size() - sizeof HighBits;
-  std::uint64_t seen = wordAt(last);
-  for (const char* next = text.data(); next < last; next += sizeof HighBits) {
-    seen |= wordAt(next);
-  }
-  return (seen & HighBits) == 0;
-}
-
-/// The code point that `utf8` begins with, taken off its front; none when it is malformed.
-std::optional<char32_t> takeCodePoint(std::string_view& utf8) {
-  const auto lead = static_cast<std::uint8_t>(utf8.front());
-  const std::size_t following = lead < 0x80 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-  if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4 || utf8.size() <= following) {
-    return std::nullopt;
-  }
-  char32_t codePoint = following == 0 ? lead : lead & (0x3FU >> following);
-  for (std::size_t index = 1; index <= following; ++index) {
-    const auto byte = static_cast<std::uint8_t>(utf8[index]);
-    if ((byte & 0xC0) != 0x80) {
-      return std::nullopt;
-    }
-    codePoint = (codePoint << 6) | (byte & 0x3FU);
-  }
-  constexpr std::array<char32_t, 4> Least = {0, 0x80, 0x800, 0x10000};
-  const bool isSurrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-  if (codePoint < Least[following] || codePoint > 0x10FFFF || isSurrogate) {
-    return std::nullopt;
-  }
-  utf8.remove_prefix(following + 1);
-  return codePoint;
-}
-
 /// How many UTF-16 units the text takes; none when it is not UTF-8.
 std::optional<std::uint64_t> utf16UnitsOf(std::string_view utf8) {
   std::uint64_t units = 0;
   while (!utf8.empty()) {
-    const auto codePoint = takeCodePoint(utf8);
+    const auto codePoint = unicode::takeUtf8(utf8);
     if (!codePoint) {
       return std::nullopt;
     }
@@ -360,13 +324,14 @@ class Flattener {
     if (const auto uid = value.uid()) {
       return objects_.insertNumber(Kind::uid, uid->value);
     }
-    return fail("The value at", " is null, which a property list cannot hold.");
+    return fail("The value at", value.isNull() ? " is null, which a property list cannot hold."
+                                               : " is a set, which a property list cannot hold.");
   }
 
   Reference addText(std::string_view text) {
     const std::size_t count = objects_.size();
     const std::size_t index = objects_.insertBytes(Kind::text, text);
-    if (index == count && !isAscii(text)) {
+    if (index == count && !unicode::isAscii(text)) {
       const auto units = utf16UnitsOf(text);
       if (!units) {
         return fail("The text at", " is not valid UTF-8.");
@@ -434,7 +399,7 @@ class Flattener {
     objects_.reserve(std::min(referenceCount, MaxReserved));
     objects_[index].number = first;
     const std::size_t outerTallest = std::exchange(tallest_, 0);
-    if (depth_ == format::MaxNesting) {
+    if (depth_ == MaxPropertyListNesting) {
       return failAsTooDeep();
     }
     ++depth_;
@@ -444,7 +409,7 @@ class Flattener {
     --depth_;
     // A shared container may be written first where it is shallow: its own depth adds up as well.
     const std::size_t height = tallest_ + 1;
-    if (height > format::MaxNesting) {
+    if (height > MaxPropertyListNesting) {
       return failAsTooDeep();
     }
     objects_[index].height = static_cast<std::uint16_t>(height);
@@ -453,7 +418,7 @@ class Flattener {
   }
 
   bool failAsTooDeep() {
-    static_assert(format::MaxNesting == 512, "The sentence names it.");
+    static_assert(MaxPropertyListNesting == 512, "The sentence names it.");
     fail("The value at", " is part of a nesting of more than 512 arrays and dictionaries.");
     return false;
   }
@@ -600,7 +565,7 @@ class Output {
 
   void utf16(std::string_view utf8) {
     while (!utf8.empty()) {
-      const char32_t codePoint = takeCodePoint(utf8).value_or(0);
+      const char32_t codePoint = unicode::takeUtf8(utf8).value_or(0);
       if (codePoint < 0x10000) {
         number(codePoint, 2);
       } else {

@@ -17,7 +17,7 @@ namespace korvan {
 class BinaryPropertyListWriter {
  public:
   /// The encoded `root`. Fails, naming the place in the property list, for null, for a text that is
-  /// not UTF-8 and for containers nested deeper than binaryPropertyList::MaxNesting.
+  /// not UTF-8 and for containers nested deeper than MaxPropertyListNesting.
   static std::expected<Data, PropertyListError> write(const PropertyListDictionary& root);
 };
 

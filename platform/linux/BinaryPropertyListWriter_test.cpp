@@ -14,6 +14,7 @@
 
 #include "platform/linux/BinaryPropertyListFormat.h"
 #include "platform/linux/BinaryPropertyListReader.h"
+#include "platform/linux/PropertyListLimits.h"
 
 namespace korvan {
 namespace {
@@ -276,6 +277,11 @@ TEST(BinaryPropertyListWriter, RefusesNullAndNamesItsPlace) {
       R"(The value at "a[0].b[0][0]" is null, which a property list cannot hold.)");
 }
 
+TEST(BinaryPropertyListWriter, RefusesASetAndNamesItsPlace) {
+  EXPECT_EQ(errorOf({{"a"_text, PropertyListValue::setOf({1})}}),
+            R"(The value at "a" is a set, which a property list cannot hold.)");
+}
+
 TEST(BinaryPropertyListWriter, ShortensALongPathToTheProblem) {
   const Text longKey(std::string(150, 'k'));
   const PropertyListDictionary inner{{.key = longKey, .value = PropertyListValue()}};
@@ -323,14 +329,14 @@ TEST(BinaryPropertyListWriter, RefusesAKeyThatIsNotUtf8AndNamesItsDictionary) {
 
 TEST(BinaryPropertyListWriter, WritesAsManyNestedContainersAsTheReaderTakes) {
   const PropertyListDictionary root{
-      {.key = "a"_text, .value = nestedArrays(binaryPropertyList::MaxNesting - 1)}};
+      {.key = "a"_text, .value = nestedArrays(MaxPropertyListNesting - 1)}};
 
   EXPECT_EQ(decoded(root), PropertyListValue(root));
 }
 
 TEST(BinaryPropertyListWriter, RefusesContainersNestedDeeper) {
   const std::string error =
-      errorOf({{.key = "a"_text, .value = nestedArrays(binaryPropertyList::MaxNesting)}});
+      errorOf({{.key = "a"_text, .value = nestedArrays(MaxPropertyListNesting)}});
 
   EXPECT_TRUE(error.starts_with("The value at \"a[0][0]")) << error;
   EXPECT_TRUE(error.ends_with("is part of a nesting of more than 512 arrays and dictionaries."))
@@ -340,7 +346,7 @@ TEST(BinaryPropertyListWriter, RefusesContainersNestedDeeper) {
 TEST(BinaryPropertyListWriter, RefusesDeepNestingThatIsMetPieceByPiece) {
   // Each array is met before the one that holds it, so that none is ever far from the root.
   Array all = {PropertyListValue(Array{})};
-  for (std::size_t depth = 0; depth < binaryPropertyList::MaxNesting; ++depth) {
+  for (std::size_t depth = 0; depth < MaxPropertyListNesting; ++depth) {
     all.emplace_back(Array{all.back()});
   }
 

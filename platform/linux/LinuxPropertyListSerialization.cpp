@@ -2,6 +2,9 @@
 
 #include "platform/linux/BinaryPropertyListReader.h"
 #include "platform/linux/BinaryPropertyListWriter.h"
+#include "platform/linux/OpenStepPropertyListReader.h"
+#include "platform/linux/PropertyListCharacters.h"
+#include "platform/linux/XmlPropertyListReader.h"
 
 namespace korvan {
 
@@ -15,8 +18,16 @@ std::expected<PropertyListValue, PropertyListError> LinuxPropertyListSerializati
   if (BinaryPropertyListReader::recognizes(bytes)) {
     return BinaryPropertyListReader::read(bytes);
   }
-  return std::unexpected(
-      PropertyListError{"The bytes are not a property list in a format that can be read."});
+  if (bytes.empty()) {
+    return std::unexpected(PropertyListError{"There are no bytes to read a property list from."});
+  }
+  const auto characters = propertyListCharacters(bytes);
+  if (!characters) {
+    return std::unexpected(characters.error());
+  }
+  return XmlPropertyListReader::recognizes(viewOf(*characters))
+             ? XmlPropertyListReader::read(*characters)
+             : OpenStepPropertyListReader::read(*characters);
 }
 
 }  // namespace korvan

@@ -1,0 +1,203 @@
+#include "platform/linux/OpenStepPropertyListReader.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/PropertyListLimits.h"
+
+namespace korvan {
+namespace {
+
+using Array = PropertyListValue::Array;
+
+Data dataOf(std::string_view bytes) {
+  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+}
+
+PropertyListValue valueOf(std::string_view text) {
+  const auto value = OpenStepPropertyListReader::read(dataOf(text));
+  if (!value) {
+    ADD_FAILURE() << text << "\n" << value.error().localizedDescription.value_or("no description");
+    return {};
+  }
+  return *value;
+}
+
+std::string errorOf(std::string_view text) {
+  const auto value = OpenStepPropertyListReader::read(dataOf(text));
+  return value ? "no error" : value.error().localizedDescription.value_or("no description");
+}
+
+std::string damagedAt(int line, int column, const std::string& what) {
+  return "The OpenStep property list is damaged at line " + std::to_string(line) + ", column " +
+         std::to_string(column) + ": " + what + '.';
+}
+
+TEST(OpenStepPropertyListReader, ReadsEachKindOfValue) {
+  const PropertyListDictionary dictionary{{"a"_text, "1"}, {"b"_text, "2"}};
+  const std::vector<std::pair<std::string_view, PropertyListValue>> rows = {
+      {"bare", "bare"},
+      {"_$/:.-aZ09", "_$/:.-aZ09"},
+      {"https://example.com:8080/a.b", "https://example.com:8080/a.b"},
+      {R"("quoted text")", "quoted text"},
+      {R"('it is "quoted"')", R"(it is "quoted")"},
+      {R"("")", ""},
+      {"<>", Data()},
+      {"<0a1B c3\n\tD4>", dataOf("\x0A\x1B\xC3\xD4")},
+      {"()", Array{}},
+      {"( a,\"b\" , <01> )", Array{"a", "b", dataOf("\x01")}},
+      {"(a,b,)", Array{"a", "b"}},
+      {"((a),())", Array{Array{"a"}, Array{}}},
+      {"{}", PropertyListDictionary{}},
+      {"{a=1;b=2;}", dictionary},
+      {"{ \"b\" = 2 ; 'a' = \"1\" ; }", dictionary},
+      {"{a = {b = (c);};}",
+       PropertyListDictionary{{"a"_text, PropertyListDictionary{{"b"_text, Array{"c"}}}}}},
+      {"{key;}", PropertyListDictionary{{"key"_text, "key"}}}};
+  for (const auto& [text, expected] : rows) {
+    EXPECT_EQ(valueOf(text), expected) << text;
+    EXPECT_EQ(valueOf(std::string("\n").append(text).append(" ")), expected) << text;
+  }
+}
+
+TEST(OpenStepPropertyListReader, ReadsTheEntriesOfADictionaryWithoutBraces) {
+  EXPECT_EQ(
+      valueOf("/* greetings */\n\"hello\" = \"world\";\nbye;\n"),
+      PropertyListValue(PropertyListDictionary{{"bye"_text, "bye"}, {"hello"_text, "world"}}));
+}
+
+TEST(OpenStepPropertyListReader, TakesNothingButSpaceForAnEmptyDictionary) {
+  for (const auto* const text : {" ", "\n\t", "// comment", "/* comment */\xE2\x80\xA8"}) {
+    EXPECT_EQ(valueOf(text), PropertyListValue(PropertyListDictionary())) << text;
+  }
+}
+
+TEST(OpenStepPropertyListReader, SkipsCommentsAndSpaceOfEveryKind) {
+  EXPECT_EQ(valueOf("// (\n( /* , ) */ a // b\r, /**/ b\v\f\xE2\x80\xA8\xE2\x80\xA9 /* ** / */ )"),
+            PropertyListValue(Array{"a", "b"}));
+}
+
+TEST(OpenStepPropertyListReader, ReadsEscapes) {
+  const std::vector<std::pair<std::string_view, std::string_view>> rows = {
+      {R"("\a\b\f\n\r\t\v")", "\a\b\f\n\r\t\v"},
+      {R"("\"\'\\\q")", "\"'\\q"},
+      {R"("a\101\60z\08")",
+       "aA0z\0"
+       "8"},
+      {R"("\341\200\377")", "\xC3\x86\xC2\xA0\xEF\xBF\xBD"},
+      {R"("\U20ac\U41z\Ue9")",
+       "\xE2\x82\xAC"
+       "Az\xC3\xA9"},
+      {R"("\Ud83d\Udd11")", "\xF0\x9F\x94\x91"},
+      {"\"a\\\nb\"", "a\nb"},
+      {"\"\\\xC3\xA9\"", "\xC3\xA9"}};
+  for (const auto& [text, expected] : rows) {
+    if (text.contains("\\08")) {
+      EXPECT_EQ(valueOf(text), PropertyListValue(std::string_view("aA0z\0"
+                                                                  "8",
+                                                                  6)))
+          << text;
+    } else {
+      EXPECT_EQ(valueOf(text), PropertyListValue(expected)) << text;
+    }
+  }
+}
+
+TEST(OpenStepPropertyListReader, CountsTheLastOfARepeatedKey) {
+  EXPECT_EQ(valueOf("{a=1;\"a\"=2;}"), PropertyListValue(PropertyListDictionary{{"a"_text, "2"}}));
+}
+
+TEST(OpenStepPropertyListReader, SharesTheCharactersOfTextWithoutEscapes) {
+  const Data characters = dataOf("(\"a text that is not a short one\")");
+  const auto value = OpenStepPropertyListReader::read(characters);
+
+  ASSERT_TRUE(value && value->array() != nullptr);
+  EXPECT_EQ(static_cast<const void*>(value->array()->at(0).text()->view().data()),
+            characters.bytes().data() + 2);
+}
+
+TEST(OpenStepPropertyListReader, RefusesMalformedPropertyListsAndSaysWhere) {
+  const std::string noValue = "no value can begin like this";
+  const std::string noKey = "a key cannot begin like this";
+  const std::string noItemEnd = "neither a comma nor a closing parenthesis follows an item";
+  const std::string noSemicolon = "no semicolon ends a dictionary's entry";
+  const std::string noHex = "data holds something else than pairs of hexadecimal digits";
+  const std::vector<std::pair<std::string_view, std::string>> rows = {
+      {"a b", damagedAt(1, 3, "more follows the value")},
+      {"()\n()", damagedAt(2, 1, "more follows the value")},
+      {"{a=b;};", damagedAt(1, 7, "more follows the value")},
+      {"a=b;=", damagedAt(1, 5, noKey)},
+      {"?", damagedAt(1, 1, noValue)},
+      {"\xC3\xA9", damagedAt(1, 1, noValue)},
+      {"(a\nb)", damagedAt(2, 1, noItemEnd)},
+      {"(,)", damagedAt(1, 2, noValue)},
+      {"(a", damagedAt(1, 1, "an array is not closed")},
+      {" (a,", damagedAt(1, 2, "an array is not closed")},
+      {"{a=b;", damagedAt(1, 1, "a dictionary is not closed")},
+      {"{(a)=b;}", damagedAt(1, 2, noKey)},
+      {"{<00>=b;}", damagedAt(1, 2, noKey)},
+      {"{a=b}", damagedAt(1, 5, noSemicolon)},
+      {"{a b;}", damagedAt(1, 4, noSemicolon)},
+      {"{a=b c;}", damagedAt(1, 6, noSemicolon)},
+      {"{a=;}", damagedAt(1, 4, noValue)},
+      {"{a=", damagedAt(1, 4, "a value is missing")},
+      {"<0>", damagedAt(1, 2, noHex)},
+      {"<0 1>", damagedAt(1, 2, noHex)},
+      {"<00 0>", damagedAt(1, 5, noHex)},
+      {"<0g>", damagedAt(1, 2, noHex)},
+      {"</* > */00>", damagedAt(1, 2, noHex)},
+      {"<*I5>", damagedAt(1, 2, noHex)},
+      {"<00", damagedAt(1, 1, "data is not closed")},
+      {"\"a", damagedAt(1, 1, "a quoted string is not closed")},
+      {"\"a\\", damagedAt(1, 1, "a quoted string is not closed")},
+      {"\"a\\\"", damagedAt(1, 1, "a quoted string is not closed")},
+      {"a /* b", damagedAt(1, 3, "a comment is not closed")},
+      {R"("\400")", damagedAt(1, 3, "an octal escape is above 377")},
+      {R"("\Ux")", damagedAt(1, 3, "no hexadecimal digit follows \\U")},
+      {R"("\Ud83d")", damagedAt(1, 3, "an escape is half a surrogate pair")},
+      {R"("\Ud83d\U41")", damagedAt(1, 3, "an escape is half a surrogate pair")},
+      {R"("\Udd11\Ud83d")", damagedAt(1, 3, "an escape is half a surrogate pair")}};
+  for (const auto& [text, expected] : rows) {
+    EXPECT_EQ(errorOf(text), expected) << text;
+  }
+}
+
+TEST(OpenStepPropertyListReader, ReadsAsManyNestedContainersAsTheBound) {
+  const std::string tooDeep = "more than 512 containers are nested";
+  const auto nested = [](std::size_t depth) {
+    return std::string(depth, '(') + std::string(depth, ')');
+  };
+  EXPECT_NE(valueOf(nested(MaxPropertyListNesting)).array(), nullptr);
+  EXPECT_EQ(errorOf(nested(MaxPropertyListNesting + 1)), damagedAt(1, 513, tooDeep));
+  EXPECT_EQ(errorOf(nested(200'000)), damagedAt(1, 513, tooDeep));
+  std::string dictionaries;
+  for (std::size_t depth = 0; depth < 200'000; ++depth) {
+    dictionaries += "{a=";
+  }
+  EXPECT_EQ(errorOf(dictionaries), damagedAt(1, 1 + (3 * 512), tooDeep));
+}
+
+TEST(OpenStepPropertyListReader, GivesAValueOrAnErrorWhereverCharactersAreMissingOrChanged) {
+  const std::string text =
+      "// c\n{ a = (b, \"c\\n\\101\\U20ac\\Ud83d\\Udd11\", <00 ff>); 'd' = {e; f = /* g */ h;}; }";
+  ASSERT_NE(valueOf(text).dictionary(), nullptr);
+  for (std::size_t size = 0; size < text.size(); ++size) {
+    for (const char other : {'(', '}', '"', '\\', '<', ';', '/', '\0'}) {
+      std::string changed = text;
+      changed[size] = other;
+      for (const auto& candidate : {changed, text.substr(0, size)}) {
+        const auto value = OpenStepPropertyListReader::read(dataOf(candidate));
+        EXPECT_TRUE(value || !value.error().localizedDescription->empty());
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace korvan

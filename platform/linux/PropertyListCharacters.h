@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <expected>
+#include <string>
+#include <string_view>
+
+#include "platform/Data.h"
+#include "platform/PropertyListSerialization.h"
+
+namespace korvan {
+
+/// The characters of a property list in one of the text formats, as UTF-8 without a byte-order
+/// mark.
+///
+/// The bytes are UTF-8, with or without a byte-order mark, or UTF-16 with one. UTF-8 is shared and
+/// not copied. The error names the place of what is no text.
+[[nodiscard]] std::expected<Data, PropertyListError> propertyListCharacters(const Data& bytes);
+
+/// The same characters as a view, good as long as the data is.
+[[nodiscard]] std::string_view viewOf(const Data& characters) noexcept;
+
+/// Where the offset into the characters is: "line 2, column 7", both counted from one. A column is
+/// a code point, a line ends with LF, CR or both.
+[[nodiscard]] std::string placeIn(std::string_view characters, std::size_t offset);
+
+/// "The XML property list is damaged at line 2, column 7: …."
+[[nodiscard]] PropertyListError damageAt(std::string_view format, std::string_view characters,
+                                         std::size_t offset, std::string_view what);
+
+}  // namespace korvan
