@@ -1,5 +1,6 @@
 #include "platform/apple/ApplePropertyListSerialization.h"
 
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -61,9 +62,7 @@ id toObject(const PropertyListValue& value) {
   return text != nil ? text : (id)NSNull.null;
 }
 
-PropertyListValue toValue(id object);
-
-PropertyListValue toValue(NSNumber* number) {
+PropertyListValue numberValue(NSNumber* number) {
   const auto reference = (__bridge CFNumberRef)number;
   if (CFGetTypeID(reference) == CFBooleanGetTypeID()) {
     return static_cast<bool>(number.boolValue);
@@ -77,45 +76,63 @@ PropertyListValue toValue(NSNumber* number) {
   return number.longLongValue;
 }
 
-PropertyListValue toValue(NSArray* array) {
-  PropertyListValue::Array values;
-  values.reserve(array.count);
-  for (id element in array) {
-    values.push_back(toValue(element));
-  }
-  return values;
-}
-
-PropertyListValue toValue(NSDictionary* dictionary) {
-  std::vector<PropertyListDictionary::Entry> entries;
-  entries.reserve(dictionary.count);
-  for (id key in dictionary) {
-    if (const auto name = stringOf(key)) {
-      entries.push_back({.key = Text(*name), .value = toValue(dictionary[key])});
+/// The values of one property list's objects. A container that is referred to from many places
+/// becomes one value that they share: whoever wrote the bytes may have made it stand for far more
+/// than it holds.
+class Values {
+ public:
+  PropertyListValue of(id object) {
+    if (NSArray* const array = instanceOf([NSArray class], object)) {
+      return shared(object, [&] { return ofArray(array); });
     }
+    if (NSDictionary* const dictionary = instanceOf([NSDictionary class], object)) {
+      return shared(object, [&] { return ofDictionary(dictionary); });
+    }
+    if (NSNumber* const number = instanceOf([NSNumber class], object)) {
+      return numberValue(number);
+    }
+    if (NSDate* const date = instanceOf([NSDate class], object)) {
+      return PropertyListDate{.secondsSinceReferenceDate = date.timeIntervalSinceReferenceDate};
+    }
+    if (auto data = dataOf(object)) {
+      return *std::move(data);
+    }
+    const auto string = stringOf(object);
+    return string ? PropertyListValue(*string) : PropertyListValue();
   }
-  return PropertyListDictionary(std::move(entries));
-}
 
-PropertyListValue toValue(id object) {
-  if (NSNumber* const number = instanceOf([NSNumber class], object)) {
-    return toValue(number);
+ private:
+  template <typename Make>
+  PropertyListValue shared(id container, Make make) {
+    const void* const identity = (__bridge const void*)container;
+    if (const auto met = met_.find(identity); met != met_.end()) {
+      return met->second;
+    }
+    return met_.emplace(identity, make()).first->second;
   }
-  if (NSArray* const array = instanceOf([NSArray class], object)) {
-    return toValue(array);
+
+  PropertyListValue ofArray(NSArray* array) {
+    PropertyListValue::Array values;
+    values.reserve(array.count);
+    for (id element in array) {
+      values.push_back(of(element));
+    }
+    return values;
   }
-  if (NSDictionary* const dictionary = instanceOf([NSDictionary class], object)) {
-    return toValue(dictionary);
+
+  PropertyListValue ofDictionary(NSDictionary* dictionary) {
+    std::vector<PropertyListDictionary::Entry> entries;
+    entries.reserve(dictionary.count);
+    for (id key in dictionary) {
+      if (const auto name = stringOf(key)) {
+        entries.push_back({.key = Text(*name), .value = of(dictionary[key])});
+      }
+    }
+    return PropertyListDictionary(std::move(entries));
   }
-  if (NSDate* const date = instanceOf([NSDate class], object)) {
-    return PropertyListDate{.secondsSinceReferenceDate = date.timeIntervalSinceReferenceDate};
-  }
-  if (auto data = dataOf(object)) {
-    return *std::move(data);
-  }
-  const auto string = stringOf(object);
-  return string ? PropertyListValue(*string) : PropertyListValue();
-}
+
+  std::unordered_map<const void*, PropertyListValue> met_;
+};
 
 std::unexpected<PropertyListError> failure(NSError* error) {
   return std::unexpected(
@@ -148,7 +165,7 @@ std::expected<PropertyListValue, PropertyListError> ApplePropertyListSerializati
   if (propertyList == nil) {
     return failure(error);
   }
-  return toValue(propertyList);
+  return Values().of(propertyList);
 }
 
 }  // namespace korvan

@@ -1,6 +1,7 @@
 #include "platform/apple/ApplePropertyListSerialization.h"
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
@@ -72,6 +73,25 @@ TEST(ApplePropertyListSerialization, RefusesBytesThatAreNone) {
     EXPECT_FALSE(value.has_value()) << testing::PrintToString(bytes);
     EXPECT_TRUE(value.has_value() || value.error().localizedDescription);
   }
+}
+
+TEST(ApplePropertyListSerialization, ReadsSharedContainersOnceEach) {
+  // Each array but the last refers twice to the next.
+  constexpr int Levels = 60;
+  std::string bytes = "bplist00";
+  std::string table;
+  for (int level = 0; level < Levels; ++level) {
+    table += static_cast<char>(bytes.size());
+    bytes += '\xA2';
+    bytes.append(2, static_cast<char>(level + 1));
+  }
+  table += static_cast<char>(bytes.size());
+  const auto tableOffset = static_cast<char>(bytes.size() + 1);
+  bytes += "\xA0" + table + std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') +
+           static_cast<char>(Levels + 1) + std::string(8, '\0') + std::string(7, '\0') +
+           tableOffset;
+
+  EXPECT_NE(ApplePropertyListSerialization().decode(dataOf(bytes)).value().array(), nullptr);
 }
 
 TEST(ApplePropertyListSerialization, AKeyedArchiversReferenceBecomesNull) {
