@@ -110,7 +110,8 @@ std::string manyOf(std::string_view object, std::size_t size) {
 
 std::string oneByteIntegers(std::size_t size) { return manyOf("\x10\x07", size); }
 std::string emptyArrays(std::size_t size) { return manyOf("\xA0", size); }
-std::string emptyTexts(std::size_t size) { return manyOf("\x60", size); }
+// The marker of an empty UTF-16 text.
+std::string emptyTexts(std::size_t size) { return manyOf("`", size); }
 
 std::string arraysInsideOneAnother(std::size_t size) {
   const std::size_t count = size / 7;
