@@ -138,7 +138,13 @@ std::ptrdiff_t FakeLocalSockets::recv(int descriptor, std::span<std::uint8_t> by
   return static_cast<std::ptrdiff_t>(count);
 }
 
-void FakeLocalSockets::close(int descriptor) const { at(descriptor, "close").open = false; }
+void FakeLocalSockets::close(int descriptor) const {
+  Connection& connection = at(descriptor, "close");
+  connection.open = false;
+  if (connection.peer.closeErrno != 0) {
+    errno = connection.peer.closeErrno;
+  }
+}
 
 std::size_t FakeLocalSockets::openDescriptors() const {
   return static_cast<std::size_t>(

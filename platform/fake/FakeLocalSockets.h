@@ -25,6 +25,8 @@ struct FakePeer {
   int connectErrno = 0;
   int peerIdentifiersErrno = 0;
   int peerProcessErrno = 0;
+  /// As in life, the descriptor is closed nevertheless.
+  int closeErrno = 0;
 
   std::int64_t userIdentifier = 501;
   std::int32_t processIdentifier = 4242;
