@@ -4,7 +4,7 @@
 
 namespace korvan {
 
-/// Where work runs. Callable from any thread.
+/// Where work runs. Callable from any thread. An exception that leaves work ends the process.
 class Queues {
  public:
   virtual ~Queues() = default;

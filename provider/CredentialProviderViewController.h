@@ -23,6 +23,11 @@ namespace korvan {
 ///
 /// Held by std::shared_ptr. Everything runs on the main thread, but for the report entry points,
 /// which run on the thread that calls them. A request on its way keeps the controller alive.
+///
+/// When memory runs out, the process ends, and the system tells the user that the extension has
+/// failed: std::bad_alloc is caught nowhere on the way of a request, and those who call an entry
+/// point or an action let no exception pass. Until then the request has one outcome or none.
+///
 /// Methods are messages: they reach each other through the object and may be overridden. Null is
 /// "nil".
 class CredentialProviderViewController

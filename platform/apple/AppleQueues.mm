@@ -10,7 +10,7 @@ namespace {
 
 using Work = std::function<void()>;
 
-void run(const Work& work) {
+void run(const Work& work) noexcept {
   @autoreleasepool {
     work();
   }

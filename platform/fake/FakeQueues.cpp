@@ -15,6 +15,8 @@ Work take(std::deque<Work>& queue) {
   return work;
 }
 
+void run(const std::function<void()>& work) noexcept { work(); }
+
 }  // namespace
 
 void FakeQueues::asyncMain(std::function<void()> work) const { main_.push_back(std::move(work)); }
@@ -26,7 +28,7 @@ void FakeQueues::syncMain(const std::function<void()>& work) const {
   }
   onMain_ = true;
   runMain();
-  work();
+  run(work);
   onMain_ = false;
 }
 
@@ -40,7 +42,7 @@ bool FakeQueues::runOneInBackground() const {
   }
   auto [work, mainWork] = take(background_);
   onMain_ = false;
-  std::exchange(work, nullptr)();
+  run(std::exchange(work, nullptr));
   if (mainWork) {
     asyncMain(std::move(mainWork));
   }
@@ -50,7 +52,7 @@ bool FakeQueues::runOneInBackground() const {
 
 void FakeQueues::runMain() const {
   while (!main_.empty()) {
-    take(main_)();
+    run(take(main_));
   }
 }
 
