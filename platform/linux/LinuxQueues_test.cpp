@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <latch>
 #include <memory>
+#include <new>
 #include <optional>
 #include <semaphore>
 #include <set>
@@ -340,6 +341,24 @@ TEST_F(LinuxQueuesTest, TheDestructorRunsWorkThatGotNoThread) {
   }
   endBackgroundWork();
   EXPECT_TRUE(ran);
+}
+
+TEST_F(LinuxQueuesTest, ExceptionThatLeavesWorkEndsTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto runOutOfMemory = [] { throw std::bad_alloc(); };
+  const bool never = false;
+  EXPECT_DEATH(
+      {
+        queues_->asyncMain(runOutOfMemory);
+        runUntil(never);
+      },
+      "bad_alloc");
+  EXPECT_DEATH(
+      {
+        queues_->asyncBackground(runOutOfMemory);
+        runUntil(never);
+      },
+      "bad_alloc");
 }
 
 }  // namespace
