@@ -18,10 +18,10 @@ using Request = PasskeyCredentialRequest;
 /// none to ask for.
 PropertyListValue::Array excludedCredentialIDs(const OperatingSystem& operatingSystem,
                                                const Request* request) {
-  PropertyListValue::Array identifiers;
   if (!operatingSystem.isAtLeast({.major = 15}) || request == nullptr) {
-    return identifiers;
+    return {};
   }
+  PropertyListValue::Array identifiers;
   for (const auto& descriptor : request->excludedCredentials().value_or(Request::Descriptors())) {
     if (descriptor.credentialID) {
       identifiers.emplace_back(*descriptor.credentialID);
