@@ -26,6 +26,10 @@ class CountedQueues final : public Queues {
   /// that it held is released.
   void runUntilIdle() const;
 
+  /// True when no work of either kind is left, and all that it held is released. Main thread: work
+  /// of the main thread may submit more.
+  [[nodiscard]] bool isIdle() const { return pending_.load() == 0; }
+
  private:
   [[nodiscard]] std::function<void()> counted(std::function<void()> work) const;
 

@@ -13,29 +13,39 @@ namespace korvan::lab {
 
 struct CompletedAssertion {
   PasskeyAssertionCredential credential;
+  friend bool operator==(const CompletedAssertion&, const CompletedAssertion&) = default;
 };
 
 struct CompletedRegistration {
   PasskeyRegistrationCredential credential;
+  friend bool operator==(const CompletedRegistration&, const CompletedRegistration&) = default;
 };
 
-struct CompletedConfiguration {};
+struct CompletedConfiguration {
+  friend bool operator==(const CompletedConfiguration&, const CompletedConfiguration&) = default;
+};
 
 struct Cancelled {
   Error error;
   /// The notice was up before the cancellation.
   bool noticeShown = false;
+  friend bool operator==(const Cancelled&, const Cancelled&) = default;
 };
 
 /// The notice is up, and nobody presses its button.
-struct NoticePending {};
+struct NoticePending {
+  friend bool operator==(const NoticePending&, const NoticePending&) = default;
+};
 
 /// The entry point of a report returned.
-struct Returned {};
+struct Returned {
+  friend bool operator==(const Returned&, const Returned&) = default;
+};
 
 /// The entry point refused its arguments.
 struct Refused {
   std::string reason;
+  friend bool operator==(const Refused&, const Refused&) = default;
 };
 
 /// How a call ended.

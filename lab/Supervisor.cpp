@@ -110,9 +110,12 @@ int statusOf(pid_t child, const BlockedSignals& signals) {
     if (signal != SIGCHLD) {
       return SignalExitBase + signal;
     }
+    // The adopted ones are waited for as well, since there may be no end of them.
     int status = 0;
-    if (::waitpid(child, &status, WNOHANG) == child) {
-      return WIFEXITED(status) ? WEXITSTATUS(status) : SignalExitBase + WTERMSIG(status);
+    for (pid_t ended = 0; (ended = ::waitpid(-1, &status, WNOHANG)) > 0;) {
+      if (ended == child) {
+        return WIFEXITED(status) ? WEXITSTATUS(status) : SignalExitBase + WTERMSIG(status);
+      }
     }
   }
 }

@@ -14,6 +14,7 @@
 #include "lab/SignInCommand.h"
 #include "lab/SystemOptions.h"
 #include "lab/UsageError.h"
+#include "lab/soak/SoakCommand.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ points, runs the main loop, and shows what the extension told the system.
   sign-in      signs in with a passkey, and checks the answer as a web site does
   configure    opens the extension's configuration
   report       passes on what a web site reports of a user's name or passkeys
+  soak         many requests to hosts that misbehave, each outcome verified
   call         calls entry points, for scripts: lines of JSON in and out
   identifiers  whom this build of the extension trusts
 
@@ -48,6 +50,7 @@ int run(int argc, char** argv) {
   korvan::lab::addSignInCommand(app, exitStatus);
   korvan::lab::addConfigureCommand(app, exitStatus);
   korvan::lab::addReportCommand(app, exitStatus);
+  korvan::lab::addSoakCommand(app, exitStatus);
   korvan::lab::addCallCommand(app, exitStatus);
   korvan::lab::addIdentifiersCommand(app);
   try {

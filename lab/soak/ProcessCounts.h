@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace korvan::lab {
+
+/// What this process holds of the system.
+struct ProcessCounts {
+  std::size_t descriptors = 0;
+  std::size_t threads = 0;
+  std::size_t residentBytes = 0;
+};
+
+/// GLib keeps up to two threads that are done, for later.
+inline constexpr std::size_t SpareThreads = 2;
+
+/// How much more memory than before counts as the same: what the allocator may keep in pieces that
+/// it cannot give back, whatever the number of requests.
+inline constexpr std::size_t ResidentTolerance = std::size_t{4} << 20U;
+
+/// The counts of now, once the threads whose work is over have ended. When more than `threads` and
+/// the spare ones still run after some seconds, these are counted too. Frees unused memory first.
+/// No work is going on.
+[[nodiscard]] ProcessCounts settledCounts(std::size_t threads);
+
+/// How many threads this process has.
+[[nodiscard]] std::size_t threadCount();
+
+/// What grew, a sentence for each: descriptors by any, threads by more than the spare ones, memory
+/// by more than the tolerance.
+[[nodiscard]] std::vector<std::string> growthBetween(const ProcessCounts& before,
+                                                     const ProcessCounts& after);
+
+}  // namespace korvan::lab

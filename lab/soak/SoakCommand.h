@@ -1,0 +1,11 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace korvan::lab {
+
+/// Adds `soak`, which keeps the extension busy with a host that misbehaves; sets the exit status
+/// when that is what is called.
+void addSoakCommand(CLI::App& app, int& exitStatus);
+
+}  // namespace korvan::lab

@@ -1,0 +1,62 @@
+// The soak as people start it, with real hosts that misbehave.
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lab/Program_testing.h"
+#include "lab/Stage.h"
+
+namespace korvan::lab {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(SoakCommand, ShortRunPassesAndTellsItsSeedFirst) {
+  const auto result = runLab({"soak", "--minutes", "0.04", "--seed", "12345"});
+  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, AllOf(StartsWith("seed 12345\n"), HasSubstr("by type"),
+                                   HasSubstr("by the host's part"), HasSubstr("by outcome"),
+                                   HasSubstr("passed: every request")));
+  EXPECT_FALSE(Stage::hasProcesses());
+}
+
+TEST(SoakCommand, DrawsASeedWhenNoneIsGiven) {
+  const auto first = runLab({"soak", "--minutes", "0.001"});
+  const auto second = runLab({"soak", "--minutes", "0.001"});
+  EXPECT_EQ(first.status, 0) << first.output << first.errors;
+  EXPECT_EQ(second.status, 0) << second.output << second.errors;
+  EXPECT_NE(first.output.substr(0, first.output.find('\n')),
+            second.output.substr(0, second.output.find('\n')));
+}
+
+TEST(SoakCommand, SaysWhatIsWrongWithItsArguments) {
+  struct Case {
+    std::vector<std::string> arguments;
+    std::string words;
+  };
+  const std::string minutes = " is no time; it must be a number of minutes above 0, such as 0.5";
+  const std::string seed = " is no seed; it must be a whole number from 0 to 18446744073709551615";
+  for (const auto& [arguments, words] :
+       {Case{{"soak"}, "--minutes is required"},
+        Case{{"soak", "--minutes", "0"}, "\"0\"" + minutes},
+        Case{{"soak", "--minutes", "-1"}, "\"-1\"" + minutes},
+        Case{{"soak", "--minutes", "inf"}, "\"inf\"" + minutes},
+        Case{{"soak", "--minutes", "1m"}, "\"1m\"" + minutes},
+        Case{{"soak", "--minutes", "1", "--seed", "x"}, "\"x\"" + seed},
+        Case{{"soak", "--minutes", "1", "--seed", "18446744073709551616"},
+             "\"18446744073709551616\"" + seed}}) {
+    const auto result = runLab(arguments);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.errors, AllOf(HasSubstr(words), HasSubstr("soak --help")));
+  }
+}
+
+}  // namespace
+}  // namespace korvan::lab

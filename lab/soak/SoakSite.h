@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+
+#include "lab/soak/host/SoakLog.h"
+#include "lab/soak/host/SoakPlan.h"
+#include "platform/linux/LinuxAppGroupContainers.h"
+#include "platform/linux/LinuxWorkspace.h"
+
+namespace korvan::lab {
+
+/// The misbehaving host that is built with the lab, beside the lab's own program or in the folder
+/// of the build. Throws std::runtime_error, naming the places, when it is in neither.
+[[nodiscard]] std::filesystem::path soakHostProgram();
+
+/// A host application of its own with its container, and what its hosts do in the course of time.
+struct SoakSite {
+  /// Makes the directory, with a copy of the host in it. Throws std::filesystem::filesystem_error
+  /// or std::runtime_error when it cannot.
+  SoakSite(const std::filesystem::path& directory, const soak::SoakPlan& plan);
+
+  std::filesystem::path program;
+  LinuxAppGroupContainers containers;
+  LinuxWorkspace workspace;
+  soak::SoakLogReader log;
+};
+
+}  // namespace korvan::lab
