@@ -34,18 +34,29 @@ struct AskTraits {
 };
 
 /// All of them, in the order of their values.
-inline constexpr std::array Asks = {
-    AskTraits{Ask::silentAssertion, "silent assertion", "assertion"},
-    AskTraits{Ask::interactiveAssertion, "interactive assertion", "interactiveAssertion"},
-    AskTraits{Ask::listAssertion, "assertion from the list", "interactiveAssertion"},
-    AskTraits{Ask::interactiveRegistration, "interactive registration", "registration"},
-    AskTraits{Ask::conditionalRegistration, "conditional registration", "registration"},
-    AskTraits{Ask::configuration, "configuration", "synchronize"},
-    AskTraits{Ask::updateUserName, "report of a user name", "updateUserName"},
-    AskTraits{Ask::removeUnknownCredential, "report of an unknown credential",
-              "removeUnknownCredential"},
-    AskTraits{Ask::acceptedCredentials, "report of accepted credentials", "acceptedCredentials"},
-};
+inline constexpr auto Asks = std::to_array<AskTraits>({
+    {.ask = Ask::silentAssertion, .name = "silent assertion", .messageType = "assertion"},
+    {.ask = Ask::interactiveAssertion,
+     .name = "interactive assertion",
+     .messageType = "interactiveAssertion"},
+    {.ask = Ask::listAssertion,
+     .name = "assertion from the list",
+     .messageType = "interactiveAssertion"},
+    {.ask = Ask::interactiveRegistration,
+     .name = "interactive registration",
+     .messageType = "registration"},
+    {.ask = Ask::conditionalRegistration,
+     .name = "conditional registration",
+     .messageType = "registration"},
+    {.ask = Ask::configuration, .name = "configuration", .messageType = "synchronize"},
+    {.ask = Ask::updateUserName, .name = "report of a user name", .messageType = "updateUserName"},
+    {.ask = Ask::removeUnknownCredential,
+     .name = "report of an unknown credential",
+     .messageType = "removeUnknownCredential"},
+    {.ask = Ask::acceptedCredentials,
+     .name = "report of accepted credentials",
+     .messageType = "acceptedCredentials"},
+});
 
 [[nodiscard]] constexpr const AskTraits& traitsOf(Ask ask) noexcept {
   return Asks[static_cast<std::size_t>(ask)];

@@ -169,6 +169,8 @@ void accept(const Host& host, int listener) {
       *new Host{.plan = SoakPlan::readFrom(directory / "plan"), .log = SoakLog(directory / "log")};
   const host::HostSocket socket(directory / "container");
   host.log.write(Event::ready);
+  // As the sample host tells it.
+  std::cout << R"({"event":"ready"})" << std::endl;
   while (true) {
     if (host.plan.always() == Behaviour::dieBeforeAccept) {
       pollfd client{.fd = socket.descriptor(), .events = POLLIN, .revents = 0};

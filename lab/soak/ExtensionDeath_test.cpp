@@ -1,0 +1,162 @@
+// Processes of the extension that SIGKILL ends at every stage of an exchange with the sample host.
+
+#include <algorithm>
+#include <csignal>
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+#include <limits>
+#include <span>
+#include <string>
+#include <tuple>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "channel/ExchangeProviderMessage.h"
+#include "lab/SampleHostProcess.h"
+#include "lab/SystemOptions.h"
+#include "lab/TemporaryDirectory.h"
+#include "platform/linux/LinuxClock.h"
+#include "platform/linux/LinuxCodeSigning.h"
+#include "platform/linux/LinuxLocalSockets.h"
+#include "platform/linux/LinuxPropertyListSerialization.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t Never = std::numeric_limits<std::size_t>::max();
+constexpr std::size_t PrefixSize = 4;
+
+/// Where the extension's process ends: before it would send, or receive, more than so many bytes.
+struct Stage {
+  std::string name;
+  std::size_t sent = Never;
+  std::size_t received = Never;
+};
+
+/// The kernel's sockets, for a process that ends itself.
+class MortalSockets final : public LocalSockets {
+ public:
+  explicit MortalSockets(Stage stage) : stage_(std::move(stage)) {}
+
+  [[nodiscard]] int socket() const override { return sockets_.socket(); }
+  [[nodiscard]] int connect(int descriptor, std::string_view path) const override {
+    return sockets_.connect(descriptor, path);
+  }
+  [[nodiscard]] int getpeereid(int descriptor, std::int64_t& user,
+                               std::int64_t& group) const override {
+    return sockets_.getpeereid(descriptor, user, group);
+  }
+  [[nodiscard]] int getPeerProcessIdentifier(int descriptor, std::int32_t& process) const override {
+    return sockets_.getPeerProcessIdentifier(descriptor, process);
+  }
+  [[nodiscard]] std::int64_t getuid() const override { return sockets_.getuid(); }
+  [[nodiscard]] std::ptrdiff_t send(int descriptor,
+                                    std::span<const std::uint8_t> bytes) const override {
+    const auto count = sockets_.send(descriptor, bytes.first(allowed(bytes.size(), stage_.sent)));
+    stage_.sent -= static_cast<std::size_t>(count);
+    return count;
+  }
+  [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override {
+    const auto count =
+        sockets_.recv(descriptor, bytes.first(allowed(bytes.size(), stage_.received)));
+    stage_.received -= static_cast<std::size_t>(count);
+    return count;
+  }
+  void close(int descriptor) const override { sockets_.close(descriptor); }
+
+ private:
+  static std::size_t allowed(std::size_t wanted, std::size_t left) {
+    if (left == 0) {
+      std::ignore = std::raise(SIGKILL);
+    }
+    return std::min(wanted, left);
+  }
+
+  LinuxLocalSockets sockets_;
+  mutable Stage stage_;
+};
+
+std::ptrdiff_t entriesOf(const fs::path& directory) {
+  return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
+}
+
+class ExtensionDeath : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(host.nextEvent().at("event"), "ready"); }
+
+  [[nodiscard]] std::expected<Data, Error> exchange(const LocalSockets& sockets) const {
+    return exchangeProviderMessage(sockets, codeSigning, (container / "acp.sock").native(),
+                                   request.bytes())
+        .response;
+  }
+
+  /// Makes the exchange in a process of its own, which ends at this stage.
+  void exchangeAndDie(const Stage& stage) const {
+    const pid_t extension = ::fork();
+    if (extension == 0) {
+      std::ignore = exchange(MortalSockets(stage));
+      ::_exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(extension, &status, 0), extension);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << stage.name;
+  }
+
+  [[nodiscard]] std::ptrdiff_t countOf(const char* kind) const {
+    return entriesOf(fs::path("/proc") / std::to_string(host.processIdentifier()) / kind);
+  }
+
+  /// A connection's thread ends a little after the connection is told of. 0 when the host holds no
+  /// more than it did.
+  void expectHostHolds(std::ptrdiff_t descriptors, std::ptrdiff_t threads) const {
+    const LinuxClock clock;
+    const double deadline = clock.systemUptime() + 10;
+    while ((countOf("fd") > descriptors || countOf("task") > threads) &&
+           clock.systemUptime() < deadline) {
+      clock.usleep(1'000);
+    }
+    EXPECT_EQ(countOf("fd"), descriptors);
+    EXPECT_EQ(countOf("task"), threads);
+  }
+
+  TemporaryDirectory directory;
+  const fs::path container = directory.path() / "container";
+  const LinuxCodeSigning codeSigning{SystemOptions().settings().trustAnchorPem};
+  const Data request = LinuxPropertyListSerialization()
+                           .encodeBinary({{.key = "type"_text, .value = "synchronize"},
+                                          {.key = "allowsUserInteraction"_text, .value = true}})
+                           .value();
+  SampleHostProcess host{KORVAN_SAMPLE_HOST, {"--container", container.string()}};
+};
+
+TEST_F(ExtensionDeath, DisturbsNoOtherRequestAndLeavesNothingInTheHost) {
+  const std::ptrdiff_t descriptors = countOf("fd");
+  const std::ptrdiff_t threads = countOf("task");
+  const std::size_t frameSize = PrefixSize + request.size();
+  for (const Stage& stage : {Stage{.name = "after connecting", .sent = 0},
+                             Stage{.name = "within the request's prefix", .sent = 2},
+                             Stage{.name = "after the request's prefix", .sent = PrefixSize},
+                             Stage{.name = "within the request", .sent = frameSize / 2},
+                             Stage{.name = "after the request", .received = 0},
+                             Stage{.name = "within the answer's prefix", .received = 2},
+                             Stage{.name = "after the answer's prefix", .received = PrefixSize},
+                             Stage{.name = "within the answer", .received = PrefixSize + 10}}) {
+    SCOPED_TRACE(stage.name);
+    exchangeAndDie(stage);
+    const auto event = host.nextEvent();
+    EXPECT_EQ(event.at("event"), "connection");
+    EXPECT_EQ(event.at("bytesReceived"), std::min(stage.sent, frameSize));
+
+    EXPECT_TRUE(exchange(LinuxLocalSockets()).has_value());
+    EXPECT_EQ(host.nextEvent().at("ok"), true);
+    expectHostHolds(descriptors, threads);
+  }
+}
+
+}  // namespace
+}  // namespace korvan::lab

@@ -1,0 +1,100 @@
+// Real hosts that SIGKILL ends at every stage of a request.
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "lab/Program_testing.h"
+#include "lab/SampleHostProcess.h"
+#include "lab/TemporaryDirectory.h"
+#include "lab/soak/RightOutcomes.h"
+#include "lab/soak/SoakSite.h"
+#include "lab/soak/host/SoakPlan.h"
+
+namespace korvan::lab {
+namespace {
+
+using soak::Behaviour;
+using soak::SoakPlan;
+using testing::Contains;
+
+constexpr auto Deaths = {Behaviour::dieBeforeAccept,      Behaviour::dieAtOnce,
+                         Behaviour::dieAfterPrefix,       Behaviour::dieInRequest,
+                         Behaviour::dieAfterRequest,      Behaviour::dieInAnswerPrefix,
+                         Behaviour::dieAfterAnswerPrefix, Behaviour::dieInAnswer};
+
+/// A plan in which the host always does the same, and requests without a number are sign-ins.
+SoakPlan planOf(Behaviour behaviour) {
+  std::uint64_t seed = 0;
+  while (SoakPlan(seed).askOf(0) != soak::Ask::silentAssertion) {
+    ++seed;
+  }
+  return SoakPlan(seed, behaviour);
+}
+
+class HostDeath : public testing::TestWithParam<Behaviour> {
+ protected:
+  /// The one outcome of a call of this entry point.
+  [[nodiscard]] nlohmann::json outcomeOf(const std::string& entryPoint,
+                                         const std::string& hostApplication) const {
+    const nlohmann::json call = {
+        {"entryPoint", entryPoint},
+        {"request",
+         {{"class", "ASPasskeyCredentialRequest"},
+          {"credentialIdentity", {{"relyingPartyIdentifier", "example.com"}}},
+          {"clientDataHash", "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8"}}}};
+    const auto result =
+        runLab({"call", "--container", container(), "--host-application", hostApplication},
+               call.dump() + "\n");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.errors, "");
+    const auto lines = jsonLines(result.output);
+    EXPECT_EQ(lines.size(), 1U) << result.output;
+    return lines.empty() ? nlohmann::json() : lines.front();
+  }
+
+  [[nodiscard]] nlohmann::json silentOutcome() const {
+    return outcomeOf("provideCredentialWithoutUserInteractionForRequest:", "none");
+  }
+
+  void expectRight(const nlohmann::json& outcome, bool isLaunched) const {
+    std::vector<std::string> right;
+    for (const Outcome& each : rightOutcomes(plan, 0, isLaunched)) {
+      right.push_back(std::get<Cancelled>(each).error.localizedDescription().value());
+    }
+    EXPECT_EQ(outcome.at("outcome"), "cancelled") << outcome;
+    EXPECT_EQ(outcome.at("error").at("code"), 0) << outcome;
+    EXPECT_THAT(right, Contains(outcome.at("error").at("localizedDescription"))) << outcome;
+    EXPECT_EQ(outcome.at("noticeShown"), isLaunched) << outcome;
+  }
+
+  [[nodiscard]] std::string container() const { return directory.path() / "site" / "container"; }
+
+  TemporaryDirectory directory;
+  const SoakPlan plan = planOf(GetParam());
+  const SoakSite site{directory.path() / "site", plan};
+};
+
+TEST_P(HostDeath, EndsTheRequestOnceAndTheNextHostServesAgain) {
+  SampleHostProcess host(site.program, {});
+  ASSERT_EQ(host.nextEvent().at("event"), "ready");
+  expectRight(silentOutcome(), false);
+  EXPECT_THROW(host.nextEvent(), std::runtime_error) << "The host is to have ended.";
+
+  SampleHostProcess next(KORVAN_SAMPLE_HOST, {"--container", container()});
+  ASSERT_EQ(next.nextEvent().at("event"), "ready");
+  EXPECT_EQ(silentOutcome().at("outcome"), "completedAssertion");
+}
+
+TEST_P(HostDeath, OfAHostThatTheExtensionOpenedEndsInTheNotice) {
+  expectRight(outcomeOf("prepareInterfaceToProvideCredentialForRequest:", site.program), true);
+}
+
+INSTANTIATE_TEST_SUITE_P(AtEveryStage, HostDeath, testing::ValuesIn(Deaths),
+                         [](const auto& stage) { return std::string(nameOf(stage.param)); });
+
+}  // namespace
+}  // namespace korvan::lab
