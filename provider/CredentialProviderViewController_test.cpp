@@ -38,6 +38,13 @@ class RecordingController : public CredentialProviderViewController {
     messages.emplace_back("sendCredentialUpdate");
     CredentialProviderViewController::sendCredentialUpdate(std::move(request));
   }
+  ProviderMessage assertionRequestForRecord(const ProviderMessage& record,
+                                            bool allowsUserInteraction,
+                                            bool interactive) const override {
+    records.push_back(record);
+    return CredentialProviderViewController::assertionRequestForRecord(
+        record, allowsUserInteraction, interactive);
+  }
   void performRequest(ProviderMessage request, ProviderCompletion completion) override {
     const auto text = [&](std::string_view key) { return stringForKey(request, key).value_or(""); };
     messages.push_back("performRequest " + text("type") +
@@ -60,6 +67,8 @@ class RecordingController : public CredentialProviderViewController {
   }
 
   std::vector<std::string> messages;
+  /// The records that assertion requests were built for.
+  mutable std::vector<ProviderMessage> records;
 };
 
 class ControllerClass : public ControllerFixture {
@@ -147,6 +156,15 @@ TEST_F(ControllerClass, InteractiveAssertionKeepsItsRequestAndClearsTheRest) {
             (Messages{"requestParameters := nil", "registrationRequest := nil",
                       "credentialRequest := given", "requestInteractiveAssertion",
                       "performRequest interactiveAssertion interaction"}));
+}
+
+TEST_F(ControllerClass, AssertionsAreBuiltForARecordOfTheRequestAndAListsForAnEmptyOne) {
+  const ProviderMessage record{{.key = "credentialID"_text, .value = bytes("credential")},
+                               {.key = "recordIdentifier"_text, .value = "record 7"}};
+  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+  controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
+  controller->prepareCredentialListForServiceIdentifiers({}, requestParameters());
+  EXPECT_EQ(controller->records, (std::vector{record, record, ProviderMessage()}));
 }
 
 TEST_F(ControllerClass, InteractiveRegistrationKeepsItsRequestAndClearsTheRest) {
