@@ -24,8 +24,7 @@ fs::path copyHost(const fs::path& directory, const soak::SoakPlan& plan) {
 
 fs::path soakHostProgram() {
   const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
-  for (const fs::path& candidate :
-       {folder / HostName, folder / "soak" / "host" / HostName, folder / "host" / HostName}) {
+  for (const fs::path& candidate : {folder / HostName, folder / "soak" / "host" / HostName}) {
     if (fs::exists(candidate)) {
       return candidate;
     }

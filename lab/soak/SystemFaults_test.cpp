@@ -1,0 +1,193 @@
+// A system that takes the container away, or has no descriptor or thread left, during a request to
+// a real host.
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <glib.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "lab/CallRunner.h"
+#include "lab/Program_testing.h"
+#include "lab/SampleHostProcess.h"
+#include "lab/Stage.h"
+#include "lab/SystemOptions.h"
+#include "lab/TemporaryDirectory.h"
+#include "lab/host/Descriptor.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+std::ptrdiff_t openDescriptors() {
+  return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
+
+// The container is removed while the extension waits for the host that it opened.
+
+class ContainerRemovedDuringThePoll : public testing::Test {
+ protected:
+  /// Opens this program as the host application, which first of all removes the container.
+  [[nodiscard]] json outcomeWithHost(const std::string& restOfScript) const {
+    const fs::path program = stage.file("remove-container");
+    std::ofstream script(program);
+    script << "#!/bin/sh\nrm -r '" << stage.container().string() << "'\n" << restOfScript << '\n';
+    script.close();
+    fs::permissions(program, fs::perms::owner_all);
+    const auto result =
+        runLab({"call", "--container", stage.container(), "--host-application", program},
+               "{\"entryPoint\":\"prepareInterfaceForExtensionConfiguration\"}\n");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    const auto lines = jsonLines(result.output);
+    EXPECT_EQ(lines.size(), 1U) << result.output;
+    return lines.empty() ? json() : lines.front();
+  }
+
+  TemporaryDirectory directory;
+  Stage stage{directory.path()};
+};
+
+TEST_F(ContainerRemovedDuringThePoll, EndsAtTheDeadlineAndMakesNoOther) {
+  const json outcome = outcomeWithHost("");
+  EXPECT_EQ(outcome.at("outcome"), "cancelled");
+  EXPECT_EQ(outcome.at("noticeShown"), true);
+  EXPECT_EQ(outcome.at("error").at("localizedDescription"),
+            "Korvan opened, but the credential provider could not connect to it in time.");
+  EXPECT_GE(outcome.at("milliseconds"), 5'000);
+  EXPECT_FALSE(fs::exists(stage.container()));
+}
+
+TEST_F(ContainerRemovedDuringThePoll, FindsTheHostThatMakesItAnew) {
+  EXPECT_EQ(outcomeWithHost("exec '" + stage.writeLauncher({}).string() + "' \"$@\"").at("outcome"),
+            "completedConfiguration");
+}
+
+// The extension's process can get nothing more.
+
+class ScarceSystem : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(host.nextEvent().at("event"), "ready"); }
+
+  [[nodiscard]] CallReport configure() { return runner.run(configurationCall()); }
+
+  void expectServed() {
+    EXPECT_TRUE(std::holds_alternative<CompletedConfiguration>(configure().outcome));
+  }
+
+  TemporaryDirectory directory;
+  SampleHostProcess host{KORVAN_SAMPLE_HOST, {"--container", directory.path().string()}};
+  CallRunner runner{LabSettings{.container = directory.path(),
+                                .hostApplication = std::string(LabSettings::None),
+                                .trustAnchorPem = SystemOptions().settings().trustAnchorPem}};
+};
+
+/// While it lives, this process can open no more than so many descriptors.
+class FreeDescriptors {
+ public:
+  explicit FreeDescriptors(std::size_t count) {
+    EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &before_), 0);
+    const rlimit few{.rlim_cur = 256, .rlim_max = before_.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    for (int taken = 0; (taken = ::open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) {
+      taken_.emplace_back(taken);
+    }
+    taken_.erase(taken_.end() - static_cast<std::ptrdiff_t>(count), taken_.end());
+  }
+  FreeDescriptors(const FreeDescriptors&) = delete;
+  FreeDescriptors& operator=(const FreeDescriptors&) = delete;
+  ~FreeDescriptors() { EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before_), 0); }
+
+ private:
+  rlimit before_{};
+  std::vector<host::Descriptor> taken_;
+};
+
+TEST_F(ScarceSystem, WithoutDescriptorsARequestFailsOnceAndTheNextOneIsServed) {
+  const std::vector<std::string> expected = {
+      "Opening the Korvan connection failed: Too many open files",
+      "Reading the Korvan peer code signature failed: OSStatus 100024",
+      "Validating the Korvan peer code signature failed: OSStatus 100024"};
+  expectServed();
+  const std::ptrdiff_t descriptors = openDescriptors();
+  for (std::size_t count = 0; count < expected.size(); ++count) {
+    std::optional<Outcome> outcome;
+    {
+      const FreeDescriptors few(count);
+      outcome = configure().outcome;
+    }
+    ASSERT_TRUE(std::holds_alternative<Cancelled>(*outcome)) << count;
+    EXPECT_EQ(std::get<Cancelled>(*outcome).error.localizedDescription(), expected.at(count));
+    EXPECT_EQ(openDescriptors(), descriptors);
+    expectServed();
+  }
+  const FreeDescriptors enough(expected.size());
+  expectServed();
+}
+
+/// While it lives, the system refuses a new thread to the calling thread, as it does to a user with
+/// too many.
+class NoMoreThreads {
+ public:
+  NoMoreThreads() {
+    EXPECT_EQ(::getrlimit(RLIMIT_NPROC, &before_), 0);
+    // The limit holds neither for root nor for the mighty. The system calls, unlike the functions,
+    // change this thread only. The effective user stays: the container is this user's.
+    isInForce_ = ::syscall(SYS_setresuid, Nobody, -1, -1) == 0 &&
+                 ::syscall(SYS_capget, &header_, powers_.data()) == 0;
+    if (isInForce_) {
+      auto fewer = powers_;
+      fewer[0].effective &= ~(1U << CAP_SYS_RESOURCE | 1U << CAP_SYS_ADMIN);
+      EXPECT_EQ(::syscall(SYS_capset, &header_, fewer.data()), 0);
+    }
+    const rlimit none{.rlim_cur = 0, .rlim_max = before_.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
+  }
+  NoMoreThreads(const NoMoreThreads&) = delete;
+  NoMoreThreads& operator=(const NoMoreThreads&) = delete;
+  ~NoMoreThreads() {
+    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &before_), 0);
+    if (isInForce_) {
+      EXPECT_EQ(::syscall(SYS_capset, &header_, powers_.data()), 0);
+      EXPECT_EQ(::syscall(SYS_setresuid, 0, -1, -1), 0);
+    }
+  }
+
+ private:
+  static constexpr uid_t Nobody = 65534;
+  rlimit before_{};
+  __user_cap_header_struct header_{.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
+  std::array<__user_cap_data_struct, 2> powers_{};
+  bool isInForce_ = false;
+};
+
+TEST_F(ScarceSystem, WithoutThreadsARequestWaitsForOneAndIsServed) {
+  constexpr guint Milliseconds = 350;
+  g_thread_pool_stop_unused_threads();
+  std::optional<NoMoreThreads> limit(std::in_place);
+  g_timeout_add(
+      Milliseconds,
+      [](gpointer limited) noexcept -> gboolean {
+        static_cast<std::optional<NoMoreThreads>*>(limited)->reset();
+        return G_SOURCE_REMOVE;
+      },
+      &limit);
+  const CallReport report = configure();
+  EXPECT_TRUE(std::holds_alternative<CompletedConfiguration>(report.outcome));
+  EXPECT_GE(report.milliseconds, Milliseconds - 1);
+  EXPECT_FALSE(limit.has_value());
+  expectServed();
+}
+
+}  // namespace
+}  // namespace korvan::lab
