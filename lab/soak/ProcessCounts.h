@@ -18,7 +18,7 @@ inline constexpr std::size_t SpareThreads = 2;
 
 /// How much more memory than before counts as the same: what the allocator may keep in pieces that
 /// it cannot give back, whatever the number of requests.
-inline constexpr std::size_t ResidentTolerance = std::size_t{4} << 20U;
+inline constexpr std::size_t ResidentTolerance = std::size_t{8} << 20U;
 
 /// The counts of now, once the threads whose work is over have ended. When more than `threads` and
 /// the spare ones still run after some seconds, these are counted too. Frees unused memory first.

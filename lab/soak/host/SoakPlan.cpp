@@ -32,6 +32,8 @@ constexpr unsigned sumOfWeights() {
   return sum;
 }
 
+constexpr unsigned SumOfWeights = sumOfWeights();
+
 Behaviour behaviourAt(std::uint64_t weight) {
   for (const BehaviourTraits& traits : Behaviours) {
     if (weight < traits.weight) {
@@ -79,7 +81,7 @@ Ask SoakPlan::askOf(std::uint64_t number) const {
 }
 
 Behaviour SoakPlan::behaviourOf(std::uint64_t number) const {
-  return always_.value_or(behaviourAt(chosen(seed_, number, chooseBehaviour) % sumOfWeights()));
+  return always_.value_or(behaviourAt(chosen(seed_, number, chooseBehaviour) % SumOfWeights));
 }
 
 std::uint64_t SoakPlan::choiceFor(std::uint64_t number, std::uint64_t purpose) const {
