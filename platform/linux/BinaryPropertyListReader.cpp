@@ -527,6 +527,9 @@ std::uint64_t BinaryPropertyListReader::numberAt(std::size_t offset,
                                                  std::size_t width) const noexcept {
   const std::uint8_t* next = first_ + offset;
   std::uint64_t number = *next;
+  if (width == 1) {
+    return number;
+  }
   while (--width > 0) {
     number = (number << 8) | *++next;
   }

@@ -528,11 +528,17 @@ class Output {
   void byte(std::uint64_t value) { *next_++ = static_cast<std::uint8_t>(value); }
 
   void number(std::uint64_t value, std::size_t width) {
-    for (std::size_t shift = width * 8; shift > 8;) {
+    // Nearly all references and offsets of messages.
+    if (width <= 2) {
+      if (width == 2) {
+        byte(value >> 8);
+      }
+      return byte(value);
+    }
+    for (std::size_t shift = width * 8; shift > 0;) {
       shift -= 8;
       byte(value >> shift);
     }
-    byte(value);
   }
 
   void bytes(std::string_view value) {

@@ -63,8 +63,8 @@ std::optional<fs::path> absolutePath(const std::string& path) {
 }
 
 bool isFileName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+  return !name.empty() && name != "." && name != ".." && !name.contains('/') &&
+         !name.contains('\0');
 }
 
 /// False when there is nothing at `path` afterwards. What there is may be no directory.
