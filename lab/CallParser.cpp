@@ -32,6 +32,13 @@ std::string reasonOf(const Json::parse_error& error) {
   return std::string(words.substr(start == std::string_view::npos ? 0 : start));
 }
 
+/// The number that is too large to be read, which the library's words have in quotes.
+std::string numberOf(const Json::out_of_range& error) {
+  const std::string_view words = error.what();
+  const std::size_t quote = words.find('\'');
+  return std::string(words.substr(quote + 1, words.rfind('\'') - quote - 1));
+}
+
 /// Hears of every key while the library reads, which itself would keep the last of equal ones.
 class RepeatedKeys {
  public:
@@ -58,6 +65,9 @@ Json parseJson(std::string_view line) {
   } catch (const Json::parse_error& error) {
     throw InvalidLine("The line is not JSON, see column " + std::to_string(error.byte) + ": " +
                       reasonOf(error) + ".");
+  } catch (const Json::out_of_range& error) {
+    throw InvalidLine("The line has the number " + numberOf(error) +
+                      "; a number must be of at most 1.7e308.");
   }
 }
 

@@ -240,6 +240,7 @@ TEST(CallParser, RefusesWhatIsNoCallAndSaysWhy) {
           Row{"{", "The line is not JSON, see column 2: "},
           Row{R"({"entryPoint":"a"} x)", "The line is not JSON, see column 20: "},
           Row{"{\"entryPoint\":\"\xff\"}", "The line is not JSON, see column 16: "},
+          Row{R"({"entryPoint":-1e999})", "The line has the number -1e999; a number must be "},
           Row{"[]", "The line is JSON of the type array; it must be an object."},
           Row{"null", "The line is JSON of the type null; it must be an object."},
           Row{"{}", "entryPoint is missing; "},
