@@ -128,6 +128,7 @@ Outcomes rightOutcomes(const SoakPlan& plan, std::uint64_t number, bool isLaunch
       return {completed(ask, soak::successOf(plan, ask, number))};
     case Behaviour::answerWithoutFields:
     case Behaviour::answerMistyped:
+    case Behaviour::sendOtherFormat:
       return {completed(ask, {})};
     case Behaviour::answerOtherRequest:
       // The host is trusted: the extension compares nothing.
@@ -143,7 +144,6 @@ Outcomes rightOutcomes(const SoakPlan& plan, std::uint64_t number, bool isLaunch
       return {refused(plan, number, true)};
     case Behaviour::sendArray:
       return {unavailable("Korvan returned an invalid response.", isLaunched)};
-    case Behaviour::sendOtherFormat:
     case Behaviour::sendGarbage:
     case Behaviour::announceLess:
       return {undecodable(plan, number, isLaunched)};

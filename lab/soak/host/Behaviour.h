@@ -24,7 +24,7 @@ enum class Behaviour : std::uint8_t {
   refuseWithNotice,  ///< asks for the notice
   // Answers that are none.
   sendArray,
-  sendOtherFormat,  ///< a property list as text
+  sendOtherFormat,  ///< success without any other field, as XML
   sendGarbage,
   announceNothing,
   announceTooMuch,
