@@ -71,6 +71,7 @@ std::vector<Bytes> signedPartsOf(const Bytes& signature) {
       d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(signature.size())));
   CMS_SignerInfo* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(content.get()), 0);
   std::vector<Bytes> parts;
+  parts.reserve(static_cast<std::size_t>(std::max(0, CMS_signed_get_attr_count(signer))) + 2);
   for (int i = 0; i < CMS_signed_get_attr_count(signer); ++i) {
     parts.push_back(encoded<i2d_X509_ATTRIBUTE>(CMS_signed_get_attr(signer, i)));
   }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -8,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "platform/Data.h"
 
@@ -28,9 +28,8 @@ inline void require(bool holds, const char* sentence) {
 /// A copy of the bytes with nothing beside them, so that a sanitizer sees every step past their
 /// end.
 inline Data exactCopyOf(std::span<const std::uint8_t> bytes) {
-  const std::shared_ptr<std::uint8_t[]> copy(new std::uint8_t[bytes.size()]);
-  std::ranges::copy(bytes, copy.get());
-  return {std::shared_ptr<const std::uint8_t>(copy, copy.get()), bytes.size()};
+  const auto copy = std::make_shared<const std::vector<std::uint8_t>>(bytes.begin(), bytes.end());
+  return {std::shared_ptr<const std::uint8_t>(copy, copy->data()), copy->size()};
 }
 
 inline std::string_view textOf(std::span<const std::uint8_t> bytes) {

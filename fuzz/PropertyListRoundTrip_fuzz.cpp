@@ -19,7 +19,8 @@ namespace {
 
 PropertyListDictionary dictionaryAround(const PropertyListValue& value) {
   const auto* const dictionary = value.dictionary();
-  return dictionary != nullptr ? *dictionary : PropertyListDictionary{{Text("value"), value}};
+  return dictionary != nullptr ? *dictionary
+                               : PropertyListDictionary{{.key = Text("value"), .value = value}};
 }
 
 std::uint64_t numberAt(const Data& bytes, std::size_t offset, std::size_t width) {
