@@ -6,7 +6,7 @@ import plistlib
 import canonical
 import values
 from binary_writer import BinaryWriter, assembled
-from openstep_writer import OpenStepWriter
+from openstep_writer import NEXTSTEP, OpenStepWriter
 from xml_writer import XmlWriter
 
 UNKNOWN = object()
@@ -161,6 +161,8 @@ def handmade_texts():
             ("empty", b"", UNKNOWN),
             ("only-space", b" \n", {"dictionary": []}),
             ("number", b"17", {"text": "17"}),
+            ("octal-nextstep", b'"' + b"".join(b"\\%o" % code for code in NEXTSTEP.values()) + b'"',
+             {"text": "".join(NEXTSTEP)}),
             ("octal-above-377", b'"\\777"', UNKNOWN),
             ("octal-short", b'"\\1x"', {"text": "\1x"}),
             ("data-of-odd-length", b"<123>", UNKNOWN),

@@ -135,6 +135,10 @@ def text_without(value, characters):
     return {"text": "".join(c for c in content(value) if c not in characters)}
 
 
+def plane_0(characters):
+    return "".join(c for c in characters if c <= "\uffff")
+
+
 def repeated_names(entries):
     names = [key for key, _ in entries]
     return len(set(names)) < len(names)
@@ -190,6 +194,7 @@ KNOWN = [
         ("a scalar's text that is none", "the text of this element",
          "They take what stands in front of it, or nothing, for the value.", ()),
         ("text between elements", "text stands where", "They skip it.", ()),
+        ("entities that are none of XML's own", "none of XML's own", "They leave them out.", ()),
         ("a second value, or none", "a second value|holds no value", "They take the first or the last, or null.", ()),
         ("elements that do not belong there",
          "no such element|stands inside|stands outside|stands in an array|has no key|key has no|follows a key",
@@ -294,6 +299,8 @@ KNOWN = [
           they_refuse(lambda case, ours: max(case.contents[-26:-24]) > 4, "Unknown (table|offset) size")),
     Known("GNUstep's integers have at most 8 bytes", "The format has 16.", ("GNUstep",),
           they_refuse(lambda case, ours: has_kind(ours, "integer"), "Stored number too long")),
+    Known("GNUstep reads what stands behind a key that comes again", "Ours reads the last value alone.",
+          ("GNUstep",), they_refuse(lambda case, ours: is_binary(case) and case.is_damaged, "extends beyond size")),
     Known("GNUstep has no date that is no number", "The class refuses it.", ("GNUstep",),
           they_refuse(lambda case, ours: has_kind(ours, "date"), "interval is not a number")),
     Known("GNUstep's counts have at most 4 bytes", "It takes one of 8 bytes for 0.", ("GNUstep",),
@@ -309,11 +316,18 @@ KNOWN = [
                          or d.kinds() == ("dictionary", "dictionary") and "" in dict(content(d.theirs))))),
     Known("GNUstep's integers in XML are signed and decimal", "Larger ones are cut, hexadecimal is 0.",
           ("GNUstep",), both_read(lambda d: d.case.form == "xml" and d.kinds() == ("integer", "integer") and (
-              int(content(d.ours)) >= 2**63 or content(d.theirs) == "0" and HEXADECIMAL.search(document(d.case))))),
+              int(content(d.ours)) >= 2**63 - 1 or content(d.theirs) == "0" and HEXADECIMAL.search(document(d.case))))),
     Known("GNUstep's padded integers are unsigned", "A space in front hides the sign from it.", ("GNUstep",),
           both_read(lambda d: d.case.form == "xml" and d.kinds() == ("integer", "integer")
                     and int(content(d.ours)) % 2**64 == int(content(d.theirs))
                     and re.search(r"<integer>\s", document(d.case)))),
+    Known("GNUstep's character references end at U+FFFF", "It drops those beyond.", ("GNUstep",),
+          both_read(lambda d: d.kinds() == ("text", "text") and "&#" in document(d.case)
+                    and plane_0(content(d.ours)) == plane_0(content(d.theirs)))),
+    Known("GNUstep's character references in keys end at U+FFFF", "It drops those beyond.", ("GNUstep",),
+          both_read(lambda d: d.kinds() == ("dictionary", "dictionary") and "&#" in document(d.case)
+                    and {plane_0(key) for key, _ in content(d.ours)}
+                    == {plane_0(key) for key, _ in content(d.theirs)})),
     Known("GNUstep drops byte order marks in texts", "Everywhere, not at the beginning only.", ("GNUstep",),
           both_read(lambda d: d.kinds() == ("text", "text")
                     and text_without(d.ours, "\ufeff") == text_without(d.theirs, "\ufeff"))),

@@ -6,8 +6,11 @@ from canonical import content, kind
 
 BARE = re.compile(r"[A-Za-z0-9_$/:.-]+", re.ASCII)
 NAMED = {"\a": "a", "\b": "b", "\f": "f", "\n": "n", "\r": "r", "\t": "t", "\v": "v"}
-# Some of the characters beyond ASCII that the NeXTSTEP encoding has one byte for.
-NEXTSTEP = {"é": 0o335, "ü": 0o366, "ß": 0o373, "\xa0": 0o200}
+# The NeXTSTEP encoding from 0x80 on: https://www.unicode.org/Public/MAPPINGS/VENDORS/NEXT/NEXTSTEP.TXT.
+NEXTSTEP_CHARACTERS = (
+    "\xa0ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÐÑÒÓÔÕÖÙÚÛÜÝÞµ×÷©¡¢£\u2044¥ƒ§¤’“«‹›ﬁﬂ®–†‡·¦¶•‚„”»…‰¬¿¹\u02cb\xb4ˆ˜\xaf˘˙\xa8²˚\xb8³˝˛ˇ"
+    "—±¼½¾àáâãäåçèéêëìÆíªîïðñŁØŒºòóôõöæùúûıüýłøœßþÿ")
+NEXTSTEP = {character: 0x80 + place for place, character in enumerate(NEXTSTEP_CHARACTERS)}
 
 
 class OpenStepWriter:
