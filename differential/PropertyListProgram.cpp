@@ -168,7 +168,7 @@ int encode() {
       constexpr std::string_view HexDigits = "0123456789abcdef";
       std::cout << HexDigits[byte >> 4] << HexDigits[byte & 0x0F];
     }
-    std::cout << std::endl;
+    std::cout << '\n' << std::flush;
   }
   return 0;
 }

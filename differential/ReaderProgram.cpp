@@ -34,7 +34,8 @@ int runReaderProgram(
     const auto bytes = contentsOf(name);
     std::cout << (bytes ? read(*bytes, isToBeWritten)
                         : CanonicalJson::error("The file \"" + name + "\" cannot be opened."))
-              << std::endl;
+              << '\n'
+              << std::flush;
   }
   return 0;
 }

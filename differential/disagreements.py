@@ -314,9 +314,9 @@ KNOWN = [
           both_read(lambda d: d.case.form == "xml" and "<![CDATA[" in document(d.case)
                     and (d.kinds() == ("text", "text")
                          or d.kinds() == ("dictionary", "dictionary") and "" in dict(content(d.theirs))))),
-    Known("GNUstep's integers in XML are signed and decimal", "Larger ones are cut, hexadecimal is 0.",
+    Known("GNUstep's integers in XML are signed and decimal", "Of 19 digits or more it cuts some off, hexadecimal is 0.",
           ("GNUstep",), both_read(lambda d: d.case.form == "xml" and d.kinds() == ("integer", "integer") and (
-              int(content(d.ours)) >= 2**63 - 1 or content(d.theirs) == "0" and HEXADECIMAL.search(document(d.case))))),
+              abs(int(content(d.ours))) >= 10**18 or content(d.theirs) == "0" and HEXADECIMAL.search(document(d.case))))),
     Known("GNUstep's padded integers are unsigned", "A space in front hides the sign from it.", ("GNUstep",),
           both_read(lambda d: d.case.form == "xml" and d.kinds() == ("integer", "integer")
                     and int(content(d.ours)) % 2**64 == int(content(d.theirs))
@@ -334,7 +334,7 @@ KNOWN = [
     Known("GNUstep drops byte order marks in keys", "Everywhere, not at the beginning only.", ("GNUstep",),
           same_but_keys(lambda key: key.replace("\ufeff", ""))),
     Known("GNUstep's octal escapes are Unicode", "They are of the NeXTSTEP encoding.", ("GNUstep",),
-          both_read(lambda d: d.case.form == "openstep" and re.search(r"\\[0-3][0-7][0-7]", document(d.case))
+          both_read(lambda d: d.case.form == "openstep" and re.search(r"\\[0-7]", document(d.case))
                     and d.kinds() in (("text", "text"), ("dictionary", "dictionary")))),
     Known("GNUstep's OpenStep text has fewer freedoms",
           "No single quotes, files of strings, keys alone, line separators or marks.", ("GNUstep",),
