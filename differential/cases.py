@@ -114,6 +114,8 @@ def handmade():
     yield Case("date-of-4-bytes", "binary", assembled([b"\x32" + bytes(4)], 1))
     yield Case("date-is-no-number", "binary", assembled([b"\x33" + bytes.fromhex("7ff8000000000000")], 1),
                {"date": "7ff8000000000000"})
+    yield Case("hidden-value-is-missing", "binary", assembled([b"\xd2\x01\x01\x09\x02", b"\x51a", b"\x09"], 1),
+               {"dictionary": [["a", True]]}, is_damaged=True)
     yield Case("fill", "binary", assembled([b"\x0f"], 1))
     yield Case("url", "binary", assembled([b"\x0c\x51a"], 1))
     yield Case("ordered-set", "binary", assembled([b"\xb0"], 1))
@@ -121,7 +123,7 @@ def handmade():
     yield Case("count-is-huge", "binary", assembled([b"\xaf\x13\x10" + bytes(7)], 1))
     yield Case("reference-beyond", "binary", assembled([b"\xa1\x07"], 1))
     yield Case("version-15", "binary", assembled([b"\x09"], 1).replace(b"bplist00", b"bplist15"))
-    yield Case("version-01", "binary", assembled([b"\x09"], 1).replace(b"bplist00", b"bplist01"), )
+    yield Case("version-01", "binary", assembled([b"\x09"], 1).replace(b"bplist00", b"bplist01"))
     yield Case("shared", "binary", shared_references(12))
     for levels, value in deep.items():
         yield Case(f"binary-{levels}-levels", "binary", arrays_inside_one_another(levels), value)
@@ -137,6 +139,9 @@ def handmade_texts():
     a = {"text": "a"}
     dictionary = {"dictionary": [["a", {"text": "b"}]]}
     for name, contents, value in (
+            ("cr-lf", b'<?xml version="1.0"?><plist><string>a\r\nb</string></plist>', {"text": "a\nb"}),
+            ("reference-to-last", b'<?xml version="1.0"?><plist><string>a&#x10ffff;</string></plist>',
+             {"text": "a\U0010ffff"}),
             ("no-plist-element", b"<string>a</string>", a),
             ("repeated-key", b"<dict><key>a</key><string>x</string><key>a</key><string>b</string></dict>", dictionary),
             ("uid-too-large", b"<dict><key>CF$UID</key><integer>4294967296</integer></dict>", UNKNOWN),

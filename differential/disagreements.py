@@ -135,23 +135,56 @@ def text_without(value, characters):
     return {"text": "".join(c for c in content(value) if c not in characters)}
 
 
-def plane_0(characters):
-    return "".join(c for c in characters if c <= "\uffff")
-
-
 def repeated_names(entries):
     names = [key for key, _ in entries]
     return len(set(names)) < len(names)
 
 
-def same_but_keys(change):
-    """The entries are the same, except that `change` is what became of the keys."""
+def same_but_keys(character, change):
+    """Keys hold the character, and what became of them is `change`."""
     def test(d):
         if d.kinds() != ("dictionary", "dictionary"):
             return False
-        ours = {change(key) for key, _ in content(d.ours)}
-        return ours == {key for key, _ in content(d.theirs)}
+        ours = [key for key, _ in content(d.ours)]
+        return any(character in key for key in ours) and {change(key) for key in ours} == {
+            key for key, _ in content(d.theirs)}
     return both_read(test)
+
+
+def number_at(contents, place, width):
+    return int.from_bytes(contents[place:place + width], "big")
+
+
+def head_at(contents, place):
+    """The marker and the count of the object there, and where its contents begin."""
+    marker, count = contents[place] & 0xF0, contents[place] & 0x0F
+    if count < 15:
+        return marker, count, place + 1
+    width = 1 << (contents[place + 1] & 0x0F)
+    return marker, number_at(contents, place + 2, width), place + 2 + width
+
+
+def text_at(contents, place):
+    marker, count, first = head_at(contents, place)
+    if marker == 0x60:
+        return contents[first:first + 2 * count].decode("utf-16-be", "replace")
+    return contents[first:first + count].decode("latin-1")
+
+
+def has_repeated_key(case):
+    """Whether a dictionary of the binary file, which ours has read, names a key twice."""
+    contents, trailer = case.contents, len(case.contents) - 32
+    offset_width, width = contents[trailer + 6], contents[trailer + 7]
+    count, table = number_at(contents, trailer + 8, 8), number_at(contents, trailer + 24, 8)
+    offsets = [number_at(contents, table + index * offset_width, offset_width) for index in range(count)]
+    for offset in offsets:
+        if 8 <= offset < table and contents[offset] & 0xF0 == 0xD0:
+            _, entries, first = head_at(contents, offset)
+            keys = [number_at(contents, first + place * width, width) for place in range(min(entries, table))]
+            names = [text_at(contents, offsets[key]) for key in keys if key < count and offsets[key] < table]
+            if len(set(names)) < len(names):
+                return True
+    return False
 
 
 def has_long_counts(case):
@@ -238,8 +271,8 @@ KNOWN = [
           they_refuse(lambda case, ours: has_node(
               ours, lambda node: kind(node) == "dictionary"
               and any("\0" in key for key, _ in content(node))), "died")),
-    Known("libplist reads what stands behind a key that comes again", "Ours reads the last value alone.",
-          ("libplist",), they_refuse(lambda case, ours: is_binary(case) and case.is_damaged)),
+    Known("what stands behind a key that comes again is damaged", "Ours reads the last value alone.", (),
+          they_refuse(lambda case, ours: is_binary(case) and case.is_damaged and has_repeated_key(case))),
     Known("libplist knows no null", "It has no kind for it.", ("libplist",),
           they_refuse(lambda case, ours: is_binary(case) and has_kind(ours, "null"))),
     Known("libplist's UIDs have 32 bits", "It refuses a larger one.", ("libplist",),
@@ -268,7 +301,7 @@ KNOWN = [
     Known("libplist ends texts at a NUL", "It converts them to C strings.", ("libplist",),
           both_of("text", lambda ours, theirs: ours.split("\0")[0] == theirs)),
     Known("libplist ends keys at a NUL", "It converts them to C strings.", ("libplist",),
-          same_but_keys(lambda key: key.split("\0")[0])),
+          same_but_keys("\0", lambda key: key.split("\0")[0])),
     Known("libplist keeps repeated keys", "It lists both; of ours the last counts.", ("libplist",),
           both_read(lambda d: d.kinds() == ("dictionary", "dictionary") and repeated_names(content(d.theirs)))),
     Known("lines that end in CR LF", "XML says that they are read as LF.", ("libplist", "GNUstep"),
@@ -299,8 +332,6 @@ KNOWN = [
           they_refuse(lambda case, ours: max(case.contents[-26:-24]) > 4, "Unknown (table|offset) size")),
     Known("GNUstep's integers have at most 8 bytes", "The format has 16.", ("GNUstep",),
           they_refuse(lambda case, ours: has_kind(ours, "integer"), "Stored number too long")),
-    Known("GNUstep reads what stands behind a key that comes again", "Ours reads the last value alone.",
-          ("GNUstep",), they_refuse(lambda case, ours: is_binary(case) and case.is_damaged, "extends beyond size")),
     Known("GNUstep has no date that is no number", "The class refuses it.", ("GNUstep",),
           they_refuse(lambda case, ours: has_kind(ours, "date"), "interval is not a number")),
     Known("GNUstep's counts have at most 4 bytes", "It takes one of 8 bytes for 0.", ("GNUstep",),
@@ -321,18 +352,16 @@ KNOWN = [
           both_read(lambda d: d.case.form == "xml" and d.kinds() == ("integer", "integer")
                     and int(content(d.ours)) % 2**64 == int(content(d.theirs))
                     and re.search(r"<integer>\s", document(d.case)))),
-    Known("GNUstep's character references end at U+FFFF", "It drops those beyond.", ("GNUstep",),
+    Known("GNUstep knows no reference to U+10FFFF", "It drops that one.", ("GNUstep",),
           both_read(lambda d: d.kinds() == ("text", "text") and "&#" in document(d.case)
-                    and plane_0(content(d.ours)) == plane_0(content(d.theirs)))),
-    Known("GNUstep's character references in keys end at U+FFFF", "It drops those beyond.", ("GNUstep",),
-          both_read(lambda d: d.kinds() == ("dictionary", "dictionary") and "&#" in document(d.case)
-                    and {plane_0(key) for key, _ in content(d.ours)}
-                    == {plane_0(key) for key, _ in content(d.theirs)})),
+                    and content(d.ours).replace("\U0010ffff", "") == content(d.theirs))),
+    Known("GNUstep knows no reference to U+10FFFF in keys", "It drops that one.", ("GNUstep",),
+          same_but_keys("\U0010ffff", lambda key: key.replace("\U0010ffff", ""))),
     Known("GNUstep drops byte order marks in texts", "Everywhere, not at the beginning only.", ("GNUstep",),
           both_read(lambda d: d.kinds() == ("text", "text")
                     and text_without(d.ours, "\ufeff") == text_without(d.theirs, "\ufeff"))),
     Known("GNUstep drops byte order marks in keys", "Everywhere, not at the beginning only.", ("GNUstep",),
-          same_but_keys(lambda key: key.replace("\ufeff", ""))),
+          same_but_keys("\ufeff", lambda key: key.replace("\ufeff", ""))),
     Known("GNUstep's octal escapes are Unicode", "They are of the NeXTSTEP encoding.", ("GNUstep",),
           both_read(lambda d: d.case.form == "openstep" and re.search(r"\\[0-7]", document(d.case))
                     and d.kinds() in (("text", "text"), ("dictionary", "dictionary")))),
