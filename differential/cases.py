@@ -170,6 +170,7 @@ def handmade_texts():
              {"text": "".join(NEXTSTEP)}),
             ("octal-above-377", b'"\\777"', UNKNOWN),
             ("octal-short", b'"\\1x"', {"text": "\1x"}),
+            ("short-hexadecimal", b'"a\\U001"', {"text": "a\1"}),
             ("data-of-odd-length", b"<123>", UNKNOWN),
             ("gnustep-integer", b"(<*I5>)", UNKNOWN),
             ("no-comma", b"(a b)", UNKNOWN),

@@ -241,8 +241,8 @@ KNOWN = [
         ("an octal escape above 377", "octal escape", "GNUstep makes a character of nine bits of it."),
         ("an entry without its semicolon", "no semicolon", "GNUstep lets the last one do without."),
         ("GNUstep's own extension", "pairs of hexadecimal", "<*I5> is an integer to GNUstep alone."),
-        ("marks that stand bare", "no value can begin|more follows",
-         "GNUstep takes characters that must be quoted, and files that begin with half the magic."),
+        ("marks that stand bare", "no value can begin|a key cannot begin|more follows",
+         "GNUstep takes characters that must be quoted, also for a key that is not there."),
         ("half a surrogate pair in an escape", "half a surrogate pair|no hexadecimal digit",
          "GNUstep makes a string of it that is no text, and knows \\u besides \\U."),
         ("a comment or a string that does not end", "is not closed", "GNUstep takes the end for it."))),
@@ -341,6 +341,9 @@ KNOWN = [
                     and "" in dict(content(d.theirs)))),
     Known("GNUstep tells XML by <?xml at the very beginning", "Else it reads OpenStep text.", ("GNUstep",),
           they_refuse(lambda case, ours: case.form == "xml" and not case.contents.startswith(b"<?xml"), "arse")),
+    Known("GNUstep takes a bracket in a document type's names for declarations", "It does not look for quotes.",
+          ("GNUstep",), they_refuse(lambda case, ours: case.form == "xml" and re.search(
+              r"<!DOCTYPE[^>]*\[", document(case)))),
     Known("GNUstep knows no CDATA", "It takes it for no characters.", ("GNUstep",),
           both_read(lambda d: d.case.form == "xml" and "<![CDATA[" in document(d.case)
                     and (d.kinds() == ("text", "text")
@@ -365,6 +368,9 @@ KNOWN = [
     Known("GNUstep's octal escapes are Unicode", "They are of the NeXTSTEP encoding.", ("GNUstep",),
           both_read(lambda d: d.case.form == "openstep" and re.search(r"\\[0-7]", document(d.case))
                     and d.kinds() in (("text", "text"), ("dictionary", "dictionary")))),
+    Known("GNUstep drops a short escape at a string's end", "Of fewer than four hexadecimal digits.", ("GNUstep",),
+          both_read(lambda d: d.case.form == "openstep" and d.kinds() == ("text", "text")
+                    and re.search(r"\\U[0-9A-Fa-f]{1,3}\"", document(d.case)))),
     Known("GNUstep's OpenStep text has fewer freedoms",
           "No single quotes, files of strings, keys alone, line separators or marks.", ("GNUstep",),
           they_refuse(lambda case, ours: case.form == "openstep", "Parse failed")),
