@@ -112,7 +112,7 @@ void printCounts(const ProcessCounts& before, const ProcessCounts& after) {
 
 int runSoak(const std::filesystem::path& directory, std::uint64_t seed, double seconds) {
   const std::size_t threads = threadCount();
-  SystemOptions system;
+  const SystemOptions system;
   SoakRunner runner(directory, soak::SoakPlan(seed), system.settings());
   SoakSummary summary;
   Flaws flaws;

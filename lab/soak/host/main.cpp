@@ -170,7 +170,7 @@ void accept(const Host& host, int listener) {
   const host::HostSocket socket(directory / "container");
   host.log.write(Event::ready);
   // As the sample host tells it.
-  std::cout << R"({"event":"ready"})" << std::endl;
+  std::cout << R"({"event":"ready"})" << '\n' << std::flush;
   while (true) {
     if (host.plan.always() == Behaviour::dieBeforeAccept) {
       pollfd client{.fd = socket.descriptor(), .events = POLLIN, .revents = 0};
