@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 
 constexpr uid_t Nobody = 65534;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KORVAN_SANITIZED
 constexpr bool SanitizersKeepFreedMemory = true;
 #else
 constexpr bool SanitizersKeepFreedMemory = false;

@@ -211,12 +211,14 @@ TEST_F(Assertion, IsRefusedWhenTheCountIsUsedUp) {
 
 TEST_F(Assertion, TakesThePasskeyOfTheRecordAlone) {
   answer(registration());
-  expectSignedBy(seeded(), answer(with(assertion(), "credentialID", Data())));
+  const auto response = answer(with(assertion(), "credentialID", Data()));
+  expectSignedBy(seeded(), response);
 }
 
 TEST_F(Assertion, TakesThePasskeyOfTheCredentialIDAlone) {
   answer(registration());
-  expectSignedBy(seeded(), answer(with(assertion(), "recordIdentifier", "")));
+  const auto response = answer(with(assertion(), "recordIdentifier", ""));
+  expectSignedBy(seeded(), response);
 }
 
 TEST_F(Assertion, FindsNothingWhenRecordAndCredentialIDDisagree) {
@@ -237,13 +239,15 @@ TEST_F(Assertion, FindsNothingForAnotherRelyingParty) {
 TEST_F(Assertion, TakesTheNewestPasskeyWhenAnyIsAllowed) {
   answer(registration());
   ASSERT_EQ(passkeyCount(), 2U);
-  expectSignedBy(vault_.passkeys().back(), answer(listAssertion()));
+  const auto response = answer(listAssertion());
+  expectSignedBy(vault_.passkeys().back(), response);
 }
 
 TEST_F(Assertion, TakesAnAllowedPasskey) {
   answer(registration());
   const Array allowed{testBytes(32, 'x'), seeded().credentialID};
-  expectSignedBy(seeded(), answer(with(listAssertion(), "allowedCredentials", allowed)));
+  const auto response = answer(with(listAssertion(), "allowedCredentials", allowed));
+  expectSignedBy(seeded(), response);
 }
 
 TEST_F(Assertion, FindsNothingWhenNoneOfItsPasskeysIsAllowed) {
@@ -256,7 +260,8 @@ TEST_F(Assertion, NeedsTheUserWhenSilentAndVerificationIsDemanded) {
   const auto silent = with(assertion(), "userVerificationPreference", "required");
   EXPECT_EQ(errorCode(answer(silent)), "userInteractionRequired");
   EXPECT_EQ(seeded().signCount, 0U);
-  expectSignedBy(seeded(), answer(with(silent, "allowsUserInteraction", true)));
+  const auto response = answer(with(silent, "allowsUserInteraction", true));
+  expectSignedBy(seeded(), response);
 }
 
 TEST_F(Assertion, DoesNotNeedTheUserForWhatItCannotFind) {
@@ -300,7 +305,8 @@ TEST_F(Registration, MakesAPasskeyThatTheRelyingPartyCanUse) {
   const Passkey made = vault_.passkeys().back();
   EXPECT_EQ(point.x, made.key.publicX());
   EXPECT_EQ(point.y, made.key.publicY());
-  expectSignedBy(made, answer(listAssertion()));
+  const auto assertion = answer(listAssertion());
+  expectSignedBy(made, assertion);
 }
 
 TEST_F(Registration, KeepsWhatTheRequestSaysOfTheUser) {

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KORVAN_SANITIZED
 constexpr bool SanitizersKeepFreedMemory = true;
 #else
 constexpr bool SanitizersKeepFreedMemory = false;

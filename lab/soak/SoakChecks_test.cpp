@@ -198,7 +198,7 @@ TEST(Growth, OfThreadsBeyondTheSpareOnesIsNoticed) {
   EXPECT_THAT(growthBetween(Before, after), ElementsAre(HasSubstr("threads grew from 1 to 4")));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef KORVAN_SANITIZED
 TEST(Growth, OfMemoryBeyondTheToleranceIsNoticed) {
   ProcessCounts after = Before;
   after.residentBytes += ResidentTolerance + 1;
