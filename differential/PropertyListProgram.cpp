@@ -132,7 +132,8 @@ PropertyListValue valueOf(const nlohmann::json& json) {
   if (json.is_boolean()) {
     return json.get<bool>();
   }
-  const auto& [kind, content] = *json.items().begin();
+  const std::string kind = json.begin().key();
+  const nlohmann::json& content = json.begin().value();
   if (kind == "array") {
     return itemsOf(content);
   }
