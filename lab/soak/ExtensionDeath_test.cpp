@@ -120,8 +120,8 @@ class ExtensionDeath : public testing::Test {
            clock.systemUptime() < deadline) {
       clock.usleep(1'000);
     }
-    EXPECT_EQ(countOf("fd"), descriptors);
-    EXPECT_EQ(countOf("task"), threads);
+    EXPECT_LE(countOf("fd"), descriptors);
+    EXPECT_LE(countOf("task"), threads);
   }
 
   TemporaryDirectory directory;
@@ -135,6 +135,9 @@ class ExtensionDeath : public testing::Test {
 };
 
 TEST_F(ExtensionDeath, DisturbsNoOtherRequestAndLeavesNothingInTheHost) {
+  // With the first connection comes what a sanitizer keeps beside the threads of the host's own.
+  EXPECT_TRUE(exchange(LinuxLocalSockets()).has_value());
+  EXPECT_EQ(host.nextEvent().at("ok"), true);
   const std::ptrdiff_t descriptors = countOf("fd");
   const std::ptrdiff_t threads = countOf("task");
   const std::size_t frameSize = PrefixSize + request.size();
