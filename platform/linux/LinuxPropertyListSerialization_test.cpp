@@ -77,9 +77,10 @@ TEST(LinuxPropertyListSerialization, SaysWhatIsWrongInTheFormatThatTheBytesAnnou
       {"<", "The OpenStep property list is damaged at line 1, column 1: data is not closed."},
       {"\x01\x02",
        "The OpenStep property list is damaged at line 1, column 1: no value can begin like this."},
-      {"a\xFF", "The bytes are no property list: at byte 1, a character is not valid UTF-8."},
+      {"a\xFF",
+       "The bytes are no property list: at line 1, column 2, a character is not valid UTF-8."},
       {"\xFF\xFE\x3D",
-       "The bytes are no property list: at byte 2, a character is not valid UTF-16."}};
+       "The bytes are no property list: at line 1, column 1, a character is not valid UTF-16."}};
   for (const auto& [bytes, expected] : rows) {
     const auto value = LinuxPropertyListSerialization().decode(dataOf(bytes));
 

@@ -15,10 +15,11 @@ constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view BigEndianMark = "\xFE\xFF";
 constexpr std::string_view LittleEndianMark = "\xFF\xFE";
 
-std::unexpected<PropertyListError> noTextAt(std::size_t offset, std::string_view what) {
-  return std::unexpected(PropertyListError{"The bytes are no property list: at byte " +
-                                           std::to_string(offset) + ", " + std::string(what) +
-                                           '.'});
+/// What follows the characters that could be read.
+std::unexpected<PropertyListError> noTextAfter(std::string_view characters, std::string_view form) {
+  return std::unexpected(PropertyListError{
+      "The bytes are no property list: at " + placeIn(characters, characters.size()) +
+      ", a character is not valid " + std::string(form) + '.'});
 }
 
 std::expected<Data, PropertyListError> checkedUtf8(const Data& bytes, std::size_t markSize) {
@@ -27,7 +28,7 @@ std::expected<Data, PropertyListError> checkedUtf8(const Data& bytes, std::size_
   if (!unicode::isAscii(rest)) {
     while (!rest.empty()) {
       if (!unicode::takeUtf8(rest)) {
-        return noTextAt(bytes.size() - rest.size(), "a character is not valid UTF-8");
+        return noTextAfter(viewOf(characters).substr(0, characters.size() - rest.size()), "UTF-8");
       }
     }
   }
@@ -39,12 +40,13 @@ std::expected<Data, PropertyListError> fromUtf16(const Data& bytes, unicode::Byt
   // The most that a unit of two bytes becomes.
   constexpr std::size_t MaxUtf8SizeOfUnit = 3;
   MutableData characters = MutableData::uninitialized(utf16.size() / 2 * MaxUtf8SizeOfUnit);
-  std::uint8_t* const first = characters.bytes().data();
-  std::uint8_t* next = first;
+  const std::uint8_t* const first = characters.bytes().data();
+  std::uint8_t* next = characters.bytes().data();
   for (auto rest = utf16; !rest.empty();) {
     const auto codePoint = unicode::takeUtf16(rest, order);
     if (!codePoint) {
-      return noTextAt(bytes.size() - rest.size(), "a character is not valid UTF-16");
+      return noTextAfter(
+          {reinterpret_cast<const char*>(first), static_cast<std::size_t>(next - first)}, "UTF-16");
     }
     unicode::putUtf8(next, *codePoint);
   }

@@ -14,7 +14,7 @@ namespace korvan {
 /// mark.
 ///
 /// The bytes are UTF-8, with or without a byte-order mark, or UTF-16 with one. UTF-8 is shared and
-/// not copied. The error names the place of what is no text.
+/// not copied. The error names the line and column of what is no text.
 [[nodiscard]] std::expected<Data, PropertyListError> propertyListCharacters(const Data& bytes);
 
 /// The same characters as a view, good as long as the data is.

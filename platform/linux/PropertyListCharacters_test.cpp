@@ -49,14 +49,16 @@ TEST(PropertyListCharacters, SharesTheBytesOfUtf8) {
 TEST(PropertyListCharacters, RefusesWhatIsNoTextAndSaysWhere) {
   const std::string utf8 = ", a character is not valid UTF-8.";
   const std::string utf16 = ", a character is not valid UTF-16.";
-  const std::string prefix = "The bytes are no property list: at byte ";
-  EXPECT_EQ(errorOf("ab\xFF"), prefix + "2" + utf8);
-  EXPECT_EQ(errorOf("\xEF\xBB\xBF\xC3"), prefix + "3" + utf8);
-  EXPECT_EQ(errorOf("\xED\xA0\x80"), prefix + "0" + utf8);
-  EXPECT_EQ(errorOf("\xFE\xFF\0a\xD8\x3D"s), prefix + "4" + utf16);
-  EXPECT_EQ(errorOf("\xFE\xFF\xDD\x11"), prefix + "2" + utf16);
-  EXPECT_EQ(errorOf("\xFF\xFE"s + "a\0\x3D\xD8z\0"s), prefix + "4" + utf16);
-  EXPECT_EQ(errorOf("\xFE\xFF\0"s), prefix + "2" + utf16);
+  const std::string prefix = "The bytes are no property list: at line 1, column ";
+  EXPECT_EQ(errorOf("ab\xFF"), prefix + "3" + utf8);
+  EXPECT_EQ(errorOf("\xEF\xBB\xBF\xC3"), prefix + "1" + utf8);
+  EXPECT_EQ(errorOf("\xED\xA0\x80"), prefix + "1" + utf8);
+  EXPECT_EQ(errorOf("\xFE\xFF\0a\xD8\x3D"s), prefix + "2" + utf16);
+  EXPECT_EQ(errorOf("\xFE\xFF\xDD\x11"), prefix + "1" + utf16);
+  EXPECT_EQ(errorOf("\xFF\xFE"s + "a\0\x3D\xD8z\0"s), prefix + "2" + utf16);
+  EXPECT_EQ(errorOf("\xFE\xFF\0"s), prefix + "1" + utf16);
+  EXPECT_EQ(errorOf("a\n\xC3\xA9\xFF"),
+            "The bytes are no property list: at line 2, column 2" + utf8);
 }
 
 TEST(PropertyListCharacters, CountsLinesAndColumnsFromOne) {
