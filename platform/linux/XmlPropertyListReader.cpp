@@ -167,10 +167,10 @@ class Document {
   }
 
   void startRoot() {
-    if (isRootOpen_ || depth() > 0 || top_) {
+    if (hasRoot_ || depth() > 0 || top_) {
       fail("a plist element stands inside another element");
     }
-    isRootOpen_ = true;
+    hasRoot_ = true;
   }
 
   bool isPlaceFor(Element element) {
@@ -321,7 +321,7 @@ class Document {
   std::size_t skipped_ = 0;
   PropertyListError error_;
 
-  bool isRootOpen_ = false;
+  bool hasRoot_ = false;
   std::vector<Container> containers_;
   std::optional<PropertyListValue> top_;
   /// The open element that holds text, where it began, and its text so far.
