@@ -17,7 +17,7 @@
 namespace korvan {
 namespace {
 
-bool receiveAll(int descriptor, std::span<std::uint8_t> bytes) {
+bool receiveFromExtension(int descriptor, std::span<std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const ssize_t received = ::recv(descriptor, bytes.data(), bytes.size(), 0);
     if (received <= 0) {
@@ -28,7 +28,7 @@ bool receiveAll(int descriptor, std::span<std::uint8_t> bytes) {
   return true;
 }
 
-void sendAll(int descriptor, std::span<const std::uint8_t> bytes) {
+void sendToExtension(int descriptor, std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const ssize_t sent = ::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent <= 0) {
@@ -90,9 +90,10 @@ void BenchHost::serve() const {
   int connection = -1;
   while ((connection = ::accept(listener_, nullptr, nullptr)) >= 0) {
     ProviderFramePrefix prefix{};
-    if (receiveAll(connection, prefix) &&
-        receiveAll(connection, std::span(request).first(decodeProviderFramePrefix(prefix)))) {
-      sendAll(connection, answerFrame_);
+    if (receiveFromExtension(connection, prefix) &&
+        receiveFromExtension(connection,
+                             std::span(request).first(decodeProviderFramePrefix(prefix)))) {
+      sendToExtension(connection, answerFrame_);
     }
     ::close(connection);
   }

@@ -56,14 +56,14 @@ struct Fault {
   std::vector<std::string> calls = {};
 };
 
-Error posix(int code, std::string description) {
+Error posixError(int code, std::string description) {
   return {.domain = ErrorDomain::posix,
           .code = code,
           .userInfo = ErrorUserInfo{std::move(description)}};
 }
 
-Error failed(const std::string& step, int code) {
-  return posix(code, step + " failed: " + std::strerror(code));
+Error failedCall(const std::string& step, int code) {
+  return posixError(code, step + " failed: " + std::strerror(code));
 }
 
 std::vector<std::string> callsEndingWith(std::vector<std::string> calls, const std::string& last,
@@ -80,21 +80,22 @@ void addTransferFaults(std::vector<Fault>& faults) {
   for (const std::size_t stop : Stops) {
     const std::size_t times = stop / BytesPerCall + 1;
     for (const int error : SendErrors) {
-      Fault fault{.error = failed("Writing to Korvan", error),
+      Fault fault{.error = failedCall("Writing to Korvan", error),
                   .calls = callsEndingWith(verified, "send", times)};
       fault.peer.takes = stop;
       fault.peer.sendErrno = error;
       faults.push_back(fault);
     }
     for (const int error : RecvErrors) {
-      Fault fault{.error = failed("Reading from Korvan", error),
+      Fault fault{.error = failedCall("Reading from Korvan", error),
                   .calls = callsEndingWith(sent, "recv", times)};
       fault.peer.gives = stop;
       fault.peer.recvErrno = error;
       faults.push_back(fault);
     }
-    Fault closed{.error = posix(ECONNRESET, "Korvan closed the credential-provider connection."),
-                 .calls = callsEndingWith(sent, "recv", times)};
+    Fault closed{
+        .error = posixError(ECONNRESET, "Korvan closed the credential-provider connection."),
+        .calls = callsEndingWith(sent, "recv", times)};
     closed.peer.gives = stop;
     faults.push_back(closed);
   }
@@ -108,16 +109,16 @@ std::vector<Fault> allFaults() {
   };
   for (const int error : SocketErrors) {
     add(&FakePeer::socketErrno, error,
-        {.error = failed("Opening the Korvan connection", error), .calls = {"socket"}});
+        {.error = failedCall("Opening the Korvan connection", error), .calls = {"socket"}});
   }
   for (const int error : ConnectErrors) {
     add(&FakePeer::connectErrno, error,
-        {.error = failed("Connecting to Korvan", error),
+        {.error = failedCall("Connecting to Korvan", error),
          .connectFailed = true,
          .calls = {"socket", "connect", "close"}});
   }
-  const Error unknownPeer =
-      posix(EACCES, "The Korvan peer process identity is unavailable or belongs to another user.");
+  const Error unknownPeer = posixError(
+      EACCES, "The Korvan peer process identity is unavailable or belongs to another user.");
   for (const int error : GetsockoptErrors) {
     add(&FakePeer::peerIdentifiersErrno, error,
         {.error = unknownPeer, .calls = {"socket", "connect", "getpeereid", "close"}});

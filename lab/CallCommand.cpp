@@ -18,7 +18,7 @@ namespace {
 constexpr int AllLinesWereCalls = 0;
 constexpr int SomeLineWasNoCall = 2;
 
-constexpr std::string_view HelpPage =
+constexpr std::string_view CallHelpPage =
     R"(Usage: korvan-lab call [options] [FILE]
 
 Calls entry points of the extension. Reads one JSON object a line, from FILE or
@@ -44,7 +44,7 @@ Example:
     korvan-lab call --host-application none --show-messages
 )";
 
-struct Options {
+struct CallOptions {
   SystemOptions system;
   std::string operatingSystemVersion;
   std::string notice;
@@ -67,7 +67,7 @@ std::string flawOfNotice(const std::string& text) {
          "\" is no way to treat the notice; it must be press-ok, leave, terminal or window";
 }
 
-NoticeMode noticeModeOf(const Options& options) {
+NoticeMode noticeModeOf(const CallOptions& options) {
   if (options.notice == "leave") {
     return NoticeMode::leave;
   }
@@ -81,7 +81,7 @@ NoticeMode noticeModeOf(const Options& options) {
   return NoticeMode::pressOk;
 }
 
-LabSettings settingsOf(const Options& options) {
+LabSettings settingsOf(const CallOptions& options) {
   LabSettings settings = options.system.settings();
   settings.noticeMode = noticeModeOf(options);
   settings.listensToMessages = options.showMessages;
@@ -104,7 +104,7 @@ std::ifstream openFile(const std::string& name) {
   return file;
 }
 
-int run(const Options& options) {
+int run(const CallOptions& options) {
   std::ifstream file;
   if (!options.file.empty()) {
     file = openFile(options.file);
@@ -139,14 +139,14 @@ bool serveLines(std::istream& input, std::ostream& output, CallRunner& runner,
 
 void addCallCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("call", "calls entry points, for scripts");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<CallOptions>();
   options->system.addTo(command);
   command.add_option("--os-version", options->operatingSystemVersion)
       ->check(CLI::Validator(flawOfVersion, ""));
   command.add_option("--notice", options->notice)->check(CLI::Validator(flawOfNotice, ""));
   command.add_flag("--show-messages", options->showMessages);
   command.add_option("FILE", options->file);
-  setHelpPage(command, HelpPage);
+  setHelpPage(command, CallHelpPage);
   command.callback([options, &exitStatus] { exitStatus = run(*options); });
 }
 

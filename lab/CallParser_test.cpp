@@ -10,13 +10,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lab/Bytes_testing.h"
+
 namespace korvan::lab {
 namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-Data bytes(std::vector<std::uint8_t> values) { return Data::copyOf(values); }
 
 /// Keeps what its entry points are called with, and does nothing else.
 class RecordingController final : public CredentialProviderViewController {
@@ -287,7 +287,7 @@ TEST(CallParser, RefusesWhatIsNoCallAndSaysWhy) {
 }
 
 TEST(CallParser, RefusesDeeplyNestedLinesWithoutHarm) {
-  constexpr std::size_t Depth = 1'000'000;
+  constexpr std::size_t Depth = 100'000;
   EXPECT_FALSE(parseCall(std::string(Depth, '[')).has_value());
   EXPECT_FALSE(
       parseCall(R"({"entryPoint":)" + std::string(Depth, '[') + std::string(Depth, ']') + "}")

@@ -13,7 +13,7 @@
 namespace korvan::lab {
 namespace {
 
-constexpr std::string_view HelpPage =
+constexpr std::string_view ConfigureHelpPage =
     R"(Usage: korvan-lab configure [options]
 
 Opens the extension's configuration as the system's settings do: the extension
@@ -61,7 +61,7 @@ void addConfigureCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("configure", "opens the extension's configuration");
   const auto options = std::make_shared<SystemOptions>();
   options->addTo(command);
-  setHelpPage(command, HelpPage);
+  setHelpPage(command, ConfigureHelpPage);
   command.callback([options, &exitStatus] { exitStatus = run(*options); });
 }
 

@@ -17,10 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t UserHandleSize = 16;
+constexpr std::size_t DemoUserHandleSize = 16;
 
 CreationOptions optionsOfNewUser() {
-  return {.userName = "bob", .userHandle = host::randomData(UserHandleSize)};
+  return {.userName = "bob", .userHandle = host::randomData(DemoUserHandleSize)};
 }
 
 /// With the findings only when something is wrong with them.

@@ -15,7 +15,7 @@
 namespace korvan::lab {
 namespace {
 
-constexpr std::string_view HelpPage =
+constexpr std::string_view DemoHelpPage =
     R"(Usage: korvan-lab demo [--step NUMBER]
 
 Shows what the extension does, with sample hosts of its own: sign-ins and new
@@ -39,7 +39,7 @@ void addDemoCommand(CLI::App& app, int& exitStatus) {
   const auto step = std::make_shared<std::optional<std::size_t>>();
   command.add_option("--step", *step)
       ->check(CLI::Range(std::size_t{1}, DemoStepCount).description(""));
-  setHelpPage(command, HelpPage);
+  setHelpPage(command, DemoHelpPage);
   command.callback([&app, &exitStatus, step] {
     // Who reads the story may go away; the hosts are ended all the same.
     std::ignore = std::signal(SIGPIPE, SIG_IGN);

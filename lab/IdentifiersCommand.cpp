@@ -10,7 +10,7 @@
 namespace korvan::lab {
 namespace {
 
-constexpr std::string_view HelpPage =
+constexpr std::string_view IdentifiersHelpPage =
     R"(Usage: korvan-lab identifiers
 
 Prints as JSON whom this build of the extension trusts: the team that signs the
@@ -26,7 +26,7 @@ Example:
 
 void addIdentifiersCommand(CLI::App& app) {
   CLI::App& command = *app.add_subcommand("identifiers", "whom this build trusts");
-  setHelpPage(command, HelpPage);
+  setHelpPage(command, IdentifiersHelpPage);
   command.callback([] {
     const nlohmann::ordered_json identifiers = {{"hostTeamIdentifier", HostTeamIdentifier},
                                                 {"hostBundleIdentifier", HostBundleIdentifier},

@@ -2,10 +2,11 @@
 
 #include <functional>
 #include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "lab/Bytes_testing.h"
 
 namespace korvan::lab {
 namespace {
@@ -16,8 +17,6 @@ using testing::Eq;
 using testing::Optional;
 using testing::StrEq;
 using testing::ThrowsMessage;
-
-Data bytes(std::vector<std::uint8_t> values) { return Data::copyOf(values); }
 
 TEST(JsonFields, ReadEachType) {
   const json object = json::parse(

@@ -18,7 +18,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* Hash = "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8";
+constexpr const char* ClientDataHash = "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8";
 
 class LabEntryPoints : public testing::Test {
  protected:
@@ -43,7 +43,7 @@ class LabEntryPoints : public testing::Test {
         {"relyingPartyIdentifier", "example.com"}, {"userName", "bob"}, {"userHandle", "Ym9i"}};
     const json request = {{"class", "ASPasskeyCredentialRequest"},
                           {"credentialIdentity", identity},
-                          {"clientDataHash", Hash},
+                          {"clientDataHash", ClientDataHash},
                           {"supportedAlgorithms", {-7}}};
     const auto call = [&request](const char* entryPoint) {
       return json{{"entryPoint", entryPoint}, {"request", request}};
@@ -53,7 +53,7 @@ class LabEntryPoints : public testing::Test {
         {call("prepareInterfaceToProvideCredentialForRequest:"), "completedAssertion"},
         {{{"entryPoint", "prepareCredentialListForServiceIdentifiers:requestParameters:"},
           {"requestParameters",
-           {{"relyingPartyIdentifier", "example.com"}, {"clientDataHash", Hash}}}},
+           {{"relyingPartyIdentifier", "example.com"}, {"clientDataHash", ClientDataHash}}}},
          "completedAssertion"},
         {call("prepareInterfaceForPasskeyRegistration:"), "completedRegistration"},
         {call("performPasskeyRegistrationWithoutUserInteractionIfPossible:"),

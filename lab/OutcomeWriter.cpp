@@ -11,21 +11,23 @@
 namespace korvan::lab {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
-Json jsonOf(const std::optional<std::string>& text) { return text ? Json(*text) : Json(nullptr); }
-
-Json jsonOf(const std::optional<Data>& data) {
-  return data ? Json(host::base64Url(data->bytes())) : Json(nullptr);
+OrderedJson jsonOf(const std::optional<std::string>& text) {
+  return text ? OrderedJson(*text) : OrderedJson(nullptr);
 }
 
-Json jsonOf(const Error& error) {
+OrderedJson jsonOf(const std::optional<Data>& data) {
+  return data ? OrderedJson(host::base64Url(data->bytes())) : OrderedJson(nullptr);
+}
+
+OrderedJson jsonOf(const Error& error) {
   return {{"domain", nameOfErrorDomain(error.domain)},
           {"code", error.code},
           {"localizedDescription", jsonOf(error.localizedDescription())}};
 }
 
-Json jsonOf(const PasskeyAssertionCredential& credential) {
+OrderedJson jsonOf(const PasskeyAssertionCredential& credential) {
   return {{"userHandle", jsonOf(credential.userHandle)},
           {"relyingParty", jsonOf(credential.relyingParty)},
           {"signature", jsonOf(credential.signature)},
@@ -34,7 +36,7 @@ Json jsonOf(const PasskeyAssertionCredential& credential) {
           {"credentialID", jsonOf(credential.credentialID)}};
 }
 
-Json jsonOf(const PasskeyRegistrationCredential& credential) {
+OrderedJson jsonOf(const PasskeyRegistrationCredential& credential) {
   return {{"relyingParty", jsonOf(credential.relyingParty)},
           {"clientDataHash", jsonOf(credential.clientDataHash)},
           {"credentialID", jsonOf(credential.credentialID)},
@@ -43,30 +45,32 @@ Json jsonOf(const PasskeyRegistrationCredential& credential) {
 
 /// One function an outcome.
 struct OutcomeJson {
-  Json operator()(const CompletedAssertion& completed) const {
+  OrderedJson operator()(const CompletedAssertion& completed) const {
     return {{"outcome", "completedAssertion"}, {"credential", jsonOf(completed.credential)}};
   }
-  Json operator()(const CompletedRegistration& completed) const {
+  OrderedJson operator()(const CompletedRegistration& completed) const {
     return {{"outcome", "completedRegistration"}, {"credential", jsonOf(completed.credential)}};
   }
-  Json operator()(const CompletedConfiguration& /*completed*/) const {
+  OrderedJson operator()(const CompletedConfiguration& /*completed*/) const {
     return {{"outcome", "completedConfiguration"}};
   }
-  Json operator()(const Cancelled& cancelled) const {
+  OrderedJson operator()(const Cancelled& cancelled) const {
     return {{"outcome", "cancelled"},
             {"error", jsonOf(cancelled.error)},
             {"noticeShown", cancelled.noticeShown}};
   }
-  Json operator()(const NoticePending& /*pending*/) const { return {{"outcome", "noticePending"}}; }
-  Json operator()(const Returned& /*returned*/) const { return {{"outcome", "returned"}}; }
-  Json operator()(const Refused& refused) const {
+  OrderedJson operator()(const NoticePending& /*pending*/) const {
+    return {{"outcome", "noticePending"}};
+  }
+  OrderedJson operator()(const Returned& /*returned*/) const { return {{"outcome", "returned"}}; }
+  OrderedJson operator()(const Refused& refused) const {
     return {{"outcome", "exception"}, {"reason", refused.reason}};
   }
 };
 
-Json jsonOf(const PropertyListSerialization& propertyLists,
-            const std::vector<RecordedFrame>& frames) {
-  Json messages = Json::array();
+OrderedJson jsonOf(const PropertyListSerialization& propertyLists,
+                   const std::vector<RecordedFrame>& frames) {
+  OrderedJson messages = OrderedJson::array();
   for (const RecordedFrame& frame : frames) {
     messages.push_back(
         {{"direction", frame.direction == Direction::request ? "request" : "response"},
@@ -80,15 +84,15 @@ double roundedToMicroseconds(double milliseconds) {
   return std::round(milliseconds * MicrosecondsPerMillisecond) / MicrosecondsPerMillisecond;
 }
 
-std::string textOf(const Json& json) {
+std::string textOf(const OrderedJson& json) {
   // What came from the host may hold what is not UTF-8; the line is JSON all the same.
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
 }
 
 }  // namespace
 
 std::string OutcomeWriter::line(const CallReport& report) const {
-  Json json = std::visit(OutcomeJson(), report.outcome);
+  OrderedJson json = std::visit(OutcomeJson(), report.outcome);
   json["milliseconds"] = roundedToMicroseconds(report.milliseconds);
   if (showMessages_) {
     json["messages"] = jsonOf(propertyLists_, report.frames);
@@ -97,9 +101,9 @@ std::string OutcomeWriter::line(const CallReport& report) const {
 }
 
 std::string OutcomeWriter::invalidLine(std::string_view reason) const {
-  Json json = {{"outcome", "invalid"}, {"reason", reason}, {"milliseconds", 0}};
+  OrderedJson json = {{"outcome", "invalid"}, {"reason", reason}, {"milliseconds", 0}};
   if (showMessages_) {
-    json["messages"] = Json::array();
+    json["messages"] = OrderedJson::array();
   }
   return textOf(json);
 }

@@ -1,19 +1,17 @@
 #include "lab/OutcomeWriter.h"
 
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "lab/Bytes_testing.h"
 #include "platform/linux/LinuxPropertyListSerialization.h"
 
 namespace korvan::lab {
 namespace {
 
-using Json = nlohmann::json;
-
-Data bytes(std::vector<std::uint8_t> values) { return Data::copyOf(values); }
+using nlohmann::json;
 
 class OutcomeWriterTest : public testing::Test {
  protected:
@@ -78,21 +76,21 @@ TEST_F(OutcomeWriterTest, ListsTheMessagesWhenAsked) {
   const Data body =
       propertyLists_.encodeBinary({{"clientDataHash"_text, bytes({1})}, {"ok"_text, true}}).value();
   const OutcomeWriter writer(propertyLists_, true);
-  const Json shown = Json::parse(
+  const json shown = json::parse(
       writer.line({.outcome = Returned(),
                    .frames = {{.direction = Direction::request, .body = body},
                               {.direction = Direction::response, .body = bytes({0xFF})}}}));
-  EXPECT_EQ(shown.at("messages"), Json::parse(R"([
+  EXPECT_EQ(shown.at("messages"), json::parse(R"([
       {"direction":"request","message":{"clientDataHash":{"data":"AQ"},"ok":true}},
       {"direction":"response","message":{"data":"_w"}}])"));
-  EXPECT_EQ(Json::parse(writer.line({.outcome = Returned(), .frames = {}})).at("messages"),
-            Json::array());
+  EXPECT_EQ(json::parse(writer.line({.outcome = Returned(), .frames = {}})).at("messages"),
+            json::array());
 }
 
 TEST_F(OutcomeWriterTest, WritesOneLineOfJsonWhateverTheHostSent) {
   const std::string text = line(Refused{"a\nb\xff"});
   EXPECT_EQ(text.find('\n'), std::string::npos);
-  EXPECT_EQ(Json::parse(text).at("reason"), "a\nb\xEF\xBF\xBD");
+  EXPECT_EQ(json::parse(text).at("reason"), "a\nb\xEF\xBF\xBD");
 }
 
 }  // namespace

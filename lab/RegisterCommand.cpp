@@ -16,7 +16,7 @@
 namespace korvan::lab {
 namespace {
 
-constexpr std::string_view HelpPage =
+constexpr std::string_view RegisterHelpPage =
     R"(Usage: korvan-lab register [options]
 
 Makes a passkey as a browser would, checks it as the web site would, and signs
@@ -41,7 +41,7 @@ Example:
 
 constexpr std::size_t UserHandleSize = 16;
 
-struct Options {
+struct RegisterOptions {
   SystemOptions system;
   std::string relyingParty = "example.com";
   std::string userName = "bob";
@@ -57,14 +57,15 @@ struct Options {
 };
 
 /// A site that lets the user take part asks for the verification too.
-RelyingParty siteOf(const Options& options, RelyingParty::Ceremony ceremony) {
+RelyingParty siteOf(const RegisterOptions& options, RelyingParty::Ceremony ceremony) {
   return {options.relyingParty,
           options.conditional ? RelyingParty::UserVerification::preferred
                               : RelyingParty::UserVerification::required,
           ceremony};
 }
 
-RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner, const Options& options) {
+RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner,
+                                   const RegisterOptions& options) {
   const RelyingParty site = siteOf(options, RelyingParty::Ceremony::registration);
   narrator.heading("Registering a passkey of " + options.userName + " with " + site.identifier());
   narrator.say("The client data is " + site.clientDataJSON());
@@ -76,7 +77,7 @@ RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner, const
   return result;
 }
 
-bool signInAndTell(Narrator& narrator, CallRunner& runner, const Options& options,
+bool signInAndTell(Narrator& narrator, CallRunner& runner, const RegisterOptions& options,
                    const EnrolledPasskey& passkey) {
   const RelyingParty site = siteOf(options, RelyingParty::Ceremony::signIn);
   narrator.heading("Signing in with it");
@@ -89,14 +90,14 @@ bool signInAndTell(Narrator& narrator, CallRunner& runner, const Options& option
                               ")");
 }
 
-bool registerAndSignIn(const Options& options, const LabSettings& settings) {
+bool registerAndSignIn(const RegisterOptions& options, const LabSettings& settings) {
   Narrator narrator = Narrator::toStandardOutput();
   CallRunner runner(settings);
   const RegistrationResult registration = registerAndTell(narrator, runner, options);
   return registration.verified() && signInAndTell(narrator, runner, options, *registration.passkey);
 }
 
-int run(const Options& options) {
+int run(const RegisterOptions& options) {
   LabSettings settings = options.system.settings();
   if (!options.conditional) {
     settings.noticeMode = noticeForPeople();
@@ -115,13 +116,13 @@ int run(const Options& options) {
 
 void addRegisterCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("register", "makes a passkey and checks it");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<RegisterOptions>();
   options->system.addTo(command);
   command.add_option("--relying-party", options->relyingParty);
   command.add_option("--user-name", options->userName);
   command.add_option("--exclude", options->excluded)->allow_extra_args(false)->check(isBase64Url());
   command.add_flag("--conditional", options->conditional);
-  setHelpPage(command, HelpPage);
+  setHelpPage(command, RegisterHelpPage);
   command.callback([options, &exitStatus] { exitStatus = run(*options); });
 }
 

@@ -1,17 +1,18 @@
 #include "lab/Registration.h"
 
-#include <array>
 #include <memory>
 
 #include <gtest/gtest.h>
+
+#include "lab/Bytes_testing.h"
 
 namespace korvan::lab {
 namespace {
 
 /// Keeps the request of a registration.
-class RecordingController final : public CredentialProviderViewController {
+class RegistrationRecorder final : public CredentialProviderViewController {
  public:
-  RecordingController() : CredentialProviderViewController(nullptr) {}
+  RegistrationRecorder() : CredentialProviderViewController(nullptr) {}
 
   void prepareInterfaceForPasskeyRegistration(AnyRequest given) override {
     interactive = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(given);
@@ -25,17 +26,15 @@ class RecordingController final : public CredentialProviderViewController {
   PasskeyRequest silent;
 };
 
-Data bytes(std::uint8_t value) { return Data::copyOf(std::array{value}); }
-
 TEST(RegistrationCall, AsksForAPasskeyWithTheUserUnlessItIsConditional) {
   const RelyingParty site("example.com", RelyingParty::UserVerification::required,
                           RelyingParty::Ceremony::registration);
   for (const bool conditional : {false, true}) {
-    RecordingController controller;
+    RegistrationRecorder controller;
     registrationCall(site, {.userName = "bob",
-                            .userHandle = bytes(1),
+                            .userHandle = bytes({1}),
                             .algorithms = {-7, -257},
-                            .excludedCredentials = {bytes(2), bytes(3)},
+                            .excludedCredentials = {bytes({2}), bytes({3})},
                             .conditional = conditional})
         .invoke(controller);
     EXPECT_EQ(controller.interactive == nullptr, conditional);
@@ -43,11 +42,11 @@ TEST(RegistrationCall, AsksForAPasskeyWithTheUserUnlessItIsConditional) {
     ASSERT_NE(request, nullptr);
     EXPECT_EQ(request->credentialIdentity->relyingPartyIdentifier, "example.com");
     EXPECT_EQ(request->credentialIdentity->userName, "bob");
-    EXPECT_EQ(request->credentialIdentity->userHandle, bytes(1));
+    EXPECT_EQ(request->credentialIdentity->userHandle, bytes({1}));
     EXPECT_EQ(request->clientDataHash, site.clientDataHash());
     EXPECT_EQ(request->userVerificationPreference, "required");
     EXPECT_EQ(request->supportedAlgorithms, (std::vector<std::int64_t>{-7, -257}));
-    EXPECT_EQ(request->excludedCredentials()->at(1).credentialID, bytes(3));
+    EXPECT_EQ(request->excludedCredentials()->at(1).credentialID, bytes({3}));
   }
 }
 

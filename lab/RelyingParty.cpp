@@ -27,7 +27,7 @@ constexpr std::size_t MaxCredentialIDSize = 1023;
 /// https://www.iana.org/assignments/cose/cose.xhtml#algorithms
 constexpr std::int64_t Es256 = -7;
 
-Bytes bytesOf(std::string_view text) {
+Bytes utf8BytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
@@ -130,7 +130,7 @@ RelyingParty::RelyingParty(std::string identifier, UserVerification userVerifica
     : identifier_(std::move(identifier)),
       userVerification_(userVerification),
       clientDataJSON_(clientData(identifier_, ceremony)),
-      clientDataHash_(sha256(bytesOf(clientDataJSON_))) {}
+      clientDataHash_(sha256(utf8BytesOf(clientDataJSON_))) {}
 
 std::string RelyingParty::userVerificationPreference() const {
   return userVerification_ == UserVerification::required ? "required" : "preferred";
@@ -197,7 +197,7 @@ std::vector<Finding> RelyingParty::checkStatement(const host::AuthenticatorState
                                                   bool needsUser) const {
   const bool present = (statement.flags & host::UserPresent) != 0;
   const bool verified = (statement.flags & host::UserVerified) != 0;
-  return {finding(statement.relyingPartyHash == sha256(bytesOf(identifier_)),
+  return {finding(statement.relyingPartyHash == sha256(utf8BytesOf(identifier_)),
                   "the authenticator names " + identifier_ + " too"),
           finding(present || !needsUser, present ? "a user was present" : "no user was present"),
           finding(verified || userVerification_ == UserVerification::preferred,

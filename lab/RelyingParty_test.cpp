@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "lab/Bytes_testing.h"
 #include "lab/host/AuthenticatorData.h"
 #include "lab/host/Base64Url.h"
 #include "lab/host/SigningKey.h"
@@ -19,8 +20,6 @@ namespace {
 
 using Verdict = Finding::Verdict;
 using UserVerification = RelyingParty::UserVerification;
-
-Data bytes(std::vector<std::uint8_t> values) { return Data::copyOf(values); }
 
 /// A relying party, a passkey that it knows, and a host that signs what the test says.
 class RelyingPartyTest : public testing::Test {

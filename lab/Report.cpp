@@ -5,12 +5,10 @@
 
 namespace korvan::lab {
 
-using Controller = CredentialProviderViewController;
-
 Call updatedUserNameReport(std::string relyingParty, Data userHandle, std::string newName) {
   return {.invoke =
               [relyingParty = std::move(relyingParty), userHandle = std::move(userHandle),
-               newName = std::move(newName)](Controller& controller) {
+               newName = std::move(newName)](CredentialProviderViewController& controller) {
                 controller.reportPublicKeyCredentialUpdateForRelyingParty(relyingParty, userHandle,
                                                                           newName);
               },
@@ -18,20 +16,21 @@ Call updatedUserNameReport(std::string relyingParty, Data userHandle, std::strin
 }
 
 Call unknownCredentialReport(std::string relyingParty, Data credentialID) {
-  return {.invoke =
-              [relyingParty = std::move(relyingParty),
-               credentialID = std::move(credentialID)](Controller& controller) {
-                controller.reportUnknownPublicKeyCredentialForRelyingParty(relyingParty,
-                                                                           credentialID);
-              },
-          .isReport = true};
+  return {
+      .invoke =
+          [relyingParty = std::move(relyingParty),
+           credentialID = std::move(credentialID)](CredentialProviderViewController& controller) {
+            controller.reportUnknownPublicKeyCredentialForRelyingParty(relyingParty, credentialID);
+          },
+      .isReport = true};
 }
 
 Call acceptedCredentialsReport(std::string relyingParty, Data userHandle,
                                std::vector<Data> acceptedCredentialIDs) {
   return {.invoke =
               [relyingParty = std::move(relyingParty), userHandle = std::move(userHandle),
-               accepted = std::move(acceptedCredentialIDs)](Controller& controller) {
+               accepted =
+                   std::move(acceptedCredentialIDs)](CredentialProviderViewController& controller) {
                 controller.reportAllAcceptedPublicKeyCredentialsForRelyingParty(
                     relyingParty, userHandle, accepted);
               },

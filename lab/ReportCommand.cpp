@@ -18,7 +18,7 @@
 namespace korvan::lab {
 namespace {
 
-constexpr std::string_view HelpPage =
+constexpr std::string_view ReportHelpPage =
     R"(Usage: korvan-lab report KIND [options]
 
 Passes on what a web site lets the system know, and shows whether the host was
@@ -42,7 +42,7 @@ Example:
   korvan-lab report updated-user-name --new-name 'Alice B.'
 )";
 
-struct Options {
+struct ReportOptions {
   SystemOptions system;
   std::string relyingParty = "example.com";
   std::string userHandle;
@@ -52,14 +52,14 @@ struct Options {
 
 /// The passkey of the command's own host, of which it reports unless told otherwise.
 using OwnPasskey = std::optional<EnrolledPasskey>;
-using MakeReport = std::function<Call(const Options& options, const OwnPasskey& passkey)>;
+using MakeReport = std::function<Call(const ReportOptions& options, const OwnPasskey& passkey)>;
 
-std::runtime_error missing(std::string_view option, const Options& options) {
+std::runtime_error missing(std::string_view option, const ReportOptions& options) {
   return std::runtime_error(std::string(option) + " is missing: there is no passkey for " +
                             options.relyingParty + " in a host of the lab's own to report of");
 }
 
-Data userHandleOf(const Options& options, const OwnPasskey& passkey) {
+Data userHandleOf(const ReportOptions& options, const OwnPasskey& passkey) {
   if (!options.userHandle.empty()) {
     return bytesOf(options.userHandle);
   }
@@ -69,12 +69,12 @@ Data userHandleOf(const Options& options, const OwnPasskey& passkey) {
   return passkey->identity.userHandle.value();
 }
 
-Call updatedUserName(const Options& options, const OwnPasskey& passkey) {
+Call updatedUserName(const ReportOptions& options, const OwnPasskey& passkey) {
   return updatedUserNameReport(options.relyingParty, userHandleOf(options, passkey),
                                options.newName);
 }
 
-Call unknownCredential(const Options& options, const OwnPasskey& passkey) {
+Call unknownCredential(const ReportOptions& options, const OwnPasskey& passkey) {
   if (options.credentials.empty() && !passkey) {
     throw missing("--credential", options);
   }
@@ -83,7 +83,7 @@ Call unknownCredential(const Options& options, const OwnPasskey& passkey) {
                                                            : bytesOf(options.credentials.front()));
 }
 
-Call acceptedCredentials(const Options& options, const OwnPasskey& passkey) {
+Call acceptedCredentials(const ReportOptions& options, const OwnPasskey& passkey) {
   return acceptedCredentialsReport(options.relyingParty, userHandleOf(options, passkey),
                                    bytesOf(options.credentials));
 }
@@ -102,7 +102,7 @@ bool send(LabSettings settings, const Call& call) {
                                                  "host is opened for it");
 }
 
-int run(const Options& options, const MakeReport& make) {
+int run(const ReportOptions& options, const MakeReport& make) {
   if (nameAHost(options.system)) {
     const Call call = make(options, std::nullopt);
     return useHost(options.system.settings(),
@@ -115,11 +115,11 @@ int run(const Options& options, const MakeReport& make) {
 }
 
 CLI::App& addKind(CLI::App& command, const std::string& name,
-                  const std::shared_ptr<Options>& options, MakeReport make, int& exitStatus) {
+                  const std::shared_ptr<ReportOptions>& options, MakeReport make, int& exitStatus) {
   CLI::App& kind = *command.add_subcommand(name);
   options->system.addTo(kind);
   kind.add_option("--relying-party", options->relyingParty);
-  setHelpPage(kind, HelpPage);
+  setHelpPage(kind, ReportHelpPage);
   kind.callback(
       [options, make = std::move(make), &exitStatus] { exitStatus = run(*options, make); });
   return kind;
@@ -130,8 +130,8 @@ CLI::App& addKind(CLI::App& command, const std::string& name,
 void addReportCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("report", "passes on what a web site reports");
   command.require_subcommand(1);
-  setHelpPage(command, HelpPage);
-  const auto options = std::make_shared<Options>();
+  setHelpPage(command, ReportHelpPage);
+  const auto options = std::make_shared<ReportOptions>();
 
   CLI::App& name = addKind(command, "updated-user-name", options, updatedUserName, exitStatus);
   name.add_option("--new-name", options->newName)->required();

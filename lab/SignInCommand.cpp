@@ -14,7 +14,7 @@
 namespace korvan::lab {
 namespace {
 
-constexpr std::string_view HelpPage =
+constexpr std::string_view SignInHelpPage =
     R"(Usage: korvan-lab sign-in [options]
 
 Signs in with a passkey as a browser would, and checks what comes back as the
@@ -38,7 +38,7 @@ Example:
   korvan-lab sign-in --interactive
 )";
 
-struct Options {
+struct SignInOptions {
   SystemOptions system;
   std::string relyingParty = "example.com";
   std::string publicKeyFile;
@@ -53,7 +53,7 @@ struct Options {
   }
 };
 
-std::optional<RegisteredPasskey> registeredPasskey(const Options& options) {
+std::optional<RegisteredPasskey> registeredPasskey(const SignInOptions& options) {
   if (options.publicKeyFile.empty()) {
     return std::nullopt;
   }
@@ -81,7 +81,7 @@ bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResu
                               relyingParty.identifier() + duration);
 }
 
-bool signInWith(const Options& options, const LabSettings& settings,
+bool signInWith(const SignInOptions& options, const LabSettings& settings,
                 const PasskeyCredentialIdentity& identity,
                 const std::optional<RegisteredPasskey>& registered) {
   Narrator narrator = Narrator::toStandardOutput();
@@ -97,7 +97,7 @@ bool signInWith(const Options& options, const LabSettings& settings,
               signIn(runner, options.road(), relyingParty, identity, registered));
 }
 
-int run(const Options& options) {
+int run(const SignInOptions& options) {
   LabSettings chosen = options.system.settings();
   if (options.road() != SignInRoad::silent) {
     chosen.noticeMode = noticeForPeople();
@@ -120,13 +120,13 @@ int run(const Options& options) {
 
 void addSignInCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("sign-in", "signs in and checks the answer");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<SignInOptions>();
   options->system.addTo(command);
   command.add_option("--relying-party", options->relyingParty);
   command.add_option("--public-key", options->publicKeyFile);
   auto* const interactive = command.add_flag("--interactive", options->interactive);
   command.add_flag("--list", options->list)->excludes(interactive);
-  setHelpPage(command, HelpPage);
+  setHelpPage(command, SignInHelpPage);
   command.callback([options, &exitStatus] { exitStatus = run(*options); });
 }
 

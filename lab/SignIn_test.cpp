@@ -14,9 +14,9 @@ namespace korvan::lab {
 namespace {
 
 /// Keeps the request of an assertion.
-class RecordingController final : public CredentialProviderViewController {
+class SignInRecorder final : public CredentialProviderViewController {
  public:
-  RecordingController() : CredentialProviderViewController(nullptr) {}
+  SignInRecorder() : CredentialProviderViewController(nullptr) {}
 
   void prepareCredentialListForServiceIdentifiers(const std::vector<std::string>& /*identifiers*/,
                                                   RequestParameters given) override {
@@ -36,8 +36,8 @@ class RecordingController final : public CredentialProviderViewController {
 
 class SignInTest : public testing::Test {
  protected:
-  [[nodiscard]] std::shared_ptr<RecordingController> called(SignInRoad road) const {
-    auto controller = std::make_shared<RecordingController>();
+  [[nodiscard]] std::shared_ptr<SignInRecorder> called(SignInRoad road) const {
+    auto controller = std::make_shared<SignInRecorder>();
     PasskeyCredentialIdentity identity;
     identity.recordIdentifier = "record";
     signInCall(road, site_, identity).invoke(*controller);

@@ -16,19 +16,19 @@ using testing::StrEq;
 using testing::ThrowsMessage;
 using Array = PropertyListValue::Array;
 
-const Data Bytes = testBytes(3, 'b');
+const Data SomeBytes = testBytes(3, 'b');
 
 TEST(RequestFields, GivesEachKind) {
   const PropertyListDictionary request{{.key = "string"_text, .value = "text"_text},
-                                       {.key = "data"_text, .value = Bytes},
+                                       {.key = "data"_text, .value = SomeBytes},
                                        {.key = "boolean"_text, .value = true},
-                                       {.key = "list"_text, .value = Array{Bytes, Data()}},
+                                       {.key = "list"_text, .value = Array{SomeBytes, Data()}},
                                        {.key = "numbers"_text, .value = Array{-7, 257}}};
   const RequestFields fields(request);
   EXPECT_EQ(fields.string("string"), "text");
-  EXPECT_EQ(fields.data("data"), Bytes);
+  EXPECT_EQ(fields.data("data"), SomeBytes);
   EXPECT_TRUE(fields.boolean("boolean"));
-  EXPECT_THAT(fields.dataArray("list"), ElementsAre(Bytes, Data()));
+  EXPECT_THAT(fields.dataArray("list"), ElementsAre(SomeBytes, Data()));
   EXPECT_THAT(fields.integerArray("numbers"), ElementsAre(-7, 257));
 }
 
@@ -44,8 +44,9 @@ TEST(RequestFields, RefusesAMissingKeyByName) {
 }
 
 TEST(RequestFields, RefusesAnotherKindByName) {
-  const PropertyListDictionary request{{.key = "key"_text, .value = 1},
-                                       {.key = "list"_text, .value = Array{Bytes, 2, Bytes}}};
+  const PropertyListDictionary request{
+      {.key = "key"_text, .value = 1},
+      {.key = "list"_text, .value = Array{SomeBytes, 2, SomeBytes}}};
   const RequestFields fields(request);
   const auto refuses = [](const char* message) { return ThrowsMessage<Refusal>(StrEq(message)); };
   EXPECT_THAT([&] { std::ignore = fields.string("key"); },

@@ -32,7 +32,7 @@ constexpr std::size_t Never = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t PrefixSize = 4;
 
 /// Where the extension's process ends: before it would send, or receive, more than so many bytes.
-struct Stage {
+struct DeathStage {
   std::string name;
   std::size_t sent = Never;
   std::size_t received = Never;
@@ -41,7 +41,7 @@ struct Stage {
 /// The kernel's sockets, for a process that ends itself.
 class MortalSockets final : public LocalSockets {
  public:
-  explicit MortalSockets(Stage stage) : stage_(std::move(stage)) {}
+  explicit MortalSockets(DeathStage stage) : stage_(std::move(stage)) {}
 
   [[nodiscard]] int socket() const override { return sockets_.socket(); }
   [[nodiscard]] int connect(int descriptor, std::string_view path) const override {
@@ -78,7 +78,7 @@ class MortalSockets final : public LocalSockets {
   }
 
   LinuxLocalSockets sockets_;
-  mutable Stage stage_;
+  mutable DeathStage stage_;
 };
 
 // The thread sanitizer has one of its own from a process's second thread on.
@@ -103,7 +103,7 @@ class ExtensionDeath : public testing::Test {
   }
 
   /// Makes the exchange in a process of its own, which ends at this stage.
-  void exchangeAndDie(const Stage& stage) const {
+  void exchangeAndDie(const DeathStage& stage) const {
     const pid_t extension = ::fork();
     if (extension == 0) {
       std::ignore = exchange(MortalSockets(stage));
@@ -144,14 +144,15 @@ TEST_F(ExtensionDeath, DisturbsNoOtherRequestAndLeavesNothingInTheHost) {
   const std::ptrdiff_t descriptors = countOf("fd");
   const std::ptrdiff_t threads = countOf("task") + ThreadsOfSanitizer;
   const std::size_t frameSize = PrefixSize + request.size();
-  for (const Stage& stage : {Stage{.name = "after connecting", .sent = 0},
-                             Stage{.name = "within the request's prefix", .sent = 2},
-                             Stage{.name = "after the request's prefix", .sent = PrefixSize},
-                             Stage{.name = "within the request", .sent = frameSize / 2},
-                             Stage{.name = "after the request", .received = 0},
-                             Stage{.name = "within the answer's prefix", .received = 2},
-                             Stage{.name = "after the answer's prefix", .received = PrefixSize},
-                             Stage{.name = "within the answer", .received = PrefixSize + 10}}) {
+  for (const DeathStage& stage :
+       {DeathStage{.name = "after connecting", .sent = 0},
+        DeathStage{.name = "within the request's prefix", .sent = 2},
+        DeathStage{.name = "after the request's prefix", .sent = PrefixSize},
+        DeathStage{.name = "within the request", .sent = frameSize / 2},
+        DeathStage{.name = "after the request", .received = 0},
+        DeathStage{.name = "within the answer's prefix", .received = 2},
+        DeathStage{.name = "after the answer's prefix", .received = PrefixSize},
+        DeathStage{.name = "within the answer", .received = PrefixSize + 10}}) {
     SCOPED_TRACE(stage.name);
     exchangeAndDie(stage);
     const auto event = host.nextEvent();

@@ -88,7 +88,7 @@ std::uint64_t drawnSeed() {
 }
 
 /// All that was wrong, of which the first few are shown.
-class Flaws {
+class FlawList {
  public:
   void add(const std::vector<std::string>& flaws) {
     for (const std::string& flaw : flaws) {
@@ -115,7 +115,7 @@ int runSoak(const std::filesystem::path& directory, std::uint64_t seed, double s
   const SystemOptions system;
   SoakRunner runner(directory, soak::SoakPlan(seed), system.settings());
   SoakSummary summary;
-  Flaws flaws;
+  FlawList flaws;
   const auto roundLength = static_cast<std::int64_t>(
       std::min(seconds / RoundsAtLeast, MaxRoundSeconds) * NanosecondsPerSecond);
   const std::int64_t start = soak::now();

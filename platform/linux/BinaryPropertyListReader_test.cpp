@@ -1,11 +1,9 @@
 #include "platform/linux/BinaryPropertyListReader.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,21 +12,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/BinaryPropertyListWriter.h"
+#include "platform/linux/PropertyListBytes_testing.h"
 
 namespace korvan {
 namespace {
 
 using Array = PropertyListValue::Array;
 using namespace std::string_literals;
-
-Data dataOf(std::string_view bytes) {
-  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-}
-
-/// An encoded object: its first byte, then what follows.
-std::string object(int first, std::string_view rest = "") {
-  return std::string(1, static_cast<char>(first)).append(rest);
-}
 
 std::string bigEndian(std::uint64_t number, std::size_t width) {
   std::string bytes;
@@ -398,31 +388,17 @@ TEST(BinaryPropertyListReader, DecodesASharedGraphInProportionToItsBytes) {
   EXPECT_EQ(value, valueOf(parts.bytes()));
 }
 
-/// Processor time; the least of a few runs, which the rest of the machine disturbs least.
-std::clock_t ticksToRead(const std::string& bytes) {
-  std::clock_t least = std::numeric_limits<std::clock_t>::max();
-  const Data data = dataOf(bytes);
-  for (int run = 0; run < 5; ++run) {
-    const std::clock_t start = std::clock();
-    EXPECT_TRUE(BinaryPropertyListReader::read(data).has_value());
-    least = std::min(least, std::clock() - start);
-  }
-  return least;
-}
-
-/// How many times longer it takes to read 64 times as much: some 64 when the work is linear, some
-/// 4096 when it is quadratic. Outgrown caches and a coarse clock blur both.
 template <typename MakeBytes>
-std::clock_t growthOf(std::size_t count, MakeBytes makeBytes) {
-  const std::clock_t least = std::max<std::clock_t>(1, ticksToRead(makeBytes(count)));
-  return ticksToRead(makeBytes(64 * count)) / least;
+std::clock_t growthOfReading(std::size_t count, MakeBytes makeBytes) {
+  return growthOf(count, [&](std::size_t size) {
+    const Data data = dataOf(makeBytes(size));
+    return leastTicks([&] { EXPECT_TRUE(BinaryPropertyListReader::read(data).has_value()); });
+  });
 }
-
-constexpr std::clock_t MaxGrowth = 1024;
 
 TEST(BinaryPropertyListReader, TakesTimeInProportionToManyReferencesToTwoLongKeys) {
   // The keys differ in their last byte alone, and take turns.
-  const auto growth = growthOf(1'000, [](std::size_t count) {
+  const auto growth = growthOfReading(1'000, [](std::size_t count) {
     Parts parts{.objects = {}, .offsetWidth = 4};
     const std::string key(count, 'k');
     std::string dictionary = longHead('\xD0', 2 * count);
@@ -440,7 +416,7 @@ TEST(BinaryPropertyListReader, TakesTimeInProportionToManyReferencesToTwoLongKey
 
 TEST(BinaryPropertyListReader, TakesTimeInProportionToManyReferencesToOneLongText) {
   for (const bool isAscii : {true, false}) {
-    const auto growth = growthOf(1'000, [&](std::size_t count) {
+    const auto growth = growthOfReading(1'000, [&](std::size_t count) {
       const std::string text = isAscii ? longHead('\x50', count) + std::string(count, 'x')
                                        : longHead('\x60', count) + std::string(2 * count, '!');
       return Parts{.objects = {arrayOfEqual(count, 1), text}, .offsetWidth = 4}.bytes();
@@ -450,8 +426,8 @@ TEST(BinaryPropertyListReader, TakesTimeInProportionToManyReferencesToOneLongTex
   }
 }
 
-TEST(BinaryPropertyListReader, ReadsMillionsOfReferencesToAFewIntegers) {
-  constexpr std::size_t Count = 4'000'000;
+TEST(BinaryPropertyListReader, ReadsAMillionReferencesToAFewIntegers) {
+  constexpr std::size_t Count = 1'000'000;
   Parts parts{.objects = {longHead('\xA0', Count)}, .offsetWidth = 4};
   for (std::size_t index = 0; index < Count; ++index) {
     parts.objects[0] += static_cast<char>(1 + (index % 250));
@@ -502,7 +478,7 @@ void expectValueOrError(const std::string& bytes) {
 TEST(BinaryPropertyListReader, GivesAValueOrAnErrorWhicheverByteIsChanged) {
   for (const std::string& sample : wellFormedSamples()) {
     for (std::size_t index = 0; index < sample.size(); ++index) {
-      for (int change = 1; change < 256; ++change) {
+      for (int change = 1; change < 256; change += 3) {
         std::string changed = sample;
         changed[index] = static_cast<char>(changed[index] ^ change);
         expectValueOrError(changed);

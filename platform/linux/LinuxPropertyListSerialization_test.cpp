@@ -1,6 +1,5 @@
 #include "platform/linux/LinuxPropertyListSerialization.h"
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -8,14 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/PropertyListBytes_testing.h"
+
 namespace korvan {
 namespace {
 
 using namespace std::string_literals;
-
-Data dataOf(std::string_view bytes) {
-  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-}
 
 TEST(LinuxPropertyListSerialization, DecodesWhatItEncodes) {
   const LinuxPropertyListSerialization serialization;

@@ -24,7 +24,7 @@ bool isBare(char character) {
          (character >= 'A' && character <= 'Z') || Marks.contains(character);
 }
 
-bool isSpace(char character) {
+bool isOpenStepSpace(char character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
@@ -180,7 +180,7 @@ PropertyListValue OpenStepPropertyListReader::readData() {
   MutableData bytes = MutableData::uninitialized((end - next_) / 2);
   std::size_t count = 0;
   while (!hasFailed() && next_ < end) {
-    if (isSpace(next())) {
+    if (isOpenStepSpace(next())) {
       ++next_;
     } else if (const auto byte = byteOf(next(), view_[next_ + 1])) {
       bytes.bytes()[count++] = *byte;
@@ -300,7 +300,7 @@ bool OpenStepPropertyListReader::skipSpace() {
   constexpr std::string_view LineSeparator = "\xE2\x80\xA8";
   constexpr std::string_view ParagraphSeparator = "\xE2\x80\xA9";
   while (!isAtEnd()) {
-    if (isSpace(next())) {
+    if (isOpenStepSpace(next())) {
       ++next_;
     } else if (isNext(LineSeparator) || isNext(ParagraphSeparator)) {
       next_ += LineSeparator.size();

@@ -1,7 +1,6 @@
 #include "platform/linux/OpenStepPropertyListReader.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -9,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/PropertyListBytes_testing.h"
 #include "platform/linux/PropertyListLimits.h"
 
 namespace korvan {
@@ -17,11 +17,7 @@ namespace {
 using Array = PropertyListValue::Array;
 using namespace std::string_view_literals;
 
-Data dataOf(std::string_view bytes) {
-  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-}
-
-PropertyListValue valueOf(std::string_view text) {
+PropertyListValue valueOfOpenStep(std::string_view text) {
   const auto value = OpenStepPropertyListReader::read(dataOf(text));
   if (!value) {
     ADD_FAILURE() << text << "\n" << value.error().localizedDescription.value_or("no description");
@@ -30,12 +26,12 @@ PropertyListValue valueOf(std::string_view text) {
   return *value;
 }
 
-std::string errorOf(std::string_view text) {
+std::string errorOfOpenStep(std::string_view text) {
   const auto value = OpenStepPropertyListReader::read(dataOf(text));
   return value ? "no error" : value.error().localizedDescription.value_or("no description");
 }
 
-std::string damagedAt(int line, int column, const std::string& what) {
+std::string openStepDamagedAt(int line, int column, const std::string& what) {
   return "The OpenStep property list is damaged at line " + std::to_string(line) + ", column " +
          std::to_string(column) + ": " + what + '.';
 }
@@ -62,25 +58,26 @@ TEST(OpenStepPropertyListReader, ReadsEachKindOfValue) {
        PropertyListDictionary{{"a"_text, PropertyListDictionary{{"b"_text, Array{"c"}}}}}},
       {"{key;}", PropertyListDictionary{{"key"_text, "key"}}}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(valueOf(text), expected) << text;
-    EXPECT_EQ(valueOf(std::string("\n").append(text).append(" ")), expected) << text;
+    EXPECT_EQ(valueOfOpenStep(text), expected) << text;
+    EXPECT_EQ(valueOfOpenStep(std::string("\n").append(text).append(" ")), expected) << text;
   }
 }
 
 TEST(OpenStepPropertyListReader, ReadsTheEntriesOfADictionaryWithoutBraces) {
   EXPECT_EQ(
-      valueOf("/* greetings */\n\"hello\" = \"world\";\nbye;\n"),
+      valueOfOpenStep("/* greetings */\n\"hello\" = \"world\";\nbye;\n"),
       PropertyListValue(PropertyListDictionary{{"bye"_text, "bye"}, {"hello"_text, "world"}}));
 }
 
 TEST(OpenStepPropertyListReader, TakesNothingButSpaceForAnEmptyDictionary) {
   for (const auto* const text : {" ", "\n\t", "// comment", "/* comment */\xE2\x80\xA8"}) {
-    EXPECT_EQ(valueOf(text), PropertyListValue(PropertyListDictionary())) << text;
+    EXPECT_EQ(valueOfOpenStep(text), PropertyListValue(PropertyListDictionary())) << text;
   }
 }
 
 TEST(OpenStepPropertyListReader, SkipsCommentsAndSpaceOfEveryKind) {
-  EXPECT_EQ(valueOf("// (\n( /* , ) */ a // b\r, /**/ b\v\f\xE2\x80\xA8\xE2\x80\xA9 /* ** / */ )"),
+  EXPECT_EQ(valueOfOpenStep(
+                "// (\n( /* , ) */ a // b\r, /**/ b\v\f\xE2\x80\xA8\xE2\x80\xA9 /* ** / */ )"),
             PropertyListValue(Array{"a", "b"}));
 }
 
@@ -99,12 +96,13 @@ TEST(OpenStepPropertyListReader, ReadsEscapes) {
       {"\"a\\\nb\"", "a\nb"},
       {"\"\\\xC3\xA9\"", "\xC3\xA9"}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(valueOf(text), PropertyListValue(expected)) << text;
+    EXPECT_EQ(valueOfOpenStep(text), PropertyListValue(expected)) << text;
   }
 }
 
 TEST(OpenStepPropertyListReader, CountsTheLastOfARepeatedKey) {
-  EXPECT_EQ(valueOf("{a=1;\"a\"=2;}"), PropertyListValue(PropertyListDictionary{{"a"_text, "2"}}));
+  EXPECT_EQ(valueOfOpenStep("{a=1;\"a\"=2;}"),
+            PropertyListValue(PropertyListDictionary{{"a"_text, "2"}}));
 }
 
 TEST(OpenStepPropertyListReader, SharesTheCharactersOfTextWithoutEscapes) {
@@ -123,42 +121,42 @@ TEST(OpenStepPropertyListReader, RefusesMalformedPropertyListsAndSaysWhere) {
   const std::string noSemicolon = "no semicolon ends a dictionary's entry";
   const std::string noHex = "data holds something else than pairs of hexadecimal digits";
   const std::vector<std::pair<std::string_view, std::string>> rows = {
-      {"a b", damagedAt(1, 3, "more follows the value")},
-      {"()\n()", damagedAt(2, 1, "more follows the value")},
-      {"{a=b;};", damagedAt(1, 7, "more follows the value")},
-      {"a=b;=", damagedAt(1, 5, noKey)},
-      {"?", damagedAt(1, 1, noValue)},
-      {"\xC3\xA9", damagedAt(1, 1, noValue)},
-      {"(a\nb)", damagedAt(2, 1, noItemEnd)},
-      {"(,)", damagedAt(1, 2, noValue)},
-      {"(a", damagedAt(1, 1, "an array is not closed")},
-      {" (a,", damagedAt(1, 2, "an array is not closed")},
-      {"{a=b;", damagedAt(1, 1, "a dictionary is not closed")},
-      {"{(a)=b;}", damagedAt(1, 2, noKey)},
-      {"{<00>=b;}", damagedAt(1, 2, noKey)},
-      {"{a=b}", damagedAt(1, 5, noSemicolon)},
-      {"{a b;}", damagedAt(1, 4, noSemicolon)},
-      {"{a=b c;}", damagedAt(1, 6, noSemicolon)},
-      {"{a=;}", damagedAt(1, 4, noValue)},
-      {"{a=", damagedAt(1, 4, "a value is missing")},
-      {"<0>", damagedAt(1, 2, noHex)},
-      {"<0 1>", damagedAt(1, 2, noHex)},
-      {"<00 0>", damagedAt(1, 5, noHex)},
-      {"<0g>", damagedAt(1, 2, noHex)},
-      {"</* > */00>", damagedAt(1, 2, noHex)},
-      {"<*I5>", damagedAt(1, 2, noHex)},
-      {"<00", damagedAt(1, 1, "data is not closed")},
-      {"\"a", damagedAt(1, 1, "a quoted string is not closed")},
-      {"\"a\\", damagedAt(1, 1, "a quoted string is not closed")},
-      {"\"a\\\"", damagedAt(1, 1, "a quoted string is not closed")},
-      {"a /* b", damagedAt(1, 3, "a comment is not closed")},
-      {R"("\400")", damagedAt(1, 3, "an octal escape is above 377")},
-      {R"("\Ux")", damagedAt(1, 3, "no hexadecimal digit follows \\U")},
-      {R"("\Ud83d")", damagedAt(1, 3, "an escape is half a surrogate pair")},
-      {R"("\Ud83d\U41")", damagedAt(1, 3, "an escape is half a surrogate pair")},
-      {R"("\Udd11\Ud83d")", damagedAt(1, 3, "an escape is half a surrogate pair")}};
+      {"a b", openStepDamagedAt(1, 3, "more follows the value")},
+      {"()\n()", openStepDamagedAt(2, 1, "more follows the value")},
+      {"{a=b;};", openStepDamagedAt(1, 7, "more follows the value")},
+      {"a=b;=", openStepDamagedAt(1, 5, noKey)},
+      {"?", openStepDamagedAt(1, 1, noValue)},
+      {"\xC3\xA9", openStepDamagedAt(1, 1, noValue)},
+      {"(a\nb)", openStepDamagedAt(2, 1, noItemEnd)},
+      {"(,)", openStepDamagedAt(1, 2, noValue)},
+      {"(a", openStepDamagedAt(1, 1, "an array is not closed")},
+      {" (a,", openStepDamagedAt(1, 2, "an array is not closed")},
+      {"{a=b;", openStepDamagedAt(1, 1, "a dictionary is not closed")},
+      {"{(a)=b;}", openStepDamagedAt(1, 2, noKey)},
+      {"{<00>=b;}", openStepDamagedAt(1, 2, noKey)},
+      {"{a=b}", openStepDamagedAt(1, 5, noSemicolon)},
+      {"{a b;}", openStepDamagedAt(1, 4, noSemicolon)},
+      {"{a=b c;}", openStepDamagedAt(1, 6, noSemicolon)},
+      {"{a=;}", openStepDamagedAt(1, 4, noValue)},
+      {"{a=", openStepDamagedAt(1, 4, "a value is missing")},
+      {"<0>", openStepDamagedAt(1, 2, noHex)},
+      {"<0 1>", openStepDamagedAt(1, 2, noHex)},
+      {"<00 0>", openStepDamagedAt(1, 5, noHex)},
+      {"<0g>", openStepDamagedAt(1, 2, noHex)},
+      {"</* > */00>", openStepDamagedAt(1, 2, noHex)},
+      {"<*I5>", openStepDamagedAt(1, 2, noHex)},
+      {"<00", openStepDamagedAt(1, 1, "data is not closed")},
+      {"\"a", openStepDamagedAt(1, 1, "a quoted string is not closed")},
+      {"\"a\\", openStepDamagedAt(1, 1, "a quoted string is not closed")},
+      {"\"a\\\"", openStepDamagedAt(1, 1, "a quoted string is not closed")},
+      {"a /* b", openStepDamagedAt(1, 3, "a comment is not closed")},
+      {R"("\400")", openStepDamagedAt(1, 3, "an octal escape is above 377")},
+      {R"("\Ux")", openStepDamagedAt(1, 3, "no hexadecimal digit follows \\U")},
+      {R"("\Ud83d")", openStepDamagedAt(1, 3, "an escape is half a surrogate pair")},
+      {R"("\Ud83d\U41")", openStepDamagedAt(1, 3, "an escape is half a surrogate pair")},
+      {R"("\Udd11\Ud83d")", openStepDamagedAt(1, 3, "an escape is half a surrogate pair")}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(errorOf(text), expected) << text;
+    EXPECT_EQ(errorOfOpenStep(text), expected) << text;
   }
 }
 
@@ -167,20 +165,21 @@ TEST(OpenStepPropertyListReader, ReadsAsManyNestedContainersAsTheBound) {
   const auto nested = [](std::size_t depth) {
     return std::string(depth, '(') + std::string(depth, ')');
   };
-  EXPECT_NE(valueOf(nested(MaxPropertyListNesting)).array(), nullptr);
-  EXPECT_EQ(errorOf(nested(MaxPropertyListNesting + 1)), damagedAt(1, 513, tooDeep));
-  EXPECT_EQ(errorOf(nested(200'000)), damagedAt(1, 513, tooDeep));
+  EXPECT_NE(valueOfOpenStep(nested(MaxPropertyListNesting)).array(), nullptr);
+  EXPECT_EQ(errorOfOpenStep(nested(MaxPropertyListNesting + 1)),
+            openStepDamagedAt(1, 513, tooDeep));
+  EXPECT_EQ(errorOfOpenStep(nested(200'000)), openStepDamagedAt(1, 513, tooDeep));
   std::string dictionaries;
   for (std::size_t depth = 0; depth < 200'000; ++depth) {
     dictionaries += "{a=";
   }
-  EXPECT_EQ(errorOf(dictionaries), damagedAt(1, 1 + (3 * 512), tooDeep));
+  EXPECT_EQ(errorOfOpenStep(dictionaries), openStepDamagedAt(1, 1 + (3 * 512), tooDeep));
 }
 
 TEST(OpenStepPropertyListReader, GivesAValueOrAnErrorWhereverCharactersAreMissingOrChanged) {
   const std::string text =
       "// c\n{ a = (b, \"c\\n\\101\\U20ac\\Ud83d\\Udd11\", <00 ff>); 'd' = {e; f = /* g */ h;}; }";
-  ASSERT_NE(valueOf(text).dictionary(), nullptr);
+  ASSERT_NE(valueOfOpenStep(text).dictionary(), nullptr);
   for (std::size_t size = 0; size < text.size(); ++size) {
     for (const char other : {'(', '}', '"', '\\', '<', ';', '/', '\0'}) {
       std::string changed = text;

@@ -1,6 +1,5 @@
 #include "platform/linux/PropertyListCharacters.h"
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -8,16 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/PropertyListBytes_testing.h"
+
 namespace korvan {
 namespace {
 
 using namespace std::string_literals;
 
-Data dataOf(std::string_view bytes) {
-  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-}
-
-std::string errorOf(std::string_view bytes) {
+std::string errorOfCharacters(std::string_view bytes) {
   const auto characters = propertyListCharacters(dataOf(bytes));
   return characters ? "no error" : characters.error().localizedDescription.value_or("");
 }
@@ -50,14 +47,14 @@ TEST(PropertyListCharacters, RefusesWhatIsNoTextAndSaysWhere) {
   const std::string utf8 = ", a character is not valid UTF-8.";
   const std::string utf16 = ", a character is not valid UTF-16.";
   const std::string prefix = "The bytes are no property list: at line 1, column ";
-  EXPECT_EQ(errorOf("ab\xFF"), prefix + "3" + utf8);
-  EXPECT_EQ(errorOf("\xEF\xBB\xBF\xC3"), prefix + "1" + utf8);
-  EXPECT_EQ(errorOf("\xED\xA0\x80"), prefix + "1" + utf8);
-  EXPECT_EQ(errorOf("\xFE\xFF\0a\xD8\x3D"s), prefix + "2" + utf16);
-  EXPECT_EQ(errorOf("\xFE\xFF\xDD\x11"), prefix + "1" + utf16);
-  EXPECT_EQ(errorOf("\xFF\xFE"s + "a\0\x3D\xD8z\0"s), prefix + "2" + utf16);
-  EXPECT_EQ(errorOf("\xFE\xFF\0"s), prefix + "1" + utf16);
-  EXPECT_EQ(errorOf("a\n\xC3\xA9\xFF"),
+  EXPECT_EQ(errorOfCharacters("ab\xFF"), prefix + "3" + utf8);
+  EXPECT_EQ(errorOfCharacters("\xEF\xBB\xBF\xC3"), prefix + "1" + utf8);
+  EXPECT_EQ(errorOfCharacters("\xED\xA0\x80"), prefix + "1" + utf8);
+  EXPECT_EQ(errorOfCharacters("\xFE\xFF\0a\xD8\x3D"s), prefix + "2" + utf16);
+  EXPECT_EQ(errorOfCharacters("\xFE\xFF\xDD\x11"), prefix + "1" + utf16);
+  EXPECT_EQ(errorOfCharacters("\xFF\xFE"s + "a\0\x3D\xD8z\0"s), prefix + "2" + utf16);
+  EXPECT_EQ(errorOfCharacters("\xFE\xFF\0"s), prefix + "1" + utf16);
+  EXPECT_EQ(errorOfCharacters("a\n\xC3\xA9\xFF"),
             "The bytes are no property list: at line 2, column 2" + utf8);
 }
 

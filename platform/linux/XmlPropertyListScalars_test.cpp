@@ -11,15 +11,12 @@
 #include <gtest/gtest.h>
 
 #include "platform/Data.h"
+#include "platform/linux/PropertyListBytes_testing.h"
 
 namespace korvan::xml {
 namespace {
 
 using Rows = std::vector<std::pair<std::string_view, PropertyListValue>>;
-
-Data bytesOf(std::string_view bytes) {
-  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-}
 
 TEST(XmlPropertyListScalars, ReadsIntegers) {
   const Rows rows = {{"0", 0},
@@ -88,7 +85,7 @@ TEST(XmlPropertyListScalars, ReadsBase64) {
       {"+/+/", "\xFB\xFF\xBF"},
       {"Zg= =", "f"}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(dataOf(text), PropertyListValue(bytesOf(expected))) << text;
+    EXPECT_EQ(dataOf(text), PropertyListValue(korvan::dataOf(expected))) << text;
   }
   for (const std::string_view text : {"Z", "Zg", "Zg=", "Zg===", "Zm9v=", "Zm9vY", "Z===", "====",
                                       "Zg==Zg==", "Zm_v", "Zm-v", "Zm9v!", "\xC3\xA9"}) {

@@ -14,7 +14,7 @@ namespace {
 
 using Entry = ProviderMessage::Entry;
 
-enum Purpose : std::uint8_t { chooseRefusal };
+enum ScriptPurpose : std::uint8_t { chooseRefusal };
 
 /// More than a Unix-domain socket's buffer holds, so that the host has to wait for the reader.
 constexpr std::size_t LargeSize = 300'000;
