@@ -13,6 +13,7 @@ if(CMAKE_CROSSCOMPILING)
     ${googletest}/googletest/include ${googletest}/googlemock/include)
   target_include_directories(korvan_googletest SYSTEM PRIVATE
     ${googletest}/googletest/include ${googletest}/googlemock/include)
+  target_compile_options(korvan_googletest PRIVATE -O0)
   add_library(GTest::gmock ALIAS korvan_googletest)
   add_library(GTest::gtest_main ALIAS korvan_googletest)
 else()
@@ -30,6 +31,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(korvan_options INTERFACE
     -Wno-array-bounds -Wno-maybe-uninitialized -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_UNITY_BUILD)
+  # It takes the sources that a unity build includes for headers, whose unnamed namespaces it warns of.
+  target_compile_options(korvan_options INTERFACE -Wno-subobject-linkage)
+endif()
 
 function(korvan_expose_headers target)
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
@@ -42,12 +47,6 @@ function(korvan_expose_headers target)
     file(CREATE_LINK ${header} ${root}/${folder}/${name} SYMBOLIC)
   endforeach()
   target_include_directories(${target} PUBLIC ${root})
-endfunction()
-
-# Keeps files out of the files that a unity build puts together, because they have helpers of the same
-# name as others. Unity builds are what the guards of CI are built as, in half the time.
-function(korvan_compile_alone)
-  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
 # korvan_library(NAME SOURCES file... [LINKS library...])
@@ -68,7 +67,11 @@ function(korvan_test name)
     # Tests run here, and GoogleTest is there for this processor only.
     set_target_properties(${name} PROPERTIES OSX_ARCHITECTURES ${CMAKE_HOST_SYSTEM_PROCESSOR})
   endif()
-  if(NOT CMAKE_CROSSCOMPILING)
+  if(CMAKE_CROSSCOMPILING)
+    # All that they are for there is to show that they compile and link, for two processors.
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+    target_compile_options(${name} PRIVATE -O0)
+  else()
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   endif()
 endfunction()
