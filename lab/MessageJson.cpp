@@ -4,7 +4,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "channel/ProviderFrame.h"
 #include "channel/ProviderMessage.h"
 #include "lab/host/Base64Url.h"
 #include "platform/PropertyList.h"
@@ -12,21 +11,23 @@
 namespace korvan::lab {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
-Json dataJson(const Data& data) { return {{"data", host::base64Url(data.bytes())}}; }
+OrderedJson dataJson(const Data& data) { return {{"data", host::base64Url(data.bytes())}}; }
 
 class TooLarge : public std::length_error {
  public:
-  TooLarge() : std::length_error("more values than a message has bytes") {}
+  TooLarge() : std::length_error("far more values than the message has bytes") {}
 };
 
 /// Writes values out one by one. A body can refer to one value from many places, and those places
 /// to each other, so that it stands for far more than it holds; that is not followed without end.
 class Writer {
  public:
-  Json dictionary(const PropertyListDictionary& dictionary) {
-    Json object = Json::object();
+  explicit Writer(std::size_t bodySize) : left_(2 * bodySize + Grace) {}
+
+  OrderedJson dictionary(const PropertyListDictionary& dictionary) {
+    OrderedJson object = OrderedJson::object();
     for (const auto& [key, member] : dictionary.entries()) {
       spend(key.view().size());
       object[std::string(key.view())] = value(member);
@@ -35,8 +36,8 @@ class Writer {
   }
 
  private:
-  // Enough for every message without repeated references.
-  static constexpr std::size_t Budget = 2 * MaxProviderMessageSize;
+  // With twice the body's size, enough for every message that repeats few references.
+  static constexpr std::size_t Grace = 65'536;
 
   void spend(std::size_t size) {
     if (size >= left_) {
@@ -45,15 +46,15 @@ class Writer {
     left_ -= size;
   }
 
-  Json array(const PropertyListValue::Array& values) {
-    Json list = Json::array();
+  OrderedJson array(const PropertyListValue::Array& values) {
+    OrderedJson list = OrderedJson::array();
     for (const PropertyListValue& element : values) {
       list.push_back(value(element));
     }
     return list;
   }
 
-  Json value(const PropertyListValue& value) {
+  OrderedJson value(const PropertyListValue& value) {
     spend(1);
     if (const auto* nested = value.dictionary()) {
       return dictionary(*nested);
@@ -72,7 +73,7 @@ class Writer {
     return scalar(value);
   }
 
-  static Json scalar(const PropertyListValue& value) {
+  static OrderedJson scalar(const PropertyListValue& value) {
     if (const auto boolean = value.boolean()) {
       return *boolean;
     }
@@ -94,18 +95,18 @@ class Writer {
     return nullptr;
   }
 
-  std::size_t left_ = Budget;
+  std::size_t left_;
 };
 
 }  // namespace
 
-Json messageJson(const PropertyListSerialization& propertyLists, const Data& body) {
+OrderedJson messageJson(const PropertyListSerialization& propertyLists, const Data& body) {
   const auto decoded = decodeProviderMessage(propertyLists, body);
   if (!decoded.message) {
     return dataJson(body);
   }
   try {
-    return Writer().dictionary(*decoded.message);
+    return Writer(body.size()).dictionary(*decoded.message);
   } catch (const TooLarge&) {
     return dataJson(body);
   }

@@ -11,11 +11,11 @@
 namespace korvan::lab {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
 class MessageJsonTest : public testing::Test {
  protected:
-  [[nodiscard]] Json json(const PropertyListDictionary& message) const {
+  [[nodiscard]] OrderedJson json(const PropertyListDictionary& message) const {
     return messageJson(propertyLists_, propertyLists_.encodeBinary(message).value());
   }
 
@@ -34,14 +34,14 @@ TEST_F(MessageJsonTest, ShowsEveryKindOfValue) {
                   {"real"_text, 0.25},
                   {"text"_text, "é"},
                   {"uid"_text, PropertyListUid{3}}}),
-            Json::parse(R"({"array":[1,"x"],"boolean":true,"data":{"data":"AQI"},
+            OrderedJson::parse(R"({"array":[1,"x"],"boolean":true,"data":{"data":"AQI"},
               "date":{"date":1.5},"dictionary":{},"integer":-7,"large":18446744073709551615,
               "real":0.25,"text":"é","uid":{"uid":3}})"));
 }
 
 TEST_F(MessageJsonTest, ShowsTheBytesOfWhatIsNoPropertyList) {
   const std::vector<std::uint8_t> bytes = {0xFF};
-  EXPECT_EQ(messageJson(propertyLists_, Data::copyOf(bytes)), (Json{{"data", "_w"}}));
+  EXPECT_EQ(messageJson(propertyLists_, Data::copyOf(bytes)), (OrderedJson{{"data", "_w"}}));
 }
 
 TEST_F(MessageJsonTest, ShowsTheBytesOfAPropertyListThatIsNoDictionary) {
@@ -54,12 +54,19 @@ TEST_F(MessageJsonTest, ShowsTheBytesOfAPropertyListThatIsNoDictionary) {
   EXPECT_TRUE(messageJson(propertyLists_, body).at("data").is_string());
 }
 
+TEST_F(MessageJsonTest, ShowsAMessageThatRepeatsAFewValues) {
+  const PropertyListValue text = std::string(100, 'x');
+  const OrderedJson shown = json({{"texts"_text, PropertyListValue::Array(200, text)}});
+  ASSERT_EQ(shown.at("texts").size(), 200U);
+  EXPECT_EQ(shown.at("texts").at(199), std::string(100, 'x'));
+}
+
 TEST_F(MessageJsonTest, ShowsTheBytesOfAMessageThatStandsForFarMoreThanItHolds) {
   PropertyListValue value = "x";
   for (int level = 0; level < 60; ++level) {
     value = PropertyListValue::Array{value, value};
   }
-  const Json shown = json({{"bomb"_text, value}});
+  const OrderedJson shown = json({{"bomb"_text, value}});
   EXPECT_EQ(shown.size(), 1U);
   EXPECT_TRUE(shown.at("data").is_string());
 }
