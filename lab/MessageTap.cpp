@@ -26,7 +26,7 @@ std::optional<Data> wholeFrame(std::span<const std::uint8_t> bytes) {
 }  // namespace
 
 int MessageTap::connect(int descriptor, std::string_view path) const {
-  const int result = sockets_.connect(descriptor, path);
+  const int result = ForwardedSockets::connect(descriptor, path);
   const int keptErrno = errno;
   {
     const std::scoped_lock lock(mutex_);
@@ -42,7 +42,7 @@ int MessageTap::connect(int descriptor, std::string_view path) const {
 }
 
 std::ptrdiff_t MessageTap::send(int descriptor, std::span<const std::uint8_t> bytes) const {
-  const std::ptrdiff_t sent = sockets_.send(descriptor, bytes);
+  const std::ptrdiff_t sent = ForwardedSockets::send(descriptor, bytes);
   if (sent > 0) {
     record(descriptor, &Connection::sent, bytes.first(static_cast<std::size_t>(sent)));
   }
@@ -50,7 +50,7 @@ std::ptrdiff_t MessageTap::send(int descriptor, std::span<const std::uint8_t> by
 }
 
 std::ptrdiff_t MessageTap::recv(int descriptor, std::span<std::uint8_t> bytes) const {
-  const std::ptrdiff_t received = sockets_.recv(descriptor, bytes);
+  const std::ptrdiff_t received = ForwardedSockets::recv(descriptor, bytes);
   if (received > 0) {
     record(descriptor, &Connection::received, bytes.first(static_cast<std::size_t>(received)));
   }
@@ -63,7 +63,7 @@ void MessageTap::close(int descriptor) const {
     const std::scoped_lock lock(mutex_);
     open_.erase(descriptor);
   }
-  sockets_.close(descriptor);
+  ForwardedSockets::close(descriptor);
 }
 
 void MessageTap::record(int descriptor, Bytes Connection::* direction,

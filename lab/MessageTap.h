@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "lab/ForwardedSockets.h"
 #include "platform/Data.h"
-#include "platform/LocalSockets.h"
 
 namespace korvan::lab {
 
@@ -22,22 +22,12 @@ struct RecordedFrame {
 };
 
 /// Sockets that write down every byte that goes over them; otherwise those it is given.
-class MessageTap final : public LocalSockets {
+class MessageTap final : public ForwardedSockets {
  public:
   /// Refers to `sockets`, which outlives it.
-  explicit MessageTap(const LocalSockets& sockets) : sockets_(sockets) {}
+  explicit MessageTap(const LocalSockets& sockets) : ForwardedSockets(sockets) {}
 
-  [[nodiscard]] int socket() const override { return sockets_.socket(); }
   [[nodiscard]] int connect(int descriptor, std::string_view path) const override;
-  [[nodiscard]] int getpeereid(int descriptor, std::int64_t& userIdentifier,
-                               std::int64_t& groupIdentifier) const override {
-    return sockets_.getpeereid(descriptor, userIdentifier, groupIdentifier);
-  }
-  [[nodiscard]] int getPeerProcessIdentifier(int descriptor,
-                                             std::int32_t& processIdentifier) const override {
-    return sockets_.getPeerProcessIdentifier(descriptor, processIdentifier);
-  }
-  [[nodiscard]] std::int64_t getuid() const override { return sockets_.getuid(); }
   [[nodiscard]] std::ptrdiff_t send(int descriptor,
                                     std::span<const std::uint8_t> bytes) const override;
   [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override;
@@ -59,7 +49,6 @@ class MessageTap final : public LocalSockets {
   void record(int descriptor, Bytes Connection::* direction,
               std::span<const std::uint8_t> bytes) const;
 
-  const LocalSockets& sockets_;
   mutable std::mutex mutex_;
   mutable std::vector<Connection> connections_;
   mutable std::size_t failedConnections_ = 0;

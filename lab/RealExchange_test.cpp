@@ -21,6 +21,7 @@
 #include "channel/ExchangeProviderMessage.h"
 #include "channel/HostIdentifiers.h"
 #include "channel/ProviderFrame.h"
+#include "lab/ForwardedSockets.h"
 #include "lab/SampleHostProcess.h"
 #include "lab/TemporaryDirectory.h"
 #include "platform/linux/LinuxCodeSigning.h"
@@ -231,45 +232,33 @@ TEST_F(RealPeer, PeerChangedAfterSigningIsSentNothing) {
 }
 
 /// Lets something happen right after the peer's process id has become known.
-class SocketsWithAPause : public LocalSockets {
+class SocketsWithAPause : public ForwardedSockets {
  public:
-  explicit SocketsWithAPause(std::function<void()> pause) : pause_(std::move(pause)) {}
+  SocketsWithAPause(const LocalSockets& sockets, std::function<void()> pause)
+      : ForwardedSockets(sockets), pause_(std::move(pause)) {}
 
-  [[nodiscard]] int socket() const override { return sockets_.socket(); }
-  [[nodiscard]] int connect(int descriptor, std::string_view path) const override {
-    return sockets_.connect(descriptor, path);
-  }
-  [[nodiscard]] int getpeereid(int descriptor, std::int64_t& user,
-                               std::int64_t& group) const override {
-    return sockets_.getpeereid(descriptor, user, group);
-  }
   [[nodiscard]] int getPeerProcessIdentifier(int descriptor, std::int32_t& process) const override {
-    const int result = sockets_.getPeerProcessIdentifier(descriptor, process);
+    const int result = ForwardedSockets::getPeerProcessIdentifier(descriptor, process);
     pause_();
     return result;
   }
-  [[nodiscard]] std::int64_t getuid() const override { return sockets_.getuid(); }
   [[nodiscard]] std::ptrdiff_t send(int descriptor,
                                     std::span<const std::uint8_t> bytes) const override {
     ++sends;
-    return sockets_.send(descriptor, bytes);
+    return ForwardedSockets::send(descriptor, bytes);
   }
-  [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override {
-    return sockets_.recv(descriptor, bytes);
-  }
-  void close(int descriptor) const override { sockets_.close(descriptor); }
 
   mutable int sends = 0;
 
  private:
-  LinuxLocalSockets sockets_;
   std::function<void()> pause_;
 };
 
 TEST_F(RealPeer, PeerThatIsGoneBeforeTheCheckIsSentNothing) {
   authority.sign(program, recipe);
   start();
-  const SocketsWithAPause sockets([this] { peer->stop(); });
+  const LinuxLocalSockets kernel;
+  const SocketsWithAPause sockets(kernel, [this] { peer->stop(); });
   EXPECT_EQ(exchangeThrough(sockets).error(),
             status(-67065, "Reading the Korvan peer code signature", "there is no such process"));
   EXPECT_EQ(sockets.sends, 0);

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "channel/ExchangeProviderMessage.h"
+#include "lab/ForwardedSockets.h"
 #include "lab/SampleHostProcess.h"
 #include "lab/SystemOptions.h"
 #include "lab/TemporaryDirectory.h"
@@ -39,35 +40,24 @@ struct DeathStage {
 };
 
 /// The kernel's sockets, for a process that ends itself.
-class MortalSockets final : public LocalSockets {
+class MortalSockets final : public ForwardedSockets {
  public:
-  explicit MortalSockets(DeathStage stage) : stage_(std::move(stage)) {}
+  MortalSockets(const LocalSockets& sockets, DeathStage stage)
+      : ForwardedSockets(sockets), stage_(std::move(stage)) {}
 
-  [[nodiscard]] int socket() const override { return sockets_.socket(); }
-  [[nodiscard]] int connect(int descriptor, std::string_view path) const override {
-    return sockets_.connect(descriptor, path);
-  }
-  [[nodiscard]] int getpeereid(int descriptor, std::int64_t& user,
-                               std::int64_t& group) const override {
-    return sockets_.getpeereid(descriptor, user, group);
-  }
-  [[nodiscard]] int getPeerProcessIdentifier(int descriptor, std::int32_t& process) const override {
-    return sockets_.getPeerProcessIdentifier(descriptor, process);
-  }
-  [[nodiscard]] std::int64_t getuid() const override { return sockets_.getuid(); }
   [[nodiscard]] std::ptrdiff_t send(int descriptor,
                                     std::span<const std::uint8_t> bytes) const override {
-    const auto count = sockets_.send(descriptor, bytes.first(allowed(bytes.size(), stage_.sent)));
+    const auto count =
+        ForwardedSockets::send(descriptor, bytes.first(allowed(bytes.size(), stage_.sent)));
     stage_.sent -= static_cast<std::size_t>(count);
     return count;
   }
   [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override {
     const auto count =
-        sockets_.recv(descriptor, bytes.first(allowed(bytes.size(), stage_.received)));
+        ForwardedSockets::recv(descriptor, bytes.first(allowed(bytes.size(), stage_.received)));
     stage_.received -= static_cast<std::size_t>(count);
     return count;
   }
-  void close(int descriptor) const override { sockets_.close(descriptor); }
 
  private:
   static std::size_t allowed(std::size_t wanted, std::size_t left) {
@@ -77,7 +67,6 @@ class MortalSockets final : public LocalSockets {
     return std::min(wanted, left);
   }
 
-  LinuxLocalSockets sockets_;
   mutable DeathStage stage_;
 };
 
@@ -106,7 +95,7 @@ class ExtensionDeath : public testing::Test {
   void exchangeAndDie(const DeathStage& stage) const {
     const pid_t extension = ::fork();
     if (extension == 0) {
-      std::ignore = exchange(MortalSockets(stage));
+      std::ignore = exchange(MortalSockets(LinuxLocalSockets(), stage));
       ::_exit(0);
     }
     int status = 0;

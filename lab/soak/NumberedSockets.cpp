@@ -26,11 +26,11 @@ int NumberedSockets::connect(int descriptor, std::string_view path) const {
   sent_.emplace_back();
   const soak::ClientName name{.number = number_,
                               .attempt = static_cast<std::uint32_t>(sent_.size())};
-  return soak::bindToName(descriptor, name) == 0 ? sockets_.connect(descriptor, path) : -1;
+  return soak::bindToName(descriptor, name) == 0 ? ForwardedSockets::connect(descriptor, path) : -1;
 }
 
 std::ptrdiff_t NumberedSockets::send(int descriptor, std::span<const std::uint8_t> bytes) const {
-  const std::ptrdiff_t count = sockets_.send(descriptor, bytes);
+  const std::ptrdiff_t count = ForwardedSockets::send(descriptor, bytes);
   if (count > 0) {
     const int keptErrno = errno;
     const auto sent = bytes.first(static_cast<std::size_t>(count));
