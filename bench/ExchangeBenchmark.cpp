@@ -54,7 +54,10 @@ void compareSignIns(std::string_view name, BareHandOver::WayBack wayBack) {
   SignInBench bench(host.directory());
   const Data request = bench.encodedRequest();
   BareHandOver handOver(wayBack);
-  const std::function<void()> exchange = [&] { bareExchangeOnce(host.socketPath(), request); };
+  // As the product does, it has its request in a buffer of its own.
+  const std::function<void()> exchange = [&] {
+    bareExchangeOnce(host.socketPath(), Data::copyOf(request.bytes()));
+  };
   runPairedRounds(
       name, {.rounds = 31, .callsPerRound = 2'000}, [&] { bench.signIn(); },
       [&] {

@@ -166,8 +166,8 @@ void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
                                                       .request = std::move(request),
                                                       .completion = std::move(completion),
                                                       .controller = std::move(controller)});
-  // The main thread has it last: what the completion owns must be released there.
-  services->queues.asyncBackground([pending] { obtainAnswer(*pending); },
+  // Only the main thread's part owns it: what the completion owns must be released there.
+  services->queues.asyncBackground([borrowed = pending.get()] { obtainAnswer(*borrowed); },
                                    [pending] { complete(*pending); });
 }
 

@@ -1,5 +1,6 @@
 #include "platform/linux/MainQueueSource.h"
 
+#include <atomic>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -14,11 +15,9 @@ struct MainQueueSource::Queue {
   std::vector<std::function<void()>> running;
   /// Nothing is submitted any more.
   bool isClosed = false;
-
-  [[nodiscard]] bool isReady() {
-    const std::scoped_lock lock(mutex);
-    return !waiting.empty() || isClosed;
-  }
+  /// Whether there is anything to run, or to close. Changed with the mutex held, and looked at
+  /// without it, as the main loop does twice each time round.
+  std::atomic<bool> isReady = false;
 };
 
 /// As GLib allocates it: a source with room for more.
@@ -43,6 +42,7 @@ MainQueueSource::~MainQueueSource() {
   {
     const std::scoped_lock lock(queue_->mutex);
     queue_->isClosed = true;
+    queue_->isReady.store(true);
     if (queue_->waiting.empty()) {
       g_source_destroy(source_);
     }
@@ -56,6 +56,7 @@ void MainQueueSource::submit(std::function<void()> work) const {
     const std::scoped_lock lock(queue_->mutex);
     isFirst = queue_->waiting.empty();
     queue_->waiting.push_back(std::move(work));
+    queue_->isReady.store(true);
   }
   if (isFirst) {
     g_main_context_wakeup(g_source_get_context(source_));
@@ -68,7 +69,7 @@ gboolean MainQueueSource::prepare(GSource* source, gint* timeout) noexcept {
 }
 
 gboolean MainQueueSource::check(GSource* source) noexcept {
-  return reinterpret_cast<Source*>(source)->queue->isReady() ? TRUE : FALSE;
+  return reinterpret_cast<Source*>(source)->queue->isReady.load() ? TRUE : FALSE;
 }
 
 gboolean MainQueueSource::dispatch(GSource* source, GSourceFunc /*callback*/,
@@ -77,6 +78,7 @@ gboolean MainQueueSource::dispatch(GSource* source, GSourceFunc /*callback*/,
   {
     const std::scoped_lock lock(queue.mutex);
     queue.running.swap(queue.waiting);
+    queue.isReady.store(queue.isClosed);
   }
   for (auto& each : queue.running) {
     // Released as soon as it has run, before the next.
