@@ -325,6 +325,7 @@ std::vector<WorstShape> worstShapes() {
       {"OpenStep: empty data", [](Size size) { return repeated("(", "<>,", ")", size); }},
       {"OpenStep: one key again and again",
        [](Size size) { return repeated("{", "a;", "}", size); }},
+      {"OpenStep: two keys in turn", [](Size size) { return repeated("{", "a;b;", "}", size); }},
       {"OpenStep: distinct keys, last first",
        [](Size size) { return numbered("{", "", ";", "}", size); }},
       {"OpenStep: escapes", [](Size size) { return repeated("\"", R"(\U20ac)", "\"", size); }},

@@ -17,6 +17,7 @@ namespace korvan {
 namespace {
 
 using Array = PropertyListValue::Array;
+using namespace std::string_literals;
 using Entry = PropertyListDictionary::Entry;
 
 std::string keysOf(const PropertyListDictionary& dictionary) {
@@ -245,6 +246,19 @@ TEST(PropertyListDictionary, OrdersKeysThatBeginAlike) {
                          {.key = "credential"_text, .value = 3}});
 
   EXPECT_EQ(keysOf(dictionary), "credential credentialID credentials ");
+}
+
+TEST(PropertyListDictionary, TellsApartKeysThatDifferInZerosAtTheirEnd) {
+  for (const std::string& longest : {"a\0\0"s, "a\0\0\0\0\0\0\0\0"s}) {
+    const PropertyListDictionary dictionary(std::vector<Entry>{{.key = Text(longest), .value = 3},
+                                                               {.key = Text("a\0"s), .value = 2},
+                                                               {.key = "a"_text, .value = 1}});
+
+    ASSERT_EQ(dictionary.size(), 3U);
+    EXPECT_EQ(dictionary.entries()[0].key.view(), "a");
+    EXPECT_EQ(dictionary.entries()[1].key.view(), "a\0"s);
+    EXPECT_EQ(dictionary.entries()[2].key.view(), longest);
+  }
 }
 
 TEST(PropertyListDictionary, CountsTheLastOfARepeatedKey) {
