@@ -260,7 +260,7 @@ std::expected<Call, std::string> parseCall(std::string_view line) {
   try {
     return readCall(parseJson(line));
   } catch (const InvalidLine& invalid) {
-    return std::unexpected(invalid.what());
+    return std::unexpected(invalid.reason());
   }
 }
 

@@ -286,6 +286,17 @@ TEST(CallParser, RefusesWhatIsNoCallAndSaysWhy) {
   }
 }
 
+TEST(CallParser, SaysWhyToTheEndWhereItQuotesTheCharacterZero) {
+  using namespace std::string_literals;
+  const std::string asKey = parseCall(R"({"entryPoint":"a","\u0000":1,"\u0000":2})").error();
+  EXPECT_THAT(asKey, StartsWith("The key \0 is given twice"s));
+  EXPECT_TRUE(asKey.ends_with('.')) << asKey;
+
+  const std::string asValue = parseCall(R"({"entryPoint":"a\u0000b"})").error();
+  EXPECT_THAT(asValue, StartsWith("entryPoint is \"a\0b\"; "s));
+  EXPECT_TRUE(asValue.ends_with('.')) << asValue;
+}
+
 TEST(CallParser, RefusesDeeplyNestedLinesWithoutHarm) {
   constexpr std::size_t Depth = 100'000;
   EXPECT_FALSE(parseCall(std::string(Depth, '[')).has_value());

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -14,10 +16,20 @@
 
 namespace korvan::lab {
 
-/// A line that is no call: what() is a sentence that names the place and what would be right.
+/// A line that is no call.
 class InvalidLine : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit InvalidLine(std::string reason)
+      : std::runtime_error(reason),
+        reason_(std::make_shared<const std::string>(std::move(reason))) {}
+
+  /// A sentence that names the place and what would be right. It may quote U+0000, where what()
+  /// ends.
+  [[nodiscard]] const std::string& reason() const noexcept { return *reason_; }
+
+ private:
+  /// Shared, so that no copy can throw.
+  std::shared_ptr<const std::string> reason_;
 };
 
 /// Reads the fields of a JSON object. An absent or null field is none; one of another type throws
