@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <semaphore>
-#include <tuple>
 #include <utility>
 
 namespace korvan {
@@ -33,6 +32,11 @@ LinuxQueues::LinuxQueues(GMainContext* mainContext)
       backgroundPool_(g_thread_pool_new(runOnThreadOfPool, this, Unlimited, FALSE, nullptr)) {}
 
 LinuxQueues::~LinuxQueues() {
+  {
+    const std::scoped_lock lock(mutex_);
+    isEnding_ = true;
+  }
+  submitted_.notify_one();
   while (GSource* retry =
              g_main_context_find_source_by_user_data(mainContext_.get(), backgroundPool_)) {
     g_source_destroy(retry);
@@ -41,7 +45,8 @@ LinuxQueues::~LinuxQueues() {
     g_usleep(RetryMicroseconds);
   }
   g_thread_pool_free(backgroundPool_, FALSE, TRUE);
-  g_assert(unfinished_.load(std::memory_order_acquire) == 0);
+  const std::scoped_lock lock(mutex_);
+  g_assert(freeThreads_ == 0 && awaitingThread_ == 0);
 }
 
 void LinuxQueues::asyncMain(Work work) const { mainQueue_.submit(std::move(work)); }
@@ -57,24 +62,35 @@ void LinuxQueues::syncMain(const Work& work) const {
 
 void LinuxQueues::asyncBackground(Work work, Work mainWork) const {
   BackgroundWork background{.work = std::move(work), .mainWork = std::move(mainWork)};
-  if (giveToFreeThread(background)) {
+  std::unique_lock lock(mutex_);
+  if (forFreeThreads_.size() < freeThreads_) {
+    forFreeThreads_.push_back(std::move(background));
+    const bool isAwaited = isThreadWaiting_;
+    lock.unlock();
+    if (isAwaited) {
+      submitted_.notify_one();
+    }
     return;
   }
+  ++awaitingThread_;
   auto* const queued = new BackgroundWork(std::move(background));
-  unfinished_.fetch_add(1, std::memory_order_release);
-  if (!g_thread_pool_push(backgroundPool_, queued, nullptr)) {
+  const bool isStarted = g_thread_pool_push(backgroundPool_, queued, nullptr) != FALSE;
+  lock.unlock();
+  if (!isStarted) {
     startThreadsLater();
   }
 }
 
 void LinuxQueues::runOnThreadOfPool(gpointer work, gpointer queues) noexcept {
   const auto& self = *static_cast<const LinuxQueues*>(queues);
-  std::ignore = self.unfinished_.load(std::memory_order_acquire);
   const std::unique_ptr<BackgroundWork> owned(static_cast<BackgroundWork*>(work));
+  {
+    const std::scoped_lock lock(self.mutex_);
+    --self.awaitingThread_;
+  }
   do {
     self.run(*owned);
   } while (self.takeForFreeThread(*owned));
-  self.unfinished_.fetch_sub(1, std::memory_order_release);
 }
 
 void LinuxQueues::run(BackgroundWork& background) const {
@@ -90,17 +106,14 @@ void LinuxQueues::run(BackgroundWork& background) const {
   }
 }
 
-bool LinuxQueues::giveToFreeThread(BackgroundWork& work) const {
-  const std::scoped_lock lock(mutex_);
-  if (forFreeThreads_.size() == freeThreads_) {
-    return false;
-  }
-  forFreeThreads_.push_back(std::move(work));
-  return true;
-}
-
 bool LinuxQueues::takeForFreeThread(BackgroundWork& work) const {
-  const std::scoped_lock lock(mutex_);
+  std::unique_lock lock(mutex_);
+  // Work that got no thread needs this one.
+  if (!isThreadWaiting_ && awaitingThread_ == 0) {
+    isThreadWaiting_ = true;
+    submitted_.wait(lock, [this] { return isEnding_ || !forFreeThreads_.empty(); });
+    isThreadWaiting_ = false;
+  }
   --freeThreads_;
   if (forFreeThreads_.empty()) {
     return false;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -39,9 +39,10 @@ class LinuxQueues final : public Queues {
 
   void syncMain(const std::function<void()>& work) const override;
 
-  /// As many threads run as there is work. A thread that is done waits for more, for half a second
-  /// in this pool and then for 15 seconds as one of at most two spare ones of the process (GLib's
-  /// defaults), so that successive requests share one thread. Linux has no quality-of-service
+  /// As many threads run as there is work. A thread that is done waits for more, so that successive
+  /// requests share one thread: one thread for as long as this object lives, others for half a
+  /// second in this pool and then for 15 seconds as one of at most two spare ones of the process
+  /// (GLib's defaults). Linux has no quality-of-service
   /// class: the threads run with the ordinary priority.
   ///
   /// When the system refuses a new thread, the work waits for the next thread that is done or that
@@ -57,7 +58,7 @@ class LinuxQueues final : public Queues {
 
   static void runOnThreadOfPool(gpointer work, gpointer queues) noexcept;
   void run(BackgroundWork& work) const;
-  [[nodiscard]] bool giveToFreeThread(BackgroundWork& work) const;
+  /// False when the thread is not needed any more.
   [[nodiscard]] bool takeForFreeThread(BackgroundWork& work) const;
   void startThreadsLater() const;
 
@@ -68,15 +69,20 @@ class LinuxQueues final : public Queues {
   const std::unique_ptr<GMainContext, ReleaseContext> mainContext_;
   const MainQueueSource mainQueue_;
   GThreadPool* const backgroundPool_;
+  /// Of what follows. Tools that watch threads cannot see into GLib's locks: each hand-over from
+  /// thread to thread goes through this one as well.
   mutable std::mutex mutex_;
+  /// Wakes the thread that waits.
+  mutable std::condition_variable submitted_;
   /// Threads that are done with their work and have nothing left to do but to hand its main work
-  /// over.
+  /// over, or wait.
   mutable std::size_t freeThreads_ = 0;
   /// Work for them: never more than there are of them.
   mutable std::vector<BackgroundWork> forFreeThreads_;
-  /// Work given to the pool that its threads are not done with. Tools that watch threads cannot see
-  /// into GLib's locks; each hand-over from thread to thread goes through this as well.
-  mutable std::atomic<std::size_t> unfinished_ = 0;
+  mutable bool isThreadWaiting_ = false;
+  /// Work given to the pool that no thread has begun with.
+  mutable std::size_t awaitingThread_ = 0;
+  bool isEnding_ = false;
 };
 
 }  // namespace korvan

@@ -21,6 +21,9 @@ namespace {
 
 class LinuxQueuesTest : public testing::Test {
  protected:
+  // No thread of an earlier test is there for work that is to get none.
+  static void SetUpTestSuite() { g_thread_pool_set_max_unused_threads(0); }
+
   void SetUp() override { queues_ = std::make_unique<LinuxQueues>(context_); }
 
   void TearDown() override {
@@ -221,22 +224,28 @@ class Chain {
   explicit Chain(const LinuxQueues& queues) : queues_(queues) {}
 
   void submit(int remaining) {
-    queues_.asyncBackground([this] { ++ran_; },
-                            [this, remaining] {
-                              if (remaining > 1) {
-                                submit(remaining - 1);
-                              } else {
-                                isDone_ = true;
-                              }
-                            });
+    queues_.asyncBackground(
+        [this] {
+          ++ran_;
+          threads_.insert(::gettid());
+        },
+        [this, remaining] {
+          if (remaining > 1) {
+            submit(remaining - 1);
+          } else {
+            isDone_ = true;
+          }
+        });
   }
 
   [[nodiscard]] int ran() const { return ran_; }
+  [[nodiscard]] std::size_t threads() const { return threads_.size(); }
   [[nodiscard]] const bool& isDone() const { return isDone_; }
 
  private:
   const LinuxQueues& queues_;
   std::atomic<int> ran_ = 0;
+  std::set<pid_t> threads_;
   bool isDone_ = false;
 };
 
@@ -259,6 +268,16 @@ TEST_F(LinuxQueuesTest, EachWorkRunsHoweverSoonItFollowsAnother) {
   EXPECT_EQ(second.ran(), Length);
   released.count_down();
   endBackgroundWork();
+}
+
+TEST_F(LinuxQueuesTest, WorkThatFollowsOtherWorkStaysOnItsThread) {
+  constexpr int Length = 100;
+  Chain chain(*queues_);
+  chain.submit(Length);
+  runUntil(chain.isDone());
+  endBackgroundWork();
+  EXPECT_EQ(chain.ran(), Length);
+  EXPECT_EQ(chain.threads(), 1U);
 }
 
 TEST_F(LinuxQueuesTest, BackgroundWorkIsReleasedOnceItHasRun) {
@@ -316,7 +335,6 @@ class NoMoreThreads {
 };
 
 TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnceThereIsOne) {
-  g_thread_pool_stop_unused_threads();
   std::atomic<bool> ran = false;
   bool done = false;
   {
@@ -332,8 +350,21 @@ TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnceThereIsOne) {
   endBackgroundWork();
 }
 
+TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnTheNextOneThatIsDone) {
+  std::latch released(1);
+  bool done = false;
+  queues_->asyncBackground([&] { released.wait(); });
+  {
+    const NoMoreThreads limit;
+    queues_->asyncBackground([] {}, [&] { done = true; });
+    released.count_down();
+    runUntil(done);
+  }
+  endBackgroundWork();
+  EXPECT_TRUE(done);
+}
+
 TEST_F(LinuxQueuesTest, TheDestructorRunsWorkThatGotNoThread) {
-  g_thread_pool_stop_unused_threads();
   bool ran = false;
   {
     const NoMoreThreads limit;
