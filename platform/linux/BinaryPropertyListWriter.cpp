@@ -88,15 +88,19 @@ std::uint64_t hashOfBytes(std::string_view bytes) {
     return hashOfFew(size, bytes);
   }
   const char* const first = bytes.data();
-  if (size < 2 * WordSize) {
+  constexpr std::size_t BlockSize = 2 * WordSize;
+  if (size <= BlockSize) {
     return mixed(wordAt(first) + size, wordAt(first + size - WordSize));
   }
   const auto hashOfBlockAt = [=](std::size_t offset) {
     return mixed(wordAt(first + offset) + offset, wordAt(first + offset + WordSize));
   };
+  // Identifiers and hashes.
+  if (size <= 2 * BlockSize) {
+    return size + hashOfBlockAt(0) + hashOfBlockAt(size - BlockSize);
+  }
   // The ends of long ones tell them apart well enough, and cost the same for 4 MiB as for 128.
   constexpr std::size_t EndSize = 64;
-  constexpr std::size_t BlockSize = 2 * WordSize;
   const std::size_t headSize = std::min(EndSize, size - BlockSize);
   const std::size_t tailSize = std::min(EndSize, size - headSize);
   std::uint64_t hash = size;
@@ -117,9 +121,15 @@ class ObjectTable {
     objects_.reserve(InitialSlots / 2);
   }
 
-  // Each of these answers where the object is, which is appended when there is none like it yet.
+  /// Where an object is, and whether it was appended for that.
+  struct Insertion {
+    std::size_t index = 0;
+    bool isNew = false;
+  };
 
-  std::size_t insertBytes(Kind kind, std::string_view bytes) {
+  // An object is appended when there is none like it yet.
+
+  Insertion insertBytes(Kind kind, std::string_view bytes) {
     const auto isSame = [=](const Object& other) {
       return other.kind == kind && other.bytes() == bytes;
     };
@@ -127,14 +137,14 @@ class ObjectTable {
                   isSame);
   }
 
-  std::size_t insertNumber(Kind kind, std::uint64_t bits) {
+  Insertion insertNumber(Kind kind, std::uint64_t bits) {
     const auto isSame = [=](const Object& other) {
       return other.kind == kind && other.number == bits;
     };
     return insert({.kind = kind, .number = bits}, mixed(std::to_underlying(kind), bits), isSame);
   }
 
-  std::size_t insertContainer(Kind kind, const void* container, std::size_t size) {
+  Insertion insertContainer(Kind kind, const void* container, std::size_t size) {
     const auto isSame = [=](const Object& other) {
       return other.kind == kind && other.first == container;
     };
@@ -184,41 +194,48 @@ class ObjectTable {
   }
 
   template <typename IsSame>
-  std::size_t insert(const Object& object, std::uint64_t wideHash, IsSame isSame) {
-    if (objects_.size() * 2 >= slots_.size()) {
+  Insertion insert(const Object& object, std::uint64_t wideHash, IsSame isSame) {
+    const std::size_t count = objects_.size();
+    if (count * 2 > mask_) {
       resize(slots_.size() * 4);
     }
     const auto hash = static_cast<std::uint32_t>(wideHash);
     for (std::size_t probe = 0; probe < MaxProbes; ++probe) {
       Slot& slot = slotFor(hash, probe);
       if (slot == EmptySlot) {
-        slot = static_cast<Slot>(objects_.size() + 1);
-        return append(object, hash);
+        slot = static_cast<Slot>(count + 1);
+        append(object, hash);
+        return {count, true};
       }
       const Object& other = objects_[slot - 1];
       if (other.hash == hash && isSame(other)) {
-        return slot - 1;
+        return {slot - std::size_t{1}, false};
       }
     }
-    const auto [place, isNew] = crowded_.try_emplace(orderOf(object), objects_.size());
-    return isNew ? append(object, hash) : place->second;
+    return insertCrowded(object, hash);
   }
 
-  std::size_t append(const Object& object, std::uint32_t hash) {
+  [[gnu::cold]] Insertion insertCrowded(const Object& object, std::uint32_t hash) {
+    const auto [place, isNew] = crowded_.try_emplace(orderOf(object), objects_.size());
+    if (isNew) {
+      append(object, hash);
+    }
+    return {place->second, isNew};
+  }
+
+  void append(const Object& object, std::uint32_t hash) {
     objects_.emplace_back(object.kind, object.height, hash, object.first, object.size,
                           object.number);
-    return objects_.size() - 1;
   }
 
-  Slot& slotFor(std::uint32_t hash, std::size_t probe) {
-    return slots_[(hash + probe) & (slots_.size() - 1)];
-  }
+  Slot& slotFor(std::uint32_t hash, std::size_t probe) { return slots_[(hash + probe) & mask_]; }
 
-  void resize(std::size_t slots) {
+  [[gnu::noinline]] void resize(std::size_t slots) {
     if (slots > MaxSlots) {
       throw std::length_error("A property list of so many objects cannot be written.");
     }
     slots_.assign(slots, EmptySlot);
+    mask_ = slots - 1;
     for (std::size_t index = 0; index < objects_.size(); ++index) {
       place(index);
     }
@@ -237,6 +254,8 @@ class ObjectTable {
 
   std::pmr::vector<Object> objects_;
   std::pmr::vector<Slot> slots_;
+  /// One less than there are slots, which are a power of two.
+  std::size_t mask_ = InitialSlots - 1;
   /// Whatever found all its slots taken. A relying party chooses the values, and could choose ones
   /// that collide: in here that costs them a logarithm and no more.
   std::map<Order, std::size_t> crowded_;
@@ -293,7 +312,7 @@ class Flattener {
       return addText(text->view());
     }
     if (const auto* data = value.data()) {
-      return objects_.insertBytes(Kind::data, viewOf(data->bytes()));
+      return objects_.insertBytes(Kind::data, viewOf(data->bytes())).index;
     }
     if (const auto* array = value.array()) {
       return addArray(*array);
@@ -306,32 +325,32 @@ class Flattener {
 
   Reference addNumber(const PropertyListValue& value) {
     if (const auto boolean = value.boolean()) {
-      return objects_.insertNumber(Kind::boolean, *boolean ? 1 : 0);
+      return objects_.insertNumber(Kind::boolean, *boolean ? 1 : 0).index;
     }
     if (const auto integer = value.integer()) {
-      return objects_.insertNumber(Kind::integer, static_cast<std::uint64_t>(*integer));
+      return objects_.insertNumber(Kind::integer, static_cast<std::uint64_t>(*integer)).index;
     }
     if (const auto integer = value.largeInteger()) {
-      return objects_.insertNumber(Kind::largeInteger, *integer);
+      return objects_.insertNumber(Kind::largeInteger, *integer).index;
     }
     if (const auto real = value.real()) {
-      return objects_.insertNumber(Kind::real, std::bit_cast<std::uint64_t>(*real));
+      return objects_.insertNumber(Kind::real, std::bit_cast<std::uint64_t>(*real)).index;
     }
     if (const auto date = value.date()) {
-      return objects_.insertNumber(Kind::date,
-                                   std::bit_cast<std::uint64_t>(date->secondsSinceReferenceDate));
+      return objects_
+          .insertNumber(Kind::date, std::bit_cast<std::uint64_t>(date->secondsSinceReferenceDate))
+          .index;
     }
     if (const auto uid = value.uid()) {
-      return objects_.insertNumber(Kind::uid, uid->value);
+      return objects_.insertNumber(Kind::uid, uid->value).index;
     }
     return fail("The value at", value.isNull() ? " is null, which a property list cannot hold."
                                                : " is a set, which a property list cannot hold.");
   }
 
   Reference addText(std::string_view text) {
-    const std::size_t count = objects_.size();
-    const std::size_t index = objects_.insertBytes(Kind::text, text);
-    if (index == count && !unicode::isAscii(text)) {
+    const auto [index, isNew] = objects_.insertBytes(Kind::text, text);
+    if (isNew && !unicode::isAscii(text)) {
       const auto units = utf16UnitsOf(text);
       if (!units) {
         return fail("The text at", " is not valid UTF-8.");
@@ -381,9 +400,8 @@ class Flattener {
   template <typename Container, typename Fill>
   Reference addContainer(Kind kind, const Container& container, std::size_t referenceCount,
                          Fill fill) {
-    const std::size_t count = objects_.size();
-    const std::size_t index = objects_.insertContainer(kind, &container, std::size(container));
-    if (index == count && !fillContainer(index, referenceCount, fill)) {
+    const auto [index, isNew] = objects_.insertContainer(kind, &container, std::size(container));
+    if (isNew && !fillContainer(index, referenceCount, fill)) {
       return NoReference;
     }
     tallest_ = std::max<std::size_t>(tallest_, objects_[index].height);
@@ -527,6 +545,21 @@ class Output {
 
   void byte(std::uint64_t value) { *next_++ = static_cast<std::uint8_t>(value); }
 
+  void numbersOfOneByte(std::span<const std::size_t> values) {
+    next_ = std::ranges::transform(values, next_, [](std::size_t value) {
+              return static_cast<std::uint8_t>(value);
+            }).out;
+  }
+
+  /// A number of eight bytes.
+  void word(std::uint64_t value) {
+    if constexpr (std::endian::native == std::endian::little) {
+      value = std::byteswap(value);
+    }
+    std::memcpy(next_, &value, sizeof value);
+    next_ += sizeof value;
+  }
+
   void number(std::uint64_t value, std::size_t width) {
     // Nearly all references and offsets of messages.
     if (width <= 2) {
@@ -587,6 +620,9 @@ class Output {
 };
 
 void writeReferences(Output& output, std::span<const std::size_t> references, std::size_t width) {
+  if (width == 1) {
+    return output.numbersOfOneByte(references);
+  }
   for (const std::size_t reference : references) {
     output.number(reference, width);
   }
@@ -614,14 +650,14 @@ void writeObject(Output& output, const Object& object, const Flattener& flat,
       return output.integer(object.number);
     case Kind::largeInteger:
       output.byte(format::IntegerMarker | 4U);
-      output.number(0, sizeof object.number);
-      return output.number(object.number, sizeof object.number);
+      output.word(0);
+      return output.word(object.number);
     case Kind::real:
       output.byte(format::RealMarker | 3U);
-      return output.number(object.number, sizeof object.number);
+      return output.word(object.number);
     case Kind::date:
       output.byte(format::DateMarker);
-      return output.number(object.number, sizeof object.number);
+      return output.word(object.number);
     case Kind::uid:
       output.byte(format::UidMarker | (integerWidthOf(object.number) - 1));
       return output.number(object.number, integerWidthOf(object.number));
@@ -640,13 +676,11 @@ void writeObject(Output& output, const Object& object, const Flattener& flat,
 }
 
 void writeTrailer(Output& output, const Layout& layout, std::size_t objectCount) {
-  constexpr std::size_t UnusedSize = 6;
-  output.number(0, UnusedSize);
-  output.byte(layout.offsetWidth);
-  output.byte(layout.referenceWidth);
-  output.number(objectCount, sizeof(std::uint64_t));
-  output.number(0, sizeof(std::uint64_t));  // The root was the first object met.
-  output.number(layout.tableOffset, sizeof(std::uint64_t));
+  // Six unused bytes and the two widths.
+  output.word(layout.offsetWidth << 8 | layout.referenceWidth);
+  output.word(objectCount);
+  output.word(0);  // The root was the first object met.
+  output.word(layout.tableOffset);
 }
 
 Data assemble(const Flattener& flat) {
