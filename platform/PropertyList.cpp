@@ -121,7 +121,11 @@ struct Shared {
   explicit Shared(Container contents) noexcept : container(std::move(contents)) {}
   Shared(const Shared&) = delete;
   Shared& operator=(const Shared&) = delete;
-  ~Shared() { Release::of(container); }
+  ~Shared() {
+    if (!std::empty(container)) {
+      Release::of(container);
+    }
+  }
 
   Container container;
 };
@@ -257,7 +261,7 @@ std::optional<PropertyListDictionary> PropertyListValue::takeDictionary() && {
     return **held;
   }
   // Nobody else can see it, and it was not made const: see share().
-  return std::move(*std::const_pointer_cast<PropertyListDictionary>(*held));
+  return std::move(const_cast<PropertyListDictionary&>(**held));
 }
 
 bool PropertyListValue::truthValue() const noexcept {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -36,18 +37,12 @@ class Text {
   /// The text of the `size` bytes of `utf8` from `offset` on, which the caller has checked to
   /// exist.
   static Text sliceOf(const Data& utf8, std::size_t offset, std::size_t size) noexcept {
-    Text text;
-    text.text_ = size <= MaxShortSize ? Storage(Short({viewOf(utf8).data() + offset, size}))
-                                      : Storage(utf8.slice(offset, size));
-    return text;
+    return size <= MaxShortSize ? Text(Storage(Short({viewOf(utf8).data() + offset, size})))
+                                : Text(Storage(utf8.slice(offset, size)));
   }
 
   /// Refers to characters that outlive the program's work, such as a literal's; see `_text`.
-  static Text ofStatic(std::string_view characters) noexcept {
-    Text text;
-    text.text_ = characters;
-    return text;
-  }
+  static Text ofStatic(std::string_view characters) noexcept { return Text(Storage(characters)); }
 
   [[nodiscard]] std::string_view view() const noexcept {
     if (const auto* const brief = std::get_if<Short>(&text_)) {
@@ -75,6 +70,9 @@ class Text {
   };
 
   using Storage = std::variant<Short, std::string_view, Data>;
+
+  template <std::same_as<Storage> Stored>
+  explicit Text(Stored text) noexcept : text_(std::move(text)) {}
 
   static Data copyOf(std::string_view text);
 

@@ -99,7 +99,10 @@ bool BinaryPropertyListReader::readTrailer() {
   return true;
 }
 
-PropertyListValue BinaryPropertyListReader::readObject(std::size_t referrer, std::uint64_t index) {
+// All that it takes to read a key or a small value is compiled into one piece. Containers stay out
+// of it: each that is inside another takes a frame of the stack.
+[[gnu::flatten]] PropertyListValue BinaryPropertyListReader::readObject(std::size_t referrer,
+                                                                        std::uint64_t index) {
   Object object;
   if (!locate(referrer, index, object)) {
     return {};
@@ -250,7 +253,7 @@ bool BinaryPropertyListReader::openAscii(Object& object) {
   return true;
 }
 
-PropertyListValue BinaryPropertyListReader::readUtf16(Object& object) {
+[[gnu::noinline]] PropertyListValue BinaryPropertyListReader::readUtf16(Object& object) {
   const std::uint32_t state = progress_[object.index].state;
   if (state >= FirstStored) {
     return stored_[state - FirstStored].value;
@@ -279,7 +282,7 @@ PropertyListValue BinaryPropertyListReader::readUtf16(Object& object) {
   return text;
 }
 
-PropertyListValue BinaryPropertyListReader::readItems(Object& object) {
+[[gnu::noinline]] PropertyListValue BinaryPropertyListReader::readItems(Object& object) {
   const std::size_t outerTallest = std::exchange(tallest_, 0);
   if (!open(object, referenceWidth_)) {
     return {};
@@ -294,7 +297,7 @@ PropertyListValue BinaryPropertyListReader::readItems(Object& object) {
                                                   : PropertyListValue(std::move(items)));
 }
 
-PropertyListValue BinaryPropertyListReader::readDictionary(Object& object) {
+[[gnu::noinline]] PropertyListValue BinaryPropertyListReader::readDictionary(Object& object) {
   const std::size_t outerTallest = std::exchange(tallest_, 0);
   if (!open(object, 2 * referenceWidth_)) {
     return {};
@@ -316,6 +319,14 @@ void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vect
   for (std::size_t place = 0; place < dictionary.count && !hasFailed(); ++place) {
     readKey(dictionary, place, keys);
   }
+  const auto isOutOfOrder = [this](const Key& left, const Key& right) {
+    return left.prefix > right.prefix ||
+           (left.prefix == right.prefix && viewOf(left) >= viewOf(right));
+  };
+  // As a writer that sorts them leaves them.
+  if (std::ranges::adjacent_find(keys, isOutOfOrder) == keys.end()) {
+    return;
+  }
   // By text; keys with the same text in the order of their places.
   const auto isBefore = [this](const Key& left, const Key& right) {
     if (left.prefix != right.prefix) {
@@ -333,8 +344,8 @@ void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vect
   keys.erase(keys.begin(), repeats.begin().base());
 }
 
-void BinaryPropertyListReader::readKey(const Object& dictionary, std::size_t place,
-                                       std::pmr::vector<Key>& keys) {
+[[gnu::flatten]] void BinaryPropertyListReader::readKey(const Object& dictionary, std::size_t place,
+                                                        std::pmr::vector<Key>& keys) {
   const std::size_t referrer = referrerAt(dictionary, place);
   Object object;
   if (!locate(referrer, referenceAt(dictionary, place), object)) {
@@ -527,8 +538,12 @@ std::uint64_t BinaryPropertyListReader::numberAt(std::size_t offset,
                                                  std::size_t width) const noexcept {
   const std::uint8_t* next = first_ + offset;
   std::uint64_t number = *next;
+  // Nearly all offsets and references of messages.
   if (width == 1) {
     return number;
+  }
+  if (width == 2) {
+    return (number << 8) | next[1];
   }
   while (--width > 0) {
     number = (number << 8) | *++next;
