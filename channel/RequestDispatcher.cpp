@@ -58,8 +58,8 @@ ProviderExchange exchange(const PendingRequest& pending) {
 
 bool mayLaunchHost(const PendingRequest& pending, bool connectFailed) {
   // A host that runs but does not listen is left alone: opening it again would change nothing.
-  return booleanForKey(pending.request, provider_message_key::allowsUserInteraction) &&
-         connectFailed &&
+  return connectFailed &&
+         booleanForKey(pending.request, provider_message_key::allowsUserInteraction) &&
          pending.services->workspace.runningApplicationCount(HostBundleIdentifier) == 0;
 }
 
@@ -159,13 +159,9 @@ void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
     }
     return;
   }
-  auto pending =
-      std::make_shared<PendingRequest>(PendingRequest{.services = services,
-                                                      .socketPath = std::move(socketPath),
-                                                      .encodedRequest = *std::move(encoded),
-                                                      .request = std::move(request),
-                                                      .completion = std::move(completion),
-                                                      .controller = std::move(controller)});
+  auto pending = std::make_shared<PendingRequest>(services, std::move(socketPath),
+                                                  *std::move(encoded), std::move(request),
+                                                  std::move(completion), std::move(controller));
   // Only the main thread's part owns it: what the completion owns must be released there.
   services->queues.asyncBackground([borrowed = pending.get()] { obtainAnswer(*borrowed); },
                                    [pending] { complete(*pending); });

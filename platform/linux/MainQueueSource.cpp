@@ -75,18 +75,19 @@ gboolean MainQueueSource::check(GSource* source) noexcept {
 gboolean MainQueueSource::dispatch(GSource* source, GSourceFunc /*callback*/,
                                    gpointer /*data*/) noexcept {
   Queue& queue = *reinterpret_cast<Source*>(source)->queue;
+  bool isLast = false;
   {
     const std::scoped_lock lock(queue.mutex);
     queue.running.swap(queue.waiting);
-    queue.isReady.store(queue.isClosed);
+    isLast = queue.isClosed;
+    queue.isReady.store(false);
   }
   for (auto& each : queue.running) {
     // Released as soon as it has run, before the next.
     std::exchange(each, nullptr)();
   }
   queue.running.clear();
-  const std::scoped_lock lock(queue.mutex);
-  return queue.isClosed && queue.waiting.empty() ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+  return isLast ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
 }
 
 void MainQueueSource::finalize(GSource* source) noexcept {
