@@ -205,11 +205,11 @@ class ObjectTable {
       if (slot == EmptySlot) {
         slot = static_cast<Slot>(count + 1);
         append(object, hash);
-        return {count, true};
+        return {.index = count, .isNew = true};
       }
       const Object& other = objects_[slot - 1];
       if (other.hash == hash && isSame(other)) {
-        return {slot - std::size_t{1}, false};
+        return {.index = slot - std::size_t{1}, .isNew = false};
       }
     }
     return insertCrowded(object, hash);
@@ -220,7 +220,7 @@ class ObjectTable {
     if (isNew) {
       append(object, hash);
     }
-    return {place->second, isNew};
+    return {.index = place->second, .isNew = isNew};
   }
 
   void append(const Object& object, std::uint32_t hash) {
