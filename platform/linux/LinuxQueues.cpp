@@ -72,8 +72,8 @@ void LinuxQueues::asyncBackground(Work work, Work mainWork) const {
     }
     return;
   }
-  ++awaitingThread_;
   auto* const queued = new BackgroundWork(std::move(background));
+  ++awaitingThread_;
   const bool isStarted = g_thread_pool_push(backgroundPool_, queued, nullptr) != FALSE;
   lock.unlock();
   if (!isStarted) {

@@ -42,8 +42,8 @@ class LinuxQueues final : public Queues {
   /// As many threads run as there is work. A thread that is done waits for more, so that successive
   /// requests share one thread: one thread for as long as this object lives, others for half a
   /// second in this pool and then for 15 seconds as one of at most two spare ones of the process
-  /// (GLib's defaults). Linux has no quality-of-service
-  /// class: the threads run with the ordinary priority.
+  /// (GLib's defaults). Linux has no quality-of-service class: the threads run with the ordinary
+  /// priority.
   ///
   /// When the system refuses a new thread, the work waits for the next thread that is done or that
   /// can be had: a new attempt is made every 100 ms in the main context.
