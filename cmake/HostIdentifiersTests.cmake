@@ -8,7 +8,7 @@ endfunction()
 
 function(korvan_test_refused name variable value)
   korvan_test_identifier(${name} ${variable} "${value}"
-    "PASS_REGULAR_EXPRESSION;${variable} is \".*It must be")
+    "PASS_REGULAR_EXPRESSION;${variable} is.*must")
 endfunction()
 
 set(team KORVAN_HOST_TEAM_IDENTIFIER)
@@ -22,6 +22,9 @@ korvan_test_refused(TeamWithASpaceIsRefused ${team} "ABCDE 1234")
 
 set(bundle KORVAN_HOST_BUNDLE_IDENTIFIER)
 korvan_test_identifier(ReverseDNSIsAccepted ${bundle} "com.example-1.Host" "FAIL_REGULAR_EXPRESSION;Error")
+string(REPEAT "x" 151 label)
+korvan_test_identifier(BundleOf155IsAccepted ${bundle} "com.${label}" "FAIL_REGULAR_EXPRESSION;Error")
+korvan_test_refused(BundleOf156IsRefused ${bundle} "com.x${label}")
 korvan_test_refused(EmptyBundleIsRefused ${bundle} "")
 korvan_test_refused(BundleOfOneLabelIsRefused ${bundle} "host")
 korvan_test_refused(BundleWithAnEmptyLabelIsRefused ${bundle} "com..host")

@@ -85,11 +85,14 @@ TEST_F(ResponseErrors, DescriptionThatIsNoStringCountsAsAbsent) {
 }
 
 TEST_F(ResponseErrors, WithoutTheNoticeTheCancellationIsImmediateAndTheViewUntouched) {
-  for (const PropertyListValue& flag :
-       {PropertyListValue(false), PropertyListValue(0), PropertyListValue("true")}) {
+  using Value = PropertyListValue;
+  for (const std::optional<Value>& flag : {std::optional<Value>(), std::optional<Value>(false),
+                                           std::optional<Value>(0), std::optional<Value>("true")}) {
     platform->extensionContext.endings.clear();
     ProviderMessage response = failureResponse("failed", "why");
-    response.set("showUnavailableUI"_text, flag);
+    if (flag) {
+      response.set("showUnavailableUI"_text, *flag);
+    }
     controller->cancelForResponse(response);
     expectEnding(cancellation(0, "why"));
     EXPECT_TRUE(platform->views.operations.empty());

@@ -134,6 +134,7 @@ std::ptrdiff_t FakeLocalSockets::recv(int descriptor, std::span<std::uint8_t> by
   }
   std::copy_n(connection.answer.begin() + static_cast<std::ptrdiff_t>(connection.given), count,
               bytes.begin());
+  connection.receivedInto.emplace_back(bytes);
   connection.given += count;
   return static_cast<std::ptrdiff_t>(count);
 }

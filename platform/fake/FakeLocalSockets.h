@@ -64,6 +64,8 @@ class FakeLocalSockets : public LocalSockets {
     FakePeer::Bytes received;
     /// Where each send found its bytes.
     std::vector<const std::uint8_t*> sentFrom;
+    /// Where each recv put its bytes, and for how many it had room.
+    std::vector<std::span<const std::uint8_t>> receivedInto;
     FakePeer::Bytes answer;
     std::size_t given = 0;
     std::size_t interruptionsLeft = 0;
