@@ -203,17 +203,45 @@ Data encodedList(const std::vector<Data>& items) {
   return LinuxPropertyListSerialization().encodeBinary(root).value_or(Data());
 }
 
-void decodeWholeWithLibplist(const Data& bytes) {
+plist_t wholeFromLibplist(const Data& bytes) {
   plist_t whole = nullptr;
   plist_from_bin(reinterpret_cast<const char*>(bytes.bytes().data()),
                  static_cast<std::uint32_t>(bytes.size()), &whole);
-  plist_free(whole);
+  return whole;
+}
+
+void decodeWholeWithLibplist(const Data& bytes) { plist_free(wholeFromLibplist(bytes)); }
+
+std::size_t encodeWholeWithLibplist(plist_t whole) {
+  char* bytes = nullptr;
+  std::uint32_t size = 0;
+  plist_to_bin(whole, &bytes, &size);
+  plist_to_bin_free(bytes);
+  return size;
+}
+
+/// The request as the product encodes it.
+Data encodedRequest(const PropertyListSerialization& serialization) {
+  return serialization
+      .encodeBinary(requestWith(0).controller->assertionRequestForRecord({}, true, true))
+      .value_or(Data());
+}
+
+/// The answer as the product holds it.
+PropertyListDictionary decodedAnswer(const PropertyListSerialization& serialization) {
+  return serialization.decode(encodedAnswer())
+      .value_or(PropertyListValue())
+      .takeDictionary()
+      .value_or(PropertyListDictionary());
 }
 
 /// Whether both sides do the whole of what is timed.
 bool doBothWork(const PropertyListSerialization& serialization) {
   const AssertionRequest request = requestWith(16);
   const Data bytes = encodedAnswer();
+  if (decodedAnswer(serialization).size() != 7 || encodedRequest(serialization).empty()) {
+    return false;
+  }
   const AssertionAnswer answer = decodeWithProduct(serialization, bytes);
   const bool isWhole = answer.ok && answer.userHandle.size() == 16 &&
                        answer.relyingPartyIdentifier == "example.com" &&
@@ -224,8 +252,8 @@ bool doBothWork(const PropertyListSerialization& serialization) {
 }
 
 constexpr std::array<std::size_t, 5> ListSizes = {3'750, 7'500, 15'000, 30'000, 60'000};
-/// Several lists even of the longest: the first after the other side's finds the caches full of
-/// what that left.
+/// Decoded, or encoded for the growth alone, in a row: several lists even of the longest, for the
+/// first after the other side's finds the caches full of what that left.
 constexpr std::size_t ValuesPerRound = 480'000;
 
 struct Shape {
@@ -245,6 +273,14 @@ void compareEncoding(const PropertyListSerialization& serialization) {
         [&] { benchmark::DoNotOptimize(encodeWithProduct(serialization, request)); },
         [&] { benchmark::DoNotOptimize(encodeWithLibplist(request)); });
   }
+  // What the other end does: neither side's values are built in the time taken.
+  const PropertyListDictionary answer = decodedAnswer(serialization);
+  plist_t whole = wholeFromLibplist(encodedAnswer());
+  runPairedRounds(
+      "encode answer, 7 keys", {.rounds = 21, .callsPerRound = 20'000},
+      [&] { benchmark::DoNotOptimize(serialization.encodeBinary(answer)); },
+      [&] { benchmark::DoNotOptimize(encodeWholeWithLibplist(whole)); });
+  plist_free(whole);
 }
 
 void compareDecoding(const PropertyListSerialization& serialization) {
@@ -253,6 +289,11 @@ void compareDecoding(const PropertyListSerialization& serialization) {
       "decode answer, 7 keys", {.rounds = 21, .callsPerRound = 20'000},
       [&] { benchmark::DoNotOptimize(decodeWithProduct(serialization, answer)); },
       [&] { benchmark::DoNotOptimize(decodeWithLibplist(answer)); });
+  const Data request = encodedRequest(serialization);
+  runPairedRounds(
+      "decode request, 0 allowed", {.rounds = 21, .callsPerRound = 20'000},
+      [&] { benchmark::DoNotOptimize(serialization.decode(request)); },
+      [&] { decodeWholeWithLibplist(request); });
   for (const std::size_t count : ListSizes) {
     const Data list = encodedList(*requestWith(count).parameters->allowedCredentials);
     runPairedRounds(
@@ -304,7 +345,25 @@ void DecodeAnswer(benchmark::State& state) {
   }
 }
 
+void EncodeAnswer(benchmark::State& state) {
+  const LinuxPropertyListSerialization serialization;
+  const PropertyListDictionary answer = decodedAnswer(serialization);
+  while (state.KeepRunning()) {
+    benchmark::DoNotOptimize(serialization.encodeBinary(answer));
+  }
+}
+
+void DecodeRequest(benchmark::State& state) {
+  const LinuxPropertyListSerialization serialization;
+  const Data request = encodedRequest(serialization);
+  while (state.KeepRunning()) {
+    benchmark::DoNotOptimize(serialization.decode(request));
+  }
+}
+
 BENCHMARK(EncodeRequest)->Arg(0)->Arg(16)->Arg(1'000);
+BENCHMARK(EncodeAnswer);
+BENCHMARK(DecodeRequest);
 BENCHMARK(DecodeAnswer);
 
 }  // namespace
