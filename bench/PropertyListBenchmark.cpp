@@ -80,15 +80,22 @@ AssertionRequest requestWith(std::size_t allowedCredentials) {
   return request;
 }
 
-std::size_t encodeWithProduct(const PropertyListSerialization& serialization,
-                              const AssertionRequest& request) {
-  const auto encoded =
-      serialization.encodeBinary(request.controller->assertionRequestForRecord({}, true, true));
-  return encoded ? encoded->size() : 0;
+Data encodeWithProduct(const PropertyListSerialization& serialization,
+                       const AssertionRequest& request) {
+  return serialization.encodeBinary(request.controller->assertionRequestForRecord({}, true, true))
+      .value_or(Data());
 }
 
 plist_t plistData(const Data& data) {
   return plist_new_data(reinterpret_cast<const char*>(data.bytes().data()), data.size());
+}
+
+std::size_t encodeWholeWithLibplist(plist_t whole) {
+  char* bytes = nullptr;
+  std::uint32_t size = 0;
+  plist_to_bin(whole, &bytes, &size);
+  plist_to_bin_free(bytes);
+  return size;
 }
 
 std::size_t encodeWithLibplist(const AssertionRequest& request) {
@@ -110,10 +117,7 @@ std::size_t encodeWithLibplist(const AssertionRequest& request) {
   plist_dict_set_item(message, "userVerificationPreference",
                       plist_new_string(parameters.userVerificationPreference->c_str()));
   plist_dict_set_item(message, "allowsUserInteraction", plist_new_bool(1));
-  char* bytes = nullptr;
-  std::uint32_t size = 0;
-  plist_to_bin(message, &bytes, &size);
-  plist_to_bin_free(bytes);
+  const std::size_t size = encodeWholeWithLibplist(message);
   plist_free(message);
   return size;
 }
@@ -212,21 +216,6 @@ plist_t wholeFromLibplist(const Data& bytes) {
 
 void decodeWholeWithLibplist(const Data& bytes) { plist_free(wholeFromLibplist(bytes)); }
 
-std::size_t encodeWholeWithLibplist(plist_t whole) {
-  char* bytes = nullptr;
-  std::uint32_t size = 0;
-  plist_to_bin(whole, &bytes, &size);
-  plist_to_bin_free(bytes);
-  return size;
-}
-
-/// The request as the product encodes it.
-Data encodedRequest(const PropertyListSerialization& serialization) {
-  return serialization
-      .encodeBinary(requestWith(0).controller->assertionRequestForRecord({}, true, true))
-      .value_or(Data());
-}
-
 /// The answer as the product holds it.
 PropertyListDictionary decodedAnswer(const PropertyListSerialization& serialization) {
   return serialization.decode(encodedAnswer())
@@ -239,7 +228,7 @@ PropertyListDictionary decodedAnswer(const PropertyListSerialization& serializat
 bool doBothWork(const PropertyListSerialization& serialization) {
   const AssertionRequest request = requestWith(16);
   const Data bytes = encodedAnswer();
-  if (decodedAnswer(serialization).size() != 7 || encodedRequest(serialization).empty()) {
+  if (decodedAnswer(serialization).size() != 7) {
     return false;
   }
   const AssertionAnswer answer = decodeWithProduct(serialization, bytes);
@@ -248,12 +237,12 @@ bool doBothWork(const PropertyListSerialization& serialization) {
                        answer.signature.size() == 71 && answer.clientDataHash.size() == 32 &&
                        answer.authenticatorData.size() == 37 && answer.credentialId.size() == 31;
   return isWhole && decodeWithLibplist(bytes) == 1 + 16 + 11 + 71 + 32 + 37 + 31 &&
-         encodeWithProduct(serialization, request) != 0 && encodeWithLibplist(request) != 0;
+         !encodeWithProduct(serialization, request).empty() && encodeWithLibplist(request) != 0;
 }
 
 constexpr std::array<std::size_t, 5> ListSizes = {3'750, 7'500, 15'000, 30'000, 60'000};
-/// Decoded, or encoded for the growth alone, in a row: several lists even of the longest, for the
-/// first after the other side's finds the caches full of what that left.
+/// In a row: several lists even of the longest, because the first one after the other side's turn
+/// finds the caches full of what that left.
 constexpr std::size_t ValuesPerRound = 480'000;
 
 struct Shape {
@@ -289,7 +278,7 @@ void compareDecoding(const PropertyListSerialization& serialization) {
       "decode answer, 7 keys", {.rounds = 21, .callsPerRound = 20'000},
       [&] { benchmark::DoNotOptimize(decodeWithProduct(serialization, answer)); },
       [&] { benchmark::DoNotOptimize(decodeWithLibplist(answer)); });
-  const Data request = encodedRequest(serialization);
+  const Data request = encodeWithProduct(serialization, requestWith(0));
   runPairedRounds(
       "decode request, 0 allowed", {.rounds = 21, .callsPerRound = 20'000},
       [&] { benchmark::DoNotOptimize(serialization.decode(request)); },
@@ -355,7 +344,7 @@ void EncodeAnswer(benchmark::State& state) {
 
 void DecodeRequest(benchmark::State& state) {
   const LinuxPropertyListSerialization serialization;
-  const Data request = encodedRequest(serialization);
+  const Data request = encodeWithProduct(serialization, requestWith(0));
   while (state.KeepRunning()) {
     benchmark::DoNotOptimize(serialization.decode(request));
   }
