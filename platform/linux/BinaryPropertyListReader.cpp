@@ -319,25 +319,25 @@ void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vect
   for (std::size_t place = 0; place < dictionary.count && !hasFailed(); ++place) {
     readKey(dictionary, place, keys);
   }
-  const auto isOutOfOrder = [this](const Key& left, const Key& right) {
-    return left.prefix > right.prefix ||
-           (left.prefix == right.prefix && viewOf(left) >= viewOf(right));
+  const auto orderOf = [this](const Key& left, const Key& right) {
+    return left.prefix != right.prefix ? left.prefix <=> right.prefix
+                                       : viewOf(left) <=> viewOf(right);
+  };
+  const auto isOutOfOrder = [=](const Key& left, const Key& right) {
+    return orderOf(left, right) >= 0;
   };
   // As a writer that sorts them leaves them.
   if (std::ranges::adjacent_find(keys, isOutOfOrder) == keys.end()) {
     return;
   }
   // By text; keys with the same text in the order of their places.
-  const auto isBefore = [this](const Key& left, const Key& right) {
-    if (left.prefix != right.prefix) {
-      return left.prefix < right.prefix;
-    }
-    const auto order = viewOf(left) <=> viewOf(right);
+  const auto isBefore = [=](const Key& left, const Key& right) {
+    const auto order = orderOf(left, right);
     return order < 0 || (order == 0 && left.valuePlace < right.valuePlace);
   };
   std::ranges::sort(keys, isBefore);
-  const auto isRepeat = [this](const Key& left, const Key& right) {
-    return left.prefix == right.prefix && viewOf(left) == viewOf(right);
+  const auto isRepeat = [=](const Key& left, const Key& right) {
+    return orderOf(left, right) == 0;
   };
   // Of a run of equal keys the one to stay is the last, which is the first from behind.
   const auto repeats = std::ranges::unique(std::views::reverse(keys), isRepeat);

@@ -196,7 +196,7 @@ class ObjectTable {
   template <typename IsSame>
   Insertion insert(const Object& object, std::uint64_t wideHash, IsSame isSame) {
     const std::size_t count = objects_.size();
-    if (count * 2 > mask_) {
+    if (count * 2 >= slots_.size()) {
       resize(slots_.size() * 4);
     }
     const auto hash = static_cast<std::uint32_t>(wideHash);
@@ -228,14 +228,15 @@ class ObjectTable {
                           object.number);
   }
 
-  Slot& slotFor(std::uint32_t hash, std::size_t probe) { return slots_[(hash + probe) & mask_]; }
+  Slot& slotFor(std::uint32_t hash, std::size_t probe) {
+    return slots_[(hash + probe) & (slots_.size() - 1)];
+  }
 
   [[gnu::noinline]] void resize(std::size_t slots) {
     if (slots > MaxSlots) {
       throw std::length_error("A property list of so many objects cannot be written.");
     }
     slots_.assign(slots, EmptySlot);
-    mask_ = slots - 1;
     for (std::size_t index = 0; index < objects_.size(); ++index) {
       place(index);
     }
@@ -254,8 +255,6 @@ class ObjectTable {
 
   std::pmr::vector<Object> objects_;
   std::pmr::vector<Slot> slots_;
-  /// One less than there are slots, which are a power of two.
-  std::size_t mask_ = InitialSlots - 1;
   /// Whatever found all its slots taken. A relying party chooses the values, and could choose ones
   /// that collide: in here that costs them a logarithm and no more.
   std::map<Order, std::size_t> crowded_;
@@ -545,12 +544,6 @@ class Output {
 
   void byte(std::uint64_t value) { *next_++ = static_cast<std::uint8_t>(value); }
 
-  void numbersOfOneByte(std::span<const std::size_t> values) {
-    next_ = std::ranges::transform(values, next_, [](std::size_t value) {
-              return static_cast<std::uint8_t>(value);
-            }).out;
-  }
-
   /// A number of eight bytes.
   void word(std::uint64_t value) {
     if constexpr (std::endian::native == std::endian::little) {
@@ -620,9 +613,6 @@ class Output {
 };
 
 void writeReferences(Output& output, std::span<const std::size_t> references, std::size_t width) {
-  if (width == 1) {
-    return output.numbersOfOneByte(references);
-  }
   for (const std::size_t reference : references) {
     output.number(reference, width);
   }
