@@ -110,6 +110,18 @@ TEST_F(LinuxQueuesTest, MainWorkOutlivesTheQueues) {
   EXPECT_TRUE(ran);
 }
 
+TEST_F(LinuxQueuesTest, MainWorkMayEndTheQueuesAndTheRestStillRuns) {
+  std::vector<int> order;
+  queues_->asyncMain([&] {
+    queues_->asyncMain([&] { order.push_back(3); });
+    queues_.reset();
+    order.push_back(1);
+  });
+  queues_->asyncMain([&] { order.push_back(2); });
+  runWhatIsThere();
+  EXPECT_EQ(order, (std::vector{1, 2, 3}));
+}
+
 TEST_F(LinuxQueuesTest, MainWorkIsReleasedOnceItHasRun) {
   auto owned = std::make_shared<int>();
   queues_->asyncMain([owned] {});
