@@ -68,11 +68,12 @@ SampleHostProcess& Stage::startHost(const fs::path& program,
   return hosts_.emplace_back(program, hostArguments(container(), arguments));
 }
 
-fs::path Stage::writeLauncher(const std::vector<std::string>& arguments) const {
+fs::path Stage::writeLauncher(const std::vector<std::string>& arguments,
+                              const fs::path& program) const {
   const fs::path launcher = file(LauncherName);
   std::ofstream script(launcher);
   script << "#!/bin/sh\necho $$ >" << quoted(file(LaunchedProcessName)) << "\nexec "
-         << quoted(sampleHostProgram());
+         << quoted(program);
   for (const std::string& argument : hostArguments(container(), arguments)) {
     script << ' ' << quoted(argument);
   }

@@ -35,10 +35,11 @@ class Stage {
   SampleHostProcess& startHost(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments);
 
-  /// Writes a program that, when it is opened, becomes a sample host on container() with these
-  /// arguments, and gives its path. Its events go to the file "launched.events".
+  /// Writes a launcher, a program that becomes a sample host on container() with these arguments
+  /// when it is opened, and gives its path. The host's events go to the file "launched.events".
   [[nodiscard]] std::filesystem::path writeLauncher(
-      const std::vector<std::string>& arguments) const;
+      const std::vector<std::string>& arguments,
+      const std::filesystem::path& program = sampleHostProgram()) const;
 
   /// True when a process that this one or a descendant started is there, or was and has not been
   /// waited for.

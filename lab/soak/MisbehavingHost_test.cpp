@@ -1,4 +1,4 @@
-// Real hosts that SIGKILL ends at every stage of a request.
+// Real hosts that SIGKILL ends at every stage of a request, or whose answer is none.
 
 #include <string>
 #include <vector>
@@ -9,6 +9,7 @@
 
 #include "lab/Program_testing.h"
 #include "lab/SampleHostProcess.h"
+#include "lab/Stage.h"
 #include "lab/TemporaryDirectory.h"
 #include "lab/soak/RightOutcomes.h"
 #include "lab/soak/SoakSite.h"
@@ -35,7 +36,7 @@ SoakPlan planOf(Behaviour behaviour) {
   return SoakPlan(seed, behaviour);
 }
 
-class HostDeath : public testing::TestWithParam<Behaviour> {
+class MisbehavingHost : public testing::TestWithParam<Behaviour> {
  protected:
   /// The one outcome of a call of this entry point.
   [[nodiscard]] nlohmann::json outcomeOf(const std::string& entryPoint,
@@ -78,6 +79,9 @@ class HostDeath : public testing::TestWithParam<Behaviour> {
   const SoakSite site{directory.path() / "site", plan};
 };
 
+using HostDeath = MisbehavingHost;
+using WrongAnswer = MisbehavingHost;
+
 TEST_P(HostDeath, EndsTheRequestOnceAndTheNextHostServesAgain) {
   SampleHostProcess host(site.program, {});
   ASSERT_EQ(host.nextEvent().at("event"), "ready");
@@ -95,6 +99,19 @@ TEST_P(HostDeath, OfAHostThatTheExtensionOpenedEndsInTheNotice) {
 
 INSTANTIATE_TEST_SUITE_P(AtEveryStage, HostDeath, testing::ValuesIn(Deaths),
                          [](const auto& stage) { return std::string(nameOf(stage.param)); });
+
+TEST_P(WrongAnswer, OfAHostThatTheExtensionOpenedEndsInTheNotice) {
+  const Stage stage(directory.path() / "site");
+  expectRight(outcomeOf("prepareInterfaceToProvideCredentialForRequest:",
+                        stage.writeLauncher({}, site.program)),
+              true);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, WrongAnswer,
+                         testing::Values(Behaviour::sendArray, Behaviour::sendGarbage,
+                                         Behaviour::announceNothing, Behaviour::announceTooMuch,
+                                         Behaviour::announceLess),
+                         [](const auto& kind) { return std::string(nameOf(kind.param)); });
 
 }  // namespace
 }  // namespace korvan::lab
