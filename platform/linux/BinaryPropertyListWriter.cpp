@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -116,6 +117,9 @@ std::uint64_t hashOfBytes(std::string_view bytes) {
 /// The distinct objects in the order in which they were first met.
 class ObjectTable {
  public:
+  /// Where an object is. The greatest value is never one.
+  using Index = std::uint32_t;
+
   explicit ObjectTable(std::pmr::memory_resource& memory)
       : objects_(&memory), slots_(InitialSlots, EmptySlot, &memory) {
     objects_.reserve(InitialSlots / 2);
@@ -123,7 +127,7 @@ class ObjectTable {
 
   /// Where an object is, and whether it was appended for that.
   struct Insertion {
-    std::size_t index = 0;
+    Index index = 0;
     bool isNew = false;
   };
 
@@ -156,8 +160,9 @@ class ObjectTable {
   void reserve(std::size_t count) {
     const std::size_t needed = objects_.size() + count;
     if (needed > objects_.capacity()) {
-      // At least doubled: many small requests must not copy everything each time.
-      objects_.reserve(std::max(needed, 2 * objects_.capacity()));
+      // At least doubled, since many small requests must not copy everything each time; with room
+      // for what comes after a large one, which must not copy it either.
+      objects_.reserve(std::max(needed + RoomAfter, 2 * objects_.capacity()));
     }
     if (2 * needed > slots_.size()) {
       resize(std::bit_ceil(2 * needed));
@@ -170,11 +175,12 @@ class ObjectTable {
 
  private:
   /// An object's index plus one, or `EmptySlot`.
-  using Slot = std::uint32_t;
+  using Slot = Index;
   /// What objects are told apart by, in an order.
   using Order = std::tuple<Kind, std::uint64_t, const void*, std::string_view>;
 
   static constexpr std::size_t InitialSlots = 128;
+  static constexpr std::size_t RoomAfter = 32;
   static constexpr std::size_t MaxProbes = 16;
   static constexpr Slot EmptySlot = 0;
   /// At most half of the slots are taken, so that every index fits in one.
@@ -205,18 +211,19 @@ class ObjectTable {
       if (slot == EmptySlot) {
         slot = static_cast<Slot>(count + 1);
         append(object, hash);
-        return {.index = count, .isNew = true};
+        return {.index = slot - 1, .isNew = true};
       }
       const Object& other = objects_[slot - 1];
       if (other.hash == hash && isSame(other)) {
-        return {.index = slot - std::size_t{1}, .isNew = false};
+        return {.index = slot - 1, .isNew = false};
       }
     }
     return insertCrowded(object, hash);
   }
 
   [[gnu::cold]] Insertion insertCrowded(const Object& object, std::uint32_t hash) {
-    const auto [place, isNew] = crowded_.try_emplace(orderOf(object), objects_.size());
+    const auto [place, isNew] =
+        crowded_.try_emplace(orderOf(object), static_cast<Index>(objects_.size()));
     if (isNew) {
       append(object, hash);
     }
@@ -250,14 +257,14 @@ class ObjectTable {
         return;
       }
     }
-    crowded_.emplace(orderOf(objects_[index]), index);
+    crowded_.emplace(orderOf(objects_[index]), static_cast<Index>(index));
   }
 
   std::pmr::vector<Object> objects_;
   std::pmr::vector<Slot> slots_;
   /// Whatever found all its slots taken. A relying party chooses the values, and could choose ones
   /// that collide: in here that costs them a logarithm and no more.
-  std::map<Order, std::size_t> crowded_;
+  std::map<Order, Index> crowded_;
 };
 
 /// How many UTF-16 units the text takes; none when it is not UTF-8.
@@ -293,11 +300,11 @@ class Flattener {
   }
 
   [[nodiscard]] std::span<const Object> objects() const { return objects_.all(); }
-  [[nodiscard]] std::span<const std::size_t> references() const { return references_; }
+  [[nodiscard]] std::span<const ObjectTable::Index> references() const { return references_; }
 
  private:
   /// The index of an object, or `NoReference` when there was a problem.
-  using Reference = std::size_t;
+  using Reference = ObjectTable::Index;
   static constexpr Reference NoReference = std::numeric_limits<Reference>::max();
 
   /// One step of a path: into a dictionary by key, or into an array by index.
@@ -464,7 +471,7 @@ class Flattener {
   }
 
   ObjectTable objects_;
-  std::pmr::vector<std::size_t> references_;
+  std::pmr::vector<Reference> references_;
   std::size_t depth_ = 0;
   /// The greatest height among the containers met in the container that is being filled.
   std::size_t tallest_ = 0;
@@ -555,11 +562,11 @@ class Output {
 
   void number(std::uint64_t value, std::size_t width) {
     // Nearly all references and offsets of messages.
-    if (width <= 2) {
-      if (width == 2) {
-        byte(value >> 8);
-      }
+    if (width == 1) {
       return byte(value);
+    }
+    if (width == 2) {
+      return several(value >> 8, value);
     }
     for (std::size_t shift = width * 8; shift > 0;) {
       shift -= 8;
@@ -589,6 +596,8 @@ class Output {
   void head(std::uint8_t marker, std::size_t count) {
     if (count < format::ExtendedCount) {
       byte(marker | count);
+    } else if (count <= 0xFF) {
+      several(marker | format::ExtendedCount, format::IntegerMarker, count);
     } else {
       byte(marker | format::ExtendedCount);
       integer(count);
@@ -608,12 +617,20 @@ class Output {
   }
 
  private:
+  /// Bytes in one go: one after another, each would wait for where the one before it ended.
+  void several(std::convertible_to<std::uint64_t> auto... values) {
+    const std::array bytes = {static_cast<std::uint8_t>(values)...};
+    std::memcpy(next_, bytes.data(), bytes.size());
+    next_ += bytes.size();
+  }
+
   std::uint8_t* first_;
   std::uint8_t* next_;
 };
 
-void writeReferences(Output& output, std::span<const std::size_t> references, std::size_t width) {
-  for (const std::size_t reference : references) {
+void writeReferences(Output& output, std::span<const ObjectTable::Index> references,
+                     std::size_t width) {
+  for (const ObjectTable::Index reference : references) {
     output.number(reference, width);
   }
 }
