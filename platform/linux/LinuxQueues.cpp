@@ -108,10 +108,11 @@ void LinuxQueues::run(BackgroundWork& background) const {
 
 bool LinuxQueues::takeForFreeThread(BackgroundWork& work) const {
   std::unique_lock lock(mutex_);
-  // Work that got no thread needs this one.
-  if (!isThreadWaiting_ && awaitingThread_ == 0) {
+  if (!isThreadWaiting_) {
     isThreadWaiting_ = true;
-    submitted_.wait(lock, [this] { return isEnding_ || !forFreeThreads_.empty(); });
+    // Work that got no thread needs this one.
+    submitted_.wait(
+        lock, [this] { return isEnding_ || !forFreeThreads_.empty() || awaitingThread_ > 0; });
     isThreadWaiting_ = false;
   }
   --freeThreads_;

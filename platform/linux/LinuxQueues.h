@@ -29,8 +29,8 @@ class LinuxQueues final : public Queues {
   LinuxQueues& operator=(LinuxQueues&&) = delete;
 
   /// Waits until all background work has run. On the main thread, and when no background work is
-  /// left that calls syncMain(), which could then not return. Main-thread work stays with the
-  /// context.
+  /// left that calls syncMain(), which could then not return, or asyncBackground(). Main-thread
+  /// work stays with the context.
   ~LinuxQueues() override;
 
   /// Work runs in iterations of the context at G_PRIORITY_DEFAULT, in order of submission, never
@@ -58,7 +58,7 @@ class LinuxQueues final : public Queues {
 
   static void runOnThreadOfPool(gpointer work, gpointer queues) noexcept;
   void run(BackgroundWork& work) const;
-  /// False when the thread is not needed any more.
+  /// False when the thread is to go back to the pool, which has work for it or none.
   [[nodiscard]] bool takeForFreeThread(BackgroundWork& work) const;
   void startThreadsLater() const;
 

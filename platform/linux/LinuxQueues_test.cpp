@@ -364,16 +364,52 @@ TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnceThereIsOne) {
 
 TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnTheNextOneThatIsDone) {
   std::latch released(1);
+  pid_t first = 0;
+  pid_t second = 0;
   bool done = false;
-  queues_->asyncBackground([&] { released.wait(); });
+  queues_->asyncBackground([&] {
+    released.wait();
+    first = ::gettid();
+  });
   {
     const NoMoreThreads limit;
-    queues_->asyncBackground([] {}, [&] { done = true; });
+    queues_->asyncBackground([&] { second = ::gettid(); }, [&] { done = true; });
     released.count_down();
     runUntil(done);
   }
   endBackgroundWork();
-  EXPECT_TRUE(done);
+  EXPECT_EQ(second, first);
+}
+
+TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadDoesNotWaitForOtherWorkBesideAFreeThread) {
+  // Who of the two threads takes which work is left to chance.
+  constexpr int Rounds = 300;
+  for (int round = 0; round < Rounds; ++round) {
+    std::latch isBusy(1);
+    std::latch released(1);
+    queues_->asyncBackground([&] {
+      isBusy.count_down();
+      released.wait();
+    });
+    isBusy.wait();
+    bool isFree = false;
+    queues_->asyncBackground([] {}, [&] { isFree = true; });
+    runUntil(isFree);
+    {
+      const NoMoreThreads limit;
+      std::latch ran(1);
+      int done = 0;
+      queues_->asyncBackground([&] { ran.wait(); }, [&] { ++done; });
+      queues_->asyncBackground([&] { ran.count_down(); }, [&] { ++done; });
+      released.count_down();
+      while (done < 2) {
+        g_main_context_iteration(context_, TRUE);
+      }
+    }
+    endBackgroundWork();
+    SetUp();
+  }
+  SUCCEED() << "Otherwise one of the two had waited for ever.";
 }
 
 TEST_F(LinuxQueuesTest, TheDestructorRunsWorkThatGotNoThread) {
