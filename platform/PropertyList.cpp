@@ -261,7 +261,7 @@ std::optional<PropertyListDictionary> PropertyListValue::takeDictionary() && {
     return **held;
   }
   // Nobody else can see it, and it was not made const: see share().
-  return std::move(const_cast<PropertyListDictionary&>(**held));
+  return std::move(*std::const_pointer_cast<PropertyListDictionary>(*held));
 }
 
 bool PropertyListValue::truthValue() const noexcept {
