@@ -153,7 +153,9 @@ class ScriptedPeer {
     ::close(listener_);
   }
 
+  /// Waits until the part is played. A client that has not connected by now does not.
   void finish() {
+    ::shutdown(listener_, SHUT_RDWR);
     if (thread_.joinable()) {
       thread_.join();
     }
@@ -193,7 +195,7 @@ void waitUntilAsleep(pid_t thread) {
   }
 }
 
-TEST_F(RealSocket, WaitsForAPeerThatStallsAtEveryByte) {
+TEST_F(RealSocket, WaitsForAPeerThatStallsAtEveryByteOfItsAnswer) {
   constexpr std::size_t RequestSize = 4'000'000;
   constexpr std::size_t RequestPart = 250'000;
   const std::string answer("\0\0\0\5Later", 9);

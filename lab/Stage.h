@@ -35,8 +35,9 @@ class Stage {
   SampleHostProcess& startHost(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments);
 
-  /// Writes a launcher, a program that becomes a sample host on container() with these arguments
-  /// when it is opened, and gives its path. The host's events go to the file "launched.events".
+  /// Writes a launcher, which becomes `program` when it is opened, and gives its path. The program
+  /// gets container() and these arguments as a sample host does, and its events go to the file
+  /// "launched.events".
   [[nodiscard]] std::filesystem::path writeLauncher(
       const std::vector<std::string>& arguments,
       const std::filesystem::path& program = sampleHostProgram()) const;

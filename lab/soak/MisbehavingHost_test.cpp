@@ -20,6 +20,7 @@ namespace {
 
 using soak::Behaviour;
 using soak::SoakPlan;
+using Event = soak::SoakRecord::Event;
 using testing::Contains;
 
 constexpr auto Deaths = {Behaviour::dieBeforeAccept,      Behaviour::dieAtOnce,
@@ -72,11 +73,20 @@ class MisbehavingHost : public testing::TestWithParam<Behaviour> {
     EXPECT_EQ(outcome.at("noticeShown"), isLaunched) << outcome;
   }
 
+  /// What the hosts have told since the last call.
+  [[nodiscard]] std::vector<Event> events() {
+    std::vector<Event> events;
+    for (const soak::SoakRecord& record : site.log.next()) {
+      events.push_back(record.event);
+    }
+    return events;
+  }
+
   [[nodiscard]] std::string container() const { return directory.path() / "site" / "container"; }
 
   TemporaryDirectory directory;
   const SoakPlan plan = planOf(GetParam());
-  const SoakSite site{directory.path() / "site", plan};
+  SoakSite site{directory.path() / "site", plan};
 };
 
 using HostDeath = MisbehavingHost;
@@ -95,6 +105,7 @@ TEST_P(HostDeath, EndsTheRequestOnceAndTheNextHostServesAgain) {
 
 TEST_P(HostDeath, OfAHostThatTheExtensionOpenedEndsInTheNotice) {
   expectRight(outcomeOf("prepareInterfaceToProvideCredentialForRequest:", site.program), true);
+  EXPECT_THAT(events(), Contains(Event::dying));
 }
 
 INSTANTIATE_TEST_SUITE_P(AtEveryStage, HostDeath, testing::ValuesIn(Deaths),
@@ -105,6 +116,7 @@ TEST_P(WrongAnswer, OfAHostThatTheExtensionOpenedEndsInTheNotice) {
   expectRight(outcomeOf("prepareInterfaceToProvideCredentialForRequest:",
                         stage.writeLauncher({}, site.program)),
               true);
+  EXPECT_THAT(events(), Contains(Event::received));
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, WrongAnswer,
