@@ -1,5 +1,7 @@
 #include <cstddef>
 #include <cstdint>
+#include <ranges>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,7 +12,7 @@
 #include "lab/OutcomeWriter.h"
 #include "platform/linux/LinuxPropertyListSerialization.h"
 
-// Any line is a call or one sentence, which is answered with one line of JSON.
+// Each line is a call, or one sentence that says why not, which is answered with one line of JSON.
 
 using namespace korvan;
 using fuzz::require;
@@ -28,19 +30,20 @@ void requireSentence(const std::string& reason) {
           "the answer is JSON that gives the reason");
 }
 
-}  // namespace
-
-int LLVMFuzzerTestOneInput(const std::uint8_t* first, std::size_t size) {
-  const Data copy = fuzz::exactCopyOf(std::span(first, size));
-  const std::string_view line = fuzz::textOf(copy.bytes());
-  if (line.contains('\n')) {
-    return 0;  // Two lines, and so two inputs.
-  }
+void requireAnswer(std::string_view line) {
   const auto call = lab::parseCall(line);
   if (call) {
     require(call->invoke != nullptr, "a call can be made");
   } else {
     requireSentence(call.error());
+  }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* first, std::size_t size) {
+  for (const auto line : std::views::split(std::span(first, size), '\n')) {
+    requireAnswer(fuzz::textOf(fuzz::exactCopyOf(line).bytes()));
   }
   return 0;
 }
