@@ -10,7 +10,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 void require(bool condition) {
@@ -70,4 +70,4 @@ Data bareExchange(const std::string& socketPath, std::span<const std::uint8_t> r
   return std::move(response).freeze();
 }
 
-}  // namespace korvan
+}  // namespace korvan::bench

@@ -7,7 +7,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-namespace korvan {
+namespace korvan::bench {
 
 BareHandOver::BareHandOver(WayBack wayBack)
     : wayBack_(wayBack), descriptor_(::eventfd(0, EFD_CLOEXEC)), thread_([this] { serve(); }) {}
@@ -73,4 +73,4 @@ void BareHandOver::serve() {
   }
 }
 
-}  // namespace korvan
+}  // namespace korvan::bench

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <thread>
 
-namespace korvan {
+namespace korvan::bench {
 
 /// The floor of a hand-over to a resident thread and back: a mutex and a condition variable there,
 /// and back either the same, or, as to a thread that also has other events to wait for, an event
@@ -39,4 +39,4 @@ class BareHandOver {
   std::thread thread_;
 };
 
-}  // namespace korvan
+}  // namespace korvan::bench

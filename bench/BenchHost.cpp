@@ -14,7 +14,7 @@
 
 #include "channel/ProviderFrame.h"
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 bool receiveFromExtension(int descriptor, std::span<std::uint8_t> bytes) {
@@ -99,4 +99,4 @@ void BenchHost::serve() const {
   }
 }
 
-}  // namespace korvan
+}  // namespace korvan::bench

@@ -7,7 +7,7 @@
 
 #include "platform/Data.h"
 
-namespace korvan {
+namespace korvan::bench {
 
 /// A host application in a thread: reads one frame a connection, whatever it says, and answers with
 /// the same body every time. The socket file and its directory are gone with the object.
@@ -32,4 +32,4 @@ class BenchHost {
   std::thread thread_;
 };
 
-}  // namespace korvan
+}  // namespace korvan::bench

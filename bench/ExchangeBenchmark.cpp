@@ -20,7 +20,7 @@
 #include "bench/SignInBench.h"
 #include "channel/ExchangeProviderMessage.h"
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 void exchangeOnce(const std::string& socketPath, const Data& request) {
@@ -128,24 +128,25 @@ void stayOnOneProcessor() {
 }
 
 }  // namespace
-}  // namespace korvan
+}  // namespace korvan::bench
 
 int main(int argc, char** argv) {
   if (argc == 4 && std::string_view(argv[1]) == "repeat") {
-    return korvan::repeat(argv[2], std::strtol(argv[3], nullptr, 10)) ? EXIT_SUCCESS : EXIT_FAILURE;
+    return korvan::bench::repeat(argv[2], std::strtol(argv[3], nullptr, 10)) ? EXIT_SUCCESS
+                                                                             : EXIT_FAILURE;
   }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return EXIT_FAILURE;
   }
-  korvan::stayOnOneProcessor();
+  korvan::bench::stayOnOneProcessor();
   std::printf("%-44s %17s %17s\n", "", "product", "floor");
-  korvan::compareExchanges(450, 2'000);
-  korvan::compareExchanges(4'194'304, 10);
-  korvan::compareSignIns("silent sign-in, over condition variables",
-                         korvan::BareHandOver::WayBack::condition);
-  korvan::compareSignIns("silent sign-in, back over a polled descriptor",
-                         korvan::BareHandOver::WayBack::polledDescriptor);
+  korvan::bench::compareExchanges(450, 2'000);
+  korvan::bench::compareExchanges(4'194'304, 10);
+  korvan::bench::compareSignIns("silent sign-in, over condition variables",
+                                korvan::bench::BareHandOver::WayBack::condition);
+  korvan::bench::compareSignIns("silent sign-in, back over a polled descriptor",
+                                korvan::bench::BareHandOver::WayBack::polledDescriptor);
   std::puts("");
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

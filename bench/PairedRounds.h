@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace korvan {
+namespace korvan::bench {
 
 /// How much work one measurement repeats.
 struct PairedRoundsSize {
@@ -68,4 +68,4 @@ PairedRoundsResult runPairedRounds(std::string_view name, PairedRoundsSize size,
   return result;
 }
 
-}  // namespace korvan
+}  // namespace korvan::bench

@@ -24,10 +24,10 @@
 #include "platform/Data.h"
 #include "platform/PropertyList.h"
 #include "platform/fake/FakePlatform.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 #include "provider/CredentialProviderViewController.h"
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 /// The platform's side of an assertion, and the controller that turns it into a request.
@@ -372,9 +372,9 @@ BENCHMARK(DecodeRequest);
 BENCHMARK(DecodeAnswer);
 
 }  // namespace
-}  // namespace korvan
+}  // namespace korvan::bench
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 /// Does one thing so many times and nothing else, for counting instructions. False for an unknown
@@ -400,11 +400,12 @@ bool repeat(std::string_view name, long times) {
 }
 
 }  // namespace
-}  // namespace korvan
+}  // namespace korvan::bench
 
 int main(int argc, char** argv) {
   if (argc == 4 && std::string_view(argv[1]) == "repeat") {
-    return korvan::repeat(argv[2], std::strtol(argv[3], nullptr, 10)) ? EXIT_SUCCESS : EXIT_FAILURE;
+    return korvan::bench::repeat(argv[2], std::strtol(argv[3], nullptr, 10)) ? EXIT_SUCCESS
+                                                                             : EXIT_FAILURE;
   }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
@@ -413,14 +414,14 @@ int main(int argc, char** argv) {
   // The extension has threads, and reference counts cost more once a process has had a second one.
   std::thread([] {}).join();
   const korvan::LinuxPropertyListSerialization serialization;
-  if (!korvan::doBothWork(serialization)) {
+  if (!korvan::bench::doBothWork(serialization)) {
     std::cerr << "korvan-bench-propertylist: a request or an answer is not encoded or read whole\n";
     return EXIT_FAILURE;
   }
   std::cout << "shape, then the product's time, libplist's, and the median of their ratios\n";
-  korvan::compareEncoding(serialization);
-  korvan::compareDecoding(serialization);
-  korvan::showGrowthOfEncoding(serialization);
+  korvan::bench::compareEncoding(serialization);
+  korvan::bench::compareDecoding(serialization);
+  korvan::bench::showGrowthOfEncoding(serialization);
   std::cout << '\n';
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

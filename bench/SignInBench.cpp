@@ -8,7 +8,7 @@
 
 #include "provider/CredentialProviderViewController.h"
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 Data bytesOf(std::size_t size, std::uint8_t first) {
@@ -126,4 +126,4 @@ Data SignInBench::encodedAnswer() {
        {.key = "credentialID"_text, .value = bytesOf(32, 2)}});
 }
 
-}  // namespace korvan
+}  // namespace korvan::bench

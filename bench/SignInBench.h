@@ -18,11 +18,11 @@
 #include "platform/linux/LinuxLocalSockets.h"
 #include "platform/linux/LinuxLocalizedStrings.h"
 #include "platform/linux/LinuxOperatingSystem.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
 #include "platform/linux/LinuxQueues.h"
 #include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
-namespace korvan {
+namespace korvan::bench {
 
 /// Trusts every peer, so that what is measured is everything but the code-signature check.
 class TrustingCodeSigning : public CodeSigning {
@@ -78,4 +78,4 @@ class SignInBench {
   std::shared_ptr<const Services> services_;
 };
 
-}  // namespace korvan
+}  // namespace korvan::bench

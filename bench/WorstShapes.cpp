@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 std::string bigEndian(std::uint64_t number, std::size_t width) {
@@ -341,4 +341,4 @@ std::vector<WorstShape> worstShapes() {
   };
 }
 
-}  // namespace korvan
+}  // namespace korvan::bench

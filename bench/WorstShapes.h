@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace korvan {
+namespace korvan::bench {
 
 /// A family of property lists that are as costly to read as their size allows, in some way.
 class WorstShape {
@@ -32,4 +32,4 @@ class WorstShape {
 /// `levels` values.
 [[nodiscard]] std::string bombOfSharedReferences(std::size_t levels);
 
-}  // namespace korvan
+}  // namespace korvan::bench

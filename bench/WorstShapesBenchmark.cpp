@@ -23,9 +23,9 @@
 #include "bench/PairedRounds.h"
 #include "bench/WorstShapes.h"
 #include "platform/Data.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
-namespace korvan {
+namespace korvan::bench {
 namespace {
 
 constexpr std::size_t MinSize = 64UL << 10;
@@ -169,20 +169,20 @@ bool showBombs() {
 }
 
 }  // namespace
-}  // namespace korvan
+}  // namespace korvan::bench
 
 int main(int argc, char** argv) {
   const bool isQuick = argc == 2 && std::strcmp(argv[1], "--quick") == 0;
   std::cout << "4 MiB of each shape: time, memory beyond the body, and the power of the size that "
                "the time grows with\n";
   bool areWithin = true;
-  for (const auto& shape : korvan::worstShapes()) {
-    areWithin = korvan::show(shape) && areWithin;
+  for (const auto& shape : korvan::bench::worstShapes()) {
+    areWithin = korvan::bench::show(shape) && areWithin;
     if (isQuick) {
       break;
     }
   }
-  areWithin = korvan::showBombs() && areWithin;
-  korvan::compareDataWithACopy();
+  areWithin = korvan::bench::showBombs() && areWithin;
+  korvan::bench::compareDataWithACopy();
   return areWithin ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -58,10 +58,12 @@ function(korvan_library name)
   target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE korvan_options)
 endfunction()
 
-# korvan_test(NAME SOURCES file... [LINKS library...]): one program of GoogleTest tests.
+# korvan_test(NAME SOURCES file... [LINKS library...]): one program of GoogleTest tests. It sees its own folder's
+# headers too.
 function(korvan_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
+  korvan_expose_headers(${name})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} korvan_options GTest::gmock GTest::gtest_main
                                         Threads::Threads)
   if(APPLE AND NOT CMAKE_CROSSCOMPILING)

@@ -1,5 +1,5 @@
 # Builds for macOS on Linux: the compiler that `tools/setup macos` installs brings macOS' C library and
-# libc++, platform/apple/sdk declares what is used of the frameworks, Debian's LLVM links.
+# libc++, extension/sdk declares what is used of the frameworks, Debian's LLVM links.
 
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR arm64)

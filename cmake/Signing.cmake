@@ -29,18 +29,18 @@ function(korvan_sign target)
     COMMENT "Signing ${target}" VERBATIM)
 endfunction()
 
-# korvan_embed_trust_anchor(TARGET): gives the target the header "lab/TrustAnchor.h", made by the
+# korvan_embed_trust_anchor(TARGET): gives the target the header "lab/system/TrustAnchor.h", made by the
 # build because the authority is.
 function(korvan_embed_trust_anchor target)
   set(root ${PROJECT_BINARY_DIR}/generated/${target})
   set(script ${PROJECT_SOURCE_DIR}/cmake/EmbedTrustAnchor.cmake)
   add_custom_command(
-    OUTPUT ${root}/lab/TrustAnchor.h
-    COMMAND ${CMAKE_COMMAND} -D CERTIFICATE=${KORVAN_TRUST_ANCHOR} -D HEADER=${root}/lab/TrustAnchor.h
+    OUTPUT ${root}/lab/system/TrustAnchor.h
+    COMMAND ${CMAKE_COMMAND} -D CERTIFICATE=${KORVAN_TRUST_ANCHOR} -D HEADER=${root}/lab/system/TrustAnchor.h
             -P ${script}
     DEPENDS ${KORVAN_TRUST_ANCHOR} ${script} ${PROJECT_SOURCE_DIR}/cmake/TrustAnchor.h.in
             korvan_authority
     COMMENT "Embedding the trust anchor" VERBATIM)
-  target_sources(${target} PRIVATE ${root}/lab/TrustAnchor.h)
+  target_sources(${target} PRIVATE ${root}/lab/system/TrustAnchor.h)
   target_include_directories(${target} PUBLIC ${root})
 endfunction()

@@ -21,7 +21,7 @@
 #include "differential/CanonicalJson.h"
 #include "differential/ReaderProgram.h"
 #include "platform/PropertyList.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
 namespace korvan {
 namespace {

@@ -5,7 +5,7 @@
 #include <variant>
 
 #include "fuzz/Fuzzing.h"
-#include "platform/linux/CodeRequirement.h"
+#include "platform/linux/codesigning/CodeRequirement.h"
 
 // Any text is clauses, which read the same when they are written out, or one of two statuses.
 

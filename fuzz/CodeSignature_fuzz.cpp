@@ -20,9 +20,9 @@
 
 #include "fuzz/DerElement.h"
 #include "fuzz/Fuzzing.h"
-#include "platform/linux/CodeSignature.h"
-#include "platform/linux/SigningAuthority_testing.h"
 #include "platform/linux/TemporaryDirectory_testing.h"
+#include "platform/linux/codesigning/CodeSignature.h"
+#include "platform/linux/codesigning/SigningAuthority_testing.h"
 
 // Whatever a signature file holds, a program counts as signed only by what its signer has signed:
 // the signer's certificate, the signed attributes and the signature are the genuine ones.

@@ -8,9 +8,9 @@
 #include <nlohmann/json.hpp>
 
 #include "fuzz/Fuzzing.h"
-#include "lab/CallParser.h"
-#include "lab/OutcomeWriter.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "lab/json/CallParser.h"
+#include "lab/json/OutcomeWriter.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
 // Each line is a call, or one sentence that says why not, which is answered with one line of JSON.
 

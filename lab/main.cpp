@@ -5,16 +5,16 @@
 
 #include <CLI/CLI.hpp>
 
-#include "lab/CallCommand.h"
-#include "lab/ConfigureCommand.h"
-#include "lab/DemoCommand.h"
-#include "lab/IdentifiersCommand.h"
-#include "lab/RegisterCommand.h"
-#include "lab/ReportCommand.h"
-#include "lab/SignInCommand.h"
-#include "lab/SystemOptions.h"
-#include "lab/UsageError.h"
+#include "lab/commands/CallCommand.h"
+#include "lab/commands/ConfigureCommand.h"
+#include "lab/commands/DemoCommand.h"
+#include "lab/commands/IdentifiersCommand.h"
+#include "lab/commands/RegisterCommand.h"
+#include "lab/commands/ReportCommand.h"
+#include "lab/commands/SignInCommand.h"
 #include "lab/soak/SoakCommand.h"
+#include "lab/support/HelpPage.h"
+#include "lab/support/UsageError.h"
 
 namespace {
 
@@ -50,7 +50,7 @@ int run(int argc, char** argv) {
   korvan::lab::addSignInCommand(app, exitStatus);
   korvan::lab::addConfigureCommand(app, exitStatus);
   korvan::lab::addReportCommand(app, exitStatus);
-  korvan::lab::addSoakCommand(app, exitStatus);
+  korvan::lab::soak::addSoakCommand(app, exitStatus);
   korvan::lab::addCallCommand(app, exitStatus);
   korvan::lab::addIdentifiersCommand(app);
   try {

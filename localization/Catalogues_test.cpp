@@ -13,7 +13,7 @@
 #include <gmock/gmock.h>
 #include <libintl.h>
 
-#include "provider/ControllerFixture.h"
+#include "provider/ControllerFixture_testing.h"
 
 namespace korvan {
 namespace {

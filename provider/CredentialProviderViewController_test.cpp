@@ -1,6 +1,6 @@
 #include "provider/CredentialProviderViewController.h"
 
-#include "provider/ControllerFixture.h"
+#include "provider/ControllerFixture_testing.h"
 
 namespace korvan {
 namespace {

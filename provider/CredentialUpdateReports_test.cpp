@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include "provider/ControllerFixture.h"
+#include "provider/ControllerFixture_testing.h"
 
 namespace korvan {
 namespace {

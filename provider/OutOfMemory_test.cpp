@@ -15,7 +15,7 @@
 #include <unistd.h>
 
 #include "channel/ExchangeProviderMessage.h"
-#include "provider/ControllerFixture.h"
+#include "provider/ControllerFixture_testing.h"
 
 namespace {
 

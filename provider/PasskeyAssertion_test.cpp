@@ -1,4 +1,4 @@
-#include "provider/ControllerFixture.h"
+#include "provider/ControllerFixture_testing.h"
 
 namespace korvan {
 namespace {

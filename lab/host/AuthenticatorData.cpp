@@ -8,7 +8,7 @@
 
 #include "lab/host/CborWriter.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using Buffer = std::vector<std::uint8_t>;
@@ -77,4 +77,4 @@ Data attestationObject(std::span<const std::uint8_t> authenticatorData) {
   return cbor.data();
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

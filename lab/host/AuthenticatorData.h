@@ -6,19 +6,10 @@
 #include <string_view>
 
 #include "lab/host/SigningKey.h"
+#include "lab/support/AuthenticatorFlags.h"
 #include "platform/Data.h"
 
-namespace korvan::host {
-
-/// The bits of an authenticator data's flags byte
-/// (https://www.w3.org/TR/webauthn-3/#authdata-flags).
-enum AuthenticatorFlags : std::uint8_t {
-  UserPresent = 0x01,
-  UserVerified = 0x04,
-  BackupEligible = 0x08,
-  BackedUp = 0x10,
-  AttestedCredentialDataIncluded = 0x40,
-};
+namespace korvan::lab::host {
 
 /// What the authenticator states and signs: the SHA-256 of the relying party's identifier (32
 /// bytes), the flags (1), the sign count (4, big-endian) and, in a registration, the attested
@@ -38,4 +29,4 @@ enum AuthenticatorFlags : std::uint8_t {
 /// (https://www.w3.org/TR/webauthn-3/#sctn-none-attestation).
 [[nodiscard]] Data attestationObject(std::span<const std::uint8_t> authenticatorData);
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "lab/host/AttestationReader.h"
 #include "lab/host/RelyingParty_testing.h"
+#include "lab/site/AttestationReader.h"
 #include "platform/Text.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 // SHA-256 of "example.com", as `printf example.com | sha256sum` gives it.
@@ -45,4 +45,4 @@ TEST(AttestationObject, IsOfTheFormatNoneInCanonicalOrder) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

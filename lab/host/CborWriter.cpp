@@ -4,7 +4,7 @@
 
 #include <cbor.h>
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 void CborWriter::map(std::size_t pairs) { head(&cbor_encode_map_start, pairs); }
 
@@ -34,4 +34,4 @@ void CborWriter::head(Encode encode, std::uint64_t value) {
   written_.insert(written_.end(), encoded.begin(), encoded.end());
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

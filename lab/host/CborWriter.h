@@ -8,7 +8,7 @@
 
 #include "platform/Data.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// Writes CBOR items one after another, each in its shortest form
 /// (https://www.rfc-editor.org/rfc/rfc8949). Who writes a map follows it with its keys and values,
@@ -31,4 +31,4 @@ class CborWriter {
   std::vector<std::uint8_t> written_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

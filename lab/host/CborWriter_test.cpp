@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -53,4 +53,4 @@ TEST(CborWriter, WritesASizeOf256InTwoBytes) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

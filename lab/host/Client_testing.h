@@ -12,11 +12,11 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include "lab/host/Descriptor.h"
-#include "lab/host/SystemError.h"
+#include "lab/support/Descriptor.h"
+#include "lab/support/SystemError.h"
 #include "platform/Data.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// A client of the host, down to the bytes. It gives a host up that neither sends nor closes for
 /// 20 seconds, so that a test fails rather than waits.
@@ -82,4 +82,4 @@ class Client {
   bool connected_ = false;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -2,9 +2,9 @@
 
 #include <optional>
 
-#include "lab/host/Base64Url.h"
+#include "lab/support/Base64Url.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -51,4 +51,4 @@ void EventLog::write(const Json& event) {
   stream_ << line << '\n' << std::flush;
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -10,7 +10,7 @@
 #include "lab/host/HostServer.h"
 #include "lab/host/Passkey.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// Tells scripts what happens: one JSON object a line, written out at once. Usable from any thread.
 class EventLog {
@@ -34,4 +34,4 @@ class EventLog {
   std::mutex mutex_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

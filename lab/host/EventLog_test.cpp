@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "lab/host/Base64Url.h"
 #include "lab/host/Vault.h"
+#include "lab/support/Base64Url.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 TEST(EventLog, TellsOfTheSocketAndThePasskeysWithoutTheirSecrets) {
@@ -62,4 +62,4 @@ TEST(EventLog, KeepsALineWhateverTheClientSent) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

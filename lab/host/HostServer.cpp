@@ -14,10 +14,10 @@
 #include <unistd.h>
 
 #include "lab/host/Refusal.h"
-#include "lab/host/SystemError.h"
+#include "lab/support/SystemError.h"
 #include "platform/Data.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 constexpr std::size_t PrefixSize = 4;
@@ -208,4 +208,4 @@ Data HostServer::encode(PropertyListDictionary& response) const {
   return encoded.value();
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

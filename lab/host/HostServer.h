@@ -8,11 +8,11 @@
 #include <optional>
 #include <string>
 
-#include "lab/host/Descriptor.h"
+#include "lab/support/Descriptor.h"
 #include "platform/PropertyList.h"
 #include "platform/PropertyListSerialization.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// What came of one connection. An absent part never got so far.
 struct ConnectionReport {
@@ -79,4 +79,4 @@ class HostServer {
   std::list<Connection> connections_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

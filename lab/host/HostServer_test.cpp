@@ -18,10 +18,10 @@
 
 #include "lab/host/Client_testing.h"
 #include "lab/host/HostSocket.h"
-#include "lab/host/TemporaryDirectory_testing.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "lab/support/TemporaryDirectory.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using testing::HasSubstr;
@@ -270,4 +270,4 @@ TEST_F(HostServerTest, ServesMoreClientsThanItHasTurnsFor) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -12,9 +12,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "lab/host/SystemError.h"
+#include "lab/support/SystemError.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 constexpr mode_t OwnerOnlyDirectory = 0700;
@@ -103,4 +103,4 @@ HostSocket::~HostSocket() {
   }
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

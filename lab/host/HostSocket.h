@@ -5,9 +5,9 @@
 
 #include <sys/types.h>
 
-#include "lab/host/Descriptor.h"
+#include "lab/support/Descriptor.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// The socket file "acp.sock" that the extension connects to, listening for as long as this lives.
 class HostSocket {
@@ -38,4 +38,4 @@ class HostSocket {
   ino_t inode_ = 0;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -9,9 +9,10 @@
 #include <sys/stat.h>
 
 #include "lab/host/Client_testing.h"
-#include "lab/host/TemporaryDirectory_testing.h"
+#include "lab/host/NamesIn_testing.h"
+#include "lab/support/TemporaryDirectory.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using testing::ElementsAre;
@@ -52,7 +53,7 @@ TEST_F(HostSocketTest, MakesAMissingContainerForThisUserOnly) {
 TEST_F(HostSocketTest, RemovesItsFileAtTheEnd) {
   std::optional<HostSocket> socket(directory_.path());
   socket.reset();
-  EXPECT_THAT(directory_.names(), IsEmpty());
+  EXPECT_THAT(namesIn(directory_.path()), IsEmpty());
 }
 
 TEST_F(HostSocketTest, LeavesAFileThatIsNotItsOwn) {
@@ -60,7 +61,7 @@ TEST_F(HostSocketTest, LeavesAFileThatIsNotItsOwn) {
   std::filesystem::rename(file_, directory_.path() / "old");
   std::ofstream(file_) << "another's";
   socket.reset();
-  EXPECT_THAT(directory_.names(), ElementsAre("acp.sock", "old"));
+  EXPECT_THAT(namesIn(directory_.path()), ElementsAre("acp.sock", "old"));
 }
 
 TEST_F(HostSocketTest, TakesThePlaceOfAFileThatNobodyListensOn) {
@@ -105,4 +106,4 @@ TEST_F(HostSocketTest, NamesAContainerThatCannotBe) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

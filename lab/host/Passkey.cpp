@@ -1,13 +1,13 @@
 #include "lab/host/Passkey.h"
 
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 #include <glib.h>
-#include <openssl/rand.h>
 
-namespace korvan::host {
+#include "lab/support/RandomData.h"
+
+namespace korvan::lab::host {
 namespace {
 
 constexpr std::size_t CredentialIDSize = 32;
@@ -29,12 +29,4 @@ Passkey Passkey::create(std::string relyingPartyIdentifier, std::string userName
           .signCount = 0};
 }
 
-Data randomData(std::size_t size) {
-  MutableData data = MutableData::uninitialized(size);
-  if (RAND_bytes(data.bytes().data(), static_cast<int>(size)) != 1) {
-    throw std::runtime_error("The system has no random bytes to give.");
-  }
-  return std::move(data).freeze();
-}
-
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -6,7 +6,7 @@
 #include "lab/host/SigningKey.h"
 #include "platform/Data.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// One passkey: a user's key for one relying party.
 struct Passkey {
@@ -23,7 +23,4 @@ struct Passkey {
   static Passkey create(std::string relyingPartyIdentifier, std::string userName, Data userHandle);
 };
 
-/// `size` bytes that nobody can guess. Throws as Passkey::create() does.
-[[nodiscard]] Data randomData(std::size_t size);
-
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

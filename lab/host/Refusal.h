@@ -6,7 +6,7 @@
 
 #include "platform/PropertyList.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// Why a request is not served: one of the protocol's error codes, and words for people.
 class Refusal : public std::runtime_error {
@@ -25,4 +25,4 @@ class Refusal : public std::runtime_error {
   std::string errorCode_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

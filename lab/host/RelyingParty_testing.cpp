@@ -8,7 +8,7 @@
 #include <openssl/sha.h>
 #include <openssl/x509.h>
 
-namespace korvan::host {
+namespace korvan::lab::host {
 Data testBytes(std::size_t size, std::uint8_t value) {
   return Data::copyOf(std::vector<std::uint8_t>(size, value));
 }
@@ -42,4 +42,4 @@ bool verifies(const Data& publicKey, const Data& signature, const Data& message)
                           message.bytes().data(), message.size()) == 1;
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -6,7 +6,7 @@
 
 #include "platform/Data.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// `size` bytes of the value `value`.
 [[nodiscard]] Data testBytes(std::size_t size, std::uint8_t value);
@@ -20,4 +20,4 @@ namespace korvan::host {
 /// SubjectPublicKeyInfo.
 [[nodiscard]] bool verifies(const Data& publicKey, const Data& signature, const Data& message);
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -2,7 +2,7 @@
 
 #include "lab/host/Refusal.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 [[noreturn]] void refuse(const std::string& where, const std::string& what) {
@@ -68,4 +68,4 @@ const PropertyListValue::Array& RequestFields::array(std::string_view key) const
   return *found;
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -8,7 +8,7 @@
 #include "platform/Data.h"
 #include "platform/PropertyList.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// Reads a request's values by key and kind. Every reader throws a Refusal "failed" that names the
 /// key when it is missing or its value is of another kind. Refers to the request, which outlives
@@ -30,4 +30,4 @@ class RequestFields {
   const PropertyListDictionary& request_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -8,7 +8,7 @@
 #include "lab/host/Refusal.h"
 #include "lab/host/RelyingParty_testing.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using testing::ElementsAre;
@@ -63,4 +63,4 @@ TEST(RequestFields, RefusesAnotherKindByName) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

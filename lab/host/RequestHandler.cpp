@@ -11,8 +11,9 @@
 
 #include "lab/host/AuthenticatorData.h"
 #include "lab/host/Refusal.h"
+#include "lab/support/AuthenticatorFlags.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 /// ECDSA on P-256 with SHA-256: https://www.iana.org/assignments/cose/cose.xhtml#algorithms.
@@ -290,4 +291,4 @@ void RequestHandler::askUser() const {
   }
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -8,7 +8,7 @@
 #include "lab/host/Vault.h"
 #include "platform/PropertyList.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// Answers the requests of the credential-provider extension from a vault.
 ///
@@ -56,4 +56,4 @@ class RequestHandler {
   bool locked_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -8,12 +8,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "lab/host/AttestationReader.h"
 #include "lab/host/AuthenticatorData.h"
 #include "lab/host/RelyingParty_testing.h"
-#include "lab/host/TemporaryDirectory_testing.h"
+#include "lab/site/AttestationReader.h"
+#include "lab/support/AuthenticatorFlags.h"
+#include "lab/support/TemporaryDirectory.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using testing::HasSubstr;
@@ -493,4 +494,4 @@ TEST(RequestHandlerWithAFile, HasSavedTheCountBeforeItAnswers) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -14,13 +14,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "lab/host/Base64Url.h"
 #include "lab/host/Client_testing.h"
+#include "lab/host/NamesIn_testing.h"
 #include "lab/host/RelyingParty_testing.h"
-#include "lab/host/TemporaryDirectory_testing.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "lab/support/Base64Url.h"
+#include "lab/support/Descriptor.h"
+#include "lab/support/TemporaryDirectory.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using testing::HasSubstr;
@@ -182,7 +184,7 @@ TEST_F(SampleHost, EndsWellAndRemovesItsSocketWhenToldTo) {
     program.signal(signal);
     EXPECT_EQ(program.wait(), 0);
     EXPECT_THAT(program.errors(), IsEmpty());
-    EXPECT_THAT(directory_.names(), IsEmpty());
+    EXPECT_THAT(namesIn(directory_.path()), IsEmpty());
   }
 }
 
@@ -193,7 +195,7 @@ TEST_F(SampleHost, EndsWellWithAClientStalled) {
   exchange(assertion(false));
   program.signal(SIGTERM);
   EXPECT_EQ(program.wait(), 0);
-  EXPECT_THAT(directory_.names(), IsEmpty());
+  EXPECT_THAT(namesIn(directory_.path()), IsEmpty());
 }
 
 TEST_F(SampleHost, TakesThePlaceOfOneThatWasKilled) {
@@ -287,4 +289,4 @@ TEST_F(SampleHost, ExplainsItselfOnOneScreen) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -10,7 +10,7 @@
 #include <openssl/ec.h>
 #include <openssl/x509.h>
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using KeyInfo = std::unique_ptr<PKCS8_PRIV_KEY_INFO, decltype(&PKCS8_PRIV_KEY_INFO_free)>;
@@ -97,4 +97,4 @@ Data SigningKey::sign(std::span<const std::uint8_t> message) const {
   return std::move(signature).freeze(size);
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

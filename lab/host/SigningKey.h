@@ -9,7 +9,7 @@
 
 #include "platform/Data.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// A passkey's private key on the curve P-256, which signs as ES256
 /// (https://www.rfc-editor.org/rfc/rfc9053#section-2.1). Copies share the key and may be used on
@@ -45,4 +45,4 @@ class SigningKey {
   std::shared_ptr<EVP_PKEY> key_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

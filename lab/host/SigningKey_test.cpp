@@ -7,7 +7,7 @@
 
 #include "lab/host/RelyingParty_testing.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 Data joined(std::initializer_list<Data> parts) {
@@ -57,4 +57,4 @@ TEST(SigningKey, RefusesWhatIsNoP256PrivateKeyInPkcs8) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -14,9 +14,10 @@
 #define JSON_DIAGNOSTICS 1
 #include <nlohmann/json.hpp>
 
-#include "lab/host/Base64Url.h"
+#include "lab/support/Base64Url.h"
+#include "lab/support/RandomData.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -140,4 +141,4 @@ void Vault::replacePasskeys(std::vector<Passkey> passkeys) {
   passkeys_ = std::move(passkeys);
 }
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -5,7 +5,7 @@
 
 #include "lab/host/Passkey.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 
 /// The passkeys that the host serves. Not for several threads at once.
 ///
@@ -35,4 +35,4 @@ class Vault {
   std::vector<Passkey> passkeys_;
 };
 
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

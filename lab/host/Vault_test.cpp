@@ -12,10 +12,11 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
+#include "lab/host/NamesIn_testing.h"
 #include "lab/host/RelyingParty_testing.h"
-#include "lab/host/TemporaryDirectory_testing.h"
+#include "lab/support/TemporaryDirectory.h"
 
-namespace korvan::host {
+namespace korvan::lab::host {
 namespace {
 
 using testing::AllOf;
@@ -108,7 +109,7 @@ TEST_F(VaultInFile, IsForItsOwnerOnlyHoweverItWasBefore) {
 TEST_F(VaultInFile, LeavesNothingBesideTheFile) {
   Vault vault(file_);
   vault.replacePasskeys({});
-  EXPECT_THAT(directory_.names(), ElementsAre("vault.json"));
+  EXPECT_THAT(namesIn(directory_.path()), ElementsAre("vault.json"));
 }
 
 TEST_F(VaultInFile, IsReplacedRatherThanWrittenOver) {
@@ -135,7 +136,7 @@ TEST_F(VaultInFile, StaysAsItWasWhenItCannotBeSaved) {
   std::filesystem::create_directory(file_);
   EXPECT_THROW(vault.replacePasskeys({}), std::runtime_error);
   EXPECT_EQ(vault.passkeys().size(), 1U);
-  EXPECT_THAT(directory_.names(), ElementsAre("vault.json"));
+  EXPECT_THAT(namesIn(directory_.path()), ElementsAre("vault.json"));
 }
 
 TEST_F(VaultInFile, IsRefusedWhenItIsNoJson) {
@@ -186,4 +187,4 @@ TEST_F(VaultInFile, IsRefusedWhenItIsADirectory) {
 }
 
 }  // namespace
-}  // namespace korvan::host
+}  // namespace korvan::lab::host

@@ -15,15 +15,17 @@
 #include "lab/host/HostServer.h"
 #include "lab/host/HostSocket.h"
 #include "lab/host/RequestHandler.h"
-#include "lab/host/SystemError.h"
 #include "lab/host/Vault.h"
+#include "lab/support/Descriptor.h"
+#include "lab/support/SystemError.h"
 #include "platform/linux/LinuxAppGroupContainers.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
 namespace {
 
 using namespace korvan;
-using namespace korvan::host;
+using namespace korvan::lab;
+using namespace korvan::lab::host;
 
 constexpr int UsageError = 2;
 

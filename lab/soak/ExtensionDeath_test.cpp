@@ -15,16 +15,16 @@
 #include <unistd.h>
 
 #include "channel/ExchangeProviderMessage.h"
-#include "lab/ForwardedSockets.h"
-#include "lab/SampleHostProcess.h"
-#include "lab/SystemOptions.h"
-#include "lab/TemporaryDirectory.h"
+#include "lab/processes/SampleHostProcess.h"
+#include "lab/support/TemporaryDirectory.h"
+#include "lab/system/ForwardedSockets.h"
+#include "lab/system/TrustAnchor.h"
 #include "platform/linux/LinuxClock.h"
-#include "platform/linux/LinuxCodeSigning.h"
 #include "platform/linux/LinuxLocalSockets.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "platform/linux/codesigning/LinuxCodeSigning.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 namespace fs = std::filesystem;
@@ -121,7 +121,7 @@ class ExtensionDeath : public testing::Test {
 
   TemporaryDirectory directory;
   const fs::path container = directory.path() / "container";
-  const LinuxCodeSigning codeSigning{SystemOptions().settings().trustAnchorPem};
+  const LinuxCodeSigning codeSigning{std::string(TrustAnchorPem)};
   const Data request = LinuxPropertyListSerialization()
                            .encodeBinary({{.key = "type"_text, .value = "synchronize"},
                                           {.key = "allowsUserInteraction"_text, .value = true}})
@@ -155,4 +155,4 @@ TEST_F(ExtensionDeath, DisturbsNoOtherRequestAndLeavesNothingInTheHost) {
 }
 
 }  // namespace
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -7,20 +7,18 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "lab/Program_testing.h"
-#include "lab/SampleHostProcess.h"
-#include "lab/Stage.h"
-#include "lab/TemporaryDirectory.h"
+#include "lab/processes/Program_testing.h"
+#include "lab/processes/SampleHostProcess.h"
+#include "lab/processes/Stage.h"
 #include "lab/soak/RightOutcomes.h"
 #include "lab/soak/SoakSite.h"
-#include "lab/soak/host/SoakPlan.h"
+#include "lab/soak/plan/SoakPlan.h"
+#include "lab/support/TemporaryDirectory.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
-using soak::Behaviour;
-using soak::SoakPlan;
-using Event = soak::SoakRecord::Event;
+using Event = SoakRecord::Event;
 using testing::Contains;
 
 constexpr auto Deaths = {Behaviour::dieBeforeAccept,      Behaviour::dieAtOnce,
@@ -31,7 +29,7 @@ constexpr auto Deaths = {Behaviour::dieBeforeAccept,      Behaviour::dieAtOnce,
 /// A plan in which the host always does the same, and requests without a number are sign-ins.
 SoakPlan planOf(Behaviour behaviour) {
   std::uint64_t seed = 0;
-  while (SoakPlan(seed).askOf(0) != soak::Ask::silentAssertion) {
+  while (SoakPlan(seed).askOf(0) != Ask::silentAssertion) {
     ++seed;
   }
   return SoakPlan(seed, behaviour);
@@ -76,7 +74,7 @@ class MisbehavingHost : public testing::TestWithParam<Behaviour> {
   /// What the hosts have told since the last call.
   [[nodiscard]] std::vector<Event> events() {
     std::vector<Event> events;
-    for (const soak::SoakRecord& record : site.log.next()) {
+    for (const SoakRecord& record : site.log.next()) {
       events.push_back(record.event);
     }
     return events;
@@ -126,4 +124,4 @@ INSTANTIATE_TEST_SUITE_P(OfEachKind, WrongAnswer,
                          [](const auto& kind) { return std::string(nameOf(kind.param)); });
 
 }  // namespace
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -4,9 +4,9 @@
 #include <cerrno>
 
 #include "channel/ProviderFrame.h"
-#include "lab/soak/host/ClientName.h"
+#include "lab/soak/plan/ClientName.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 SoakAttempt attemptOf(std::span<const std::uint8_t> sent) {
@@ -24,9 +24,8 @@ SoakAttempt attemptOf(std::span<const std::uint8_t> sent) {
 
 int NumberedSockets::connect(int descriptor, std::string_view path) const {
   sent_.emplace_back();
-  const soak::ClientName name{.number = number_,
-                              .attempt = static_cast<std::uint32_t>(sent_.size())};
-  return soak::bindToName(descriptor, name) == 0 ? ForwardedSockets::connect(descriptor, path) : -1;
+  const ClientName name{.number = number_, .attempt = static_cast<std::uint32_t>(sent_.size())};
+  return bindToName(descriptor, name) == 0 ? ForwardedSockets::connect(descriptor, path) : -1;
 }
 
 std::ptrdiff_t NumberedSockets::send(int descriptor, std::span<const std::uint8_t> bytes) const {
@@ -49,4 +48,4 @@ std::vector<SoakAttempt> NumberedSockets::attempts() const {
   return attempts;
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

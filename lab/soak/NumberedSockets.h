@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include "lab/ForwardedSockets.h"
 #include "lab/soak/SoakEvidence.h"
+#include "lab/system/ForwardedSockets.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// The sockets of one request: they show the host the request's number and which attempt it is, and
 /// count what is sent. Otherwise those it is given. Used by one thread at a time.
@@ -32,4 +32,4 @@ class NumberedSockets final : public ForwardedSockets {
   mutable std::vector<std::vector<std::uint8_t>> sent_;
 };
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -9,7 +9,7 @@
 
 #include "platform/linux/LinuxClock.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 namespace fs = std::filesystem;
@@ -81,4 +81,4 @@ std::vector<std::string> growthBetween(const ProcessCounts& before, const Proces
   return flaws;
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// What this process holds of the system.
 struct ProcessCounts {
@@ -33,4 +33,4 @@ inline constexpr std::size_t ResidentTolerance = std::size_t{8} << 20U;
 [[nodiscard]] std::vector<std::string> growthBetween(const ProcessCounts& before,
                                                      const ProcessCounts& after);
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -9,15 +9,12 @@
 #include <utility>
 
 #include "channel/ProviderMessage.h"
-#include "lab/soak/host/SoakScript.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "lab/soak/plan/SoakScript.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
-using soak::Ask;
-using soak::Behaviour;
-using soak::SoakPlan;
 using Outcomes = std::vector<Outcome>;
 
 constexpr std::string_view Closed = "Korvan closed the credential-provider connection.";
@@ -100,14 +97,13 @@ ExtensionErrorCode codeOf(std::string_view errorCode) {
 }
 
 Outcome refused(const SoakPlan& plan, std::uint64_t number, bool noticeShown) {
-  return cancelled(codeOf(soak::refusalOf(plan, number)), std::string(soak::RefusalDescription),
-                   noticeShown);
+  return cancelled(codeOf(refusalOf(plan, number)), std::string(RefusalDescription), noticeShown);
 }
 
 /// The decoder's own words on the body: what it is that it cannot read is its to say.
 Outcome undecodable(const SoakPlan& plan, std::uint64_t number, bool isLaunched) {
   const auto decoded =
-      LinuxPropertyListSerialization().decode(soak::receivedBody(soak::scriptFor(plan, number)));
+      LinuxPropertyListSerialization().decode(receivedBody(scriptFor(plan, number)));
   return unavailable(decoded ? "(the body can be decoded)"
                              : decoded.error().localizedDescription.value_or("(no words)"),
                      isLaunched);
@@ -125,16 +121,16 @@ Outcomes rightOutcomes(const SoakPlan& plan, std::uint64_t number, bool isLaunch
     case Behaviour::answerInDrops:
     case Behaviour::answerWithMore:
     case Behaviour::answerLarge:
-      return {completed(ask, soak::successOf(plan, ask, number))};
+      return {completed(ask, successOf(plan, ask, number))};
     case Behaviour::answerWithoutFields:
     case Behaviour::answerMistyped:
     case Behaviour::sendOtherFormat:
       return {completed(ask, {})};
     case Behaviour::answerOtherRequest:
       // The host is trusted: the extension compares nothing.
-      return {completed(ask, soak::successOf(plan, ask, soak::mistakenNumber(number)))};
+      return {completed(ask, successOf(plan, ask, mistakenNumber(number)))};
     case Behaviour::answerOtherType:
-      return {completed(ask, soak::successOf(plan, soak::mistakenAsk(ask), number))};
+      return {completed(ask, successOf(plan, mistakenAsk(ask), number))};
     case Behaviour::answerWithoutOk:
     case Behaviour::answerMistypedOk:
       return {cancelled(ExtensionErrorCode::failed, std::nullopt)};
@@ -186,4 +182,4 @@ Outcomes outcomesOfOutage(const SoakPlan& plan, std::uint64_t number, bool isLau
   return outcomes;
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

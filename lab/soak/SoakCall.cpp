@@ -6,11 +6,9 @@
 
 #include "platform/CredentialRequest.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
-using soak::Ask;
-using soak::SoakPlan;
 using Controller = CredentialProviderViewController;
 
 constexpr std::int64_t Es256 = -7;
@@ -92,4 +90,4 @@ Call soakCall(const SoakPlan& plan, std::uint64_t number) {
   return {};
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

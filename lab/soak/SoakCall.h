@@ -2,12 +2,12 @@
 
 #include <cstdint>
 
-#include "lab/Call.h"
-#include "lab/soak/host/SoakPlan.h"
+#include "lab/soak/plan/SoakPlan.h"
+#include "lab/system/Call.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// The call of the plan's request of this number.
-[[nodiscard]] Call soakCall(const soak::SoakPlan& plan, std::uint64_t number);
+[[nodiscard]] Call soakCall(const SoakPlan& plan, std::uint64_t number);
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -6,13 +6,11 @@
 #include <utility>
 
 #include "lab/soak/RightOutcomes.h"
-#include "lab/soak/host/SoakScript.h"
+#include "lab/soak/plan/SoakScript.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
-using soak::SoakPlan;
-using soak::SoakRecord;
 using Event = SoakRecord::Event;
 using Flaws = std::vector<std::string>;
 
@@ -49,8 +47,8 @@ class Outages {
 
 std::string nameOf(const SoakPlan& plan, std::uint64_t number) {
   return "Request " + std::to_string(number) + " (" +
-         std::string(soak::traitsOf(plan.askOf(number)).name) + ", the host's part being " +
-         std::string(soak::nameOf(plan.behaviourOf(number))) + ")";
+         std::string(traitsOf(plan.askOf(number)).name) + ", the host's part being " +
+         std::string(nameOf(plan.behaviourOf(number))) + ")";
 }
 
 std::string listOf(const std::vector<Outcome>& outcomes) {
@@ -114,7 +112,7 @@ class ReceivedRequests {
 
 void checkLog(const SoakPlan& plan, const SoakEvidence& request, bool isHostDown,
               ReceivedRequests& received, Flaws& flaws) {
-  const bool isRead = soak::readsWholeRequest(plan.behaviourOf(request.number));
+  const bool isRead = readsWholeRequest(plan.behaviourOf(request.number));
   for (std::uint32_t attempt = 1; attempt <= request.attempts.size(); ++attempt) {
     const SoakAttempt& sent = request.attempts[attempt - 1];
     const std::uint64_t bytes = received.take(request.number, attempt);
@@ -188,4 +186,4 @@ Flaws flawsOf(const SoakPlan& plan, const SoakRound& round) {
   return flaws;
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -5,15 +5,15 @@
 #include <vector>
 
 #include "lab/soak/SoakEvidence.h"
-#include "lab/soak/host/SoakPlan.h"
+#include "lab/soak/plan/SoakPlan.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// The outcome in a few words.
 [[nodiscard]] std::string describe(const Outcome& outcome);
 
 /// Whether a host served after these records, when it did before them.
-[[nodiscard]] bool isUpAfter(bool isUpBefore, const std::vector<soak::SoakRecord>& records);
+[[nodiscard]] bool isUpAfter(bool isUpBefore, const std::vector<SoakRecord>& records);
 
 /// What is wrong with a round, a sentence for each; none when all is well. In detail:
 ///
@@ -24,6 +24,6 @@ namespace korvan::lab {
 /// Every request that the extension sent whole is in the hosts' log as received, except where the
 /// host does not read that far or was down; and every one in the log was sent, byte for byte, and
 /// was the right one.
-[[nodiscard]] std::vector<std::string> flawsOf(const soak::SoakPlan& plan, const SoakRound& round);
+[[nodiscard]] std::vector<std::string> flawsOf(const SoakPlan& plan, const SoakRound& round);
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -9,12 +9,9 @@
 #include "lab/soak/ProcessCounts.h"
 #include "lab/soak/RightOutcomes.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
-using soak::Behaviour;
-using soak::SoakPlan;
-using soak::SoakRecord;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -25,7 +22,7 @@ constexpr std::int64_t Start = 100;
 constexpr std::int64_t End = 200;
 
 /// The first request from `number` on that is of this type.
-std::uint64_t numberOf(const SoakPlan& plan, soak::Ask ask, std::uint64_t number = 0) {
+std::uint64_t numberOf(const SoakPlan& plan, Ask ask, std::uint64_t number = 0) {
   while (plan.askOf(number) != ask) {
     ++number;
   }
@@ -57,7 +54,7 @@ class SoakChecks : public testing::Test {
   }
 
   SoakPlan plan;
-  const std::uint64_t number = numberOf(plan, soak::Ask::silentAssertion);
+  const std::uint64_t number = numberOf(plan, Ask::silentAssertion);
   SoakRound round{.isUpAtStart = true,
                   .requests = {{.number = number,
                                 .start = Start,
@@ -208,4 +205,4 @@ TEST(Growth, OfMemoryBeyondTheToleranceIsNoticed) {
 #endif
 
 }  // namespace
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

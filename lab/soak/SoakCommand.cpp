@@ -17,13 +17,14 @@
 #include <tuple>
 #include <vector>
 
-#include "lab/Supervisor.h"
-#include "lab/SystemOptions.h"
+#include "lab/processes/Supervisor.h"
 #include "lab/soak/ProcessCounts.h"
 #include "lab/soak/SoakRunner.h"
 #include "lab/soak/SoakSummary.h"
+#include "lab/support/HelpPage.h"
+#include "lab/system/TrustAnchor.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 constexpr std::string_view HelpPage =
@@ -112,22 +113,24 @@ void printCounts(const ProcessCounts& before, const ProcessCounts& after) {
 
 int runSoak(const std::filesystem::path& directory, std::uint64_t seed, double seconds) {
   const std::size_t threads = threadCount();
-  const SystemOptions system;
-  SoakRunner runner(directory, soak::SoakPlan(seed), system.settings());
+  SoakRunner runner(directory, SoakPlan(seed),
+                    {.container = std::nullopt,
+                     .hostApplication = std::nullopt,
+                     .trustAnchorPem = std::string(TrustAnchorPem)});
   SoakSummary summary;
   FlawList flaws;
   const auto roundLength = static_cast<std::int64_t>(
       std::min(seconds / RoundsAtLeast, MaxRoundSeconds) * NanosecondsPerSecond);
-  const std::int64_t start = soak::now();
+  const std::int64_t start = now();
   const std::int64_t end = start + static_cast<std::int64_t>(seconds * NanosecondsPerSecond);
   ProcessCounts before;
-  for (int round = 0; round <= WarmUpRounds || soak::now() < end; ++round) {
+  for (int round = 0; round <= WarmUpRounds || now() < end; ++round) {
     if (round == WarmUpRounds) {
       before = settledCounts(threads);
     }
-    flaws.add(runner.runRound(soak::now() + roundLength, summary));
+    flaws.add(runner.runRound(now() + roundLength, summary));
   }
-  const double elapsed = static_cast<double>(soak::now() - start) / NanosecondsPerSecond;
+  const double elapsed = static_cast<double>(now() - start) / NanosecondsPerSecond;
   const ProcessCounts after = settledCounts(threads);
   flaws.add(growthBetween(before, after));
   summary.print(std::cout, elapsed);
@@ -171,4 +174,4 @@ void addSoakCommand(CLI::App& app, int& exitStatus) {
   command.callback([options, &exitStatus] { exitStatus = run(*options); });
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

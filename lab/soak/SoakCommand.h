@@ -2,10 +2,10 @@
 
 #include <CLI/CLI.hpp>
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// Adds `soak`, which keeps the extension busy with a host that misbehaves; sets the exit status
 /// when that is what is called.
 void addSoakCommand(CLI::App& app, int& exitStatus);
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -6,10 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "lab/Program_testing.h"
-#include "lab/Stage.h"
+#include "lab/processes/Program_testing.h"
+#include "lab/processes/Stage.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 using testing::AllOf;
@@ -59,4 +59,4 @@ TEST(SoakCommand, SaysWhatIsWrongWithItsArguments) {
 }
 
 }  // namespace
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

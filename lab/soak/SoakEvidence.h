@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "lab/Outcome.h"
-#include "lab/soak/host/SoakLog.h"
+#include "lab/soak/plan/SoakLog.h"
+#include "lab/system/Outcome.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// One connection that the extension made for a request, or tried to.
 struct SoakAttempt {
@@ -16,7 +16,7 @@ struct SoakAttempt {
   std::uint64_t bytesSent = 0;
 };
 
-/// What was seen of one request on the extension's side. Times are of soak::now().
+/// What was seen of one request on the extension's side. Times are of now().
 struct SoakEvidence {
   std::uint64_t number = 0;
   std::int64_t start = 0;
@@ -35,7 +35,7 @@ struct SoakRound {
   /// A host served when the round began.
   bool isUpAtStart = false;
   std::vector<SoakEvidence> requests;
-  std::vector<soak::SoakRecord> records;
+  std::vector<SoakRecord> records;
 };
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -7,7 +7,7 @@
 
 #include "lab/soak/SoakCall.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 constexpr std::string_view ReturnKey = "\r";
@@ -78,10 +78,10 @@ struct SoakFlight::Session {
   LabViews views;
   SoakWorkspace workspace;
   Services services;
-  std::int64_t start = soak::now();
+  std::int64_t start = now();
 };
 
-SoakFlight::SoakFlight(const soak::SoakPlan& plan, std::uint64_t number, LabPlatform& platform,
+SoakFlight::SoakFlight(const SoakPlan& plan, std::uint64_t number, LabPlatform& platform,
                        SoakSite& site)
     : plan_(plan),
       number_(number),
@@ -115,7 +115,7 @@ SoakEvidence SoakFlight::land() {
   controller_ = nullptr;
   return {.number = number_,
           .start = session_->start,
-          .end = soak::now(),
+          .end = now(),
           .isLaunched = session_->workspace.isLaunched(),
           .outcomes = session_->context.outcomes,
           .attempts = session_->sockets.attempts(),
@@ -123,4 +123,4 @@ SoakEvidence SoakFlight::land() {
           .isKept = !controller.expired() || session_.use_count() != 1};
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

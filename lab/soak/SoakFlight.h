@@ -4,26 +4,25 @@
 #include <memory>
 #include <vector>
 
-#include "lab/CountedQueues.h"
-#include "lab/LabPlatform.h"
-#include "lab/LabViews.h"
 #include "lab/soak/NumberedSockets.h"
 #include "lab/soak/SoakEvidence.h"
 #include "lab/soak/SoakSite.h"
-#include "lab/soak/host/SoakPlan.h"
+#include "lab/soak/plan/SoakPlan.h"
+#include "lab/system/CountedQueues.h"
+#include "lab/system/LabPlatform.h"
+#include "lab/system/LabViews.h"
 #include "platform/ExtensionContext.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
 #include "provider/CredentialProviderViewController.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// One request in flight, with the services that are its own. Main thread.
 class SoakFlight {
  public:
   /// Refers to the platform and the site, which outlive it.
-  SoakFlight(const soak::SoakPlan& plan, std::uint64_t number, LabPlatform& platform,
-             SoakSite& site);
+  SoakFlight(const SoakPlan& plan, std::uint64_t number, LabPlatform& platform, SoakSite& site);
   SoakFlight(const SoakFlight&) = delete;
   SoakFlight& operator=(const SoakFlight&) = delete;
   ~SoakFlight();
@@ -40,10 +39,10 @@ class SoakFlight {
  private:
   struct Session;
 
-  const soak::SoakPlan& plan_;
+  const SoakPlan& plan_;
   const std::uint64_t number_;
   const std::shared_ptr<Session> session_;
   std::shared_ptr<CredentialProviderViewController> controller_;
 };
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -8,7 +8,7 @@
 
 #include "lab/soak/SoakChecks.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 constexpr const char* LaunchURL = "korvan:///launch?source=credential-provider";
@@ -17,7 +17,7 @@ enum Purpose : std::uint8_t { chooseReopening = 100 };
 
 }  // namespace
 
-SoakRunner::SoakRunner(const std::filesystem::path& directory, const soak::SoakPlan& plan,
+SoakRunner::SoakRunner(const std::filesystem::path& directory, const SoakPlan& plan,
                        const LabSettings& settings)
     : plan_(plan), platform_(settings) {
   for (std::size_t index = 0; index < SiteCount; ++index) {
@@ -26,8 +26,8 @@ SoakRunner::SoakRunner(const std::filesystem::path& directory, const soak::SoakP
 }
 
 std::vector<std::string> SoakRunner::runRound(std::int64_t end, SoakSummary& summary) {
-  while (soak::now() < end || !flights_.empty()) {
-    while (soak::now() < end && flights_.size() < MaxInFlight) {
+  while (now() < end || !flights_.empty()) {
+    while (now() < end && flights_.size() < MaxInFlight) {
       takeOff();
     }
     landThoseOver();
@@ -61,8 +61,7 @@ void SoakRunner::landThoseOver() {
     Place& place = placeOf(number);
     place.landed.push_back(std::move(evidence));
     // Some dead hosts come back by themselves, others when the extension opens them.
-    if (soak::isDeath(plan_.behaviourOf(number)) &&
-        plan_.choiceFor(number, chooseReopening) % 2 == 0) {
+    if (isDeath(plan_.behaviourOf(number)) && plan_.choiceFor(number, chooseReopening) % 2 == 0) {
       std::ignore = place.site.workspace.openURL(LaunchURL);
     }
   }
@@ -81,4 +80,4 @@ std::vector<std::string> SoakRunner::check(Place& place, SoakSummary& summary) c
   return flawsOf(plan_, round);
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -8,13 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "lab/LabPlatform.h"
 #include "lab/soak/SoakFlight.h"
 #include "lab/soak/SoakSite.h"
 #include "lab/soak/SoakSummary.h"
-#include "lab/soak/host/SoakPlan.h"
+#include "lab/soak/plan/SoakPlan.h"
+#include "lab/system/LabPlatform.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// Keeps many requests of a plan in flight, over several host applications. Main thread.
 class SoakRunner {
@@ -23,10 +23,10 @@ class SoakRunner {
   static constexpr std::size_t SiteCount = 4;
 
   /// The hosts' files go into `directory`. Throws std::runtime_error when they cannot be made.
-  SoakRunner(const std::filesystem::path& directory, const soak::SoakPlan& plan,
+  SoakRunner(const std::filesystem::path& directory, const SoakPlan& plan,
              const LabSettings& settings);
 
-  /// Makes requests until `end`, in soak::now()'s time, and returns when all are over. Their
+  /// Makes requests until `end`, in now()'s time, and returns when all are over. Their
   /// numbers go on from those of the last round. Gives what was wrong, a sentence for each, and
   /// counts in `summary`.
   [[nodiscard]] std::vector<std::string> runRound(std::int64_t end, SoakSummary& summary);
@@ -45,11 +45,11 @@ class SoakRunner {
   [[nodiscard]] Place& placeOf(std::uint64_t number);
   [[nodiscard]] std::vector<std::string> check(Place& place, SoakSummary& summary) const;
 
-  const soak::SoakPlan plan_;
+  const SoakPlan plan_;
   LabPlatform platform_;
   std::list<Place> places_;
   std::list<SoakFlight> flights_;
   std::uint64_t nextNumber_ = 0;
 };
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 namespace fs = std::filesystem;
@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view HostName = "korvan-soak-host";
 
 /// A copy, since programs are told apart by their files.
-fs::path copyHost(const fs::path& directory, const soak::SoakPlan& plan) {
+fs::path copyHost(const fs::path& directory, const SoakPlan& plan) {
   fs::create_directory(directory);
   const fs::path original = soakHostProgram();
   fs::path copy = directory / HostName;
@@ -34,10 +34,10 @@ fs::path soakHostProgram() {
                            (folder / "soak" / "host" / HostName).string() + ".");
 }
 
-SoakSite::SoakSite(const fs::path& directory, const soak::SoakPlan& plan)
+SoakSite::SoakSite(const fs::path& directory, const SoakPlan& plan)
     : program(copyHost(directory, plan)),
       containers((directory / "container").string()),
       workspace(HostExecutable{program}),
       log(directory / "log") {}
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

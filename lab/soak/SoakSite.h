@@ -2,12 +2,12 @@
 
 #include <filesystem>
 
-#include "lab/soak/host/SoakLog.h"
-#include "lab/soak/host/SoakPlan.h"
+#include "lab/soak/plan/SoakLog.h"
+#include "lab/soak/plan/SoakPlan.h"
 #include "platform/linux/LinuxAppGroupContainers.h"
 #include "platform/linux/LinuxWorkspace.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// The misbehaving host that is built with the lab, beside the lab's own program or in the folder
 /// of the build. Throws std::runtime_error, naming the places, when it is in neither.
@@ -17,12 +17,12 @@ namespace korvan::lab {
 struct SoakSite {
   /// Makes the directory, with a copy of the host in it. Throws std::filesystem::filesystem_error
   /// or std::runtime_error when it cannot.
-  SoakSite(const std::filesystem::path& directory, const soak::SoakPlan& plan);
+  SoakSite(const std::filesystem::path& directory, const SoakPlan& plan);
 
   std::filesystem::path program;
   LinuxAppGroupContainers containers;
   LinuxWorkspace workspace;
-  soak::SoakLogReader log;
+  SoakLogReader log;
 };
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -4,10 +4,10 @@
 #include <cmath>
 #include <iomanip>
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
-using Event = soak::SoakRecord::Event;
+using Event = SoakRecord::Event;
 
 constexpr int NameWidth = 42;
 constexpr int CountWidth = 10;
@@ -40,17 +40,17 @@ void printTable(std::ostream& stream, std::string_view title, const Table& table
 
 }  // namespace
 
-void SoakSummary::count(const soak::SoakPlan& plan, const SoakRound& round) {
+void SoakSummary::count(const SoakPlan& plan, const SoakRound& round) {
   for (const SoakEvidence& request : round.requests) {
     ++requests_;
-    ++byAsk_[std::string(soak::traitsOf(plan.askOf(request.number)).name)];
-    ++byBehaviour_[std::string(soak::nameOf(plan.behaviourOf(request.number)))];
+    ++byAsk_[std::string(traitsOf(plan.askOf(request.number)).name)];
+    ++byBehaviour_[std::string(nameOf(plan.behaviourOf(request.number)))];
     for (const Outcome& outcome : request.outcomes) {
       ++byOutcome_[std::visit(Kind(), outcome)];
     }
     launches_ += request.isLaunched ? 1 : 0;
   }
-  for (const soak::SoakRecord& record : round.records) {
+  for (const SoakRecord& record : round.records) {
     deaths_ += record.event == Event::dying ? 1 : 0;
     starts_ += record.event == Event::ready ? 1 : 0;
   }
@@ -67,4 +67,4 @@ void SoakSummary::print(std::ostream& stream, double seconds) const {
          << launches_ << " requests\n";
 }
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -8,14 +8,14 @@
 #include <string_view>
 
 #include "lab/soak/SoakEvidence.h"
-#include "lab/soak/host/SoakPlan.h"
+#include "lab/soak/plan/SoakPlan.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 
 /// How many requests there were of what sort.
 class SoakSummary {
  public:
-  void count(const soak::SoakPlan& plan, const SoakRound& round);
+  void count(const SoakPlan& plan, const SoakRound& round);
 
   [[nodiscard]] std::uint64_t requests() const noexcept { return requests_; }
 
@@ -34,4 +34,4 @@ class SoakSummary {
   std::uint64_t launches_ = 0;
 };
 
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

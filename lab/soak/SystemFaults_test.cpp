@@ -16,15 +16,15 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "lab/CallRunner.h"
-#include "lab/Program_testing.h"
-#include "lab/SampleHostProcess.h"
-#include "lab/Stage.h"
-#include "lab/SystemOptions.h"
-#include "lab/TemporaryDirectory.h"
-#include "lab/host/Descriptor.h"
+#include "lab/processes/Program_testing.h"
+#include "lab/processes/SampleHostProcess.h"
+#include "lab/processes/Stage.h"
+#include "lab/support/Descriptor.h"
+#include "lab/support/TemporaryDirectory.h"
+#include "lab/system/CallRunner.h"
+#include "lab/system/TrustAnchor.h"
 
-namespace korvan::lab {
+namespace korvan::lab::soak {
 namespace {
 
 namespace fs = std::filesystem;
@@ -89,7 +89,7 @@ class ScarceSystem : public testing::Test {
   SampleHostProcess host{KORVAN_SAMPLE_HOST, {"--container", directory.path().string()}};
   CallRunner runner{LabSettings{.container = directory.path(),
                                 .hostApplication = std::string(LabSettings::None),
-                                .trustAnchorPem = SystemOptions().settings().trustAnchorPem}};
+                                .trustAnchorPem = std::string(TrustAnchorPem)}};
 };
 
 /// While it lives, this process can open no more than so many descriptors.
@@ -110,7 +110,7 @@ class FreeDescriptors {
 
  private:
   rlimit before_{};
-  std::vector<host::Descriptor> taken_;
+  std::vector<Descriptor> taken_;
 };
 
 TEST_F(ScarceSystem, WithoutDescriptorsARequestFailsOnceAndTheNextOneIsServed) {
@@ -190,4 +190,4 @@ TEST_F(ScarceSystem, WithoutThreadsARequestWaitsForOneAndIsServed) {
 }
 
 }  // namespace
-}  // namespace korvan::lab
+}  // namespace korvan::lab::soak

@@ -5,7 +5,7 @@
 
 #include "lab/vectors/SamplePasskey.h"
 
-namespace korvan::vectors {
+namespace korvan::lab::vectors {
 namespace {
 
 ProviderMessage assertionAnswer() {
@@ -60,4 +60,4 @@ std::vector<MessageVector> answerVectors() {
   };
 }
 
-}  // namespace korvan::vectors
+}  // namespace korvan::lab::vectors

@@ -4,9 +4,9 @@
 
 #include "lab/vectors/MessageVector.h"
 
-namespace korvan::vectors {
+namespace korvan::lab::vectors {
 
 /// Every kind of answer that a host may give.
 [[nodiscard]] std::vector<MessageVector> answerVectors();
 
-}  // namespace korvan::vectors
+}  // namespace korvan::lab::vectors

@@ -8,10 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include "lab/PublicKey.h"
+#include "lab/site/PublicKey.h"
 #include "lab/vectors/SamplePasskey.h"
 
-namespace korvan::vectors {
+namespace korvan::lab::vectors {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -65,4 +65,4 @@ TEST(AnswerVectorsTest, TheAttestationObjectHoldsTheCredentialID) {
 }
 
 }  // namespace
-}  // namespace korvan::vectors
+}  // namespace korvan::lab::vectors

@@ -4,7 +4,7 @@
 
 #include "channel/ProviderMessage.h"
 
-namespace korvan::vectors {
+namespace korvan::lab::vectors {
 
 /// One message of the host protocol as an example for people who write a host.
 struct MessageVector {
@@ -13,4 +13,4 @@ struct MessageVector {
   ProviderMessage message;
 };
 
-}  // namespace korvan::vectors
+}  // namespace korvan::lab::vectors

@@ -14,7 +14,7 @@
 #include "platform/fake/FakePlatform.h"
 #include "provider/CredentialProviderViewController.h"
 
-namespace korvan::vectors {
+namespace korvan::lab::vectors {
 namespace {
 
 using Controller = CredentialProviderViewController;
@@ -154,4 +154,4 @@ std::vector<MessageVector> requestVectors() {
   };
 }
 
-}  // namespace korvan::vectors
+}  // namespace korvan::lab::vectors

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "lab/host/Base64Url.h"
+#include "lab/support/Base64Url.h"
 
-namespace korvan::vectors {
+namespace korvan::lab::vectors {
 namespace {
 
 Data countingFrom(std::uint8_t first, std::size_t size) {
@@ -17,7 +17,7 @@ Data countingFrom(std::uint8_t first, std::size_t size) {
   return Data::copyOf(bytes);
 }
 
-Data bytesOf(std::string_view base64Url) { return host::fromBase64Url(base64Url).value(); }
+Data bytesOf(std::string_view base64Url) { return fromBase64Url(base64Url).value(); }
 
 }  // namespace
 
@@ -46,4 +46,4 @@ Data signature() {
       "rlQ");
 }
 
-}  // namespace korvan::vectors
+}  // namespace korvan::lab::vectors

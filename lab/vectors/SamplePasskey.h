@@ -5,7 +5,7 @@
 
 #include "platform/Data.h"
 
-namespace korvan::vectors {
+namespace korvan::lab::vectors {
 
 // One passkey of the sample host, whose life the messages tell: it is registered, signs in, is
 // renamed and removed. The bytes that a host makes at random are kept here, so that the messages
@@ -32,4 +32,4 @@ inline constexpr std::string_view NewUserName = "Zoë 🗝";
 /// ES256 of the authenticator data and the assertion's client-data hash, in DER.
 [[nodiscard]] Data signature();
 
-}  // namespace korvan::vectors
+}  // namespace korvan::lab::vectors

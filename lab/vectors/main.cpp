@@ -9,16 +9,16 @@
 #include <CLI/CLI.hpp>
 
 #include "channel/ProviderMessage.h"
-#include "lab/MessageJson.h"
-#include "lab/SystemOptions.h"
+#include "lab/json/MessageJson.h"
+#include "lab/support/FileContents.h"
 #include "lab/vectors/AnswerVectors.h"
 #include "lab/vectors/RequestVectors.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
 namespace {
 
 using namespace korvan;
-using namespace korvan::vectors;
+using namespace korvan::lab::vectors;
 namespace fs = std::filesystem;
 
 constexpr int UsageError = 2;

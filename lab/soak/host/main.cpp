@@ -25,19 +25,20 @@
 #include <unistd.h>
 
 #include "channel/ProviderFrame.h"
-#include "lab/host/Descriptor.h"
 #include "lab/host/HostSocket.h"
-#include "lab/host/SystemError.h"
-#include "lab/soak/host/ClientName.h"
-#include "lab/soak/host/SoakLog.h"
-#include "lab/soak/host/SoakPlan.h"
-#include "lab/soak/host/SoakScript.h"
-#include "platform/linux/LinuxPropertyListSerialization.h"
+#include "lab/soak/plan/ClientName.h"
+#include "lab/soak/plan/SoakLog.h"
+#include "lab/soak/plan/SoakPlan.h"
+#include "lab/soak/plan/SoakScript.h"
+#include "lab/support/Descriptor.h"
+#include "lab/support/SystemError.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
 namespace {
 
 using namespace korvan;
-using namespace korvan::soak;
+using namespace korvan::lab;
+using namespace korvan::lab::soak;
 using Event = SoakRecord::Event;
 
 constexpr int StallMilliseconds = 10;
@@ -146,11 +147,11 @@ void serve(const Host& host, int socket, const ClientName& client) {
 
 /// Serves the next client on a thread of its own.
 void accept(const Host& host, int listener) {
-  host::Descriptor socket(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+  Descriptor socket(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
   if (socket.get() < 0 && (errno == EINTR || errno == ECONNABORTED)) {
     return;
   }
-  host::requireSystem(socket.get() >= 0, "Accepting a client");
+  requireSystem(socket.get() >= 0, "Accepting a client");
   auto client = nameOfClient(socket.get());
   if (!client && host.plan.always()) {
     client = ClientName();

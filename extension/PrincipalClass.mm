@@ -1,0 +1,136 @@
+#import "extension/PrincipalClass.h"
+
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+
+#include "extension/AppleController.h"
+#include "extension/ApplePlatform.h"
+#include "extension/CredentialRequests.h"
+#include "platform/apple/Conversions.h"
+
+@implementation CredentialProviderViewController {
+  // The runtime keeps the types of instance variables as text, so this one names none of ours.
+  std::shared_ptr<void> _controller;
+  std::once_flag _controllerMade;
+}
+
+namespace {
+
+/// The object's controller, made when it is first asked for: reports come on any thread.
+korvan::AppleController& controllerOf(CredentialProviderViewController* self) {
+  std::call_once(self->_controllerMade, [self] {
+    self->_controller = std::make_shared<korvan::AppleController>(
+        self, korvan::makeApplePlatform(self, @selector(dismissUnavailableUI:)));
+  });
+  return *static_cast<korvan::AppleController*>(self->_controller.get());
+}
+
+/// Calls the controller. No exception leaves: one ends the process.
+template <typename Message>
+void send(CredentialProviderViewController* self, const Message& message) noexcept {
+  message(controllerOf(self));
+}
+
+/// The same for a report: what was wrong with its arguments, or nil.
+template <typename Report>
+NSString* reasonOfRefusal(CredentialProviderViewController* self, const Report& report) noexcept {
+  try {
+    report(controllerOf(self));
+    return nil;
+  } catch (const std::invalid_argument& refusal) {
+    return korvan::toNSStringOrEmpty(refusal.what());
+  }
+}
+
+/// Sends a report, and raises when it was refused; by then no C++ exception is under way.
+template <typename Report>
+void sendReport(CredentialProviderViewController* self, const Report& report) {
+  if (NSString* const reason = reasonOfRefusal(self, report)) {
+    @throw [NSException exceptionWithName:NSInvalidArgumentException reason:reason userInfo:nil];
+  }
+}
+
+}  // namespace
+
+- (void)dismissUnavailableUI:(id)__unused sender {
+  send(self, [](korvan::AppleController& controller) { controller.dismissUnavailableUI(); });
+}
+
+- (void)prepareInterfaceForExtensionConfiguration {
+  send(self, [](korvan::AppleController& controller) {
+    controller.prepareInterfaceForExtensionConfiguration();
+  });
+}
+
+- (void)prepareCredentialListForServiceIdentifiers:
+            (NSArray<ASCredentialServiceIdentifier*>*)serviceIdentifiers
+                                 requestParameters:
+                                     (ASPasskeyCredentialRequestParameters*)requestParameters {
+  send(self, [=](korvan::AppleController& controller) {
+    controller.prepareCredentialListForServiceIdentifiers(
+        korvan::serviceIdentifiersOf(serviceIdentifiers),
+        korvan::requestParametersOf(requestParameters));
+  });
+}
+
+- (void)provideCredentialWithoutUserInteractionForRequest:
+    (id<ASCredentialRequest>)credentialRequest {
+  send(self, [=](korvan::AppleController& controller) {
+    controller.provideCredentialWithoutUserInteractionForRequest(
+        korvan::credentialRequestOf(credentialRequest));
+  });
+}
+
+- (void)prepareInterfaceToProvideCredentialForRequest:(id<ASCredentialRequest>)credentialRequest {
+  send(self, [=](korvan::AppleController& controller) {
+    controller.prepareInterfaceToProvideCredentialForRequest(
+        korvan::credentialRequestOf(credentialRequest));
+  });
+}
+
+- (void)prepareInterfaceForPasskeyRegistration:(id<ASCredentialRequest>)registrationRequest {
+  send(self, [=](korvan::AppleController& controller) {
+    controller.prepareInterfaceForPasskeyRegistration(
+        korvan::credentialRequestOf(registrationRequest));
+  });
+}
+
+- (void)performPasskeyRegistrationWithoutUserInteractionIfPossible:
+    (ASPasskeyCredentialRequest*)registrationRequest {
+  send(self, [=](korvan::AppleController& controller) {
+    controller.performPasskeyRegistrationWithoutUserInteractionIfPossible(
+        korvan::passkeyCredentialRequestOf(registrationRequest));
+  });
+}
+
+- (void)reportPublicKeyCredentialUpdateForRelyingParty:(NSString*)relyingParty
+                                            userHandle:(NSData*)userHandle
+                                               newName:(NSString*)newName {
+  sendReport(self, [=](korvan::AppleController& controller) {
+    controller.reportPublicKeyCredentialUpdateForRelyingParty(
+        korvan::stringOf(relyingParty), korvan::dataOf(userHandle), korvan::stringOf(newName));
+  });
+}
+
+- (void)reportUnknownPublicKeyCredentialForRelyingParty:(NSString*)relyingParty
+                                           credentialID:(NSData*)credentialID {
+  sendReport(self, [=](korvan::AppleController& controller) {
+    controller.reportUnknownPublicKeyCredentialForRelyingParty(korvan::stringOf(relyingParty),
+                                                               korvan::dataOf(credentialID));
+  });
+}
+
+- (void)reportAllAcceptedPublicKeyCredentialsForRelyingParty:(NSString*)relyingParty
+                                                  userHandle:(NSData*)userHandle
+                                       acceptedCredentialIDs:
+                                           (NSArray<NSData*>*)acceptedCredentialIDs {
+  sendReport(self, [=](korvan::AppleController& controller) {
+    controller.reportAllAcceptedPublicKeyCredentialsForRelyingParty(
+        korvan::stringOf(relyingParty), korvan::dataOf(userHandle),
+        korvan::dataArrayOf(acceptedCredentialIDs));
+  });
+}
+
+@end

@@ -1,0 +1,154 @@
+#include "lab/commands/CallCommand.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "lab/commands/SystemOptions.h"
+#include "lab/json/CallParser.h"
+#include "lab/support/HelpPage.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr int AllLinesWereCalls = 0;
+constexpr int SomeLineWasNoCall = 2;
+
+constexpr std::string_view CallHelpPage =
+    R"(Usage: korvan-lab call [options] [FILE]
+
+Calls entry points of the extension. Reads one JSON object a line, from FILE or
+standard input, and answers each with one: "entryPoint" is the selector, other
+keys are its arguments, bytes are base64url. Each call has its own controller.
+
+  --container DIR|none     the app group's container; otherwise the user's own
+  --host-application EXECUTABLE|none
+                           what counts as the host; otherwise the desktop's
+  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+  --os-version VERSION     the macOS to stand in for; otherwise 15.0
+  --notice press-ok|leave|terminal|window
+                           what becomes of the notice; otherwise press-ok. With
+                           terminal, Return answers it on standard input, or on
+                           /dev/tty where standard input brings the calls
+  --show-messages          also shows what went over the socket
+  --help                   this page
+
+The exit status is 0, or 2 when a line was no call, or 1 when nothing was done.
+
+Example:
+  echo '{"entryPoint":"prepareInterfaceForExtensionConfiguration"}' |
+    korvan-lab call --host-application none --show-messages
+)";
+
+struct CallOptions {
+  SystemOptions system;
+  std::string operatingSystemVersion;
+  std::string notice;
+  bool showMessages = false;
+  std::string file;
+};
+
+std::string flawOfVersion(const std::string& text) {
+  const auto version = parseOperatingSystemVersion(text);
+  return version ? std::string() : version.error();
+}
+
+std::string flawOfNotice(const std::string& text) {
+  for (const std::string_view known : {"press-ok", "leave", "terminal", "window"}) {
+    if (text == known) {
+      return {};
+    }
+  }
+  return "\"" + text +
+         "\" is no way to treat the notice; it must be press-ok, leave, terminal or window";
+}
+
+NoticeMode noticeModeOf(const CallOptions& options) {
+  if (options.notice == "leave") {
+    return NoticeMode::leave;
+  }
+  if (options.notice == "window") {
+    return NoticeMode::window;
+  }
+  if (options.notice == "terminal") {
+    // Not to take a call for the answer.
+    return options.file.empty() ? NoticeMode::controllingTerminal : NoticeMode::terminal;
+  }
+  return NoticeMode::pressOk;
+}
+
+LabSettings settingsOf(const CallOptions& options) {
+  LabSettings settings = options.system.settings();
+  settings.noticeMode = noticeModeOf(options);
+  settings.listensToMessages = options.showMessages;
+  if (!options.operatingSystemVersion.empty()) {
+    settings.operatingSystemVersion =
+        parseOperatingSystemVersion(options.operatingSystemVersion).value();
+  }
+  return settings;
+}
+
+std::ifstream openFile(const std::string& name) {
+  std::ifstream file(name);
+  if (!file) {
+    throw std::system_error(errno, std::generic_category(), "cannot read " + name);
+  }
+  // A directory opens, but there is nothing in it to read.
+  if (std::filesystem::is_directory(name)) {
+    throw std::system_error(EISDIR, std::generic_category(), "cannot read " + name);
+  }
+  return file;
+}
+
+int run(const CallOptions& options) {
+  std::ifstream file;
+  if (!options.file.empty()) {
+    file = openFile(options.file);
+  }
+  CallRunner runner(settingsOf(options));
+  const OutcomeWriter writer(runner.propertyLists(), options.showMessages);
+  const bool allCalls =
+      serveLines(options.file.empty() ? std::cin : file, std::cout, runner, writer);
+  return allCalls ? AllLinesWereCalls : SomeLineWasNoCall;
+}
+
+}  // namespace
+
+bool serveLines(std::istream& input, std::ostream& output, CallRunner& runner,
+                const OutcomeWriter& writer) {
+  bool allCalls = true;
+  std::string line;
+  while (std::getline(input, line)) {
+    if (line.find_first_not_of(" \t\r") == std::string::npos) {
+      continue;
+    }
+    const auto call = parseCall(line);
+    output << (call ? writer.line(runner.run(*call)) : writer.invalidLine(call.error())) << '\n'
+           << std::flush;
+    if (!output) {
+      throw std::runtime_error("cannot write an answer to standard output");
+    }
+    allCalls = allCalls && call.has_value();
+  }
+  return allCalls;
+}
+
+void addCallCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command = *app.add_subcommand("call", "calls entry points, for scripts");
+  const auto options = std::make_shared<CallOptions>();
+  options->system.addTo(command);
+  command.add_option("--os-version", options->operatingSystemVersion)
+      ->check(CLI::Validator(flawOfVersion, ""));
+  command.add_option("--notice", options->notice)->check(CLI::Validator(flawOfNotice, ""));
+  command.add_flag("--show-messages", options->showMessages);
+  command.add_option("FILE", options->file);
+  setHelpPage(command, CallHelpPage);
+  command.callback([options, &exitStatus] { exitStatus = run(*options); });
+}
+
+}  // namespace korvan::lab

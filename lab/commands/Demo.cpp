@@ -1,0 +1,286 @@
+#include "lab/commands/Demo.h"
+
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+#include "lab/commands/Tour.h"
+#include "lab/site/Report.h"
+#include "lab/support/RandomData.h"
+#include "platform/Error.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t DemoUserHandleSize = 16;
+
+CreationOptions optionsOfNewUser() {
+  return {.userName = "bob", .userHandle = randomData(DemoUserHandleSize)};
+}
+
+/// With the findings only when something is wrong with them.
+template <typename Result>
+bool endVerified(Narrator& narrator, const Result& result, std::string_view words) {
+  if (!result.verified()) {
+    for (const Finding& finding : result.findings) {
+      narrator.finding(finding);
+    }
+  }
+  return narrator.verdict(result.verified(),
+                          std::string(words) + ", " + durationText(result.report.milliseconds));
+}
+
+bool isCancelled(const CallReport& report, ExtensionErrorCode code) {
+  const auto* const cancelled = std::get_if<Cancelled>(&report.outcome);
+  return cancelled != nullptr && cancelled->error.domain == ErrorDomain::extension &&
+         cancelled->error.code == static_cast<std::int64_t>(code);
+}
+
+bool endCancelled(Narrator& narrator, const CallReport& report, ExtensionErrorCode code,
+                  std::string_view words) {
+  return narrator.verdict(isCancelled(report, code),
+                          std::string(words) + ", " + durationText(report.milliseconds));
+}
+
+bool descriptionStartsWith(const CallReport& report, std::string_view words) {
+  const auto* const cancelled = std::get_if<Cancelled>(&report.outcome);
+  return cancelled != nullptr &&
+         cancelled->error.localizedDescription().value_or("").starts_with(words);
+}
+
+bool signInSilently(Tour& tour) {
+  Tour::Host host = tour.startHost(tour.vaultArguments());
+  const SignInResult result = tour.signIn(SignInRoad::silent, tour.passkey());
+  host.process.stop();
+  return endVerified(tour.narrator(), result, "The web site accepts the signature");
+}
+
+bool openTheHost(Tour& tour) {
+  tour.narrator().say("No host runs, so it is opened by its URL and asked again until it answers.");
+  const fs::path launcher = tour.stage().writeLauncher(tour.vaultArguments());
+  const SignInResult result =
+      tour.signIn(SignInRoad::interactive, tour.passkey(), launcher.string());
+  tour.stage().stopLaunchedHost();
+  return endVerified(tour.narrator(), result, "Opened, and signed in");
+}
+
+bool chooseFromList(Tour& tour) {
+  Tour::Host host = tour.startHost(tour.vaultArguments());
+  const SignInResult result = tour.signIn(SignInRoad::list, tour.passkey());
+  host.process.stop();
+  return endVerified(tour.narrator(), result, "The host chose a passkey that the web site accepts");
+}
+
+bool registerAndSignIn(Tour& tour, const CreationOptions& options) {
+  Tour::Host host = tour.startHost({});
+  const RegistrationResult registration = tour.registerPasskey(options);
+  if (!registration.verified()) {
+    return endVerified(tour.narrator(), registration, "The web site does not take the new passkey");
+  }
+  const SignInResult result = tour.signIn(SignInRoad::silent, *registration.passkey);
+  host.process.stop();
+  return endVerified(tour.narrator(), result, "The web site accepts the new passkey's signature");
+}
+
+bool registerWithTheUser(Tour& tour) { return registerAndSignIn(tour, optionsOfNewUser()); }
+
+bool registerSilently(Tour& tour) {
+  CreationOptions options = optionsOfNewUser();
+  options.conditional = true;
+  return registerAndSignIn(tour, options);
+}
+
+bool refuseExcluded(Tour& tour) {
+  Tour::Host host = tour.startHost({});
+  CreationOptions options = optionsOfNewUser();
+  options.excludedCredentials = {host.passkey.identity.credentialID.value()};
+  const CallReport report = tour.registerPasskey(options).report;
+  tour.narrator().say("macOS 14 has no list of excluded credentials to pass on:");
+  const RegistrationResult onOlder = tour.registerPasskey(options, {.major = 14, .minor = 6});
+  host.process.stop();
+  return tour.narrator().verdict(
+      isCancelled(report, ExtensionErrorCode::matchedExcludedCredential) && onOlder.verified(),
+      "From macOS 15 on the web site learns that the user has a passkey, " +
+          durationText(report.milliseconds));
+}
+
+bool refuseUnknownPasskey(Tour& tour) {
+  Tour::Host host = tour.startHost(tour.vaultArguments());
+  EnrolledPasskey unknown = tour.passkey();
+  unknown.identity.recordIdentifier = "00000000-0000-0000-0000-000000000000";
+  const CallReport report = tour.signIn(SignInRoad::silent, unknown).report;
+  host.process.stop();
+  return endCancelled(tour.narrator(), report, ExtensionErrorCode::credentialIdentityNotFound,
+                      "The system learns that there is no such passkey");
+}
+
+bool refuseWhileLocked(Tour& tour) {
+  Tour::Host host = tour.startHost({"--locked"});
+  const CallReport report = tour.signIn(SignInRoad::silent, host.passkey).report;
+  host.process.stop();
+  return endCancelled(tour.narrator(), report, ExtensionErrorCode::userInteractionRequired,
+                      "The system learns that it has to ask the user");
+}
+
+bool letTheUserCancel(Tour& tour) {
+  Tour::Host host = tour.startHost({"--user-cancels"});
+  const CallReport report = tour.signIn(SignInRoad::interactive, host.passkey).report;
+  host.process.stop();
+  return endCancelled(tour.narrator(), report, ExtensionErrorCode::userCanceled,
+                      "The system learns that the user does not want to");
+}
+
+bool renameTheUser(Tour& tour) {
+  const std::vector<std::string> vault = {"--vault", tour.stage().file("renamed.json")};
+  Tour::Host host = tour.startHost(vault);
+  std::ignore = tour.call(updatedUserNameReport(
+      std::string(TourRelyingParty), host.passkey.identity.userHandle.value(), "alice.b"));
+  host.process.stop();
+  Tour::Host again = tour.startHost(vault);
+  again.process.stop();
+  return tour.narrator().verdict(again.passkey.identity.userName == "alice.b",
+                                 "The host calls " + *host.passkey.identity.userName + " " +
+                                     again.passkey.identity.userName.value_or("nothing") + " now");
+}
+
+bool removeTheUnknown(Tour& tour) {
+  Tour::Host host = tour.startHost({});
+  std::ignore = tour.call(unknownCredentialReport(std::string(TourRelyingParty),
+                                                  host.passkey.identity.credentialID.value()));
+  const CallReport report = tour.signIn(SignInRoad::silent, host.passkey).report;
+  host.process.stop();
+  return endCancelled(tour.narrator(), report, ExtensionErrorCode::credentialIdentityNotFound,
+                      "The host has it no longer");
+}
+
+bool keepOnlyTheAccepted(Tour& tour) {
+  Tour::Host host = tour.startHost({});
+  const PasskeyCredentialIdentity& identity = host.passkey.identity;
+  const std::string site(TourRelyingParty);
+  std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle.value(),
+                                                    {identity.credentialID.value()}));
+  const SignInResult accepted = tour.signIn(SignInRoad::silent, host.passkey);
+  std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle.value(), {}));
+  const CallReport report = tour.signIn(SignInRoad::silent, host.passkey).report;
+  host.process.stop();
+  return tour.narrator().verdict(
+      accepted.verified() && isCancelled(report, ExtensionErrorCode::credentialIdentityNotFound),
+      "Kept while it was on the list, and removed when it was not");
+}
+
+bool loseAReport(Tour& tour) {
+  const fs::path launcher = tour.stage().writeLauncher(tour.vaultArguments());
+  const CallReport report =
+      tour.call(unknownCredentialReport(std::string(TourRelyingParty),
+                                        tour.passkey().identity.credentialID.value()),
+                launcher.string());
+  const bool opened = Stage::hasProcesses();
+  tour.stage().stopLaunchedHost();
+  return tour.narrator().verdict(
+      !wasDelivered(report) && report.failedConnections == 1 && !opened,
+      "One connection failed, and no host was opened, " + durationText(report.milliseconds));
+}
+
+bool synchronise(Tour& tour) {
+  Tour::Host host = tour.startHost(tour.vaultArguments());
+  const CallReport report = tour.call(configurationCall());
+  host.process.stop();
+  return tour.narrator().verdict(
+      std::holds_alternative<CompletedConfiguration>(report.outcome),
+      "The system's settings are done, " + durationText(report.milliseconds));
+}
+
+bool turnImpostorAway(Tour& tour) {
+  tour.narrator().say("An unsigned copy of the host listens on the socket.");
+  const fs::path copy = tour.stage().file("impostor");
+  fs::copy_file(sampleHostProgram(), copy);
+  SampleHostProcess& impostor = tour.stage().startHost(copy, {});
+  impostor.nextEvent();
+  const CallReport report = tour.signIn(SignInRoad::silent, tour.passkey()).report;
+  const auto received = impostor.nextEvent().at("bytesReceived").get<std::size_t>();
+  impostor.stop();
+  tour.narrator().say("It was sent " + std::to_string(received) + " bytes.");
+  return tour.narrator().verdict(
+      isCancelled(report, ExtensionErrorCode::failed) && received == 0 &&
+          descriptionStartsWith(report, "Validating the Korvan peer code signature failed"),
+      "Turned away before it was told anything, " + durationText(report.milliseconds));
+}
+
+bool showTheNotice(Tour& tour) {
+  const CallReport report = tour.signIn(SignInRoad::interactive, tour.passkey()).report;
+  const auto* const cancelled = std::get_if<Cancelled>(&report.outcome);
+  return tour.narrator().verdict(
+      isCancelled(report, ExtensionErrorCode::failed) && cancelled->noticeShown,
+      "The user knows what to do, " + durationText(report.milliseconds));
+}
+
+struct Step {
+  std::string_view title;
+  bool (*run)(Tour& tour);
+};
+
+constexpr std::array<Step, DemoStepCount> Steps{{
+    {.title = "A sign-in that does not bother the user", .run = signInSilently},
+    {.title = "A sign-in while the host is not running", .run = openTheHost},
+    {.title = "A sign-in from the list of credentials", .run = chooseFromList},
+    {.title = "A new passkey, and a sign-in with it", .run = registerWithTheUser},
+    {.title = "A new passkey that does not bother the user", .run = registerSilently},
+    {.title = "A passkey where the web site excludes another one", .run = refuseExcluded},
+    {.title = "A passkey that the host does not have", .run = refuseUnknownPasskey},
+    {.title = "A locked vault", .run = refuseWhileLocked},
+    {.title = "A user who cancels", .run = letTheUserCancel},
+    {.title = "A report that the user has another name", .run = renameTheUser},
+    {.title = "A report that the web site does not know a passkey", .run = removeTheUnknown},
+    {.title = "A report of all passkeys that are accepted", .run = keepOnlyTheAccepted},
+    {.title = "A report while the host is not running", .run = loseAReport},
+    {.title = "The extension's configuration", .run = synchronise},
+    {.title = "An impostor on the socket", .run = turnImpostorAway},
+    {.title = "A host that cannot be opened", .run = showTheNotice},
+}};
+
+bool runStep(Tour& tour, std::size_t number) {
+  const Step& step = Steps.at(number - 1);
+  tour.narrator().heading(std::to_string(number) + ". " + std::string(step.title));
+  return step.run(tour);
+}
+
+bool runAll(Tour& tour) {
+  bool allVerified = true;
+  for (std::size_t number = 1; number <= Steps.size(); ++number) {
+    allVerified = runStep(tour, number) && allVerified;
+  }
+  return allVerified;
+}
+
+void sayHowToGoOn(Narrator& narrator, const std::string& program) {
+  narrator.heading("To try one by itself:");
+  narrator.say(program + " demo --step 2");
+  narrator.say("or with a host of your own: see " + program + " --help.");
+}
+
+}  // namespace
+
+bool runDemo(Narrator& narrator, const fs::path& directory, const std::string& program,
+             std::optional<std::size_t> step) {
+  const auto start = std::chrono::steady_clock::now();
+  Stage stage(directory);
+  Tour tour(narrator, stage);
+  if (step) {
+    return runStep(tour, *step);
+  }
+  const bool allVerified = runAll(tour);
+  const std::chrono::duration<double, std::milli> duration =
+      std::chrono::steady_clock::now() - start;
+  sayHowToGoOn(narrator, program);
+  narrator.heading("The tour:");
+  return narrator.verdict(
+      allVerified, (allVerified ? "every step was verified, " : "not every step was verified, ") +
+                       durationText(duration.count()));
+}
+
+}  // namespace korvan::lab

@@ -1,0 +1,53 @@
+#include "lab/commands/DemoCommand.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <tuple>
+
+#include "lab/commands/Demo.h"
+#include "lab/commands/Narrator.h"
+#include "lab/processes/Supervisor.h"
+#include "lab/support/HelpPage.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr std::string_view DemoHelpPage =
+    R"(Usage: korvan-lab demo [--step NUMBER]
+
+Shows what the extension does, with sample hosts of its own: sign-ins and new
+passkeys with and without the user, a host that has to be opened first,
+refusals, reports, the configuration, an impostor and the notice. Everything
+happens in a private directory that is removed again.
+
+  --step NUMBER  only the step of this number, from 1 to 16
+  --help         this page
+
+The exit status is 0 when every step was verified, otherwise 1.
+
+Example:
+  korvan-lab demo --step 2
+)";
+
+}  // namespace
+
+void addDemoCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command = *app.add_subcommand("demo", "the whole tour, with sample hosts of its own");
+  const auto step = std::make_shared<std::optional<std::size_t>>();
+  command.add_option("--step", *step)
+      ->check(CLI::Range(std::size_t{1}, DemoStepCount).description(""));
+  setHelpPage(command, DemoHelpPage);
+  command.callback([&app, &exitStatus, step] {
+    // Who reads the story may go away; the hosts are ended all the same.
+    std::ignore = std::signal(SIGPIPE, SIG_IGN);
+    exitStatus = runSupervised([&app, step](const std::filesystem::path& directory) {
+      Narrator narrator = Narrator::toStandardOutput();
+      return runDemo(narrator, directory, app.get_name(), *step) ? EXIT_SUCCESS : EXIT_FAILURE;
+    });
+  });
+}
+
+}  // namespace korvan::lab

@@ -1,0 +1,130 @@
+#include "lab/commands/Narrator.h"
+
+#include <iomanip>
+#include <iostream>
+#include <optional>
+#include <sstream>
+#include <string>
+
+#include <unistd.h>
+
+#include "lab/json/MessageJson.h"
+#include "lab/support/Base64Url.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr std::string_view Bold = "\x1b[1m";
+constexpr std::string_view Green = "\x1b[32m";
+constexpr std::string_view Red = "\x1b[31m";
+constexpr std::string_view Plain = "\x1b[0m";
+
+std::string shown(const std::optional<Data>& data) {
+  return data ? base64Url(data->bytes()) : "nothing";
+}
+
+std::string shown(const PropertyListSerialization& propertyLists, const RecordedFrame& frame) {
+  // What came from the host may hold what is not UTF-8.
+  return messageJson(propertyLists, frame.body)
+      .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+std::string sentence(const Cancelled& cancelled) {
+  const Error& error = cancelled.error;
+  const auto description = error.localizedDescription();
+  return std::string(cancelled.noticeShown ? "The notice was shown and OK pressed. The request "
+                                           : "The request ")
+      .append("was cancelled: ")
+      .append(nameOfErrorDomain(error.domain))
+      .append(" code ")
+      .append(std::to_string(error.code))
+      .append(description ? ", \"" + *description + "\"" : ".");
+}
+
+/// One function an outcome.
+struct OutcomeSentence {
+  std::string operator()(const CompletedAssertion& completed) const {
+    return "The extension completed the sign-in with the passkey " +
+           shown(completed.credential.credentialID) + ".";
+  }
+  std::string operator()(const CompletedRegistration& completed) const {
+    return "The extension completed the registration of the passkey " +
+           shown(completed.credential.credentialID) + ".";
+  }
+  std::string operator()(const CompletedConfiguration& /*completed*/) const {
+    return "The extension completed the configuration.";
+  }
+  std::string operator()(const Cancelled& cancelled) const { return sentence(cancelled); }
+  std::string operator()(const NoticePending& /*pending*/) const { return "The notice is up."; }
+  std::string operator()(const Returned& /*returned*/) const {
+    return "The report returned; nobody is told what came of it.";
+  }
+  std::string operator()(const Refused& refused) const {
+    return "The entry point refused its arguments: " + refused.reason;
+  }
+};
+
+}  // namespace
+
+std::string durationText(double milliseconds) {
+  constexpr double MillisecondsPerSecond = 1000;
+  std::ostringstream text;
+  text << std::setprecision(3);
+  if (milliseconds < MillisecondsPerSecond) {
+    text << milliseconds << " ms";
+  } else {
+    text << milliseconds / MillisecondsPerSecond << " s";
+  }
+  return text.str();
+}
+
+Narrator Narrator::toStandardOutput() { return {std::cout, ::isatty(STDOUT_FILENO) == 1}; }
+
+void Narrator::line(std::string_view colour, std::string_view mark, std::string_view words) {
+  output_ << (colours_ ? colour : "") << mark << words << (colours_ ? Plain : "") << '\n'
+          << std::flush;
+}
+
+void Narrator::heading(std::string_view words) { line(Bold, "", words); }
+
+void Narrator::say(std::string_view words) { output_ << "  " << words << '\n' << std::flush; }
+
+void Narrator::finding(const Finding& finding) {
+  switch (finding.verdict) {
+    case Finding::Verdict::holds:
+      return line("", "    + ", finding.words);
+    case Finding::Verdict::fails:
+      return line(Red, "    - ", finding.words);
+    case Finding::Verdict::notChecked:
+      return line("", "    ? ", finding.words);
+  }
+}
+
+void Narrator::outcome(const CallReport& report) {
+  say(std::visit(OutcomeSentence(), report.outcome));
+}
+
+void Narrator::result(const CallReport& report, const std::vector<Finding>& findings) {
+  outcome(report);
+  for (const Finding& each : findings) {
+    finding(each);
+  }
+}
+
+void Narrator::messages(const PropertyListSerialization& propertyLists, const CallReport& report) {
+  for (const RecordedFrame& frame : report.frames) {
+    say((frame.direction == Direction::request ? "Sent: " : "Answered: ") +
+        shown(propertyLists, frame));
+  }
+  if (report.frames.empty()) {
+    say("Nothing was sent. Connections that failed: " + std::to_string(report.failedConnections) +
+        ".");
+  }
+}
+
+bool Narrator::verdict(bool verified, std::string_view words) {
+  line(verified ? Green : Red, verified ? "  ✓ " : "  ✗ ", words);
+  return verified;
+}
+
+}  // namespace korvan::lab

@@ -1,0 +1,153 @@
+#include "lab/commands/ReportCommand.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/commands/HostChoice.h"
+#include "lab/commands/Narrator.h"
+#include "lab/commands/SystemOptions.h"
+#include "lab/site/Report.h"
+#include "lab/site/SignIn.h"
+#include "lab/support/Base64UrlOption.h"
+#include "lab/support/HelpPage.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr std::string_view ReportHelpPage =
+    R"(Usage: korvan-lab report KIND [options]
+
+Passes on what a web site lets the system know, and shows whether the host was
+sent it. Nobody waits for the answer. Unless told where the host application is,
+it brings its own, and reports of the passkey there. KIND and its options:
+
+  updated-user-name        a user is called --new-name NAME; --user-handle ID
+  unknown-credential       the site does not know the --credential ID
+  accepted-credentials     it accepts no --credential ID (may be repeated) but
+                           these; --user-handle ID
+  --relying-party DOMAIN   the web site; otherwise example.com
+  --container DIR|none     the app group's container
+  --host-application EXECUTABLE|none
+                           what counts as the host; otherwise the desktop's
+  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+  --help                   this page
+
+An ID is base64url. The exit status is 0 when the host was sent the report.
+
+Example:
+  korvan-lab report updated-user-name --new-name 'Alice B.'
+)";
+
+struct ReportOptions {
+  SystemOptions system;
+  std::string relyingParty = "example.com";
+  std::string userHandle;
+  std::string newName;
+  std::vector<std::string> credentials;
+};
+
+/// The passkey of the command's own host, of which it reports unless told otherwise.
+using OwnPasskey = std::optional<EnrolledPasskey>;
+using MakeReport = std::function<Call(const ReportOptions& options, const OwnPasskey& passkey)>;
+
+std::runtime_error missing(std::string_view option, const ReportOptions& options) {
+  return std::runtime_error(std::string(option) + " is missing: there is no passkey for " +
+                            options.relyingParty + " in a host of the lab's own to report of");
+}
+
+Data userHandleOf(const ReportOptions& options, const OwnPasskey& passkey) {
+  if (!options.userHandle.empty()) {
+    return bytesOf(options.userHandle);
+  }
+  if (!passkey) {
+    throw missing("--user-handle", options);
+  }
+  return passkey->identity.userHandle.value();
+}
+
+Call updatedUserName(const ReportOptions& options, const OwnPasskey& passkey) {
+  return updatedUserNameReport(options.relyingParty, userHandleOf(options, passkey),
+                               options.newName);
+}
+
+Call unknownCredential(const ReportOptions& options, const OwnPasskey& passkey) {
+  if (options.credentials.empty() && !passkey) {
+    throw missing("--credential", options);
+  }
+  return unknownCredentialReport(options.relyingParty, options.credentials.empty()
+                                                           ? passkey->identity.credentialID.value()
+                                                           : bytesOf(options.credentials.front()));
+}
+
+Call acceptedCredentials(const ReportOptions& options, const OwnPasskey& passkey) {
+  return acceptedCredentialsReport(options.relyingParty, userHandleOf(options, passkey),
+                                   bytesOf(options.credentials));
+}
+
+bool send(LabSettings settings, const Call& call) {
+  settings.listensToMessages = true;
+  Narrator narrator = Narrator::toStandardOutput();
+  narrator.heading("Reporting to the extension");
+  CallRunner runner(settings);
+  const CallReport report = runner.run(call);
+  narrator.messages(runner.propertyLists(), report);
+  narrator.outcome(report);
+  const bool delivered = wasDelivered(report);
+  return narrator.verdict(delivered, delivered ? "The host was sent the report"
+                                               : "The report is lost: it is tried once, and no "
+                                                 "host is opened for it");
+}
+
+int run(const ReportOptions& options, const MakeReport& make) {
+  if (nameAHost(options.system)) {
+    const Call call = make(options, std::nullopt);
+    return useHost(options.system.settings(),
+                   [&call](const LabSettings& settings) { return send(settings, call); });
+  }
+  return useOwnHost(
+      options.system.settings(), [&](const LabSettings& settings, const nlohmann::json& ready) {
+        return send(settings, make(options, enrolledPasskey(ready, options.relyingParty)));
+      });
+}
+
+CLI::App& addKind(CLI::App& command, const std::string& name,
+                  const std::shared_ptr<ReportOptions>& options, MakeReport make, int& exitStatus) {
+  CLI::App& kind = *command.add_subcommand(name);
+  options->system.addTo(kind);
+  kind.add_option("--relying-party", options->relyingParty);
+  setHelpPage(kind, ReportHelpPage);
+  kind.callback(
+      [options, make = std::move(make), &exitStatus] { exitStatus = run(*options, make); });
+  return kind;
+}
+
+}  // namespace
+
+void addReportCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command = *app.add_subcommand("report", "passes on what a web site reports");
+  command.require_subcommand(1);
+  setHelpPage(command, ReportHelpPage);
+  const auto options = std::make_shared<ReportOptions>();
+
+  CLI::App& name = addKind(command, "updated-user-name", options, updatedUserName, exitStatus);
+  name.add_option("--new-name", options->newName)->required();
+  name.add_option("--user-handle", options->userHandle)->check(isBase64Url());
+
+  CLI::App& unknown =
+      addKind(command, "unknown-credential", options, unknownCredential, exitStatus);
+  unknown.add_option("--credential", options->credentials)->expected(1)->check(isBase64Url());
+
+  CLI::App& accepted =
+      addKind(command, "accepted-credentials", options, acceptedCredentials, exitStatus);
+  accepted.add_option("--credential", options->credentials)
+      ->allow_extra_args(false)
+      ->check(isBase64Url());
+  accepted.add_option("--user-handle", options->userHandle)->check(isBase64Url());
+}
+
+}  // namespace korvan::lab

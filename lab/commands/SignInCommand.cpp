@@ -1,0 +1,135 @@
+#include "lab/commands/SignInCommand.h"
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "lab/commands/HostChoice.h"
+#include "lab/commands/Narrator.h"
+#include "lab/commands/SystemOptions.h"
+#include "lab/site/SignIn.h"
+#include "lab/support/FileContents.h"
+#include "lab/support/HelpPage.h"
+#include "lab/system/Screen.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr std::string_view SignInHelpPage =
+    R"(Usage: korvan-lab sign-in [options]
+
+Signs in with a passkey as a browser would, and checks what comes back as the
+web site would. Unless told where the host application is, it brings its own.
+
+  --relying-party DOMAIN   the web site; otherwise example.com
+  --interactive            may open the host application, and show the notice:
+                           in a window, or without a display on the terminal
+  --list                   the same, and lets the host choose the passkey
+  --container DIR|none     the app group's container
+  --host-application EXECUTABLE|none
+                           what counts as the host; otherwise the desktop's
+  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+  --public-key FILE.pem    the passkey's public key, for a host of your own;
+                           without it the signature is not checked
+  --help                   this page
+
+The exit status is 0 when the sign-in was verified, otherwise 1.
+
+Example:
+  korvan-lab sign-in --interactive
+)";
+
+struct SignInOptions {
+  SystemOptions system;
+  std::string relyingParty = "example.com";
+  std::string publicKeyFile;
+  bool interactive = false;
+  bool list = false;
+
+  [[nodiscard]] SignInRoad road() const {
+    if (list) {
+      return SignInRoad::list;
+    }
+    return interactive ? SignInRoad::interactive : SignInRoad::silent;
+  }
+};
+
+std::optional<RegisteredPasskey> registeredPasskey(const SignInOptions& options) {
+  if (options.publicKeyFile.empty()) {
+    return std::nullopt;
+  }
+  try {
+    return RegisteredPasskey{.key = PublicKey::fromPem(contentsOf(options.publicKeyFile)),
+                             .credentialID = std::nullopt,
+                             .userHandle = std::nullopt};
+  } catch (const std::invalid_argument& flaw) {
+    throw std::runtime_error("--public-key: " + options.publicKeyFile + " " + flaw.what());
+  }
+}
+
+/// What a system knows of a passkey that it has never seen.
+PasskeyCredentialIdentity anyPasskeyOf(const std::string& relyingParty) {
+  PasskeyCredentialIdentity identity;
+  identity.relyingPartyIdentifier = relyingParty;
+  return identity;
+}
+
+bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResult& result) {
+  narrator.result(result.report, result.findings);
+  const std::string duration = " (" + durationText(result.report.milliseconds) + ")";
+  return narrator.verdict(result.verified(),
+                          (result.verified() ? "Signed in to " : "No verified sign-in to ") +
+                              relyingParty.identifier() + duration);
+}
+
+bool signInWith(const SignInOptions& options, const LabSettings& settings,
+                const PasskeyCredentialIdentity& identity,
+                const std::optional<RegisteredPasskey>& registered) {
+  Narrator narrator = Narrator::toStandardOutput();
+  // A site that lets the user take part asks for the verification too.
+  const RelyingParty relyingParty(options.relyingParty,
+                                  options.road() == SignInRoad::silent
+                                      ? RelyingParty::UserVerification::preferred
+                                      : RelyingParty::UserVerification::required);
+  narrator.heading("Signing in to " + relyingParty.identifier());
+  narrator.say("The client data is " + relyingParty.clientDataJSON());
+  CallRunner runner(settings);
+  return tell(narrator, relyingParty,
+              signIn(runner, options.road(), relyingParty, identity, registered));
+}
+
+int run(const SignInOptions& options) {
+  LabSettings chosen = options.system.settings();
+  if (options.road() != SignInRoad::silent) {
+    chosen.noticeMode = noticeForPeople();
+  }
+  if (nameAHost(options.system) || !options.publicKeyFile.empty()) {
+    return useHost(chosen, [&options](const LabSettings& settings) {
+      return signInWith(options, settings, anyPasskeyOf(options.relyingParty),
+                        registeredPasskey(options));
+    });
+  }
+  return useOwnHost(chosen, [&](const LabSettings& settings, const nlohmann::json& ready) {
+    const auto passkey = enrolledPasskey(ready, options.relyingParty);
+    return passkey
+               ? signInWith(options, settings, passkey->identity, passkey->registered)
+               : signInWith(options, settings, anyPasskeyOf(options.relyingParty), std::nullopt);
+  });
+}
+
+}  // namespace
+
+void addSignInCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command = *app.add_subcommand("sign-in", "signs in and checks the answer");
+  const auto options = std::make_shared<SignInOptions>();
+  options->system.addTo(command);
+  command.add_option("--relying-party", options->relyingParty);
+  command.add_option("--public-key", options->publicKeyFile);
+  auto* const interactive = command.add_flag("--interactive", options->interactive);
+  command.add_flag("--list", options->list)->excludes(interactive);
+  setHelpPage(command, SignInHelpPage);
+  command.callback([options, &exitStatus] { exitStatus = run(*options); });
+}
+
+}  // namespace korvan::lab

@@ -1,0 +1,309 @@
+#include "lab/json/CallParser.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lab/support/Bytes_testing.h"
+
+namespace korvan::lab {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/// Keeps what its entry points are called with, and does nothing else.
+class RecordingController final : public CredentialProviderViewController {
+ public:
+  RecordingController() : CredentialProviderViewController(nullptr) {}
+
+  void prepareInterfaceForExtensionConfiguration() override { called = "configuration"; }
+  void prepareCredentialListForServiceIdentifiers(const std::vector<std::string>& identifiers,
+                                                  RequestParameters given) override {
+    called = "list";
+    services = identifiers;
+    parameters = std::move(given);
+  }
+  void provideCredentialWithoutUserInteractionForRequest(AnyRequest given) override {
+    called = "silent assertion";
+    request = std::move(given);
+  }
+  void prepareInterfaceToProvideCredentialForRequest(AnyRequest given) override {
+    called = "interactive assertion";
+    request = std::move(given);
+  }
+  void prepareInterfaceForPasskeyRegistration(AnyRequest given) override {
+    called = "interactive registration";
+    request = std::move(given);
+  }
+  void performPasskeyRegistrationWithoutUserInteractionIfPossible(
+      const PasskeyRequest& given) override {
+    called = "silent registration";
+    request = given;
+  }
+  void reportPublicKeyCredentialUpdateForRelyingParty(
+      const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
+      const std::optional<std::string>& newName) override {
+    called = "name report";
+    texts = {relyingParty, newName};
+    data = {userHandle};
+  }
+  void reportUnknownPublicKeyCredentialForRelyingParty(
+      const std::optional<std::string>& relyingParty,
+      const std::optional<Data>& credentialID) override {
+    called = "unknown report";
+    texts = {relyingParty};
+    data = {credentialID};
+  }
+  void reportAllAcceptedPublicKeyCredentialsForRelyingParty(
+      const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
+      const std::optional<std::vector<Data>>& acceptedCredentialIDs) override {
+    called = "accepted report";
+    texts = {relyingParty};
+    data = {userHandle};
+    accepted = acceptedCredentialIDs;
+  }
+
+  [[nodiscard]] const PasskeyCredentialRequest* passkeyRequest() const {
+    return dynamic_cast<const PasskeyCredentialRequest*>(request.get());
+  }
+
+  std::string called;
+  std::vector<std::string> services;
+  RequestParameters parameters;
+  AnyRequest request;
+  std::vector<std::optional<std::string>> texts;
+  std::vector<std::optional<Data>> data;
+  std::optional<std::vector<Data>> accepted;
+};
+
+/// The controller after the line's call; the line is one.
+std::shared_ptr<RecordingController> called(std::string_view line) {
+  const auto call = parseCall(line);
+  EXPECT_TRUE(call.has_value()) << line << '\n' << (call ? "" : call.error());
+  auto controller = std::make_shared<RecordingController>();
+  if (call) {
+    call->invoke(*controller);
+  }
+  return controller;
+}
+
+TEST(CallParser, CallsTheEntryPointThatTheSelectorNames) {
+  using Row = std::tuple<const char*, const char*, bool>;
+  for (const auto& [selector, entryPoint, isReport] :
+       {Row{"prepareInterfaceForExtensionConfiguration", "configuration", false},
+        Row{"prepareCredentialListForServiceIdentifiers:requestParameters:", "list", false},
+        Row{"provideCredentialWithoutUserInteractionForRequest:", "silent assertion", false},
+        Row{"prepareInterfaceToProvideCredentialForRequest:", "interactive assertion", false},
+        Row{"prepareInterfaceForPasskeyRegistration:", "interactive registration", false},
+        Row{"performPasskeyRegistrationWithoutUserInteractionIfPossible:", "silent registration",
+            false},
+        Row{"reportPublicKeyCredentialUpdateForRelyingParty:userHandle:newName:", "name report",
+            true},
+        Row{"reportUnknownPublicKeyCredentialForRelyingParty:credentialID:", "unknown report",
+            true},
+        Row{"reportAllAcceptedPublicKeyCredentialsForRelyingParty:userHandle:"
+            "acceptedCredentialIDs:",
+            "accepted report", true}}) {
+    const std::string line = std::string(R"({"entryPoint":")") + selector + "\"}";
+    EXPECT_EQ(called(line)->called, entryPoint);
+    EXPECT_EQ(parseCall(line)->isReport, isReport) << selector;
+  }
+}
+
+TEST(CallParser, HandsOverEveryFieldOfAPasskeyRequest) {
+  const auto controller = called(R"({
+      "entryPoint":"prepareInterfaceForPasskeyRegistration:",
+      "request":{"class":"ASPasskeyCredentialRequest",
+        "credentialIdentity":{"recordIdentifier":"r","relyingPartyIdentifier":"example.com",
+          "userName":"al\u0000ice","userHandle":"AQ","credentialID":""},
+        "clientDataHash":"AQI","userVerificationPreference":"required",
+        "supportedAlgorithms":[-7,-257],
+        "excludedCredentials":[{"credentialID":"Aw"},{},{"credentialID":null}]}})");
+  const PasskeyCredentialRequest* const request = controller->passkeyRequest();
+  ASSERT_NE(request, nullptr);
+  EXPECT_EQ(request->credentialIdentity->recordIdentifier, "r");
+  EXPECT_EQ(request->credentialIdentity->relyingPartyIdentifier, "example.com");
+  EXPECT_EQ(request->credentialIdentity->userName, std::string("al\0ice", 6));
+  EXPECT_EQ(request->credentialIdentity->userHandle, bytes({1}));
+  EXPECT_EQ(request->credentialIdentity->credentialID, Data());
+  EXPECT_EQ(request->clientDataHash, bytes({1, 2}));
+  EXPECT_EQ(request->userVerificationPreference, "required");
+  EXPECT_EQ(request->supportedAlgorithms, (std::vector<std::int64_t>{-7, -257}));
+  const auto excluded = request->excludedCredentials().value();
+  ASSERT_EQ(excluded.size(), 3U);
+  EXPECT_EQ(excluded[0].credentialID, bytes({3}));
+  EXPECT_EQ(excluded[1].credentialID, std::nullopt);
+  EXPECT_EQ(excluded[2].credentialID, std::nullopt);
+}
+
+TEST(CallParser, HandsOverAbsentAndNullFieldsAsNil) {
+  for (const char* const fields : {"", R"(,"credentialIdentity":null,"clientDataHash":null,
+         "userVerificationPreference":null,"supportedAlgorithms":null,"excludedCredentials":null)"}) {
+    const auto controller =
+        called(std::string(R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+                               "request":{"class":"ASPasskeyCredentialRequest")") +
+               fields + "}}");
+    const PasskeyCredentialRequest* const request = controller->passkeyRequest();
+    ASSERT_NE(request, nullptr);
+    EXPECT_FALSE(request->credentialIdentity.has_value());
+    EXPECT_EQ(request->clientDataHash, std::nullopt);
+    EXPECT_EQ(request->userVerificationPreference, std::nullopt);
+    EXPECT_EQ(request->supportedAlgorithms, std::nullopt);
+    EXPECT_FALSE(request->excludedCredentials().has_value());
+  }
+}
+
+TEST(CallParser, HandsOverAnIdentityWhoseFieldsAreAllNil) {
+  const auto controller = called(R"({
+      "entryPoint":"provideCredentialWithoutUserInteractionForRequest:",
+      "request":{"class":"ASPasskeyCredentialRequest","credentialIdentity":{}}})");
+  ASSERT_TRUE(controller->passkeyRequest()->credentialIdentity.has_value());
+  EXPECT_EQ(controller->passkeyRequest()->credentialIdentity->userName, std::nullopt);
+}
+
+TEST(CallParser, HandsOverTheRequestParametersOfAList) {
+  const auto controller = called(R"({
+      "entryPoint":"prepareCredentialListForServiceIdentifiers:requestParameters:",
+      "serviceIdentifiers":["https://example.com"],
+      "requestParameters":{"relyingPartyIdentifier":"example.com","clientDataHash":"AQ",
+        "userVerificationPreference":"discouraged","allowedCredentials":["AQ","Ag"]}})");
+  EXPECT_THAT(controller->services, testing::ElementsAre("https://example.com"));
+  EXPECT_EQ(controller->parameters->relyingPartyIdentifier, "example.com");
+  EXPECT_EQ(controller->parameters->clientDataHash, bytes({1}));
+  EXPECT_EQ(controller->parameters->userVerificationPreference, "discouraged");
+  EXPECT_EQ(controller->parameters->allowedCredentials, (std::vector{bytes({1}), bytes({2})}));
+}
+
+TEST(CallParser, HandsOverAbsentRequestParametersAsNull) {
+  EXPECT_EQ(
+      called(R"({"entryPoint":"prepareCredentialListForServiceIdentifiers:requestParameters:"})")
+          ->parameters,
+      nullptr);
+}
+
+TEST(CallParser, HandsOverAPasswordRequestAsARequestOfAnotherKind) {
+  const auto controller = called(R"({
+      "entryPoint":"prepareInterfaceToProvideCredentialForRequest:",
+      "request":{"class":"ASPasswordCredentialRequest"}})");
+  EXPECT_NE(controller->request, nullptr);
+  EXPECT_EQ(controller->passkeyRequest(), nullptr);
+}
+
+TEST(CallParser, HandsOverAnAbsentOrNullRequestAsNull) {
+  for (const char* const request : {"", R"(,"request":null)"}) {
+    EXPECT_EQ(called(std::string(R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:")") +
+                     request + "}")
+                  ->request,
+              nullptr);
+  }
+}
+
+TEST(CallParser, HandsNothingButPasskeyRequestsToTheSilentRegistration) {
+  EXPECT_EQ(called(R"({"entryPoint":"performPasskeyRegistrationWithoutUserInteractionIfPossible:",
+                       "request":{"class":"ASPasswordCredentialRequest"}})")
+                ->request,
+            nullptr);
+  EXPECT_NE(called(R"({"entryPoint":"performPasskeyRegistrationWithoutUserInteractionIfPossible:",
+                       "request":{"class":"ASPasskeyCredentialRequest"}})")
+                ->request,
+            nullptr);
+}
+
+TEST(CallParser, HandsOverTheArgumentsOfReports) {
+  auto controller =
+      called(R"({"entryPoint":"reportPublicKeyCredentialUpdateForRelyingParty:userHandle:newName:",
+                 "relyingParty":"example.com","userHandle":"AQ","newName":""})");
+  EXPECT_THAT(controller->texts, testing::ElementsAre("example.com", ""));
+  EXPECT_THAT(controller->data, testing::ElementsAre(bytes({1})));
+  controller =
+      called(R"({"entryPoint":"reportUnknownPublicKeyCredentialForRelyingParty:credentialID:",
+                          "relyingParty":"example.com","credentialID":null})");
+  EXPECT_THAT(controller->data, testing::ElementsAre(std::nullopt));
+  controller = called(
+      R"({"entryPoint":"reportAllAcceptedPublicKeyCredentialsForRelyingParty:userHandle:acceptedCredentialIDs:",
+          "relyingParty":"example.com","userHandle":"","acceptedCredentialIDs":[]})");
+  EXPECT_THAT(controller->data, testing::ElementsAre(Data()));
+  EXPECT_EQ(controller->accepted, std::vector<Data>());
+}
+
+TEST(CallParser, RefusesWhatIsNoCallAndSaysWhy) {
+  using Row = std::pair<const char*, const char*>;
+  for (
+      const auto& [line, reason] : {
+          Row{"{", "The line is not JSON, see column 2: "},
+          Row{R"({"entryPoint":"a"} x)", "The line is not JSON, see column 20: "},
+          Row{"{\"entryPoint\":\"\xff\"}", "The line is not JSON, see column 16: "},
+          Row{R"({"entryPoint":-1e999})", "The line has the number -1e999; a number must be "},
+          Row{"[]", "The line is JSON of the type array; it must be an object."},
+          Row{"null", "The line is JSON of the type null; it must be an object."},
+          Row{"{}", "entryPoint is missing; "},
+          Row{R"({"entryPoint":null})", "entryPoint is missing; "},
+          Row{R"({"entryPoint":7})", "entryPoint is a number; it must be a string."},
+          Row{R"({"entryPoint":"prepareInterface"})", R"(entryPoint is "prepareInterface"; )"},
+          Row{R"({"entryPoint":"a","entryPoint":"a"})", "The key entryPoint is given twice"},
+          Row{R"({"entryPoint":"prepareInterfaceForExtensionConfiguration","request":null})",
+              "request is no key here; the keys are entryPoint."},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:","request":[]})",
+              "request is an array; it must be an object."},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:","request":{}})",
+              "request.class is missing; it must be \"ASPasskeyCredentialRequest\" or "},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:","request":{"class":"X"}})",
+              "request.class is \"X\"; it must be \"ASPasskeyCredentialRequest\" or "},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+                   "request":{"class":"ASPasskeyCredentialRequest","clientdatahash":"AQ"}})",
+              "request.clientdatahash is no key here; the keys are class, "},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+                   "request":{"class":"ASPasskeyCredentialRequest",
+                              "credentialIdentity":{"userHandle":"A="}}})",
+              "request.credentialIdentity.userHandle is padded with \"=\"; "},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+                   "request":{"class":"ASPasskeyCredentialRequest",
+                              "credentialIdentity":{"userHandle":"AQ","userHandle":"AQ"}}})",
+              "The key userHandle is given twice"},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+                   "request":{"class":"ASPasskeyCredentialRequest",
+                              "excludedCredentials":[{"credentialID":"AQ"},{"credentialID":2}]}})",
+              "request.excludedCredentials[1].credentialID is a number; "},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+                   "request":{"class":"ASPasswordCredentialRequest","supportedAlgorithms":[1.5]}})",
+              "request.supportedAlgorithms[0] is a number; it must be an integer."},
+          Row{R"({"entryPoint":"prepareCredentialListForServiceIdentifiers:requestParameters:",
+                   "requestParameters":{"allowedCredentials":[null]}})",
+              "requestParameters.allowedCredentials[0] is null; "},
+      }) {
+    const auto call = parseCall(line);
+    ASSERT_FALSE(call.has_value()) << line;
+    EXPECT_THAT(call.error(), StartsWith(reason)) << line;
+    EXPECT_TRUE(call.error().ends_with('.')) << call.error();
+    EXPECT_THAT(call.error(), testing::Not(HasSubstr("json.exception"))) << line;
+  }
+}
+
+TEST(CallParser, SaysWhyToTheEndWhereItQuotesTheCharacterZero) {
+  using namespace std::string_literals;
+  const std::string asKey = parseCall(R"({"entryPoint":"a","\u0000":1,"\u0000":2})").error();
+  EXPECT_THAT(asKey, StartsWith("The key \0 is given twice"s));
+  EXPECT_TRUE(asKey.ends_with('.')) << asKey;
+
+  const std::string asValue = parseCall(R"({"entryPoint":"a\u0000b"})").error();
+  EXPECT_THAT(asValue, StartsWith("entryPoint is \"a\0b\"; "s));
+  EXPECT_TRUE(asValue.ends_with('.')) << asValue;
+}
+
+TEST(CallParser, RefusesDeeplyNestedLinesWithoutHarm) {
+  constexpr std::size_t Depth = 100'000;
+  EXPECT_FALSE(parseCall(std::string(Depth, '[')).has_value());
+  EXPECT_FALSE(
+      parseCall(R"({"entryPoint":)" + std::string(Depth, '[') + std::string(Depth, ']') + "}")
+          .has_value());
+}
+
+}  // namespace
+}  // namespace korvan::lab

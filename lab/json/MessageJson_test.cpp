@@ -1,0 +1,75 @@
+#include "lab/json/MessageJson.h"
+
+#include <cstdint>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/PropertyList.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
+
+namespace korvan::lab {
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+class MessageJsonTest : public testing::Test {
+ protected:
+  [[nodiscard]] OrderedJson json(const PropertyListDictionary& message) const {
+    return messageJson(propertyLists_, propertyLists_.encodeBinary(message).value());
+  }
+
+  LinuxPropertyListSerialization propertyLists_;
+};
+
+TEST_F(MessageJsonTest, ShowsEveryKindOfValue) {
+  const std::vector<std::uint8_t> bytes = {1, 2};
+  EXPECT_EQ(json({{"array"_text, PropertyListValue::Array{1, "x"}},
+                  {"boolean"_text, true},
+                  {"data"_text, Data::copyOf(bytes)},
+                  {"date"_text, PropertyListDate{1.5}},
+                  {"dictionary"_text, PropertyListDictionary()},
+                  {"integer"_text, -7},
+                  {"large"_text, UINT64_MAX},
+                  {"real"_text, 0.25},
+                  {"text"_text, "é"},
+                  {"uid"_text, PropertyListUid{3}}}),
+            OrderedJson::parse(R"({"array":[1,"x"],"boolean":true,"data":{"data":"AQI"},
+              "date":{"date":1.5},"dictionary":{},"integer":-7,"large":18446744073709551615,
+              "real":0.25,"text":"é","uid":{"uid":3}})"));
+}
+
+TEST_F(MessageJsonTest, ShowsTheBytesOfWhatIsNoPropertyList) {
+  const std::vector<std::uint8_t> bytes = {0xFF};
+  EXPECT_EQ(messageJson(propertyLists_, Data::copyOf(bytes)), (OrderedJson{{"data", "_w"}}));
+}
+
+TEST_F(MessageJsonTest, ShowsTheBytesOfAPropertyListThatIsNoDictionary) {
+  // "bplist00", the object true, its offset, and the trailer.
+  std::vector<std::uint8_t> bytes = {'b', 'p', 'l', 'i', 's', 't', '0', '0', 0x09, 8};
+  bytes.insert(bytes.end(), {0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, 1});
+  bytes.insert(bytes.end(), {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9});
+  const Data body = Data::copyOf(bytes);
+  ASSERT_TRUE(propertyLists_.decode(body).has_value());
+  EXPECT_TRUE(messageJson(propertyLists_, body).at("data").is_string());
+}
+
+TEST_F(MessageJsonTest, ShowsAMessageThatRepeatsAFewValues) {
+  const PropertyListValue text = std::string(100, 'x');
+  const OrderedJson shown = json({{"texts"_text, PropertyListValue::Array(200, text)}});
+  ASSERT_EQ(shown.at("texts").size(), 200U);
+  EXPECT_EQ(shown.at("texts").at(199), std::string(100, 'x'));
+}
+
+TEST_F(MessageJsonTest, ShowsTheBytesOfAMessageThatStandsForFarMoreThanItHolds) {
+  PropertyListValue value = "x";
+  for (int level = 0; level < 60; ++level) {
+    value = PropertyListValue::Array{value, value};
+  }
+  const OrderedJson shown = json({{"bomb"_text, value}});
+  EXPECT_EQ(shown.size(), 1U);
+  EXPECT_TRUE(shown.at("data").is_string());
+}
+
+}  // namespace
+}  // namespace korvan::lab

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+#include <sys/types.h>
+
+#include "lab/support/Descriptor.h"
+
+namespace korvan::lab {
+
+/// A running sample host, and the events that it tells.
+class SampleHostProcess {
+ public:
+  /// Starts `program`, with standard input closed off. Throws std::runtime_error when it cannot be
+  /// started.
+  SampleHostProcess(const std::filesystem::path& program,
+                    const std::vector<std::string>& arguments);
+  SampleHostProcess(const SampleHostProcess&) = delete;
+  SampleHostProcess& operator=(const SampleHostProcess&) = delete;
+  ~SampleHostProcess();
+
+  /// Waits for the next event. Throws std::runtime_error when the process ends instead, or tells
+  /// nothing for 30 seconds.
+  nlohmann::json nextEvent();
+
+  /// Asks the process to end and waits until it has. Done once, further calls do nothing.
+  void stop();
+
+  [[nodiscard]] pid_t processIdentifier() const noexcept { return processIdentifier_; }
+
+ private:
+  pid_t processIdentifier_ = -1;
+  Descriptor events_;
+  std::string unread_;
+  bool running_ = true;
+};
+
+}  // namespace korvan::lab

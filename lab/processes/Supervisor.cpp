@@ -1,0 +1,146 @@
+#include "lab/processes/Supervisor.h"
+
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "lab/support/TemporaryDirectory.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int SignalExitBase = 128;
+
+[[noreturn]] void fail(const char* what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// Keeps the signals that interrupt, and that tell of an ended child, for waiting.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigemptyset(&signals_);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+      sigaddset(&signals_, signal);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &signals_, &former_);
+  }
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+  ~BlockedSignals() { restore(); }
+
+  void restore() const { ::pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
+
+  /// The next signal's number.
+  [[nodiscard]] int wait() const {
+    int signal = 0;
+    ::sigwait(&signals_, &signal);
+    return signal;
+  }
+
+ private:
+  sigset_t signals_{};
+  sigset_t former_{};
+};
+
+[[noreturn]] void runBody(const std::function<int(const fs::path& directory)>& body,
+                          const fs::path& directory) {
+  int status = EXIT_FAILURE;
+  try {
+    status = body(directory);
+  } catch (const std::exception& error) {
+    std::cerr << "korvan-lab: " << error.what() << '\n';
+  }
+  std::cout.flush();
+  // What the parent process set up is the parent's to take down.
+  ::_exit(status);
+}
+
+/// The parent of a process, or none when there is no such process.
+std::optional<pid_t> parentOf(const fs::path& processDirectory) {
+  std::ifstream file(processDirectory / "stat");
+  const std::string stat(std::istreambuf_iterator<char>(file), {});
+  // "ID (NAME) STATE PARENT ...", in which the name may hold anything.
+  const std::size_t nameEnd = stat.rfind(") ");
+  constexpr std::size_t FromNameEndToParent = 4;
+  if (nameEnd == std::string::npos || nameEnd + FromNameEndToParent >= stat.size()) {
+    return std::nullopt;
+  }
+  pid_t parent = 0;
+  std::from_chars(stat.data() + nameEnd + FromNameEndToParent, stat.data() + stat.size(), parent);
+  return parent;
+}
+
+void signalChildren() {
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    const std::string name = entry.path().filename();
+    pid_t process = 0;
+    std::from_chars(name.data(), name.data() + name.size(), process);
+    if (process > 0 && parentOf(entry.path()) == ::getpid()) {
+      ::kill(process, SIGTERM);
+    }
+  }
+}
+
+/// Ends the children, and those that their ends make children of this process.
+void endChildren() {
+  do {
+    signalChildren();
+  } while (::waitpid(-1, nullptr, 0) > 0 || errno == EINTR);
+}
+
+/// What the process came to, or what interrupted the wait for it.
+int statusOf(pid_t child, const BlockedSignals& signals) {
+  while (true) {
+    const int signal = signals.wait();
+    if (signal != SIGCHLD) {
+      return SignalExitBase + signal;
+    }
+    // The adopted ones are waited for as well, since there may be no end of them.
+    int status = 0;
+    for (pid_t ended = 0; (ended = ::waitpid(-1, &status, WNOHANG)) > 0;) {
+      if (ended == child) {
+        return WIFEXITED(status) ? WEXITSTATUS(status) : SignalExitBase + WTERMSIG(status);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+int runSupervised(const std::function<int(const fs::path& directory)>& body) {
+  const TemporaryDirectory directory;
+  const BlockedSignals signals;
+  // Detached processes become children of this process when their own parents end.
+  if (::prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
+    fail("adopting processes");
+  }
+  std::cout.flush();
+  const pid_t child = ::fork();
+  if (child < 0) {
+    fail("starting a process");
+  }
+  if (child == 0) {
+    signals.restore();
+    runBody(body, directory.path());
+  }
+  const int status = statusOf(child, signals);
+  endChildren();
+  return status;
+}
+
+}  // namespace korvan::lab

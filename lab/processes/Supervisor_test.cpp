@@ -1,0 +1,99 @@
+#include "lab/processes/Supervisor.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "lab/support/Descriptor.h"
+#include "lab/support/TemporaryDirectory.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Each test calls in a process of its own: the call is made where there are no other children.
+
+constexpr int SomeStatus = 42;
+
+[[noreturn]] void exitWith(const std::function<int(const fs::path&)>& body) {
+  std::exit(runSupervised(body));
+}
+
+TEST(SupervisorDeathTest, GivesTheBodysStatus) {
+  EXPECT_EXIT(exitWith([](const fs::path&) { return SomeStatus; }),
+              testing::ExitedWithCode(SomeStatus), "");
+}
+
+TEST(SupervisorDeathTest, SaysWhyTheBodyThrew) {
+  EXPECT_EXIT(exitWith([](const fs::path&) -> int { throw std::runtime_error("no host"); }),
+              testing::ExitedWithCode(EXIT_FAILURE), "korvan-lab: no host");
+}
+
+TEST(SupervisorDeathTest, RemovesTheDirectory) {
+  const TemporaryDirectory notes;
+  EXPECT_EXIT(exitWith([&](const fs::path& directory) {
+                std::ofstream(directory / "file") << "x";
+                std::ofstream(notes.path() / "note") << directory.string();
+                return fs::is_directory(directory) ? SomeStatus : EXIT_FAILURE;
+              }),
+              testing::ExitedWithCode(SomeStatus), "");
+  std::string directory;
+  std::getline(std::ifstream(notes.path() / "note"), directory);
+  EXPECT_FALSE(fs::exists(directory));
+}
+
+/// Leaves a process behind that has a session of its own and holds `pipe` open until it ends.
+int leaveDetachedProcess(const fs::path& pipe) {
+  return std::system(
+      ("setsid sh -c 'echo x; exec cat /dev/zero >/dev/null' >" + pipe.string() + " 2>&1 & exit 42")
+          .c_str());
+}
+
+TEST(SupervisorDeathTest, EndsDetachedProcesses) {
+  const TemporaryDirectory notes;
+  const fs::path pipe = notes.path() / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+  EXPECT_EXIT(exitWith([&](const fs::path&) {
+                leaveDetachedProcess(pipe);
+                // Returns once the process runs.
+                std::string line;
+                std::getline(std::ifstream(pipe), line);
+                return SomeStatus;
+              }),
+              testing::ExitedWithCode(SomeStatus), "");
+  // With a writer left there would be nothing to read yet, which is an error.
+  const Descriptor reading(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  char byte = 0;
+  EXPECT_EQ(::read(reading.get(), &byte, 1), 0);
+}
+
+TEST(SupervisorDeathTest, LeavesNothingWhenItIsInterrupted) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const TemporaryDirectory notes;
+    EXPECT_EXIT(exitWith([&](const fs::path& directory) {
+                  std::ofstream(notes.path() / "note") << directory.string();
+                  ::kill(::getppid(), signal);
+                  while (true) {
+                    ::pause();
+                  }
+                  return EXIT_SUCCESS;
+                }),
+                testing::ExitedWithCode(128 + signal), "");
+    std::string directory;
+    std::getline(std::ifstream(notes.path() / "note"), directory);
+    ASSERT_NE(directory, "");
+    EXPECT_FALSE(fs::exists(directory));
+  }
+}
+
+}  // namespace
+}  // namespace korvan::lab

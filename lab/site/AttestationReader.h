@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "platform/Data.h"
+
+namespace korvan::lab {
+
+// What a relying party reads. Nothing here trusts the bytes: what is cut short, goes on too long or
+// is anything else than described is none.
+
+/// The fixed part of authenticator data, and what follows it.
+/// https://www.w3.org/TR/webauthn-3/#sctn-authenticator-data
+struct AuthenticatorStatement {
+  Data relyingPartyHash;  ///< 32 bytes
+  std::uint8_t flags = 0;
+  std::uint32_t signCount = 0;
+  Data rest;
+};
+[[nodiscard]] std::optional<AuthenticatorStatement> readAuthenticatorData(const Data& bytes);
+
+/// https://www.w3.org/TR/webauthn-3/#sctn-attested-credential-data
+struct AttestedCredential {
+  Data aaguid;  ///< 16 bytes
+  Data credentialID;
+  Data coseKey;
+};
+[[nodiscard]] std::optional<AttestedCredential> readAttestedCredentialData(const Data& bytes);
+
+/// An EC2 key's point on P-256, each coordinate as many bytes as the key says.
+struct Point {
+  Data x;
+  Data y;
+};
+
+/// The public key in `coseKey`: an EC2 key for ES256 on P-256 with just these entries in canonical
+/// order. https://www.rfc-editor.org/rfc/rfc9053#section-7.1
+[[nodiscard]] std::optional<Point> readCoseKey(const Data& coseKey);
+
+/// The authenticator data in an attestation object of the format "none", in canonical order.
+/// https://www.w3.org/TR/webauthn-3/#sctn-none-attestation
+[[nodiscard]] std::optional<Data> readAttestationObject(const Data& bytes);
+
+}  // namespace korvan::lab

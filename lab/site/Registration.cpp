@@ -1,0 +1,68 @@
+#include "lab/site/Registration.h"
+
+#include <memory>
+#include <utility>
+
+namespace korvan::lab {
+namespace {
+
+using Controller = CredentialProviderViewController;
+
+Controller::PasskeyRequest requestFor(const RelyingParty& relyingParty,
+                                      const CreationOptions& options) {
+  auto request = std::make_shared<PasskeyCredentialRequest>();
+  request->credentialIdentity =
+      PasskeyCredentialIdentity{.recordIdentifier = std::nullopt,
+                                .relyingPartyIdentifier = relyingParty.identifier(),
+                                .userName = options.userName,
+                                .userHandle = options.userHandle,
+                                .credentialID = std::nullopt};
+  request->clientDataHash = relyingParty.clientDataHash();
+  request->userVerificationPreference = relyingParty.userVerificationPreference();
+  request->supportedAlgorithms = options.algorithms;
+  request->excludedCredentials = [excluded = options.excludedCredentials] {
+    return PasskeyCredentialRequest::Descriptors(excluded.begin(), excluded.end());
+  };
+  return request;
+}
+
+/// The system knows the passkey by its credential ID: no record of the host has been told to it.
+EnrolledPasskey enrolled(RegisteredPasskey passkey, const RelyingParty& relyingParty,
+                         const CreationOptions& options) {
+  return {.identity = {.recordIdentifier = std::nullopt,
+                       .relyingPartyIdentifier = relyingParty.identifier(),
+                       .userName = options.userName,
+                       .userHandle = options.userHandle,
+                       .credentialID = passkey.credentialID},
+          .registered = std::move(passkey)};
+}
+
+}  // namespace
+
+Call registrationCall(const RelyingParty& relyingParty, const CreationOptions& options) {
+  return {.invoke = [conditional = options.conditional,
+                     request = requestFor(relyingParty, options)](Controller& controller) {
+    if (conditional) {
+      controller.performPasskeyRegistrationWithoutUserInteractionIfPossible(request);
+    } else {
+      controller.prepareInterfaceForPasskeyRegistration(request);
+    }
+  }};
+}
+
+RegistrationResult registerPasskey(CallRunner& runner, const RelyingParty& relyingParty,
+                                   const CreationOptions& options) {
+  RegistrationResult result{.report = runner.run(registrationCall(relyingParty, options)),
+                            .findings = {},
+                            .passkey = std::nullopt};
+  if (const auto* const completed = std::get_if<CompletedRegistration>(&result.report.outcome)) {
+    RegistrationReview review = relyingParty.verify(completed->credential, options);
+    result.findings = std::move(review.findings);
+    if (review.passkey) {
+      result.passkey = enrolled(*std::move(review.passkey), relyingParty, options);
+    }
+  }
+  return result;
+}
+
+}  // namespace korvan::lab

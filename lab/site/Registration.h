@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "lab/site/RelyingParty.h"
+#include "lab/site/SignIn.h"
+#include "lab/system/Call.h"
+#include "lab/system/CallRunner.h"
+#include "lab/system/Outcome.h"
+
+namespace korvan::lab {
+
+/// The call that asks for a new passkey: without the user when `options` are conditional.
+[[nodiscard]] Call registrationCall(const RelyingParty& relyingParty,
+                                    const CreationOptions& options);
+
+/// What came of a registration, and what the relying party thinks of it: nothing, when it did not
+/// get to see a credential.
+struct RegistrationResult {
+  CallReport report;
+  std::vector<Finding> findings;
+  /// The new passkey, for a sign-in; none unless the relying party could read one.
+  std::optional<EnrolledPasskey> passkey;
+
+  [[nodiscard]] bool verified() const { return passkey.has_value() && isVerified(findings); }
+};
+
+[[nodiscard]] RegistrationResult registerPasskey(CallRunner& runner,
+                                                 const RelyingParty& relyingParty,
+                                                 const CreationOptions& options);
+
+}  // namespace korvan::lab

@@ -1,0 +1,96 @@
+#include "lab/site/SignIn.h"
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "lab/support/Base64Url.h"
+
+namespace korvan::lab {
+namespace {
+
+using Controller = CredentialProviderViewController;
+
+Data bytesIn(const nlohmann::json& object, const char* key) {
+  const auto bytes = fromBase64Url(object.at(key).get_ref<const std::string&>());
+  if (!bytes) {
+    throw std::runtime_error(std::string("The sample host's ") + key + " is not base64url.");
+  }
+  return *bytes;
+}
+
+EnrolledPasskey readPasskey(const nlohmann::json& passkey) {
+  const Data credentialID = bytesIn(passkey, "credentialID");
+  const Data userHandle = bytesIn(passkey, "userHandle");
+  return {.identity = {.recordIdentifier = passkey.at("recordIdentifier").get<std::string>(),
+                       .relyingPartyIdentifier =
+                           passkey.at("relyingPartyIdentifier").get<std::string>(),
+                       .userName = passkey.at("userName").get<std::string>(),
+                       .userHandle = userHandle,
+                       .credentialID = credentialID},
+          .registered = {.key = PublicKey::fromDer(bytesIn(passkey, "publicKey").bytes()),
+                         .credentialID = credentialID,
+                         .userHandle = userHandle,
+                         .signCount = passkey.at("signCount").get<std::uint32_t>()}};
+}
+
+Controller::RequestParameters parametersFor(const RelyingParty& relyingParty) {
+  return std::make_shared<PasskeyCredentialRequestParameters>(PasskeyCredentialRequestParameters{
+      .relyingPartyIdentifier = relyingParty.identifier(),
+      .clientDataHash = relyingParty.clientDataHash(),
+      .userVerificationPreference = relyingParty.userVerificationPreference(),
+      .allowedCredentials = std::vector<Data>()});
+}
+
+Controller::PasskeyRequest requestFor(const RelyingParty& relyingParty,
+                                      PasskeyCredentialIdentity identity) {
+  auto request = std::make_shared<PasskeyCredentialRequest>();
+  request->credentialIdentity = std::move(identity);
+  request->clientDataHash = relyingParty.clientDataHash();
+  request->userVerificationPreference = relyingParty.userVerificationPreference();
+  return request;
+}
+
+}  // namespace
+
+std::optional<EnrolledPasskey> enrolledPasskey(const nlohmann::json& readyEvent,
+                                               std::string_view relyingParty) {
+  for (const auto& passkey : readyEvent.at("passkeys")) {
+    if (passkey.at("relyingPartyIdentifier") == relyingParty) {
+      return readPasskey(passkey);
+    }
+  }
+  return std::nullopt;
+}
+
+Call signInCall(SignInRoad road, const RelyingParty& relyingParty,
+                PasskeyCredentialIdentity identity) {
+  if (road == SignInRoad::list) {
+    return {.invoke = [parameters = parametersFor(relyingParty)](Controller& controller) {
+      controller.prepareCredentialListForServiceIdentifiers({}, parameters);
+    }};
+  }
+  return {
+      .invoke = [silent = road == SignInRoad::silent,
+                 request = requestFor(relyingParty, std::move(identity))](Controller& controller) {
+        if (silent) {
+          controller.provideCredentialWithoutUserInteractionForRequest(request);
+        } else {
+          controller.prepareInterfaceToProvideCredentialForRequest(request);
+        }
+      }};
+}
+
+SignInResult signIn(CallRunner& runner, SignInRoad road, const RelyingParty& relyingParty,
+                    const PasskeyCredentialIdentity& identity,
+                    const std::optional<RegisteredPasskey>& registered) {
+  SignInResult result{.report = runner.run(signInCall(road, relyingParty, identity)),
+                      .findings = {}};
+  if (const auto* const completed = std::get_if<CompletedAssertion>(&result.report.outcome)) {
+    result.findings = relyingParty.verify(completed->credential, registered);
+  }
+  return result;
+}
+
+}  // namespace korvan::lab

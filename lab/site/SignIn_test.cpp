@@ -1,0 +1,91 @@
+#include "lab/site/SignIn.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "lab/host/SigningKey.h"
+#include "lab/support/Base64Url.h"
+
+namespace korvan::lab {
+namespace {
+
+/// Keeps the request of an assertion.
+class SignInRecorder final : public CredentialProviderViewController {
+ public:
+  SignInRecorder() : CredentialProviderViewController(nullptr) {}
+
+  void prepareCredentialListForServiceIdentifiers(const std::vector<std::string>& /*identifiers*/,
+                                                  RequestParameters given) override {
+    parameters = std::move(given);
+  }
+  void provideCredentialWithoutUserInteractionForRequest(AnyRequest given) override {
+    silent = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(given);
+  }
+  void prepareInterfaceToProvideCredentialForRequest(AnyRequest given) override {
+    interactive = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(given);
+  }
+
+  RequestParameters parameters;
+  PasskeyRequest silent;
+  PasskeyRequest interactive;
+};
+
+class SignInTest : public testing::Test {
+ protected:
+  [[nodiscard]] std::shared_ptr<SignInRecorder> called(SignInRoad road) const {
+    auto controller = std::make_shared<SignInRecorder>();
+    PasskeyCredentialIdentity identity;
+    identity.recordIdentifier = "record";
+    signInCall(road, site_, identity).invoke(*controller);
+    return controller;
+  }
+
+  RelyingParty site_{"example.com", RelyingParty::UserVerification::required};
+};
+
+TEST_F(SignInTest, AsksForTheKnownPasskeyOnTheTwoRoadsThatKnowIt) {
+  for (const auto& request :
+       {called(SignInRoad::silent)->silent, called(SignInRoad::interactive)->interactive}) {
+    ASSERT_NE(request, nullptr);
+    EXPECT_EQ(request->credentialIdentity->recordIdentifier, "record");
+    EXPECT_EQ(request->clientDataHash, site_.clientDataHash());
+    EXPECT_EQ(request->userVerificationPreference, "required");
+  }
+}
+
+TEST_F(SignInTest, AsksForAnyPasskeyOfTheSiteOnTheListRoad) {
+  const auto parameters = called(SignInRoad::list)->parameters;
+  ASSERT_NE(parameters, nullptr);
+  EXPECT_EQ(parameters->relyingPartyIdentifier, "example.com");
+  EXPECT_EQ(parameters->clientDataHash, site_.clientDataHash());
+  EXPECT_TRUE(parameters->allowedCredentials->empty());
+}
+
+TEST(EnrolledPasskey, IsTheFirstOfTheSiteThatTheHostTellsOf) {
+  const std::string key = base64Url(host::SigningKey::generate().subjectPublicKeyInfo().bytes());
+  nlohmann::json event = {{"event", "ready"}, {"passkeys", nlohmann::json::array()}};
+  for (const char* const site : {"example.org", "example.com", "example.com"}) {
+    const auto number = static_cast<std::uint32_t>(event["passkeys"].size());
+    event["passkeys"].push_back({{"recordIdentifier", "record " + std::to_string(number)},
+                                 {"relyingPartyIdentifier", site},
+                                 {"userName", "alice"},
+                                 {"userHandle", "AQ"},
+                                 {"credentialID", "Ag"},
+                                 {"publicKey", key},
+                                 {"signCount", number}});
+  }
+  const auto passkey = enrolledPasskey(event, "example.com");
+  ASSERT_TRUE(passkey.has_value());
+  EXPECT_EQ(passkey->identity.recordIdentifier, "record 1");
+  EXPECT_EQ(passkey->identity.userName, "alice");
+  EXPECT_EQ(passkey->registered.signCount, 1U);
+  EXPECT_EQ(passkey->registered.credentialID, passkey->identity.credentialID);
+  EXPECT_FALSE(enrolledPasskey(event, "example.net").has_value());
+}
+
+}  // namespace
+}  // namespace korvan::lab

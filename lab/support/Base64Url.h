@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/Data.h"
+
+namespace korvan::lab {
+
+/// Base64 with the URL-safe alphabet and without padding, as WebAuthn writes bytes in JSON
+/// (https://www.rfc-editor.org/rfc/rfc4648#section-5).
+[[nodiscard]] std::string base64Url(std::span<const std::uint8_t> bytes);
+
+/// The bytes that `text` stands for, or none when it is not what base64Url() writes.
+[[nodiscard]] std::optional<Data> fromBase64Url(std::string_view text);
+
+}  // namespace korvan::lab

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+namespace korvan::lab {
+
+/// Throws the error that `errno` tells of, with the step that met it, unless the step was `done`.
+inline void requireSystem(bool done, const std::string& step) {
+  if (!done) {
+    throw std::system_error(errno, std::generic_category(), step);
+  }
+}
+
+}  // namespace korvan::lab

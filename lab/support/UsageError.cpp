@@ -1,0 +1,45 @@
+#include "lab/support/UsageError.h"
+
+#include <vector>
+
+namespace korvan::lab {
+namespace {
+
+/// How far the arguments got: a command, and its name as it was called.
+struct Reached {
+  const CLI::App* command;
+  std::string name;
+};
+
+Reached reachedBy(const CLI::App* app) {
+  Reached reached{.command = app, .name = app->get_name()};
+  while (!reached.command->get_subcommands().empty()) {
+    reached.command = reached.command->get_subcommands().front();
+    reached.name += " " + reached.command->get_name();
+  }
+  return reached;
+}
+
+std::string namesOf(const std::vector<const CLI::App*>& commands) {
+  std::string names;
+  for (const CLI::App* const command : commands) {
+    names += (names.empty() ? "" : ", ") + command->get_name();
+  }
+  return names;
+}
+
+}  // namespace
+
+std::string usageError(const CLI::App* app, const CLI::Error& error) {
+  const auto [command, name] = reachedBy(app);
+  const auto commands = command->get_subcommands([](const CLI::App* /*each*/) { return true; });
+  if (commands.empty()) {
+    return std::string(error.what()) + "; see " + name + " --help\n";
+  }
+  const std::vector<std::string> unknown = app->remaining(true);
+  return (unknown.empty() ? name + " needs one more word"
+                          : "\"" + unknown.front() + "\" is unknown to " + name) +
+         "; it must be one of " + namesOf(commands) + "\n";
+}
+
+}  // namespace korvan::lab

@@ -1,0 +1,106 @@
+#include "lab/system/CallRunner.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+#include "lab/system/LabExtensionContext.h"
+#include "lab/system/MessageTap.h"
+#include "lab/system/Screen.h"
+#include "platform/Services.h"
+
+namespace korvan::lab {
+namespace {
+
+using Time = std::chrono::steady_clock::time_point;
+
+Time now() { return std::chrono::steady_clock::now(); }
+
+/// What belongs to one request, and the services that refer to it.
+struct Session {
+  Session(LabPlatform& platform, NoticeMode noticeMode, bool listens)
+      : screen(makeScreen(noticeMode)),
+        tap(platform.localSockets),
+        services{.appGroupContainers = platform.appGroupContainers,
+                 .clock = platform.clock,
+                 .codeSigning = platform.codeSigning,
+                 .extensionContext = context,
+                 .localSockets = listens ? static_cast<LocalSockets&>(tap) : platform.localSockets,
+                 .localizedStrings = platform.localizedStrings,
+                 .operatingSystem = platform.operatingSystem,
+                 .propertyLists = platform.propertyLists,
+                 .queues = platform.queues,
+                 .views = screen->views(),
+                 .workspace = platform.workspace} {}
+
+  LabExtensionContext context;
+  std::unique_ptr<Screen> screen;
+  MessageTap tap;
+  Services services;
+};
+
+struct End {
+  Outcome outcome;
+  Time time;
+};
+
+/// The outcome of an entry point that has nothing more to wait for but a user.
+End endOfRequest(Session& session, const CountedQueues& queues) {
+  bool noticeShown = false;
+  Time shown = {};
+  if (!session.context.end() && session.screen->noticeIsUp()) {
+    noticeShown = true;
+    shown = now();
+    session.screen->letUserAnswer();
+    queues.runUntilIdle();
+  }
+  if (!session.context.end()) {
+    if (!noticeShown) {
+      std::fputs("korvan-lab: the request was neither completed nor cancelled.\n", stderr);
+      std::abort();
+    }
+    return {.outcome = NoticePending(), .time = shown};
+  }
+  End end{.outcome = session.context.end()->outcome, .time = session.context.end()->time};
+  if (auto* const cancelled = std::get_if<Cancelled>(&end.outcome)) {
+    cancelled->noticeShown = noticeShown;
+  }
+  return end;
+}
+
+End endOf(const Call& call, CredentialProviderViewController& controller, Session& session,
+          const CountedQueues& queues) {
+  try {
+    call.invoke(controller);
+  } catch (const std::invalid_argument& refusal) {
+    return {.outcome = Refused{refusal.what()}, .time = now()};
+  }
+  const Time returned = now();
+  queues.runUntilIdle();
+  return call.isReport ? End{.outcome = Returned(), .time = returned}
+                       : endOfRequest(session, queues);
+}
+
+}  // namespace
+
+CallRunner::CallRunner(const LabSettings& settings)
+    : platform_(settings),
+      noticeMode_(settings.noticeMode),
+      listensToMessages_(settings.listensToMessages) {}
+
+CallReport CallRunner::run(const Call& call) {
+  const auto session = std::make_shared<Session>(platform_, noticeMode_, listensToMessages_);
+  const auto controller = std::make_shared<CredentialProviderViewController>(
+      std::shared_ptr<const Services>(session, &session->services));
+  const Time start = now();
+  const End end = endOf(call, *controller, *session, platform_.queues);
+  return {.outcome = end.outcome,
+          .milliseconds = std::chrono::duration<double, std::milli>(end.time - start).count(),
+          .frames = session->tap.frames(),
+          .failedConnections = session->tap.failedConnections()};
+}
+
+}  // namespace korvan::lab

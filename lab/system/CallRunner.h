@@ -1,0 +1,30 @@
+#pragma once
+
+#include "lab/system/Call.h"
+#include "lab/system/LabPlatform.h"
+#include "lab/system/LabSettings.h"
+#include "lab/system/Outcome.h"
+
+namespace korvan::lab {
+
+/// Calls entry points as the operating system does. Main thread.
+class CallRunner {
+ public:
+  /// Throws std::invalid_argument when the settings' trust anchor is no certificate.
+  explicit CallRunner(const LabSettings& settings);
+
+  /// Makes the call on a new controller, and runs the main loop until the call has its outcome and
+  /// all its work is over: nothing of it goes on after the return.
+  [[nodiscard]] CallReport run(const Call& call);
+
+  [[nodiscard]] const PropertyListSerialization& propertyLists() const noexcept {
+    return platform_.propertyLists;
+  }
+
+ private:
+  LabPlatform platform_;
+  const NoticeMode noticeMode_;
+  const bool listensToMessages_;
+};
+
+}  // namespace korvan::lab

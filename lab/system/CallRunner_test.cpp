@@ -1,0 +1,114 @@
+#include "lab/system/CallRunner.h"
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "lab/support/TemporaryDirectory.h"
+#include "lab/system/Call.h"
+#include "lab/system/PasswordCredentialRequest.h"
+#include "lab/system/TrustAnchor.h"
+
+namespace korvan::lab {
+namespace {
+
+using Controller = CredentialProviderViewController;
+
+Call configuration() {
+  return {.invoke = [](Controller& controller) {
+    controller.prepareInterfaceForExtensionConfiguration();
+  }};
+}
+
+Call report(std::optional<std::string> relyingParty) {
+  return {.invoke =
+              [relyingParty = std::move(relyingParty)](Controller& controller) {
+                controller.reportUnknownPublicKeyCredentialForRelyingParty(relyingParty, Data());
+              },
+          .isReport = true};
+}
+
+/// A system on which nobody listens at the socket and nothing can be opened.
+class CallRunnerTest : public testing::Test {
+ protected:
+  [[nodiscard]] CallReport run(const Call& call) const { return CallRunner(settings_).run(call); }
+
+  TemporaryDirectory directory_;
+  LabSettings settings_{.container = directory_.path(),
+                        .hostApplication = std::string(LabSettings::None),
+                        .trustAnchorPem = std::string(TrustAnchorPem)};
+};
+
+TEST_F(CallRunnerTest, CancelsAtOnceWithoutAContainer) {
+  settings_.container = std::string(LabSettings::None);
+  const CallReport report = run(configuration());
+  const auto& cancelled = std::get<Cancelled>(report.outcome);
+  EXPECT_EQ(cancelled.error.localizedDescription(), "The Korvan App Group is unavailable.");
+  EXPECT_FALSE(cancelled.noticeShown);
+  EXPECT_GE(report.milliseconds, 0);
+}
+
+TEST_F(CallRunnerTest, PressesOkWhenTheNoticeIsUp) {
+  const CallReport report = run(configuration());
+  const auto& cancelled = std::get<Cancelled>(report.outcome);
+  EXPECT_TRUE(cancelled.noticeShown);
+  EXPECT_EQ(cancelled.error.code, 0);
+  EXPECT_EQ(cancelled.error.localizedDescription(), "Korvan could not be opened.");
+}
+
+TEST_F(CallRunnerTest, LeavesTheNoticeWhenToldTo) {
+  settings_.noticeMode = NoticeMode::leave;
+  const CallReport report = run(configuration());
+  EXPECT_TRUE(std::holds_alternative<NoticePending>(report.outcome));
+  EXPECT_GT(report.milliseconds, 0);
+}
+
+TEST_F(CallRunnerTest, NeverShowsTheNoticeToWhoIsNotToBeBothered) {
+  const CallReport report = run({.invoke = [](Controller& controller) {
+    controller.performPasskeyRegistrationWithoutUserInteractionIfPossible(nullptr);
+  }});
+  EXPECT_FALSE(std::get<Cancelled>(report.outcome).noticeShown);
+}
+
+TEST_F(CallRunnerTest, ReturnsFromAReportOnceItsExchangeIsOver) {
+  EXPECT_TRUE(std::holds_alternative<Returned>(run(report("example.com")).outcome));
+}
+
+TEST_F(CallRunnerTest, TellsWhatAReportRefuses) {
+  EXPECT_EQ(std::get<Refused>(run(report(std::nullopt)).outcome).reason,
+            "The argument relyingParty is nil.");
+}
+
+TEST_F(CallRunnerTest, MakesEachCallOnANewController) {
+  CallRunner runner(settings_);
+  std::weak_ptr<Controller> first;
+  (void)runner.run({.invoke = [&](Controller& controller) {
+    first = std::static_pointer_cast<Controller>(controller.shared_from_this());
+    controller.prepareInterfaceForExtensionConfiguration();
+  }});
+  EXPECT_TRUE(first.expired());
+  const CallReport second = runner.run({.invoke = [](Controller& controller) {
+    controller.provideCredentialWithoutUserInteractionForRequest(
+        std::make_shared<PasswordCredentialRequest>());
+  }});
+  EXPECT_EQ(std::get<Cancelled>(second.outcome).error.code, 101);
+}
+
+TEST_F(CallRunnerTest, RefusesATrustAnchorThatIsNoCertificate) {
+  settings_.trustAnchorPem = "no certificate";
+  EXPECT_THROW(CallRunner{settings_}, std::invalid_argument);
+}
+
+TEST(CallRunnerDeathTest, StopsTheProgramOnACallThatNeverEnds) {
+  const LabSettings settings{.container = std::string(LabSettings::None),
+                             .hostApplication = std::string(LabSettings::None),
+                             .trustAnchorPem = std::string(TrustAnchorPem)};
+  EXPECT_DEATH((void)CallRunner(settings).run({.invoke = [](Controller&) {}}),
+               "neither completed nor cancelled");
+}
+
+}  // namespace
+}  // namespace korvan::lab

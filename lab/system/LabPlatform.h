@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+
+#include <glib.h>
+
+#include "lab/system/CountedQueues.h"
+#include "lab/system/LabSettings.h"
+#include "platform/linux/LinuxAppGroupContainers.h"
+#include "platform/linux/LinuxClock.h"
+#include "platform/linux/LinuxLocalSockets.h"
+#include "platform/linux/LinuxLocalizedStrings.h"
+#include "platform/linux/LinuxOperatingSystem.h"
+#include "platform/linux/LinuxQueues.h"
+#include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/codesigning/LinuxCodeSigning.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
+
+namespace korvan::lab {
+
+/// The services of the system that the lab stands in for: all but those that belong to one request.
+struct LabPlatform {
+  /// Throws std::invalid_argument when the trust anchor is no certificate.
+  explicit LabPlatform(const LabSettings& settings);
+
+  // In the order in which the later ones need the earlier ones.
+  std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> mainContext;
+  LinuxQueues systemQueues;
+  CountedQueues queues;
+  LinuxAppGroupContainers appGroupContainers;
+  LinuxClock clock;
+  LinuxCodeSigning codeSigning;
+  LinuxLocalSockets localSockets;
+  LinuxLocalizedStrings localizedStrings;
+  LinuxOperatingSystem operatingSystem;
+  LinuxPropertyListSerialization propertyLists;
+  LinuxWorkspace workspace;
+};
+
+}  // namespace korvan::lab

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "lab/system/ForwardedSockets.h"
+#include "platform/Data.h"
+
+namespace korvan::lab {
+
+enum class Direction : std::uint8_t { request, response };
+
+/// The body of one frame that went over a socket as a whole.
+struct RecordedFrame {
+  Direction direction = Direction::request;
+  Data body;
+};
+
+/// Sockets that write down every byte that goes over them; otherwise those it is given.
+class MessageTap final : public ForwardedSockets {
+ public:
+  /// Refers to `sockets`, which outlives it.
+  explicit MessageTap(const LocalSockets& sockets) : ForwardedSockets(sockets) {}
+
+  [[nodiscard]] int connect(int descriptor, std::string_view path) const override;
+  [[nodiscard]] std::ptrdiff_t send(int descriptor,
+                                    std::span<const std::uint8_t> bytes) const override;
+  [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override;
+  void close(int descriptor) const override;
+
+  /// The whole frames so far: connections in the order they were made, the request of each before
+  /// its response. What was cut short is left out.
+  [[nodiscard]] std::vector<RecordedFrame> frames() const;
+
+  /// How many connections could not be made so far.
+  [[nodiscard]] std::size_t failedConnections() const;
+
+ private:
+  using Bytes = std::vector<std::uint8_t>;
+  struct Connection {
+    Bytes sent;
+    Bytes received;
+  };
+  void record(int descriptor, Bytes Connection::* direction,
+              std::span<const std::uint8_t> bytes) const;
+
+  mutable std::mutex mutex_;
+  mutable std::vector<Connection> connections_;
+  mutable std::size_t failedConnections_ = 0;
+  /// The open descriptors' places in the list: a descriptor is used again once it is closed.
+  mutable std::map<int, std::size_t> open_;
+};
+
+}  // namespace korvan::lab

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "lab/system/MessageTap.h"
+#include "platform/Error.h"
+#include "platform/ExtensionContext.h"
+
+namespace korvan::lab {
+
+struct CompletedAssertion {
+  PasskeyAssertionCredential credential;
+  friend bool operator==(const CompletedAssertion&, const CompletedAssertion&) = default;
+};
+
+struct CompletedRegistration {
+  PasskeyRegistrationCredential credential;
+  friend bool operator==(const CompletedRegistration&, const CompletedRegistration&) = default;
+};
+
+struct CompletedConfiguration {
+  friend bool operator==(const CompletedConfiguration&, const CompletedConfiguration&) = default;
+};
+
+struct Cancelled {
+  Error error;
+  /// The notice was up before the cancellation.
+  bool noticeShown = false;
+  friend bool operator==(const Cancelled&, const Cancelled&) = default;
+};
+
+/// The notice is up, and nobody presses its button.
+struct NoticePending {
+  friend bool operator==(const NoticePending&, const NoticePending&) = default;
+};
+
+/// The entry point of a report returned.
+struct Returned {
+  friend bool operator==(const Returned&, const Returned&) = default;
+};
+
+/// The entry point refused its arguments.
+struct Refused {
+  std::string reason;
+  friend bool operator==(const Refused&, const Refused&) = default;
+};
+
+/// How a call ended.
+using Outcome = std::variant<CompletedAssertion, CompletedRegistration, CompletedConfiguration,
+                             Cancelled, NoticePending, Returned, Refused>;
+
+/// Everything that was seen of one call.
+struct CallReport {
+  Outcome outcome;
+  /// From the entry point's call to the outcome.
+  double milliseconds = 0;
+  /// What went over the socket, in order; empty when nobody listened in.
+  std::vector<RecordedFrame> frames;
+  /// How many connections could not be made; 0 when nobody listened in.
+  std::size_t failedConnections = 0;
+};
+
+}  // namespace korvan::lab

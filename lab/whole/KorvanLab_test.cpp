@@ -1,0 +1,424 @@
+// The lab's program and the sample host's, as people and scripts use them.
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include "lab/processes/Program_testing.h"
+#include "lab/processes/Stage.h"
+#include "lab/support/TemporaryDirectory.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* Hash = "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8";
+
+json passkeyRequest() {
+  return {{"class", "ASPasskeyCredentialRequest"},
+          {"credentialIdentity", {{"relyingPartyIdentifier", "example.com"}}},
+          {"clientDataHash", Hash}};
+}
+
+json call(const char* entryPoint, json request = passkeyRequest()) {
+  return {{"entryPoint", entryPoint}, {"request", std::move(request)}};
+}
+
+json silentCall(json request = passkeyRequest()) {
+  return call("provideCredentialWithoutUserInteractionForRequest:", std::move(request));
+}
+
+json interactiveCall(json request = passkeyRequest()) {
+  return call("prepareInterfaceToProvideCredentialForRequest:", std::move(request));
+}
+
+/// A private container, with a host on it or without, and the lab's program to talk to it.
+class KorvanLabTest : public testing::Test {
+ protected:
+  SampleHostProcess& startHost(const std::vector<std::string>& arguments = {},
+                               const fs::path& program = KORVAN_SAMPLE_HOST) {
+    SampleHostProcess& host = stage_.startHost(program, arguments);
+    ready_ = host.nextEvent();
+    return host;
+  }
+
+  [[nodiscard]] json passkey() const { return ready_.at("passkeys").at(0); }
+
+  /// The arguments of `call` on the container, with more before them.
+  [[nodiscard]] std::vector<std::string> callArguments(std::vector<std::string> more = {}) const {
+    std::vector<std::string> arguments = {"call", "--container", stage_.container()};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    if (std::ranges::find(arguments, "--host-application") == arguments.end()) {
+      arguments.insert(arguments.end(), {"--host-application", "none"});
+    }
+    return arguments;
+  }
+
+  /// The answer to one call.
+  [[nodiscard]] json answer(const json& line, const std::vector<std::string>& more = {}) const {
+    const auto result = runLab(callArguments(more), line.dump() + "\n");
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.errors, "");
+    const auto lines = jsonLines(result.output);
+    EXPECT_EQ(lines.size(), 1U) << result.output;
+    return lines.empty() ? json() : lines.front();
+  }
+
+  static void expectCancelled(const json& line, int code, const std::string& description) {
+    EXPECT_EQ(line.at("outcome"), "cancelled") << line;
+    EXPECT_EQ(line.at("error").at("domain"), "ASExtensionErrorDomain");
+    EXPECT_EQ(line.at("error").at("code"), code) << line;
+    EXPECT_EQ(line.at("error").at("localizedDescription"), json(description)) << line;
+  }
+
+  void expectSignedIn(const json& line) const {
+    ASSERT_EQ(line.at("outcome"), "completedAssertion") << line;
+    const json& credential = line.at("credential");
+    EXPECT_EQ(credential.at("relyingParty"), "example.com");
+    EXPECT_EQ(credential.at("clientDataHash"), Hash);
+    EXPECT_EQ(credential.at("credentialID"), passkey().at("credentialID"));
+    EXPECT_EQ(credential.at("userHandle"), passkey().at("userHandle"));
+    EXPECT_GT(line.at("milliseconds"), 0);
+  }
+
+  TemporaryDirectory directory_;
+  Stage stage_{directory_.path()};
+  json ready_;
+};
+
+TEST_F(KorvanLabTest, SignsInSilently) {
+  startHost();
+  expectSignedIn(answer(silentCall()));
+}
+
+TEST_F(KorvanLabTest, SignsInInteractively) {
+  startHost();
+  expectSignedIn(answer(interactiveCall()));
+}
+
+TEST_F(KorvanLabTest, SignsInFromTheList) {
+  startHost();
+  expectSignedIn(
+      answer({{"entryPoint", "prepareCredentialListForServiceIdentifiers:requestParameters:"},
+              {"serviceIdentifiers", {"https://example.com"}},
+              {"requestParameters",
+               {{"relyingPartyIdentifier", "example.com"}, {"clientDataHash", Hash}}}}));
+}
+
+TEST_F(KorvanLabTest, RegistersAPasskey) {
+  startHost();
+  json request = passkeyRequest();
+  request["credentialIdentity"].update({{"userName", "bob"}, {"userHandle", "Ym9i"}});
+  request["supportedAlgorithms"] = {-7};
+  for (const char* const entryPoint :
+       {"prepareInterfaceForPasskeyRegistration:",
+        "performPasskeyRegistrationWithoutUserInteractionIfPossible:"}) {
+    const json line = answer(call(entryPoint, request));
+    ASSERT_EQ(line.at("outcome"), "completedRegistration") << line;
+    EXPECT_EQ(line.at("credential").at("clientDataHash"), Hash);
+    EXPECT_TRUE(line.at("credential").at("attestationObject").is_string());
+  }
+}
+
+TEST_F(KorvanLabTest, CompletesTheConfiguration) {
+  startHost();
+  EXPECT_EQ(answer({{"entryPoint", "prepareInterfaceForExtensionConfiguration"}}).at("outcome"),
+            "completedConfiguration");
+}
+
+TEST_F(KorvanLabTest, RejectsRequestsOfAnotherKindWithoutTellingTheHost) {
+  const json password = {{"class", "ASPasswordCredentialRequest"}};
+  for (const json& request : {password, json()}) {
+    for (const auto& [line, code] :
+         {std::pair(silentCall(request), 101), std::pair(interactiveCall(request), 101),
+          std::pair(call("prepareInterfaceForPasskeyRegistration:", request), 0)}) {
+      const json shown = answer(line, {"--show-messages"});
+      EXPECT_EQ(shown.at("outcome"), "cancelled");
+      EXPECT_EQ(shown.at("error").at("code"), code) << line;
+      EXPECT_EQ(shown.at("error").at("localizedDescription"), nullptr);
+      EXPECT_EQ(shown.at("noticeShown"), false);
+      EXPECT_EQ(shown.at("messages"), json::array());
+    }
+  }
+}
+
+TEST_F(KorvanLabTest, TurnsTheHostsRefusalsIntoThePlatformsCodes) {
+  SampleHostProcess& locked = startHost({"--locked"});
+  EXPECT_EQ(answer(silentCall()).at("error").at("code"), 100);
+  locked.stop();
+  SampleHostProcess& cancelling = startHost({"--user-cancels"});
+  EXPECT_EQ(answer(interactiveCall()).at("error").at("code"), 1);
+  cancelling.stop();
+  startHost();
+  json unknown = passkeyRequest();
+  unknown["credentialIdentity"]["credentialID"] = "AQ";
+  EXPECT_EQ(answer(silentCall(unknown)).at("error").at("code"), 101);
+}
+
+TEST_F(KorvanLabTest, StandsInForTheVersionItIsTold) {
+  startHost();
+  json request = passkeyRequest();
+  request["credentialIdentity"].update({{"userName", "bob"}, {"userHandle", "Ym9i"}});
+  request["supportedAlgorithms"] = {-7};
+  request["excludedCredentials"] = {{{"credentialID", passkey().at("credentialID")}}};
+  const json line = call("prepareInterfaceForPasskeyRegistration:", request);
+  EXPECT_EQ(answer(line).at("error").at("code"), 102);
+  // The older system has no excluded credentials to tell of.
+  EXPECT_EQ(answer(line, {"--os-version", "14.6.1"}).at("outcome"), "completedRegistration");
+}
+
+TEST_F(KorvanLabTest, ReturnsFromAReportWhenTheHostHasIt) {
+  SampleHostProcess& host = startHost();
+  const json line = {
+      {"entryPoint", "reportPublicKeyCredentialUpdateForRelyingParty:userHandle:newName:"},
+      {"relyingParty", "example.com"},
+      {"userHandle", passkey().at("userHandle")},
+      {"newName", "alice the second"}};
+  const json shown = answer(line, {"--show-messages"});
+  EXPECT_EQ(shown.at("outcome"), "returned");
+  ASSERT_EQ(shown.at("messages").size(), 2U);
+  EXPECT_EQ(shown.at("messages").at(0).at("message").at("userName"), "alice the second");
+  EXPECT_EQ(host.nextEvent().at("type"), "updateUserName");
+}
+
+TEST_F(KorvanLabTest, TellsTheExceptionOfAReportWithNil) {
+  const json line =
+      answer({{"entryPoint", "reportUnknownPublicKeyCredentialForRelyingParty:credentialID:"},
+              {"relyingParty", "example.com"}});
+  EXPECT_EQ(line.at("outcome"), "exception");
+  EXPECT_EQ(line.at("reason"), "The argument credentialID is nil.");
+  EXPECT_TRUE(line.at("milliseconds").is_number());
+}
+
+TEST_F(KorvanLabTest, CancelsWithoutAContainer) {
+  const auto result = runLab({"call", "--container", "none"}, interactiveCall().dump());
+  const json line = json::parse(result.output);
+  expectCancelled(line, 0, "The Korvan App Group is unavailable.");
+  EXPECT_EQ(line.at("noticeShown"), false);
+}
+
+TEST_F(KorvanLabTest, ShowsWhatWentOverTheSocket) {
+  startHost();
+  json request = passkeyRequest();
+  request["credentialIdentity"]["recordIdentifier"] = passkey().at("recordIdentifier");
+  const json line = answer(silentCall(request), {"--show-messages"});
+  const json& messages = line.at("messages");
+  ASSERT_EQ(messages.size(), 2U) << line;
+  EXPECT_EQ(messages[0].at("direction"), "request");
+  EXPECT_EQ(messages[0].at("message"), json({{"allowedCredentials", json::array()},
+                                             {"allowsUserInteraction", false},
+                                             {"clientDataHash", {{"data", Hash}}},
+                                             {"credentialID", {{"data", ""}}},
+                                             {"recordIdentifier", passkey().at("recordIdentifier")},
+                                             {"relyingPartyIdentifier", "example.com"},
+                                             {"type", "assertion"},
+                                             {"userVerificationPreference", "preferred"}}));
+  EXPECT_EQ(messages[1].at("direction"), "response");
+  EXPECT_EQ(messages[1].at("message").at("ok"), true);
+  EXPECT_EQ(messages[1].at("message").at("signature").at("data"),
+            line.at("credential").at("signature"));
+}
+
+TEST_F(KorvanLabTest, ServesLaterLinesAfterOneThatIsNoCall) {
+  const auto result =
+      runLab(callArguments(), "\nnonsense\n  \t\r\n" + silentCall(nullptr).dump() + "\r\n[]");
+  EXPECT_EQ(result.status, 2);
+  const auto lines = jsonLines(result.output);
+  ASSERT_EQ(lines.size(), 3U) << result.output;
+  EXPECT_EQ(lines[0].at("outcome"), "invalid");
+  EXPECT_THAT(lines[0].at("reason"), StartsWith("The line is not JSON"));
+  EXPECT_TRUE(lines[0].at("milliseconds").is_number());
+  EXPECT_EQ(lines[1].at("outcome"), "cancelled");
+  EXPECT_EQ(lines[2].at("outcome"), "invalid");
+}
+
+TEST_F(KorvanLabTest, AnswersEachLineBeforeItReadsTheNext) {
+  auto command = callArguments();
+  command.insert(command.begin(), KORVAN_LAB);
+  Program lab(command);
+  for (int line = 0; line < 2; ++line) {
+    lab.write(silentCall(nullptr).dump() + "\n");
+    EXPECT_EQ(json::parse(lab.readLine()).at("outcome"), "cancelled");
+  }
+  EXPECT_EQ(lab.finish().status, 0);
+}
+
+TEST_F(KorvanLabTest, AnswersEachLineOfAFileBeforeItReadsTheNext) {
+  const fs::path pipe = stage_.file("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+  auto command = callArguments({pipe});
+  command.insert(command.begin(), KORVAN_LAB);
+  Program lab(command);
+  std::ofstream lines(pipe);
+  for (int line = 0; line < 2; ++line) {
+    lines << silentCall(nullptr).dump() << '\n' << std::flush;
+    EXPECT_EQ(json::parse(lab.readLine()).at("outcome"), "cancelled");
+  }
+  lines.close();
+  EXPECT_EQ(lab.finish().status, 0);
+}
+
+TEST_F(KorvanLabTest, ReadsAFile) {
+  std::ofstream(stage_.file("calls")) << silentCall(nullptr).dump();
+  const auto result = runLab(callArguments({stage_.file("calls")}));
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(jsonLines(result.output).size(), 1U);
+}
+
+TEST_F(KorvanLabTest, FailsWithAClearErrorWhenItCannotStart) {
+  using Row = std::pair<std::vector<std::string>, std::string>;
+  std::ofstream(stage_.file("garbage")) << "garbage";
+  const std::string missing = stage_.file("missing");
+  const std::string directory = stage_.file(".");
+  for (const auto& [arguments, error] :
+       {Row{{"call", missing}, missing}, Row{{"call", directory}, directory},
+        Row{{"call", "--trust-anchor", missing}, missing},
+        Row{{"call", "--trust-anchor", stage_.file("garbage")}, stage_.file("garbage")},
+        Row{{"call", "--os-version", "fifteen"}, "\"fifteen\" is no version"},
+        Row{{"call", "--notice", "x"}, "must be press-ok, leave, terminal or window"},
+        Row{{"call", "--container", ""}, "must be a directory, or none"},
+        Row{{"sign-in", "--list", "--interactive"}, " excludes --"},
+        Row{{"sign-in", "--public-key", stage_.file("garbage")}, "is no P-256 public key"}}) {
+    const auto result = runLab(arguments);
+    EXPECT_EQ(result.status, 1) << error;
+    EXPECT_EQ(result.output, "") << error;
+    EXPECT_THAT(result.errors, HasSubstr(error));
+  }
+}
+
+TEST_F(KorvanLabTest, PrintsWhomTheBuildTrusts) {
+  const auto result = runLab({"identifiers"});
+  const json line = json::parse(result.output);
+  EXPECT_EQ(line.size(), 3U);
+  EXPECT_EQ(line.at("appGroupIdentifier").get<std::string>(),
+            line.at("hostTeamIdentifier").get<std::string>() + "." +
+                line.at("hostBundleIdentifier").get<std::string>() + ".group");
+}
+
+TEST_F(KorvanLabTest, TurnsAnImpostorAwayBeforeItHearsAnything) {
+  const fs::path copy = stage_.file("impostor");
+  fs::copy_file(KORVAN_SAMPLE_HOST, copy);
+  SampleHostProcess& impostor = startHost({}, copy);
+  const json line = answer(silentCall(), {"--show-messages"});
+  EXPECT_EQ(line.at("outcome"), "cancelled");
+  EXPECT_EQ(line.at("error").at("code"), 0);
+  EXPECT_THAT(line.at("error").at("localizedDescription"),
+              StartsWith("Validating the Korvan peer code signature failed: "));
+  EXPECT_EQ(line.at("messages"), json::array());
+  EXPECT_EQ(impostor.nextEvent().at("bytesReceived"), 0);
+}
+
+TEST_F(KorvanLabTest, TrustsNoHostUnderAnotherAnchor) {
+  SampleHostProcess& host = startHost();
+  const fs::path anchor = stage_.file("anchor.pem");
+  Program openssl({"/usr/bin/openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                   "ec_paramgen_curve:P-256", "-nodes", "-keyout", "/dev/null", "-subj",
+                   "/CN=other", "-out", anchor});
+  ASSERT_EQ(openssl.finish().status, 0);
+  EXPECT_EQ(answer(silentCall(), {"--trust-anchor", anchor}).at("error").at("code"), 0);
+  EXPECT_EQ(host.nextEvent().at("bytesReceived"), 0);
+}
+
+TEST_F(KorvanLabTest, OpensTheHostThatDoesNotRunAndSignsIn) {
+  SampleHostProcess& host = startHost({"--vault", stage_.file("vault.json")});
+  host.stop();
+  const fs::path launcher = stage_.writeLauncher({"--vault", stage_.file("vault.json")});
+  const json line = answer(interactiveCall(), {"--host-application", launcher});
+  stage_.stopLaunchedHost();
+  expectSignedIn(line);
+}
+
+TEST_F(KorvanLabTest, ShowsTheNoticeWhenTheHostCannotBeOpened) {
+  for (const std::string& host : {std::string("none"), stage_.file("missing").string()}) {
+    const json line = answer(interactiveCall(), {"--host-application", host});
+    expectCancelled(line, 0, "Korvan could not be opened.");
+    EXPECT_EQ(line.at("noticeShown"), true);
+  }
+}
+
+TEST_F(KorvanLabTest, LeavesTheNoticeUpWhenToldTo) {
+  const json line = answer(interactiveCall(), {"--notice", "leave"});
+  EXPECT_EQ(line.at("outcome"), "noticePending");
+  EXPECT_EQ(line.size(), 2U) << line;
+}
+
+TEST_F(KorvanLabTest, DoesNotOpenAHostThatRunsWithoutListening) {
+  SampleHostProcess elsewhere(KORVAN_SAMPLE_HOST, {"--container", stage_.file("elsewhere")});
+  elsewhere.nextEvent();
+  const json line = answer(interactiveCall(), {"--host-application", KORVAN_SAMPLE_HOST});
+  EXPECT_EQ(line.at("outcome"), "cancelled");
+  EXPECT_EQ(line.at("noticeShown"), false);
+  EXPECT_THAT(line.at("error").at("localizedDescription"), HasSubstr("failed: "));
+}
+
+TEST_F(KorvanLabTest, OpensNothingForASilentRequest) {
+  const fs::path launcher = stage_.writeLauncher({});
+  const json line = answer(silentCall(), {"--host-application", launcher});
+  EXPECT_EQ(line.at("noticeShown"), false);
+  EXPECT_FALSE(fs::exists(stage_.container() / "acp.sock"));
+}
+
+TEST_F(KorvanLabTest, SignsPeopleInAndChecksTheSignature) {
+  for (const std::vector<std::string>& road :
+       {std::vector<std::string>{}, {"--interactive"}, {"--list"}}) {
+    auto arguments = road;
+    arguments.insert(arguments.begin(), "sign-in");
+    const auto result = runLab(arguments);
+    EXPECT_EQ(result.status, 0) << result.errors << result.output;
+    EXPECT_THAT(result.output, HasSubstr("signed by the registered passkey"));
+    EXPECT_THAT(result.output, HasSubstr("✓ Signed in to example.com"));
+    EXPECT_THAT(result.output, testing::Not(HasSubstr("\x1b")));
+  }
+}
+
+TEST_F(KorvanLabTest, DoesNotCallASignInVerifiedWhoseSignatureItCannotCheck) {
+  startHost();
+  const auto result = runLab({"sign-in", "--container", stage_.container()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("the signature was not checked"));
+  EXPECT_THAT(result.output, HasSubstr("✗"));
+}
+
+TEST_F(KorvanLabTest, TellsThatThereIsNoPasskeyToSignInWith) {
+  const auto result = runLab({"sign-in", "--relying-party", "example.net"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("ASExtensionErrorDomain code 101"));
+  EXPECT_THAT(result.output, HasSubstr("✗"));
+}
+
+TEST_F(KorvanLabTest, ShowsTheWholeTour) {
+  const auto result = runLab({"demo"});
+  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, testing::Not(HasSubstr("✗")));
+  EXPECT_THAT(result.output, HasSubstr("every step was verified"));
+}
+
+TEST_F(KorvanLabTest, LeavesNothingBehindWhenTheTourIsInterrupted) {
+  const fs::path temporary = stage_.file("tmp");
+  fs::create_directory(temporary);
+  Program tour({"/usr/bin/env", "TMPDIR=" + temporary.string(), KORVAN_LAB, "demo"});
+  // The second step, in which a host is opened, has begun.
+  while (!tour.readLine().starts_with("2. ")) {
+  }
+  tour.signal(SIGINT);
+  EXPECT_EQ(tour.finish().status, 128 + SIGINT);
+  EXPECT_TRUE(fs::is_empty(temporary));
+}
+
+}  // namespace
+}  // namespace korvan::lab

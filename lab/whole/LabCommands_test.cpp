@@ -1,0 +1,242 @@
+// The lab's commands for people.
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lab/processes/Program_testing.h"
+#include "lab/processes/Stage.h"
+#include "lab/support/TemporaryDirectory.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using Arguments = std::vector<std::string>;
+
+class LabCommands : public testing::Test {
+ protected:
+  nlohmann::json startHost(const Arguments& arguments = {}) {
+    return stage_.startHost(KORVAN_SAMPLE_HOST, arguments).nextEvent().at("passkeys").at(0);
+  }
+
+  /// A command on the container of the hosts that startHost() starts.
+  [[nodiscard]] Program::Result onContainer(Arguments command) const {
+    command.insert(command.end(),
+                   {"--container", stage_.container().string(), "--host-application", "none"});
+    return runLab(std::move(command));
+  }
+
+  TemporaryDirectory directory_;
+  Stage stage_{directory_.path()};
+};
+
+TEST_F(LabCommands, RegisterMakesAPasskeyChecksItAndSignsInWithIt) {
+  for (const Arguments& command :
+       {Arguments{"register", "--user-name", "carol"}, Arguments{"register", "--conditional"}}) {
+    const auto result = runLab(command);
+    EXPECT_EQ(result.status, 0) << result.output << result.errors;
+    EXPECT_THAT(result.output, HasSubstr("+ a public key on P-256 for ES256"));
+    EXPECT_THAT(result.output, HasSubstr("✓ Registered with example.com"));
+    EXPECT_THAT(result.output, HasSubstr("+ signed by the registered passkey (ES256)"));
+    EXPECT_THAT(result.output, HasSubstr("✓ Signed in to example.com"));
+  }
+}
+
+TEST_F(LabCommands, RegisterWorksWithAHostThatRuns) {
+  startHost();
+  const auto result = onContainer({"register", "--relying-party", "example.org"});
+  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("✓ Signed in to example.org"));
+}
+
+TEST_F(LabCommands, RegisterIsRefusedWhereAPasskeyIsExcluded) {
+  const std::string credential = startHost().at("credentialID");
+  const auto result = onContainer({"register", "--exclude", "AQ", "--exclude", credential});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("ASExtensionErrorDomain code 102"));
+  EXPECT_THAT(result.output, HasSubstr("✗ No verified passkey for example.com"));
+  EXPECT_THAT(result.output, Not(HasSubstr("Signing in")));
+}
+
+TEST_F(LabCommands, ConfigureShowsWhatWasAskedAndWhatCameOfIt) {
+  const auto result = runLab({"configure"});
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_THAT(result.output, HasSubstr(R"(Sent: {"allowsUserInteraction":true,"type":"synchr)"));
+  EXPECT_THAT(result.output, HasSubstr("✓ Synchronised"));
+}
+
+TEST_F(LabCommands, ConfigureTellsOfTheNoticeWithoutAHost) {
+  const auto result = onContainer({"configure"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("Nothing was sent."));
+  EXPECT_THAT(result.output, HasSubstr("The notice was shown and OK pressed."));
+  EXPECT_THAT(result.output, HasSubstr("✗ Not synchronised"));
+}
+
+TEST_F(LabCommands, ReportOfEachKindReachesTheHost) {
+  for (const auto& [command, type] :
+       {std::pair(Arguments{"updated-user-name", "--new-name", "Alice B."}, "updateUserName"),
+        std::pair(Arguments{"unknown-credential"}, "removeUnknownCredential"),
+        std::pair(Arguments{"accepted-credentials", "--credential", "AQ", "--credential", "Ag"},
+                  R"("acceptedCredentialIDs":[{"data":"AQ"},{"data":"Ag"}])")}) {
+    Arguments arguments = {"report"};
+    arguments.insert(arguments.end(), command.begin(), command.end());
+    const auto result = runLab(arguments);
+    EXPECT_EQ(result.status, 0) << type << result.errors;
+    EXPECT_THAT(result.output, HasSubstr(type));
+    EXPECT_THAT(result.output, HasSubstr("nobody is told what came of it"));
+    EXPECT_THAT(result.output, HasSubstr("✓ The host was sent the report"));
+  }
+}
+
+TEST_F(LabCommands, ReportChangesTheVaultOfAHostThatRuns) {
+  const std::string vault = stage_.file("vault.json");
+  const auto passkey = startHost({"--vault", vault});
+  const auto result = onContainer({"report", "unknown-credential", "--credential",
+                                   passkey.at("credentialID").get<std::string>()});
+  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  const auto signIn = onContainer({"sign-in"});
+  EXPECT_THAT(signIn.output, HasSubstr("ASExtensionErrorDomain code 101"));
+}
+
+TEST_F(LabCommands, ReportIsLostWithoutAHost) {
+  const auto result =
+      onContainer({"report", "updated-user-name", "--new-name", "x", "--user-handle", "AQ"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("Nothing was sent. Connections that failed: 1."));
+  EXPECT_THAT(result.output, HasSubstr("✗ The report is lost"));
+}
+
+TEST_F(LabCommands, DemoRunsOneStepByItself) {
+  const auto result = runLab({"demo", "--step", "8"});
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_THAT(result.output, testing::StartsWith("8. A locked vault\n"));
+  EXPECT_EQ(std::ranges::count(result.output, '\n'), 3) << result.output;
+}
+
+TEST_F(LabCommands, RefuseWrongArgumentsInOneSentenceThatNamesThem) {
+  using Row = std::pair<Arguments, std::string>;
+  for (const auto& [arguments, error] : {
+           Row{{}, "needs one more word; it must be one of demo, register, sign-in, configure"},
+           Row{{"sing-in"}, "\"sing-in\" is unknown to "},
+           Row{{"--verbose"}, "\"--verbose\" is unknown to "},
+           Row{{"demo", "--step", "17"}, "--step: Value 17 not in range 1 to 16"},
+           Row{{"demo", "--step", "x"}, "--step: Value x not in range 1 to 16"},
+           Row{{"demo", "--fast"}, "--fast"},
+           Row{{"register", "--exclude", "a+b"}, "\"a+b\" is not base64url without padding"},
+           Row{{"register", "--user"}, "--user"},
+           Row{{"register", "--container", ""}, "must be a directory, or none"},
+           Row{{"sign-in", "--user-name", "x"}, "--user-name"},
+           Row{{"sign-in", "--public-key", "missing.pem"}, "missing.pem"},
+           Row{{"configure", "--host-application", ""}, "must be an executable, or none"},
+           Row{{"configure", "--trust-anchor", "missing.pem"}, "missing.pem"},
+           Row{{"configure", "now"}, "now"},
+           Row{{"report"}, "must be one of updated-user-name, unknown-credential, accepted-cred"},
+           Row{{"report", "renamed"}, "\"renamed\" is unknown to "},
+           Row{{"report", "updated-user-name"}, "--new-name is required"},
+           Row{{"report", "updated-user-name", "--new-name", "x", "--user-handle", "="},
+               "--user-handle: \"=\" is not base64url"},
+           Row{{"report", "unknown-credential", "--credential", "A"}, "\"A\" is not base64url"},
+           Row{{"report", "unknown-credential", "--container", "none"}, "--credential is missing"},
+           Row{{"report", "accepted-credentials", "--container", "none"},
+               "--user-handle is missing"},
+           Row{{"call", "--show"}, "--show"},
+           Row{{"identifiers", "--json"}, "--json"},
+       }) {
+    const auto result = runLab(arguments);
+    EXPECT_EQ(result.status, 1) << error;
+    EXPECT_EQ(result.output, "") << error;
+    EXPECT_THAT(result.errors, AllOf(HasSubstr(error), EndsWith("\n")));
+    EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
+  }
+}
+
+/// The columns of the longest line. The characters of the help are all of one byte.
+std::size_t longestLine(const std::string& text) {
+  std::size_t longest = 0;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    longest = std::max(longest, line.size());
+  }
+  return longest;
+}
+
+/// Runs a shell that finds the built programs by their names alone.
+Program::Result runInShell(const std::string& command, const fs::path& data) {
+  const std::string path = fs::path(KORVAN_LAB).parent_path().string() + ":" +
+                           fs::path(KORVAN_SAMPLE_HOST).parent_path().string() + ":/usr/bin:/bin";
+  return Program({"/usr/bin/env", "PATH=" + path, "XDG_DATA_HOME=" + data.string(), "/bin/sh", "-c",
+                  command})
+      .finish();
+}
+
+TEST_F(LabCommands, HelpFitsAScreenAndItsExampleWorksWhenPasted) {
+  for (const char* const command :
+       {"korvan-lab", "korvan-lab demo", "korvan-lab register", "korvan-lab sign-in",
+        "korvan-lab configure", "korvan-lab report", "korvan-lab report updated-user-name",
+        "korvan-lab report unknown-credential", "korvan-lab report accepted-credentials",
+        "korvan-lab call", "korvan-lab identifiers"}) {
+    const auto help = runInShell(std::string(command) + " --help", directory_.path());
+    EXPECT_EQ(help.status, 0) << help.errors;
+    EXPECT_LE(std::ranges::count(help.output, '\n'), 24) << help.output;
+    EXPECT_LE(longestLine(help.output), 80U) << help.output;
+    const auto start = help.output.find("Example:\n");
+    ASSERT_NE(start, std::string::npos) << help.output;
+    const auto example = runInShell(help.output.substr(start + 9), stage_.file("data"));
+    EXPECT_EQ(example.status, 0) << help.output << example.errors;
+    EXPECT_NE(example.output, "");
+  }
+}
+
+TEST_F(LabCommands, HelpOfTheSampleHostFitsAScreenAndItsExampleListens) {
+  const auto help = runInShell("korvan-sample-host --help", directory_.path());
+  EXPECT_LE(std::ranges::count(help.output, '\n'), 24) << help.output;
+  EXPECT_LE(longestLine(help.output), 80U) << help.output;
+  const std::string example = help.output.substr(help.output.find("Example:\n  ") + 11);
+  Program host({"/usr/bin/env",
+                "PATH=" + fs::path(KORVAN_SAMPLE_HOST).parent_path().string() + ":/usr/bin:/bin",
+                "TMPDIR=" + directory_.path().string(), "/bin/sh", "-c", "exec " + example});
+  EXPECT_EQ(nlohmann::json::parse(host.readLine()).at("event"), "ready");
+  host.signal(SIGTERM);
+  EXPECT_EQ(host.finish().status, 0);
+}
+
+TEST_F(LabCommands, HelpNamesEveryOption) {
+  using Row = std::pair<Arguments, Arguments>;
+  const Arguments system = {"--container", "--host-application", "--trust-anchor", "--help"};
+  for (const auto& [command, names] :
+       {Row{{}, {"demo", "register", "sign-in", "configure", "report", "call", "identifiers"}},
+        Row{{"demo"}, {"--step"}},
+        Row{{"register"}, {"--relying-party", "--user-name", "--exclude", "--conditional"}},
+        Row{{"sign-in"}, {"--relying-party", "--interactive", "--list", "--public-key"}},
+        Row{{"configure"}, system},
+        Row{{"report"}, {"--relying-party", "--user-handle", "--new-name", "--credential"}},
+        Row{{"call"}, {"--os-version", "--notice", "--show-messages", "FILE"}}}) {
+    Arguments arguments = command;
+    arguments.emplace_back("--help");
+    const std::string help = runLab(arguments).output;
+    for (const std::string& name : names) {
+      EXPECT_THAT(help, HasSubstr(name));
+    }
+    if (help.find("--container") != std::string::npos) {
+      for (const std::string& name : system) {
+        EXPECT_THAT(help, HasSubstr(name));
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace korvan::lab

@@ -1,0 +1,412 @@
+// The exchange as it is in life: the kernel's sockets, real processes, real signatures.
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "bench/BenchHost.h"
+#include "bench/SignInBench.h"
+#include "channel/ExchangeProviderMessage.h"
+#include "channel/HostIdentifiers.h"
+#include "channel/ProviderFrame.h"
+#include "lab/processes/SampleHostProcess.h"
+#include "lab/support/TemporaryDirectory.h"
+#include "lab/system/ForwardedSockets.h"
+#include "platform/linux/LinuxLocalSockets.h"
+#include "platform/linux/codesigning/LinuxCodeSigning.h"
+#include "platform/linux/codesigning/SigningAuthority_testing.h"
+
+namespace korvan::lab {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t Nobody = 65534;
+
+#ifdef KORVAN_SANITIZED
+constexpr bool SanitizersKeepFreedMemory = true;
+#else
+constexpr bool SanitizersKeepFreedMemory = false;
+#endif
+
+Data bodyOf(std::size_t size) { return MutableData::zeroed(size).freeze(); }
+
+Error posix(int code, std::string description) {
+  return {.domain = ErrorDomain::posix,
+          .code = code,
+          .userInfo = ErrorUserInfo{std::move(description)}};
+}
+
+Error status(OSStatus code, const std::string& step, const std::string& text) {
+  return {.domain = ErrorDomain::osStatus,
+          .code = code,
+          .userInfo = ErrorUserInfo{step + " failed: " + text}};
+}
+
+Error notValid(OSStatus code, const std::string& text) {
+  return status(code, "Validating the Korvan peer code signature", text);
+}
+
+// Where there is nobody, or nothing to connect to.
+
+class RealSocket : public testing::Test {
+ protected:
+  ProviderExchange exchangeAt(const std::string& path) {
+    return exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(), path,
+                                   bodyOf(10).bytes());
+  }
+
+  TemporaryDirectory directory;
+};
+
+TEST_F(RealSocket, NoFileIsAFailedConnection) {
+  const auto result = exchangeAt(directory.path() / "acp.sock");
+  EXPECT_EQ(result.response.error(),
+            posix(ENOENT, std::string("Connecting to Korvan failed: ") + std::strerror(ENOENT)));
+  EXPECT_TRUE(result.connectFailed);
+}
+
+TEST_F(RealSocket, FileWithoutAListenerIsAFailedConnection) {
+  const fs::path path = directory.path() / "acp.sock";
+  const int bound = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.c_str(), path.native().size());
+  ASSERT_EQ(::bind(bound, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+  const auto result = exchangeAt(path);
+  ::close(bound);
+  EXPECT_EQ(result.response.error(),
+            posix(ECONNREFUSED,
+                  std::string("Connecting to Korvan failed: ") + std::strerror(ECONNREFUSED)));
+  EXPECT_TRUE(result.connectFailed);
+}
+
+TEST_F(RealSocket, FileThatIsNoSocketIsAFailedConnection) {
+  const fs::path path = directory.path() / "acp.sock";
+  std::ofstream(path) << "text";
+  EXPECT_TRUE(exchangeAt(path).connectFailed);
+}
+
+TEST_F(RealSocket, PathOf103BytesConnectsAndOneOf104IsTooLong) {
+  const bench::BenchHost host(bodyOf(1));
+  const std::string root = directory.path().string() + "/";
+  const fs::path longest = root + std::string(LocalSockets::MaxPathSize - root.size(), 'p');
+  fs::create_hard_link(host.socketPath(), longest);
+  EXPECT_TRUE(exchangeAt(longest).response.has_value());
+
+  const fs::path tooLong = root + std::string(LocalSockets::MaxPathSize + 1 - root.size(), 'p');
+  fs::create_hard_link(host.socketPath(), tooLong);
+  const auto result = exchangeAt(tooLong);
+  EXPECT_EQ(result.response.error(),
+            posix(ENAMETOOLONG, "The Korvan connection path is too long."));
+  EXPECT_FALSE(result.connectFailed);
+}
+
+// Bodies at the limits.
+
+TEST_F(RealSocket, BodiesOfOneByteAndFourMebibytesGoBothWays) {
+  for (const std::size_t size : {std::size_t{1}, MaxProviderMessageSize}) {
+    const bench::BenchHost host(bodyOf(size));
+    const auto result = exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(),
+                                                host.socketPath(), bodyOf(size).bytes());
+    ASSERT_TRUE(result.response.has_value());
+    EXPECT_EQ(result.response->size(), size);
+  }
+}
+
+/// A peer that plays its part on a thread of its own, on one connection.
+class ScriptedPeer {
+ public:
+  ScriptedPeer(const fs::path& path, const std::function<void(int connection)>& script)
+      : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.native().size());
+    EXPECT_EQ(::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(::listen(listener_, 1), 0);
+    thread_ = std::thread([this, script] {
+      const int connection = ::accept(listener_, nullptr, nullptr);
+      script(connection);
+      ::close(connection);
+    });
+  }
+  ScriptedPeer(const ScriptedPeer&) = delete;
+  ScriptedPeer& operator=(const ScriptedPeer&) = delete;
+  ScriptedPeer(ScriptedPeer&&) = delete;
+  ScriptedPeer& operator=(ScriptedPeer&&) = delete;
+  ~ScriptedPeer() {
+    finish();
+    ::close(listener_);
+  }
+
+  /// Waits until the part is played. A client that has not connected by now does not.
+  void finish() {
+    ::shutdown(listener_, SHUT_RDWR);
+    if (thread_.joinable()) {
+      thread_.join();
+    }
+  }
+
+ private:
+  int listener_;
+  std::thread thread_;
+};
+
+TEST_F(RealSocket, RequestsOfInvalidSizesAreNotSent) {
+  for (const std::size_t size : {std::size_t{0}, MaxProviderMessageSize + 1}) {
+    const fs::path path = directory.path() / std::to_string(size);
+    std::optional<ssize_t> received;
+    ScriptedPeer peer(path, [&](int connection) {
+      char byte = 0;
+      received = ::recv(connection, &byte, 1, 0);
+    });
+    const auto result = exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(),
+                                                path.string(), bodyOf(size).bytes());
+    peer.finish();
+    EXPECT_EQ(result.response.error(),
+              posix(EMSGSIZE, "The credential-provider message has an invalid size."));
+    EXPECT_EQ(received, 0) << "the end of the connection, and nothing before it";
+  }
+}
+
+/// Returns once the kernel has put the thread to sleep, which waits for what only its peer can do.
+void waitUntilAsleep(pid_t thread) {
+  const std::string path = "/proc/self/task/" + std::to_string(thread) + "/stat";
+  std::string identifier;
+  std::string name;
+  std::string state;
+  while (state != "S") {
+    std::this_thread::yield();
+    std::ifstream(path) >> identifier >> name >> state;
+  }
+}
+
+TEST_F(RealSocket, WaitsForAPeerThatStallsAtEveryByteOfItsAnswer) {
+  constexpr std::size_t RequestSize = 4'000'000;
+  constexpr std::size_t RequestPart = 250'000;
+  const std::string answer("\0\0\0\5Later", 9);
+  const fs::path path = directory.path() / "acp.sock";
+  std::size_t received = 0;
+  ScriptedPeer peer(path, [&, client = ::gettid()](int connection) {
+    std::vector<char> part(RequestPart);
+    while (received < 4 + RequestSize) {
+      waitUntilAsleep(client);
+      const std::size_t left = 4 + RequestSize - received;
+      const ssize_t count =
+          ::recv(connection, part.data(), std::min(left, part.size()), MSG_WAITALL);
+      ASSERT_GT(count, 0);
+      received += static_cast<std::size_t>(count);
+    }
+    for (const char& byte : answer) {
+      waitUntilAsleep(client);
+      ASSERT_EQ(::send(connection, &byte, 1, MSG_NOSIGNAL), 1);
+    }
+  });
+  const auto result = exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(),
+                                              path.string(), bodyOf(RequestSize).bytes());
+  peer.finish();
+  EXPECT_EQ(received, 4 + RequestSize);
+  ASSERT_TRUE(result.response.has_value());
+  const auto body = result.response->bytes();
+  EXPECT_EQ(std::string(body.begin(), body.end()), "Later");
+}
+
+TEST_F(RealSocket, ResponsesOfInvalidSizesAreRefused) {
+  for (const std::size_t size : {std::size_t{0}, MaxProviderMessageSize + 1}) {
+    const bench::BenchHost host(bodyOf(size));
+    EXPECT_EQ(
+        exchangeAt(host.socketPath()).response.error(),
+        posix(EMSGSIZE, "Korvan returned a credential-provider message with an invalid size."));
+  }
+}
+
+// Peers that are not the host. Each is a sample host that tells how many bytes it was sent.
+
+class RealPeer : public testing::Test {
+ protected:
+  void SetUp() override { fs::copy_file(KORVAN_SAMPLE_HOST, program); }
+
+  void start() {
+    peer = std::make_unique<SampleHostProcess>(
+        program, std::vector<std::string>{"--container", container.string()});
+    EXPECT_EQ(peer->nextEvent().at("event"), "ready");
+  }
+
+  std::expected<Data, Error> exchange() { return exchangeThrough(LinuxLocalSockets()); }
+
+  std::expected<Data, Error> exchangeThrough(const LocalSockets& sockets) {
+    const auto result =
+        exchangeProviderMessage(sockets, LinuxCodeSigning(authority.pem()),
+                                (container / "acp.sock").native(), bodyOf(10).bytes());
+    EXPECT_FALSE(result.connectFailed);
+    return result.response;
+  }
+
+  void expectTurnedAway(const Error& expected) {
+    start();
+    const auto response = exchange();
+    ASSERT_FALSE(response.has_value());
+    EXPECT_EQ(response.error(), expected);
+    expectSentNothing();
+  }
+
+  void expectSentNothing() {
+    const auto event = peer->nextEvent();
+    EXPECT_EQ(event.at("event"), "connection");
+    EXPECT_EQ(event.at("bytesReceived"), 0);
+  }
+
+  TemporaryDirectory directory;
+  fs::path program = directory.path() / "host";
+  fs::path container = directory.path() / "container";
+  SigningAuthority authority;
+  SignatureRecipe recipe{.organizationalUnit = std::string(HostTeamIdentifier),
+                         .commonName = std::string(HostBundleIdentifier)};
+  std::unique_ptr<SampleHostProcess> peer;
+};
+
+TEST_F(RealPeer, GenuineHostIsAnswered) {
+  authority.sign(program, recipe);
+  start();
+  EXPECT_TRUE(exchange().has_value());
+  EXPECT_EQ(peer->nextEvent().at("bytesReceived"), 14);
+}
+
+TEST_F(RealPeer, UnsignedPeerIsSentNothing) {
+  expectTurnedAway(notValid(-67062, "the program is not signed"));
+}
+
+TEST_F(RealPeer, PeerSignedByAnotherAuthorityIsSentNothing) {
+  SigningAuthority().sign(program, recipe);
+  expectTurnedAway(notValid(-67050, "the program does not satisfy the code requirement"));
+}
+
+TEST_F(RealPeer, PeerOfAnotherTeamIsSentNothing) {
+  recipe.organizationalUnit = "OTHERTEAM1";
+  authority.sign(program, recipe);
+  expectTurnedAway(notValid(-67050, "the program does not satisfy the code requirement"));
+}
+
+TEST_F(RealPeer, PeerWithAnotherIdentifierIsSentNothing) {
+  recipe.commonName = "example.other.host";
+  authority.sign(program, recipe);
+  expectTurnedAway(notValid(-67050, "the program does not satisfy the code requirement"));
+}
+
+TEST_F(RealPeer, PeerWithAnExpiredCertificateIsSentNothing) {
+  recipe.validFrom = -2;
+  recipe.validUntil = -1;
+  authority.sign(program, recipe);
+  expectTurnedAway(notValid(-2147409654, "the certificate of the signature has expired"));
+}
+
+TEST_F(RealPeer, PeerChangedAfterSigningIsSentNothing) {
+  authority.sign(program, recipe);
+  std::ofstream(program, std::ios::app) << "x";
+  expectTurnedAway(notValid(-67061, "the signature is not valid for the program"));
+}
+
+/// Lets something happen right after the peer's process id has become known.
+class SocketsWithAPause : public ForwardedSockets {
+ public:
+  SocketsWithAPause(const LocalSockets& sockets, std::function<void()> pause)
+      : ForwardedSockets(sockets), pause_(std::move(pause)) {}
+
+  [[nodiscard]] int getPeerProcessIdentifier(int descriptor, std::int32_t& process) const override {
+    const int result = ForwardedSockets::getPeerProcessIdentifier(descriptor, process);
+    pause_();
+    return result;
+  }
+  [[nodiscard]] std::ptrdiff_t send(int descriptor,
+                                    std::span<const std::uint8_t> bytes) const override {
+    ++sends;
+    return ForwardedSockets::send(descriptor, bytes);
+  }
+
+  mutable int sends = 0;
+
+ private:
+  std::function<void()> pause_;
+};
+
+TEST_F(RealPeer, PeerThatIsGoneBeforeTheCheckIsSentNothing) {
+  authority.sign(program, recipe);
+  start();
+  const LinuxLocalSockets kernel;
+  const SocketsWithAPause sockets(kernel, [this] { peer->stop(); });
+  EXPECT_EQ(exchangeThrough(sockets).error(),
+            status(-67065, "Reading the Korvan peer code signature", "there is no such process"));
+  EXPECT_EQ(sockets.sends, 0);
+}
+
+TEST_F(RealPeer, PeerOfAnotherUserIsSentNothingEvenWhenItsSignatureIsGood) {
+  if (::getuid() != 0) {
+    GTEST_SKIP() << "Only root can start a process of another user.";
+  }
+  authority.sign(program, recipe);
+  fs::create_directory(container);
+  ASSERT_EQ(::chown(container.c_str(), Nobody, Nobody), 0);
+  fs::permissions(container, fs::perms::owner_all);
+  fs::permissions(directory.path(), fs::perms::owner_all | fs::perms::others_exec);
+  fs::permissions(program, fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
+  peer = std::make_unique<SampleHostProcess>(
+      "/usr/bin/setpriv",
+      std::vector<std::string>{"--reuid=65534", "--regid=65534", "--clear-groups", program.string(),
+                               "--container", container.string()});
+  ASSERT_EQ(peer->nextEvent().at("event"), "ready");
+  EXPECT_EQ(
+      exchange().error(),
+      posix(EACCES, "The Korvan peer process identity is unavailable or belongs to another user."));
+  expectSentNothing();
+}
+
+// Nothing is left behind.
+
+std::ptrdiff_t entriesOf(const char* directory) {
+  return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
+}
+
+long residentPages() {
+  std::ifstream statm("/proc/self/statm");
+  long total = 0;
+  long resident = 0;
+  statm >> total >> resident;
+  return resident;
+}
+
+TEST(RealSignIn, TenThousandLeaveDescriptorsThreadsAndMemoryAsTheyWere) {
+  const bench::BenchHost host(bench::SignInBench::encodedAnswer());
+  bench::SignInBench bench(host.directory());
+  for (int i = 0; i < 1'000; ++i) {
+    bench.signIn();
+  }
+  const auto descriptors = entriesOf("/proc/self/fd");
+  const auto threads = entriesOf("/proc/self/task");
+  const long pages = residentPages();
+  for (int i = 0; i < 10'000; ++i) {
+    bench.signIn();
+  }
+  EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
+  EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+  if (!SanitizersKeepFreedMemory) {
+    constexpr long AllowedPages = 256;
+    EXPECT_LE(residentPages(), pages + AllowedPages);
+  }
+}
+
+}  // namespace
+}  // namespace korvan::lab

@@ -1,0 +1,33 @@
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
+
+#include "platform/linux/propertylist/BinaryPropertyListReader.h"
+#include "platform/linux/propertylist/BinaryPropertyListWriter.h"
+#include "platform/linux/propertylist/OpenStepPropertyListReader.h"
+#include "platform/linux/propertylist/PropertyListCharacters.h"
+#include "platform/linux/propertylist/XmlPropertyListReader.h"
+
+namespace korvan {
+
+std::expected<Data, PropertyListError> LinuxPropertyListSerialization::encodeBinary(
+    const PropertyListDictionary& propertyList) const {
+  return BinaryPropertyListWriter::write(propertyList);
+}
+
+std::expected<PropertyListValue, PropertyListError> LinuxPropertyListSerialization::decode(
+    const Data& bytes) const {
+  if (BinaryPropertyListReader::recognizes(bytes)) {
+    return BinaryPropertyListReader::read(bytes);
+  }
+  if (bytes.empty()) {
+    return std::unexpected(PropertyListError{"There are no bytes to read a property list from."});
+  }
+  const auto characters = propertyListCharacters(bytes);
+  if (!characters) {
+    return std::unexpected(characters.error());
+  }
+  return XmlPropertyListReader::recognizes(viewOf(*characters))
+             ? XmlPropertyListReader::read(*characters)
+             : OpenStepPropertyListReader::read(*characters);
+}
+
+}  // namespace korvan
