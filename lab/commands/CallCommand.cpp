@@ -38,7 +38,10 @@ keys are its arguments, bytes are base64url. Each call has its own controller.
   --show-messages          also shows what went over the socket
   --help                   this page
 
-The exit status is 0, or 2 when a line was no call, or 1 when nothing was done.
+docs/lab-calls.md lists every entry point, key and outcome.
+
+The exit status is 0, or 2 when a line was not a call, or 1 when the lab could
+not go on.
 
 Example:
   echo '{"entryPoint":"prepareInterfaceForExtensionConfiguration"}' |
