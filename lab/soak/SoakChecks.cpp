@@ -4,9 +4,9 @@
 #include <limits>
 #include <map>
 #include <utility>
+#include <variant>
 
-#include "lab/soak/RightOutcomes.h"
-#include "lab/soak/plan/SoakScript.h"
+#include "lab/soak/Behavior.h"
 
 namespace korvan::lab::soak {
 namespace {
@@ -35,9 +35,9 @@ class Outages {
     }
   }
 
-  [[nodiscard]] bool touch(const SoakEvidence& request) const {
-    return std::ranges::any_of(spans_, [&request](const auto& span) {
-      return span.first <= request.end && request.start <= span.second;
+  [[nodiscard]] bool touch(const SoakEvidence& evidence) const {
+    return std::ranges::any_of(spans_, [&evidence](const auto& span) {
+      return span.first <= evidence.end && evidence.start <= span.second;
     });
   }
 
@@ -45,118 +45,106 @@ class Outages {
   std::vector<std::pair<std::int64_t, std::int64_t>> spans_;
 };
 
-std::string nameOf(const SoakPlan& plan, std::uint64_t number) {
-  return "Request " + std::to_string(number) + " (" +
-         std::string(traitsOf(plan.askOf(number)).name) + ", the host's part being " +
-         std::string(nameOf(plan.behaviourOf(number))) + ")";
+std::string nameOf(const SoakRequest& request) {
+  return "Request " + std::to_string(request.number) + " (" + std::string(request.ask->name) +
+         ", the host's part being " + std::string(request.behavior->name) + ")";
 }
+
+/// The outcome's own data, as far as it is told apart by them.
+struct Details {
+  static std::string party(const auto& completed) {
+    const auto& relyingParty = completed.credential.relyingParty;
+    return relyingParty ? " for " + *relyingParty : " for no relying party";
+  }
+
+  std::string operator()(const CompletedAssertion& completed) const { return party(completed); }
+  std::string operator()(const CompletedRegistration& completed) const { return party(completed); }
+  std::string operator()(const Cancelled& cancelled) const {
+    const auto description = cancelled.error.localizedDescription();
+    return description ? " with \"" + *description + "\"" : " with no words";
+  }
+  std::string operator()(const auto& /*outcome*/) const { return ""; }
+};
 
 std::string listOf(const std::vector<Outcome>& outcomes) {
   std::string list;
   for (const Outcome& outcome : outcomes) {
-    list += (list.empty() ? "" : ", or ") + describe(outcome);
+    list += (list.empty() ? "" : ", or ") + kindOf(outcome) + std::visit(Details(), outcome);
   }
   return list;
 }
 
-void checkOutcome(const SoakPlan& plan, const SoakEvidence& request, bool isHostDown,
-                  Flaws& flaws) {
-  const std::string name = nameOf(plan, request.number);
-  if (request.isKept) {
+void checkOutcome(const SoakEvidence& evidence, bool isHostDown, Flaws& flaws) {
+  const std::string name = nameOf(evidence.request);
+  if (evidence.isKept) {
     flaws.push_back(name + " is still held by something after its work was over.");
   }
-  if (request.outcomes.size() != 1) {
-    flaws.push_back(name + " had " + std::to_string(request.outcomes.size()) +
+  if (evidence.outcomes.size() != 1) {
+    flaws.push_back(name + " had " + std::to_string(evidence.outcomes.size()) +
                     " outcomes instead of one" +
-                    (request.outcomes.empty() ? "." : ": " + listOf(request.outcomes) + "."));
+                    (evidence.outcomes.empty() ? "." : ": " + listOf(evidence.outcomes) + "."));
     return;
   }
-  std::vector<Outcome> right = rightOutcomes(plan, request.number, request.isLaunched);
+  std::vector<Outcome> right = rightOutcomes(evidence.request, evidence.isLaunched);
   if (isHostDown) {
-    const auto more = outcomesOfOutage(plan, request.number, request.isLaunched);
-    right.insert(right.end(), more.begin(), more.end());
+    std::ranges::move(outcomesOfOutage(evidence.request, evidence.isLaunched),
+                      std::back_inserter(right));
   }
-  if (std::ranges::find(right, request.outcomes.front()) == right.end()) {
-    flaws.push_back(name + " was " + describe(request.outcomes.front()) + " where it should be " +
+  if (std::ranges::find(right, evidence.outcomes.front()) == right.end()) {
+    flaws.push_back(name + " was " + listOf(evidence.outcomes) + " where it should be " +
                     listOf(right) + ".");
   }
 }
 
-/// The hosts' records of requests, by request and attempt.
-class ReceivedRequests {
- public:
-  explicit ReceivedRequests(const SoakRound& round) {
-    for (const SoakRecord& record : round.records) {
-      if (record.event == Event::received) {
-        bytes_.emplace(std::pair(record.number, record.attempt), record.bytes);
-      }
+/// The digests of the requests that the hosts received, by request and attempt.
+using Received = std::multimap<std::pair<std::uint64_t, std::uint32_t>, std::uint64_t>;
+
+Received receivedIn(const SoakRound& round) {
+  Received received;
+  for (const SoakRecord& record : round.records) {
+    if (record.event == Event::received) {
+      received.emplace(std::pair(record.number, record.attempt), record.digest);
     }
   }
+  return received;
+}
 
-  /// Forgets it. 0 when it was not received.
-  std::uint64_t take(std::uint64_t number, std::uint32_t attempt) {
-    const auto found = bytes_.find({number, attempt});
-    if (found == bytes_.end()) {
-      return 0;
+/// Takes what belongs to the request out of `received`.
+void checkLog(const SoakEvidence& evidence, bool isHostDown, Received& received, Flaws& flaws) {
+  const SoakRequest& request = evidence.request;
+  const bool isRead = request.behavior->partIn(request).script.reading == Reading::everything;
+  for (std::uint32_t attempt = 1; attempt <= evidence.attempts.size(); ++attempt) {
+    const SoakAttempt& sent = evidence.attempts[attempt - 1];
+    const std::string name = nameOf(request) + ", attempt " + std::to_string(attempt) + ",";
+    const auto entry = received.extract({request.number, attempt});
+    if (entry && (!sent.isRequestSent || sent.digest != entry.mapped())) {
+      flaws.push_back(name + " is in the host's log as something else than what was sent.");
     }
-    const std::uint64_t bytes = found->second;
-    bytes_.erase(found);
-    return bytes;
-  }
-
-  [[nodiscard]] const auto& left() const { return bytes_; }
-
- private:
-  std::multimap<std::pair<std::uint64_t, std::uint32_t>, std::uint64_t> bytes_;
-};
-
-void checkLog(const SoakPlan& plan, const SoakEvidence& request, bool isHostDown,
-              ReceivedRequests& received, Flaws& flaws) {
-  const bool isRead = readsWholeRequest(plan.behaviourOf(request.number));
-  for (std::uint32_t attempt = 1; attempt <= request.attempts.size(); ++attempt) {
-    const SoakAttempt& sent = request.attempts[attempt - 1];
-    const std::uint64_t bytes = received.take(request.number, attempt);
-    const std::string name =
-        nameOf(plan, request.number) + ", attempt " + std::to_string(attempt) + ",";
-    if (bytes != 0 && (!sent.isSentWhole || sent.bytesSent != bytes)) {
-      flaws.push_back(name + " is in the host's log with " + std::to_string(bytes) +
-                      " bytes, but the extension sent " + std::to_string(sent.bytesSent) + ".");
-    }
-    if (bytes == 0 && sent.isSentWhole && isRead && !isHostDown) {
+    if (!entry && sent.isRequestSent && isRead && !isHostDown) {
       flaws.push_back(name + " was sent whole, but is not in the host's log.");
     }
   }
 }
 
-std::string describeError(const Error& error) {
-  return "code " + std::to_string(error.code) + " with " +
-         (error.localizedDescription() ? "\"" + *error.localizedDescription() + "\"" : "no words");
-}
-
-std::string describeParty(const std::optional<std::string>& relyingParty) {
-  return relyingParty ? " for " + *relyingParty : " for no relying party";
-}
-
-struct Describing {
-  std::string operator()(const CompletedAssertion& completed) const {
-    return "completed with an assertion" + describeParty(completed.credential.relyingParty);
-  }
-  std::string operator()(const CompletedRegistration& completed) const {
-    return "completed with a registration" + describeParty(completed.credential.relyingParty);
-  }
-  std::string operator()(const CompletedConfiguration&) const { return "completed"; }
-  std::string operator()(const Cancelled& cancelled) const {
-    return "cancelled, " + describeError(cancelled.error) +
-           (cancelled.noticeShown ? " after the notice" : "");
-  }
-  std::string operator()(const NoticePending&) const { return "left with the notice"; }
-  std::string operator()(const Returned&) const { return "returned from"; }
-  std::string operator()(const Refused& refused) const { return "refused: " + refused.reason; }
-};
-
 }  // namespace
 
-std::string describe(const Outcome& outcome) { return std::visit(Describing(), outcome); }
+std::string kindOf(const Outcome& outcome) {
+  struct Kind {
+    std::string operator()(const CompletedAssertion&) const { return "completed assertion"; }
+    std::string operator()(const CompletedRegistration&) const { return "completed registration"; }
+    std::string operator()(const CompletedConfiguration&) const {
+      return "completed configuration";
+    }
+    std::string operator()(const Cancelled& cancelled) const {
+      return "cancelled with code " + std::to_string(cancelled.error.code) +
+             (cancelled.noticeShown ? " after the notice" : "");
+    }
+    std::string operator()(const NoticePending&) const { return "notice pending"; }
+    std::string operator()(const Returned&) const { return "returned (a report)"; }
+    std::string operator()(const Refused&) const { return "refused"; }
+  };
+  return std::visit(Kind(), outcome);
+}
 
 bool isUpAfter(bool isUpBefore, const std::vector<SoakRecord>& records) {
   for (const SoakRecord& record : records) {
@@ -165,23 +153,19 @@ bool isUpAfter(bool isUpBefore, const std::vector<SoakRecord>& records) {
   return isUpBefore;
 }
 
-Flaws flawsOf(const SoakPlan& plan, const SoakRound& round) {
+Flaws flawsOf(const SoakRound& round) {
   Flaws flaws;
   const Outages outages(round);
-  ReceivedRequests received(round);
-  for (const SoakEvidence& request : round.requests) {
-    const bool isHostDown = outages.touch(request);
-    checkOutcome(plan, request, isHostDown, flaws);
-    checkLog(plan, request, isHostDown, received, flaws);
+  Received received = receivedIn(round);
+  for (const SoakEvidence& evidence : round.requests) {
+    const bool isHostDown = outages.touch(evidence);
+    checkOutcome(evidence, isHostDown, flaws);
+    checkLog(evidence, isHostDown, received, flaws);
   }
-  for (const auto& [attempt, bytes] : received.left()) {
-    flaws.push_back(nameOf(plan, attempt.first) + ", attempt " + std::to_string(attempt.second) +
+  for (const auto& [attempt, digest] : received) {
+    flaws.push_back("Request " + std::to_string(attempt.first) + ", attempt " +
+                    std::to_string(attempt.second) +
                     ", is in the host's log once more than the extension made it.");
-  }
-  for (const SoakRecord& record : round.records) {
-    if (record.event == Event::mistaken) {
-      flaws.push_back(nameOf(plan, record.number) + " reached the host as another request.");
-    }
   }
   return flaws;
 }

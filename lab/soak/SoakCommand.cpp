@@ -56,31 +56,26 @@ constexpr double RoundsAtLeast = 8;
 constexpr int WarmUpRounds = 2;
 constexpr std::size_t MaxFlawsShown = 20;
 
-std::optional<double> minutesIn(std::string_view text) {
-  double minutes = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), minutes);
+template <typename Number>
+std::optional<Number> numberIn(std::string_view text) {
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool isNumber = error == std::errc() && end == text.data() + text.size();
-  return isNumber && std::isfinite(minutes) && minutes > 0 ? std::optional(minutes) : std::nullopt;
-}
-
-std::optional<std::uint64_t> seedIn(std::string_view text) {
-  std::uint64_t seed = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
-  return error == std::errc() && end == text.data() + text.size() ? std::optional(seed)
-                                                                  : std::nullopt;
+  return isNumber ? std::optional(number) : std::nullopt;
 }
 
 std::string flawOfMinutes(const std::string& text) {
-  return minutesIn(text)
+  const double minutes = numberIn<double>(text).value_or(0);
+  return std::isfinite(minutes) && minutes > 0
              ? ""
              : "\"" + text + "\" is no time; it must be a number of minutes above 0, such as 0.5";
 }
 
 std::string flawOfSeed(const std::string& text) {
-  return seedIn(text) ? ""
-                      : "\"" + text +
-                            "\" is no seed; it must be a whole number from 0 to "
-                            "18446744073709551615";
+  return numberIn<std::uint64_t>(text) ? ""
+                                       : "\"" + text +
+                                             "\" is no seed; it must be a whole number from 0 to "
+                                             "18446744073709551615";
 }
 
 std::uint64_t drawnSeed() {
@@ -113,7 +108,7 @@ void printCounts(const ProcessCounts& before, const ProcessCounts& after) {
 
 int runSoak(const std::filesystem::path& directory, std::uint64_t seed, double seconds) {
   const std::size_t threads = threadCount();
-  SoakRunner runner(directory, SoakPlan(seed),
+  SoakRunner runner(directory, seed,
                     {.container = std::nullopt,
                      .hostApplication = std::nullopt,
                      .trustAnchorPem = std::string(TrustAnchorPem)});
@@ -150,8 +145,9 @@ struct Options {
 };
 
 int run(const Options& options) {
-  const std::uint64_t seed = options.seed.empty() ? drawnSeed() : seedIn(options.seed).value();
-  const double seconds = minutesIn(options.minutes).value() * SecondsPerMinute;
+  const std::uint64_t seed =
+      options.seed.empty() ? drawnSeed() : numberIn<std::uint64_t>(options.seed).value();
+  const double seconds = numberIn<double>(options.minutes).value() * SecondsPerMinute;
   std::cout << "seed " << seed << '\n' << std::flush;
   // Who reads the summary may go away; the hosts are ended all the same.
   std::ignore = std::signal(SIGPIPE, SIG_IGN);

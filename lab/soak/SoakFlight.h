@@ -1,28 +1,19 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
-#include <vector>
 
-#include "lab/soak/NumberedSockets.h"
-#include "lab/soak/SoakEvidence.h"
+#include "lab/soak/SoakChecks.h"
+#include "lab/soak/SoakRequest.h"
 #include "lab/soak/SoakSite.h"
-#include "lab/soak/plan/SoakPlan.h"
-#include "lab/system/CountedQueues.h"
 #include "lab/system/LabPlatform.h"
-#include "lab/system/LabViews.h"
-#include "platform/ExtensionContext.h"
-#include "platform/Services.h"
-#include "platform/Workspace.h"
-#include "provider/CredentialProviderViewController.h"
 
 namespace korvan::lab::soak {
 
 /// One request in flight, with the services that are its own. Main thread.
 class SoakFlight {
  public:
-  /// Refers to the platform and the site, which outlive it.
-  SoakFlight(const SoakPlan& plan, std::uint64_t number, LabPlatform& platform, SoakSite& site);
+  /// Tells the site's host what its part is. Refers to the platform and the site, which outlive it.
+  SoakFlight(const SoakRequest& request, LabPlatform& platform, SoakSite& site);
   SoakFlight(const SoakFlight&) = delete;
   SoakFlight& operator=(const SoakFlight&) = delete;
   ~SoakFlight();
@@ -34,13 +25,13 @@ class SoakFlight {
   [[nodiscard]] bool isOver();
 
   /// What was seen of the request, once it is over. To be called once, at its end.
-  [[nodiscard]] SoakEvidence land();
+  [[nodiscard]] SoakEvidence evidence();
 
  private:
   struct Session;
 
-  const SoakPlan& plan_;
-  const std::uint64_t number_;
+  const SoakRequest request_;
+  const SoakSite& site_;
   const std::shared_ptr<Session> session_;
   std::shared_ptr<CredentialProviderViewController> controller_;
 };

@@ -6,6 +6,7 @@
 
 #include <glib.h>
 
+#include "lab/soak/Behavior.h"
 #include "lab/soak/SoakChecks.h"
 
 namespace korvan::lab::soak {
@@ -13,71 +14,64 @@ namespace {
 
 constexpr const char* LaunchURL = "korvan:///launch?source=credential-provider";
 
-enum Purpose : std::uint8_t { chooseReopening = 100 };
-
 }  // namespace
 
-SoakRunner::SoakRunner(const std::filesystem::path& directory, const SoakPlan& plan,
+SoakRunner::SoakRunner(const std::filesystem::path& directory, std::uint64_t seed,
                        const LabSettings& settings)
-    : plan_(plan), platform_(settings) {
+    : plan_(seed), platform_(settings) {
   for (std::size_t index = 0; index < SiteCount; ++index) {
-    places_.emplace_back(SoakSite(directory / std::to_string(index), plan));
+    places_.emplace_back(directory / std::to_string(index));
   }
 }
 
 std::vector<std::string> SoakRunner::runRound(std::int64_t end, SoakSummary& summary) {
   while (now() < end || !flights_.empty()) {
     while (now() < end && flights_.size() < MaxInFlight) {
-      takeOff();
+      startRequest();
     }
-    landThoseOver();
+    finishRequests();
     if (!flights_.empty()) {
       g_main_context_iteration(platform_.mainContext.get(), TRUE);
-      landThoseOver();
+      finishRequests();
     }
   }
   std::vector<std::string> flaws;
   for (Place& place : places_) {
-    auto more = check(place, summary);
-    std::ranges::move(more, std::back_inserter(flaws));
+    const SoakRound round{.isUpAtStart = place.isUp,
+                          .requests = std::exchange(place.done, {}),
+                          .records = place.site.log.next()};
+    place.isUp = isUpAfter(round.isUpAtStart, round.records);
+    summary.count(round);
+    std::ranges::move(flawsOf(round), std::back_inserter(flaws));
   }
   return flaws;
 }
 
-void SoakRunner::takeOff() {
-  const std::uint64_t number = nextNumber_++;
-  flights_.emplace_back(plan_, number, platform_, placeOf(number).site).start();
+void SoakRunner::startRequest() {
+  const SoakRequest request = plan_.next();
+  flights_.emplace_back(request, platform_, placeOf(request).site).start();
 }
 
-void SoakRunner::landThoseOver() {
+void SoakRunner::finishRequests() {
   for (auto flight = flights_.begin(); flight != flights_.end();) {
     if (!flight->isOver()) {
       ++flight;
       continue;
     }
-    SoakEvidence evidence = flight->land();
+    const SoakEvidence evidence = flight->evidence();
     flight = flights_.erase(flight);
-    const std::uint64_t number = evidence.number;
-    Place& place = placeOf(number);
-    place.landed.push_back(std::move(evidence));
+    const SoakRequest& request = evidence.request;
+    Place& place = placeOf(request);
+    place.done.push_back(evidence);
     // Some dead hosts come back by themselves, others when the extension opens them.
-    if (isDeath(plan_.behaviourOf(number)) && plan_.choiceFor(number, chooseReopening) % 2 == 0) {
+    if (request.revives && request.behavior->partIn(request).script.dies) {
       std::ignore = place.site.workspace.openURL(LaunchURL);
     }
   }
 }
 
-SoakRunner::Place& SoakRunner::placeOf(std::uint64_t number) {
-  return *std::next(places_.begin(), static_cast<std::ptrdiff_t>(number % SiteCount));
-}
-
-std::vector<std::string> SoakRunner::check(Place& place, SoakSummary& summary) const {
-  const SoakRound round{.isUpAtStart = std::exchange(place.isUp, false),
-                        .requests = std::exchange(place.landed, {}),
-                        .records = place.site.log.next()};
-  place.isUp = isUpAfter(round.isUpAtStart, round.records);
-  summary.count(plan_, round);
-  return flawsOf(plan_, round);
+SoakRunner::Place& SoakRunner::placeOf(const SoakRequest& request) {
+  return *std::next(places_.begin(), static_cast<std::ptrdiff_t>(request.number % SiteCount));
 }
 
 }  // namespace korvan::lab::soak

@@ -1,17 +1,17 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <list>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "lab/soak/SoakFlight.h"
+#include "lab/soak/SoakRequest.h"
 #include "lab/soak/SoakSite.h"
 #include "lab/soak/SoakSummary.h"
-#include "lab/soak/plan/SoakPlan.h"
 #include "lab/system/LabPlatform.h"
 
 namespace korvan::lab::soak {
@@ -23,7 +23,7 @@ class SoakRunner {
   static constexpr std::size_t SiteCount = 4;
 
   /// The hosts' files go into `directory`. Throws std::runtime_error when they cannot be made.
-  SoakRunner(const std::filesystem::path& directory, const SoakPlan& plan,
+  SoakRunner(const std::filesystem::path& directory, std::uint64_t seed,
              const LabSettings& settings);
 
   /// Makes requests until `end`, in now()'s time, and returns when all are over. Their
@@ -33,23 +33,21 @@ class SoakRunner {
 
  private:
   struct Place {
-    explicit Place(SoakSite chosenSite) : site(std::move(chosenSite)) {}
+    explicit Place(const std::filesystem::path& directory) : site(directory) {}
 
     SoakSite site;
     bool isUp = false;
-    std::vector<SoakEvidence> landed;
+    std::vector<SoakEvidence> done;
   };
 
-  void takeOff();
-  void landThoseOver();
-  [[nodiscard]] Place& placeOf(std::uint64_t number);
-  [[nodiscard]] std::vector<std::string> check(Place& place, SoakSummary& summary) const;
+  void startRequest();
+  void finishRequests();
+  [[nodiscard]] Place& placeOf(const SoakRequest& request);
 
-  const SoakPlan plan_;
+  SoakPlan plan_;
   LabPlatform platform_;
   std::list<Place> places_;
   std::list<SoakFlight> flights_;
-  std::uint64_t nextNumber_ = 0;
 };
 
 }  // namespace korvan::lab::soak

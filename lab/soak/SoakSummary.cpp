@@ -1,8 +1,10 @@
 #include "lab/soak/SoakSummary.h"
 
-#include <algorithm>
 #include <cmath>
 #include <iomanip>
+#include <string_view>
+
+#include "lab/soak/Behavior.h"
 
 namespace korvan::lab::soak {
 namespace {
@@ -11,20 +13,6 @@ using Event = SoakRecord::Event;
 
 constexpr int NameWidth = 42;
 constexpr int CountWidth = 10;
-
-/// Alike for outcomes that differ in their data only.
-struct Kind {
-  std::string operator()(const CompletedAssertion&) const { return "completed assertion"; }
-  std::string operator()(const CompletedRegistration&) const { return "completed registration"; }
-  std::string operator()(const CompletedConfiguration&) const { return "completed configuration"; }
-  std::string operator()(const Cancelled& cancelled) const {
-    return "cancelled with code " + std::to_string(cancelled.error.code) +
-           (cancelled.noticeShown ? " after the notice" : "");
-  }
-  std::string operator()(const NoticePending&) const { return "notice pending"; }
-  std::string operator()(const Returned&) const { return "returned (a report)"; }
-  std::string operator()(const Refused&) const { return "refused"; }
-};
 
 template <typename Table>
 void printTable(std::ostream& stream, std::string_view title, const Table& table, double seconds) {
@@ -40,15 +28,15 @@ void printTable(std::ostream& stream, std::string_view title, const Table& table
 
 }  // namespace
 
-void SoakSummary::count(const SoakPlan& plan, const SoakRound& round) {
-  for (const SoakEvidence& request : round.requests) {
+void SoakSummary::count(const SoakRound& round) {
+  for (const SoakEvidence& evidence : round.requests) {
     ++requests_;
-    ++byAsk_[std::string(traitsOf(plan.askOf(request.number)).name)];
-    ++byBehaviour_[std::string(nameOf(plan.behaviourOf(request.number)))];
-    for (const Outcome& outcome : request.outcomes) {
-      ++byOutcome_[std::visit(Kind(), outcome)];
+    ++byAsk_[std::string(evidence.request.ask->name)];
+    ++byBehavior_[std::string(evidence.request.behavior->name)];
+    for (const Outcome& outcome : evidence.outcomes) {
+      ++byOutcome_[kindOf(outcome)];
     }
-    launches_ += request.isLaunched ? 1 : 0;
+    launches_ += evidence.isLaunched ? 1 : 0;
   }
   for (const SoakRecord& record : round.records) {
     deaths_ += record.event == Event::dying ? 1 : 0;
@@ -58,7 +46,7 @@ void SoakSummary::count(const SoakPlan& plan, const SoakRound& round) {
 
 void SoakSummary::print(std::ostream& stream, double seconds) const {
   printTable(stream, "by type", byAsk_, seconds);
-  printTable(stream, "by the host's part", byBehaviour_, seconds);
+  printTable(stream, "by the host's part", byBehavior_, seconds);
   printTable(stream, "by outcome", byOutcome_, seconds);
   stream << '\n'
          << requests_ << " requests in " << std::fixed << std::setprecision(1) << seconds << " s, "

@@ -1,13 +1,12 @@
-// A host application that answers, refuses, stalls, lies and dies, as its plan says.
+// A host application that answers, refuses, stalls, lies and dies, as it is told.
 //
 // It takes no options, so that it can be opened by the extension's URL: what it needs lies beside
-// its program, the plan in "plan", its log in "log", and the app group's container in "container".
+// its program, its log in "log", the app group's container in "container", and in "scripts" what to
+// do with each request: a file named by its number, or "any" for clients that have none.
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -22,17 +21,14 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include "channel/ProviderFrame.h"
 #include "lab/host/HostSocket.h"
 #include "lab/soak/plan/ClientName.h"
+#include "lab/soak/plan/HostScript.h"
 #include "lab/soak/plan/SoakLog.h"
-#include "lab/soak/plan/SoakPlan.h"
-#include "lab/soak/plan/SoakScript.h"
 #include "lab/support/Descriptor.h"
 #include "lab/support/SystemError.h"
-#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
 namespace {
 
@@ -44,14 +40,19 @@ using Event = SoakRecord::Event;
 constexpr int StallMilliseconds = 10;
 
 struct Host {
-  SoakPlan plan;
-  SoakLog log;
+  std::filesystem::path directory;
+  SoakLog log{directory / "log"};
 };
 
 [[noreturn]] void die(const Host& host) {
-  host.log.write(Event::dying);
+  host.log.write({.event = Event::dying});
   std::ignore = std::raise(SIGKILL);
   std::abort();
+}
+
+std::optional<HostScript> scriptFor(const Host& host, const std::optional<ClientName>& client) {
+  return HostScript::readFrom(host.directory / "scripts" /
+                              (client ? std::to_string(client->number) : "any"));
 }
 
 /// Fills `bytes`; false when the client closes or fails first.
@@ -66,10 +67,10 @@ bool receive(int socket, std::span<std::uint8_t> bytes) {
   return true;
 }
 
-/// Sends all of `bytes`, unless the client has had enough of them.
-void send(int socket, std::span<const std::uint8_t> bytes) {
+/// Sends all of `bytes`, at most `most` at a time, unless the client has had enough of them.
+void send(int socket, std::span<const std::uint8_t> bytes, std::size_t most) {
   while (!bytes.empty()) {
-    const ssize_t count = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    const ssize_t count = ::send(socket, bytes.data(), std::min(bytes.size(), most), MSG_NOSIGNAL);
     if (count < 0 && errno != EINTR) {
       return;
     }
@@ -77,70 +78,48 @@ void send(int socket, std::span<const std::uint8_t> bytes) {
   }
 }
 
-void sendInDrops(int socket, std::span<const std::uint8_t> bytes) {
-  for (std::size_t at = 0; at < bytes.size(); ++at) {
-    send(socket, bytes.subspan(at, 1));
-  }
-}
-
-/// True when the message may be the one that its connection says it is. A message without a relying
-/// party may.
-bool isRequest(const Host& host, std::uint64_t number, const Data& body) {
-  const auto request = LinuxPropertyListSerialization().decode(body);
-  const ProviderMessage* const message = request ? request->dictionary() : nullptr;
-  if (message == nullptr || stringForKey(*message, provider_message_key::type) !=
-                                traitsOf(host.plan.askOf(number)).messageType) {
-    return false;
-  }
-  const auto relyingParty = stringForKey(*message, "relyingPartyIdentifier");
-  return !relyingParty || relyingParty == SoakPlan::relyingPartyOf(number);
-}
-
 /// Reads as much as the script says; false when the client closes first.
-bool read(const Host& host, int socket, const SoakScript& script, const ClientName& client) {
+bool read(const Host& host, int socket, Reading reading, const ClientName& client) {
   ProviderFramePrefix prefix{};
-  if (script.reading == Reading::nothing) {
+  if (reading < Reading::prefix) {
     return true;
   }
   if (!receive(socket, prefix)) {
     return false;
   }
-  const std::size_t size = decodeProviderFramePrefix(prefix);
-  MutableData body = MutableData::zeroed(size);
-  switch (script.reading) {
-    case Reading::halfOfTheBody:
-      return receive(socket, body.bytes().first(size / 2));
-    case Reading::everything:
-      break;
-    default:
-      return true;
+  if (reading == Reading::prefix) {
+    return true;
   }
-  if (!receive(socket, body.bytes())) {
+  std::vector<std::uint8_t> frame(prefix.begin(), prefix.end());
+  frame.resize(prefix.size() + decodeProviderFramePrefix(prefix));
+  const auto body = std::span(frame).subspan(prefix.size());
+  if (reading == Reading::halfOfTheBody) {
+    return receive(socket, body.first(body.size() / 2));
+  }
+  if (!receive(socket, body)) {
     return false;
   }
-  host.log.write(Event::received, client.number, client.attempt, prefix.size() + size);
-  if (!host.plan.always() && !isRequest(host, client.number, std::move(body).freeze())) {
-    host.log.write(Event::mistaken, client.number, client.attempt);
-  }
+  host.log.write({.event = Event::received,
+                  .attempt = client.attempt,
+                  .number = client.number,
+                  .digest = digestOf(frame)});
   return true;
 }
 
-void serve(const Host& host, int socket, const ClientName& client) {
-  const SoakScript script = scriptFor(host.plan, client.number);
-  if (!read(host, socket, script, client)) {
+void serve(const Host& host, int socket) {
+  const auto client = nameOfClient(socket);
+  const auto script = scriptFor(host, client);
+  // Whoever has no script only looks whether a host is there.
+  if (!script || !read(host, socket, script->reading, client.value_or(ClientName()))) {
     return;
   }
-  if (script.stalls) {
+  if (script->stalls) {
     // Ends early when the client goes.
     pollfd gone{.fd = socket, .events = 0, .revents = 0};
     ::poll(&gone, 1, StallMilliseconds);
   }
-  if (script.inDrops) {
-    sendInDrops(socket, script.sends.bytes());
-  } else {
-    send(socket, script.sends.bytes());
-  }
-  if (script.dies) {
+  send(socket, script->sends, script->inDrops ? 1 : script->sends.size());
+  if (script->dies) {
     die(host);
   }
 }
@@ -152,32 +131,23 @@ void accept(const Host& host, int listener) {
     return;
   }
   requireSystem(socket.get() >= 0, "Accepting a client");
-  auto client = nameOfClient(socket.get());
-  if (!client && host.plan.always()) {
-    client = ClientName();
-  }
-  // Whoever has no name only looks whether a host is there.
-  if (client) {
-    std::thread([&host, socket = std::move(socket), name = *client] {
-      serve(host, socket.get(), name);
-    }).detach();
-  }
+  std::thread([&host, socket = std::move(socket)] { serve(host, socket.get()); }).detach();
 }
 
 [[noreturn]] void run(const std::filesystem::path& directory) {
   // Never released: the threads use it until the process is ended.
-  const Host& host =
-      *new Host{.plan = SoakPlan::readFrom(directory / "plan"), .log = SoakLog(directory / "log")};
+  const Host& host = *new Host{.directory = directory};
   const host::HostSocket socket(directory / "container");
-  host.log.write(Event::ready);
+  host.log.write({.event = Event::ready});
   // As the sample host tells it.
   std::cout << R"({"event":"ready"})" << '\n' << std::flush;
+  const auto script = scriptFor(host, std::nullopt);
+  if (script && script->reading == Reading::noConnection) {
+    pollfd client{.fd = socket.descriptor(), .events = POLLIN, .revents = 0};
+    ::poll(&client, 1, -1);
+    die(host);
+  }
   while (true) {
-    if (host.plan.always() == Behaviour::dieBeforeAccept) {
-      pollfd client{.fd = socket.descriptor(), .events = POLLIN, .revents = 0};
-      ::poll(&client, 1, -1);
-      die(host);
-    }
     accept(host, socket.descriptor());
   }
 }

@@ -1,6 +1,6 @@
 #include "lab/soak/plan/SoakLog.h"
 
-#include <ctime>
+#include <chrono>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -18,9 +18,16 @@ static_assert(PageSize % sizeof(SoakRecord) == 0);
 }  // namespace
 
 std::int64_t now() noexcept {
-  timespec time{};
-  ::clock_gettime(CLOCK_MONOTONIC, &time);
-  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+  const auto time = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
+}
+
+std::uint64_t digestOf(std::span<const std::uint8_t> frame) noexcept {
+  std::uint64_t digest = 0xCBF29CE484222325U;
+  for (const std::uint8_t byte : frame) {
+    digest = (digest ^ byte) * 0x100000001B3U;
+  }
+  return digest;
 }
 
 SoakLog::SoakLog(const std::filesystem::path& file)
@@ -28,10 +35,7 @@ SoakLog::SoakLog(const std::filesystem::path& file)
   requireSystem(file_.get() >= 0, "Opening " + file.string());
 }
 
-void SoakLog::write(SoakRecord::Event event, std::uint64_t number, std::uint32_t attempt,
-                    std::uint64_t bytes) const {
-  const SoakRecord record{
-      .event = event, .attempt = attempt, .number = number, .bytes = bytes, .time = now()};
+void SoakLog::write(const SoakRecord& record) const {
   requireSystem(::write(file_.get(), &record, sizeof record) == sizeof record, "Writing the log");
 }
 

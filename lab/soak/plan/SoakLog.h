@@ -1,9 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "lab/support/Descriptor.h"
@@ -13,12 +14,14 @@ namespace korvan::lab::soak {
 /// Nanoseconds of the monotonic clock, which all processes share.
 [[nodiscard]] std::int64_t now() noexcept;
 
+/// Tells frames apart: 64-bit FNV-1a (http://www.isthe.com/chongo/tech/comp/fnv/).
+[[nodiscard]] std::uint64_t digestOf(std::span<const std::uint8_t> frame) noexcept;
+
 /// One thing that the misbehaving host did.
 struct SoakRecord {
   enum class Event : std::uint32_t {
     ready,     ///< it serves clients from now on
     received,  ///< it has a whole request
-    mistaken,  ///< the request is not the one that its connection was numbered as
     dying,     ///< it ends itself with SIGKILL next
   };
 
@@ -27,8 +30,8 @@ struct SoakRecord {
   std::uint32_t attempt = 0;
   std::uint64_t number = 0;
   /// Of the request's frame, with its prefix.
-  std::uint64_t bytes = 0;
-  std::int64_t time = 0;
+  std::uint64_t digest = 0;
+  std::int64_t time = now();
 };
 
 /// The file in which a host, however often it is started, says what it did.
@@ -41,8 +44,7 @@ class SoakLog {
   explicit SoakLog(const std::filesystem::path& file);
 
   /// From any thread.
-  void write(SoakRecord::Event event, std::uint64_t number = 0, std::uint32_t attempt = 0,
-             std::uint64_t bytes = 0) const;
+  void write(const SoakRecord& record) const;
 
  private:
   Descriptor file_;

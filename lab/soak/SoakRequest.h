@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "lab/system/Call.h"
+#include "platform/Data.h"
+
+namespace korvan::lab::soak {
+
+/// What the system asks of the extension.
+struct Ask {
+  enum class Kind : std::uint8_t { assertion, registration, configuration, report };
+
+  std::string_view name;
+  Kind kind;
+  /// The `type` of the message that the host gets.
+  std::string_view messageType;
+  /// The call of the request of this number.
+  Call (*call)(std::uint64_t number);
+};
+
+/// All of them.
+[[nodiscard]] std::span<const Ask> asks() noexcept;
+
+struct Behavior;
+
+/// One request, and what the host does with it.
+struct SoakRequest {
+  /// From 0 on.
+  std::uint64_t number = 0;
+  const Ask* ask = nullptr;
+  const Behavior* behavior = nullptr;
+  /// With which the host refuses it, if it does.
+  std::string_view errorCode = "failed";
+  /// A host that dies of it comes back by itself, and not when the extension opens it.
+  bool revives = false;
+};
+
+/// The relying party in the request of this number and in the answer to it.
+[[nodiscard]] std::string relyingPartyOf(std::uint64_t number);
+
+/// The data of this name in the request of this number and in the answer to it.
+[[nodiscard]] Data dataOf(std::uint64_t number, std::string_view name);
+
+/// The requests of a soak, numbered from 0 on: the same for the same seed.
+class SoakPlan {
+ public:
+  explicit SoakPlan(std::uint64_t seed) : random_(seed) {}
+
+  [[nodiscard]] SoakRequest next();
+
+ private:
+  std::mt19937_64 random_;
+  std::uint64_t count_ = 0;
+};
+
+}  // namespace korvan::lab::soak

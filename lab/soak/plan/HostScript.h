@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+namespace korvan::lab::soak {
+
+/// How far the host goes with a request before it answers.
+enum class Reading : std::uint8_t { noConnection, nothing, prefix, halfOfTheBody, everything };
+
+/// What the misbehaving host does on one connection, in this order; at last it closes. It is told
+/// by a file, and never why.
+struct HostScript {
+  Reading reading = Reading::everything;
+  /// Waits a little, without a word.
+  bool stalls = false;
+  /// Sends a byte at a time.
+  bool inDrops = false;
+  /// Ends its process with SIGKILL.
+  bool dies = false;
+  /// As they go over the socket, frame and all.
+  std::vector<std::uint8_t> sends = {};
+
+  /// None when there is no such file.
+  [[nodiscard]] static std::optional<HostScript> readFrom(const std::filesystem::path& file);
+  /// Throws std::runtime_error when it cannot be written.
+  void writeTo(const std::filesystem::path& file) const;
+
+  friend bool operator==(const HostScript&, const HostScript&) = default;
+};
+
+}  // namespace korvan::lab::soak
