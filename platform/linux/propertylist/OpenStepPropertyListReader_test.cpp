@@ -100,6 +100,22 @@ TEST(OpenStepPropertyListReader, ReadsEscapes) {
   }
 }
 
+TEST(OpenStepPropertyListReader, ReadsOctalEscapesInTheNextStepEncoding) {
+  // https://www.unicode.org/Public/MAPPINGS/VENDORS/NEXT/NEXTSTEP.TXT, from 0x80 to 0xFD.
+  const std::string expected =
+      "\u00A0ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÐÑÒÓÔÕÖÙÚÛÜÝÞµ×÷©¡¢£\u2044¥ƒ§¤’“«‹›ﬁﬂ®–†‡·¦¶•‚„”»…‰¬¿"
+      "¹\u02CB\u00B4ˆ˜\u00AF˘˙\u00A8²˚\u00B8³˝˛ˇ"
+      "—±¼½¾àáâãäåçèéêëìÆíªîïðñŁØŒºòóôõöæùúûıüýłøœßþÿ";
+  std::string escapes;
+  for (int code = 0x80; code <= 0xFD; ++code) {
+    escapes += '\\';
+    for (const int digit : {code >> 6, code >> 3 & 7, code & 7}) {
+      escapes += static_cast<char>('0' + digit);
+    }
+  }
+  EXPECT_EQ(valueOfOpenStep('"' + escapes + '"'), PropertyListValue(expected));
+}
+
 TEST(OpenStepPropertyListReader, CountsTheLastOfARepeatedKey) {
   EXPECT_EQ(valueOfOpenStep("{a=1;\"a\"=2;}"),
             PropertyListValue(PropertyListDictionary{{"a"_text, "2"}}));
