@@ -9,6 +9,7 @@ import json
 import os
 import pathlib
 import plistlib
+import re
 import subprocess
 import tempfile
 import unittest
@@ -17,25 +18,17 @@ import annotated_frames
 
 DOCS = pathlib.Path(os.environ["KORVAN_DOCS"])
 VECTORS = DOCS / "vectors"
-# The table of types in channel/ProviderMessage.h, and that of error codes.
-REQUEST_TYPES = {
-    "assertion",
-    "interactiveAssertion",
-    "registration",
-    "synchronize",
-    "updateUserName",
-    "removeUnknownCredential",
-    "acceptedCredentials",
-}
-ERROR_CODES = {
-    "failed",
-    "unavailable",
-    "vaultLocked",
-    "userInteractionRequired",
-    "userCanceled",
-    "credentialNotFound",
-    "matchedExcludedCredential",
-}
+HEADER = (DOCS.parent / "channel/ProviderMessage.h").read_text("utf-8")
+
+
+def words(namespace):
+    """The protocol's words that the namespace of channel/ProviderMessage.h names."""
+    body = re.search(rf"namespace {namespace} {{\n(.*?)}}", HEADER, re.DOTALL)[1]
+    return set(re.findall(r'= "(\w+)";', body))
+
+
+REQUEST_TYPES = words("provider_request_type")
+ERROR_CODES = words("provider_error_code")
 
 
 def run(*command):
