@@ -103,20 +103,6 @@ BENCHMARK(Exchange)->Arg(450)->Arg(4'194'304)->UseRealTime();
 BENCHMARK(BareExchange)->Arg(450)->Arg(4'194'304)->UseRealTime();
 BENCHMARK(SilentSignIn)->UseRealTime();
 
-/// Does one thing so many times and nothing else, for counting instructions. False for an unknown
-/// name.
-bool repeat(std::string_view name, long times) {
-  if (name != "sign-in") {
-    return false;
-  }
-  const BenchHost host(SignInBench::encodedAnswer());
-  SignInBench bench(host.directory());
-  for (long done = 0; done < times; ++done) {
-    bench.signIn();
-  }
-  return true;
-}
-
 /// Keeps this process, with all threads to come, on the processor that it runs on.
 void stayOnOneProcessor() {
   cpu_set_t processors;
@@ -131,10 +117,6 @@ void stayOnOneProcessor() {
 }  // namespace korvan::bench
 
 int main(int argc, char** argv) {
-  if (argc == 4 && std::string_view(argv[1]) == "repeat") {
-    return korvan::bench::repeat(argv[2], std::strtol(argv[3], nullptr, 10)) ? EXIT_SUCCESS
-                                                                             : EXIT_FAILURE;
-  }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return EXIT_FAILURE;

@@ -374,39 +374,7 @@ BENCHMARK(DecodeAnswer);
 }  // namespace
 }  // namespace korvan::bench
 
-namespace korvan::bench {
-namespace {
-
-/// Does one thing so many times and nothing else, for counting instructions. False for an unknown
-/// name.
-bool repeat(std::string_view name, long times) {
-  const LinuxPropertyListSerialization serialization;
-  const AssertionRequest request = requestWith(0);
-  const Data answer = encodedAnswer();
-  for (long i = 0; i < times; ++i) {
-    if (name == "encode") {
-      benchmark::DoNotOptimize(encodeWithProduct(serialization, request));
-    } else if (name == "encode-libplist") {
-      benchmark::DoNotOptimize(encodeWithLibplist(request));
-    } else if (name == "decode") {
-      benchmark::DoNotOptimize(decodeWithProduct(serialization, answer));
-    } else if (name == "decode-libplist") {
-      benchmark::DoNotOptimize(decodeWithLibplist(answer));
-    } else {
-      return false;
-    }
-  }
-  return true;
-}
-
-}  // namespace
-}  // namespace korvan::bench
-
 int main(int argc, char** argv) {
-  if (argc == 4 && std::string_view(argv[1]) == "repeat") {
-    return korvan::bench::repeat(argv[2], std::strtol(argv[3], nullptr, 10)) ? EXIT_SUCCESS
-                                                                             : EXIT_FAILURE;
-  }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return EXIT_FAILURE;
