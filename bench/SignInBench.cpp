@@ -86,7 +86,7 @@ SignInBench::SignInBench(const std::string& directory)
       appGroupContainers_(directory),
       localizedStrings_(std::nullopt),
       operatingSystem_({.major = 15}),
-      queues_(nullptr),
+      queues_(g_main_context_default()),
       workspace_(NoHost()),
       services_(std::make_shared<const Services>(Services{.appGroupContainers = appGroupContainers_,
                                                           .clock = clock_,

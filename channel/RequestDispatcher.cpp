@@ -136,6 +136,13 @@ void complete(const PendingRequest& pending) {
   }
 }
 
+/// Ends the background part. The main thread gets its reference with nothing kept back here, since
+/// what the completion owns must be released there, and with it often the services themselves.
+void completeOnMain(std::shared_ptr<PendingRequest> pending) {
+  const Queues& queues = pending->services->queues;
+  queues.asyncMain([pending = std::move(pending)] { complete(*pending); });
+}
+
 }  // namespace
 
 void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
@@ -162,9 +169,10 @@ void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
   auto pending = std::make_shared<PendingRequest>(services, std::move(socketPath),
                                                   *std::move(encoded), std::move(request),
                                                   std::move(completion), std::move(controller));
-  // Only the main thread's part owns it: what the completion owns must be released there.
-  services->queues.asyncBackground([borrowed = pending.get()] { obtainAnswer(*borrowed); },
-                                   [pending] { complete(*pending); });
+  services->queues.asyncBackground([pending = std::move(pending)]() mutable {
+    obtainAnswer(*pending);
+    completeOnMain(std::move(pending));
+  });
 }
 
 }  // namespace korvan

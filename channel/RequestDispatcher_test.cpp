@@ -434,17 +434,20 @@ TEST_F(RequestDispatcher, BackgroundWorkDoesNotHoldTheController) {
   EXPECT_EQ(controller.use_count(), 1);
 }
 
+/// Tells whether the last reference to it went on the main thread.
+struct ReleaseWatch {
+  ReleaseWatch(const FakeQueues& watched, bool& result) : queues(watched), releasedOnMain(result) {}
+  ReleaseWatch(const ReleaseWatch&) = delete;
+  ReleaseWatch& operator=(const ReleaseWatch&) = delete;
+  ~ReleaseWatch() { releasedOnMain = queues.isOnMain(); }
+
+  const FakeQueues& queues;
+  bool& releasedOnMain;
+};
+
 TEST_F(RequestDispatcher, CompletionIsKeptUntilItHasRunAndReleasedOnTheMainThread) {
-  struct ReleaseWatch {
-    FakePlatform& platform;
-    bool& releasedOnMain;
-    ReleaseWatch(FakePlatform& owner, bool& result) : platform(owner), releasedOnMain(result) {}
-    ReleaseWatch(const ReleaseWatch&) = delete;
-    ReleaseWatch& operator=(const ReleaseWatch&) = delete;
-    ~ReleaseWatch() { releasedOnMain = platform.queues.isOnMain(); }
-  };
   bool releasedOnMain = false;
-  auto watch = std::make_shared<ReleaseWatch>(*platform, releasedOnMain);
+  auto watch = std::make_shared<ReleaseWatch>(platform->queues, releasedOnMain);
   const std::weak_ptr<ReleaseWatch> alive = watch;
   dispatchProviderRequest(platform->services(), controller, request,
                           [watch = std::move(watch)](const ProviderMessage&) {});
@@ -452,6 +455,16 @@ TEST_F(RequestDispatcher, CompletionIsKeptUntilItHasRunAndReleasedOnTheMainThrea
   EXPECT_FALSE(alive.expired());
   platform->queues.runMain();
   EXPECT_TRUE(alive.expired());
+  EXPECT_TRUE(releasedOnMain);
+}
+
+TEST_F(RequestDispatcher, CompletionIsReleasedOnTheMainThreadHoweverSoonItRuns) {
+  platform->queues.mainIsFaster = true;
+  bool releasedOnMain = false;
+  dispatchProviderRequest(platform->services(), controller, request,
+                          [watch = std::make_shared<ReleaseWatch>(
+                               platform->queues, releasedOnMain)](const ProviderMessage&) {});
+  EXPECT_TRUE(platform->queues.runOneInBackground());
   EXPECT_TRUE(releasedOnMain);
 }
 

@@ -10,10 +10,8 @@ void CountedQueues::asyncMain(std::function<void()> work) const {
 
 void CountedQueues::syncMain(const std::function<void()>& work) const { queues_.syncMain(work); }
 
-void CountedQueues::asyncBackground(std::function<void()> work,
-                                    std::function<void()> mainWork) const {
-  queues_.asyncBackground(counted(std::move(work)),
-                          mainWork ? counted(std::move(mainWork)) : nullptr);
+void CountedQueues::asyncBackground(std::function<void()> work) const {
+  queues_.asyncBackground(counted(std::move(work)));
 }
 
 std::function<void()> CountedQueues::counted(std::function<void()> work) const {

@@ -19,8 +19,7 @@ class CountedQueues final : public Queues {
 
   void asyncMain(std::function<void()> work) const override;
   void syncMain(const std::function<void()>& work) const override;
-  void asyncBackground(std::function<void()> work,
-                       std::function<void()> mainWork = {}) const override;
+  void asyncBackground(std::function<void()> work) const override;
 
   /// Runs the main thread's work, on this thread, until no work of either kind is left, and all
   /// that it held is released.

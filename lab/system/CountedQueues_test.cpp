@@ -37,13 +37,6 @@ TEST_F(CountedQueuesTest, RunWorkThatWorkSubmits) {
   EXPECT_EQ(order, "background sync main nested");
 }
 
-TEST_F(CountedQueuesTest, RunTheMainWorkThatFollowsBackgroundWork) {
-  std::string order;
-  queues_.asyncBackground([&] { order += "background "; }, [&] { order += "main"; });
-  queues_.runUntilIdle();
-  EXPECT_EQ(order, "background main");
-}
-
 TEST_F(CountedQueuesTest, WaitForBackgroundWorkThatTellsNobody) {
   std::promise<void> mayEnd;
   bool ended = false;
@@ -62,10 +55,7 @@ class KeepingQueues final : public Queues {
  public:
   void asyncMain(std::function<void()> work) const override { keep(std::move(work)); }
   void syncMain(const std::function<void()>& work) const override { work(); }
-  void asyncBackground(std::function<void()> work, std::function<void()> mainWork) const override {
-    keep(std::move(work));
-    keep(std::move(mainWork));
-  }
+  void asyncBackground(std::function<void()> work) const override { keep(std::move(work)); }
 
  private:
   void keep(std::function<void()> work) const { kept_.emplace_back(std::move(work))(); }
@@ -78,7 +68,7 @@ TEST(CountedQueues, ReleaseWhatTheWorkHeldWhateverTheQueuesKeep) {
   const CountedQueues queues(keeping, g_main_context_default());
   const auto held = std::make_shared<int>(0);
   queues.asyncMain([held] {});
-  queues.asyncBackground([held] {}, [held] {});
+  queues.asyncBackground([held] {});
   EXPECT_EQ(held.use_count(), 1);
 }
 

@@ -23,36 +23,17 @@ void runOwned(void* owned) {
   run(*work);
 }
 
-/// Moving a function may leave a copy behind, which would then be the last to be released, and on
-/// the wrong thread.
-Work taken(Work& work) {
-  Work result = std::move(work);
+void submit(dispatch_queue_t queue, Work& work) {
+  auto owned = std::make_unique<Work>(std::move(work));
+  // Moving a function may leave a copy behind, which could then be the last one to be released, and
+  // on the wrong thread.
   work = nullptr;
-  return result;
-}
-
-void submitToMain(Work& work) {
-  dispatch_async_f(dispatch_get_main_queue(), std::make_unique<Work>(taken(work)).release(),
-                   runOwned);
-}
-
-struct BackgroundWork {
-  Work work;
-  Work mainWork;
-};
-
-void runInBackground(void* owned) {
-  const std::unique_ptr<BackgroundWork> background(static_cast<BackgroundWork*>(owned));
-  run(background->work);
-  background->work = nullptr;
-  if (background->mainWork) {
-    submitToMain(background->mainWork);
-  }
+  dispatch_async_f(queue, owned.release(), runOwned);
 }
 
 }  // namespace
 
-void AppleQueues::asyncMain(Work work) const { submitToMain(work); }
+void AppleQueues::asyncMain(Work work) const { submit(dispatch_get_main_queue(), work); }
 
 void AppleQueues::syncMain(const Work& work) const {
   const Work* const waited = &work;
@@ -61,10 +42,8 @@ void AppleQueues::syncMain(const Work& work) const {
   });
 }
 
-void AppleQueues::asyncBackground(Work work, Work mainWork) const {
-  auto owned = std::make_unique<BackgroundWork>(taken(work), taken(mainWork));
-  dispatch_async_f(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), owned.release(),
-                   runInBackground);
+void AppleQueues::asyncBackground(Work work) const {
+  submit(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), work);
 }
 
 }  // namespace korvan

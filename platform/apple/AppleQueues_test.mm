@@ -2,6 +2,7 @@
 
 #include <latch>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -39,8 +40,10 @@ TEST(AppleQueues, BackgroundWorkWaitsForMainWork) {
   const AppleQueues queues;
   bool main = false;
   bool done = false;
-  queues.asyncBackground([&] { queues.syncMain([&] { main = isMainThread(); }); },
-                         [&done] { done = true; });
+  queues.asyncBackground([&] {
+    queues.syncMain([&] { main = isMainThread(); });
+    queues.asyncMain([&] { done = true; });
+  });
   runMainLoopUntil([&] { return done; });
   EXPECT_TRUE(main);
 }
@@ -59,7 +62,7 @@ TEST(AppleQueues, WorkThatBlocksKeepsNoOtherWaiting) {
   allDone.wait();
 }
 
-TEST(AppleQueues, WhatWorkOwnsIsReleasedWhereItRan) {
+TEST(AppleQueues, WhatIsHandedOverIsReleasedOnTheMainThreadWhileTheBackgroundGoesOn) {
   struct Owned {
     explicit Owned(bool& releasedOnMain) : releasedOnMain(releasedOnMain) {}
     Owned(const Owned&) = delete;
@@ -69,11 +72,18 @@ TEST(AppleQueues, WhatWorkOwnsIsReleasedWhereItRan) {
   };
   const AppleQueues queues;
   bool releasedOnMain = false;
+  std::latch released(1);
+  std::latch done(1);
   auto owned = std::make_shared<Owned>(releasedOnMain);
   const std::weak_ptr<Owned> watched = owned;
-  queues.asyncBackground([owned] {}, [owned] {});
-  owned.reset();
+  queues.asyncBackground([&, owned = std::move(owned)]() mutable {
+    queues.asyncMain([owned = std::move(owned)] {});
+    released.wait();
+    done.count_down();
+  });
   runMainLoopUntil([&] { return watched.expired(); });
+  released.count_down();
+  done.wait();
   EXPECT_TRUE(releasedOnMain);
 }
 

@@ -17,8 +17,7 @@ class FakeQueues : public Queues {
   /// main thread, where the real call would wait for itself.
   void syncMain(const std::function<void()>& work) const override;
 
-  void asyncBackground(std::function<void()> work,
-                       std::function<void()> mainWork = {}) const override;
+  void asyncBackground(std::function<void()> work) const override;
 
   /// Runs the oldest background work; false when there is none.
   bool runOneInBackground() const;
@@ -33,13 +32,14 @@ class FakeQueues : public Queues {
   [[nodiscard]] std::size_t waitingOnMain() const { return main_.size(); }
   [[nodiscard]] std::size_t waitingInBackground() const { return background_.size(); }
 
+  /// Whether the main thread runs what background work submits before that work gets any further.
+  bool mainIsFaster = false;
+
  private:
+  void runMainMeanwhile() const;
+
   mutable std::deque<std::function<void()>> main_;
-  struct BackgroundWork {
-    std::function<void()> work;
-    std::function<void()> mainWork;
-  };
-  mutable std::deque<BackgroundWork> background_;
+  mutable std::deque<std::function<void()>> background_;
   mutable bool onMain_ = true;
 };
 

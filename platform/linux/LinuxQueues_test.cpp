@@ -7,8 +7,8 @@
 #include <new>
 #include <optional>
 #include <semaphore>
-#include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -90,16 +90,6 @@ TEST_F(LinuxQueuesTest, MainWorkOfABackgroundThreadRunsOnTheMainThread) {
   });
   runUntil(done);
   EXPECT_EQ(ranOn, std::this_thread::get_id());
-}
-
-TEST_F(LinuxQueuesTest, TheDefaultContextStandsInForNone) {
-  const LinuxQueues queues(nullptr);
-  bool ran = false;
-  queues.asyncMain([&] { ran = true; });
-  while (!ran) {
-    g_main_context_iteration(nullptr, TRUE);
-  }
-  EXPECT_TRUE(ran);
 }
 
 TEST_F(LinuxQueuesTest, MainWorkOutlivesTheQueues) {
@@ -188,110 +178,6 @@ TEST_F(LinuxQueuesTest, BackgroundWorkIsServedWhileAnyNumberHangs) {
   endBackgroundWork();
 }
 
-TEST_F(LinuxQueuesTest, SuccessiveBackgroundWorkSharesThreads) {
-  constexpr std::size_t Successive = 200;
-  std::set<pid_t> threads;
-  std::binary_semaphore ran{0};
-  for (std::size_t i = 0; i < Successive; ++i) {
-    queues_->asyncBackground([&] {
-      threads.insert(::gettid());
-      ran.release();
-    });
-    ran.acquire();
-  }
-  endBackgroundWork();
-  EXPECT_LT(threads.size(), Successive / 4);
-}
-
-TEST_F(LinuxQueuesTest, MainWorkFollowsItsBackgroundWork) {
-  std::vector<int> order;
-  bool done = false;
-  queues_->asyncBackground([&] { order.push_back(1); },
-                           [&] {
-                             order.push_back(2);
-                             done = true;
-                           });
-  EXPECT_FALSE(done);
-  runUntil(done);
-  EXPECT_EQ(order, (std::vector{1, 2}));
-}
-
-TEST_F(LinuxQueuesTest, BackgroundWorkIsReleasedBeforeItsMainWorkRuns) {
-  auto held = std::make_shared<int>(0);
-  const std::weak_ptr<int> watched = held;
-  bool released = false;
-  bool done = false;
-  queues_->asyncBackground([held = std::move(held)] {},
-                           [&] {
-                             released = watched.expired();
-                             done = true;
-                           });
-  runUntil(done);
-  EXPECT_TRUE(released);
-}
-
-/// Submits from main work as often as there are `remaining`, each time as soon as the last is done.
-class Chain {
- public:
-  explicit Chain(const LinuxQueues& queues) : queues_(queues) {}
-
-  void submit(int remaining) {
-    queues_.asyncBackground(
-        [this] {
-          ++ran_;
-          threads_.insert(::gettid());
-        },
-        [this, remaining] {
-          if (remaining > 1) {
-            submit(remaining - 1);
-          } else {
-            isDone_ = true;
-          }
-        });
-  }
-
-  [[nodiscard]] int ran() const { return ran_; }
-  [[nodiscard]] std::size_t threads() const { return threads_.size(); }
-  [[nodiscard]] const bool& isDone() const { return isDone_; }
-
- private:
-  const LinuxQueues& queues_;
-  std::atomic<int> ran_ = 0;
-  std::set<pid_t> threads_;
-  bool isDone_ = false;
-};
-
-TEST_F(LinuxQueuesTest, EachWorkRunsHoweverSoonItFollowsAnother) {
-  constexpr int Length = 5'000;
-  std::latch hanging(1);
-  std::latch released(1);
-  queues_->asyncBackground([&] {
-    hanging.count_down();
-    released.wait();
-  });
-  hanging.wait();
-  Chain first(*queues_);
-  Chain second(*queues_);
-  first.submit(Length);
-  second.submit(Length);
-  runUntil(first.isDone());
-  runUntil(second.isDone());
-  EXPECT_EQ(first.ran(), Length);
-  EXPECT_EQ(second.ran(), Length);
-  released.count_down();
-  endBackgroundWork();
-}
-
-TEST_F(LinuxQueuesTest, WorkThatFollowsOtherWorkStaysOnItsThread) {
-  constexpr int Length = 100;
-  Chain chain(*queues_);
-  chain.submit(Length);
-  runUntil(chain.isDone());
-  endBackgroundWork();
-  EXPECT_EQ(chain.ran(), Length);
-  EXPECT_EQ(chain.threads(), 1U);
-}
-
 TEST_F(LinuxQueuesTest, BackgroundWorkIsReleasedOnceItHasRun) {
   std::binary_semaphore released{0};
   const auto signalling = [&released](const int* pointer) {
@@ -301,6 +187,40 @@ TEST_F(LinuxQueuesTest, BackgroundWorkIsReleasedOnceItHasRun) {
   queues_->asyncBackground([owned = std::shared_ptr<const int>(new int, signalling)] {});
   released.acquire();
   endBackgroundWork();
+}
+
+TEST_F(LinuxQueuesTest, WhatIsHandedOverIsReleasedOnTheMainThreadWhileTheBackgroundGoesOn) {
+  std::optional<std::thread::id> releasedOn;
+  const auto recording = [&](const int* pointer) {
+    delete pointer;
+    releasedOn = std::this_thread::get_id();
+  };
+  std::shared_ptr<const int> owned(new int, recording);
+  std::latch handedOver(1);
+  std::latch mayEnd(1);
+  queues_->asyncBackground([&, owned = std::move(owned)]() mutable {
+    queues_->asyncMain([owned = std::move(owned)] {});
+    handedOver.count_down();
+    mayEnd.wait();
+  });
+  handedOver.wait();
+  runWhatIsThere();
+  EXPECT_EQ(releasedOn, std::this_thread::get_id());
+  mayEnd.count_down();
+  endBackgroundWork();
+}
+
+TEST_F(LinuxQueuesTest, MainWorkMayEndTheQueuesThatBackgroundWorkIsHandingItTo) {
+  constexpr int Rounds = 200;
+  for (int round = 0; round < Rounds; ++round) {
+    auto owner = std::make_shared<const LinuxQueues>(context_);
+    const LinuxQueues& queues = *owner;
+    bool done = false;
+    queues.asyncBackground([&, owner = std::move(owner)]() mutable {
+      queues.asyncMain([&, owner = std::move(owner)] { done = owner.use_count() == 1; });
+    });
+    runUntil(done);
+  }
 }
 
 TEST_F(LinuxQueuesTest, TheDestructorWaitsForBackgroundWork) {
@@ -373,43 +293,15 @@ TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnTheNextOneThatIsDone) {
   });
   {
     const NoMoreThreads limit;
-    queues_->asyncBackground([&] { second = ::gettid(); }, [&] { done = true; });
+    queues_->asyncBackground([&] {
+      second = ::gettid();
+      queues_->asyncMain([&] { done = true; });
+    });
     released.count_down();
     runUntil(done);
   }
   endBackgroundWork();
   EXPECT_EQ(second, first);
-}
-
-TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadDoesNotWaitForOtherWorkBesideAFreeThread) {
-  // Who of the two threads takes which work is left to chance.
-  constexpr int Rounds = 300;
-  for (int round = 0; round < Rounds; ++round) {
-    std::latch isBusy(1);
-    std::latch released(1);
-    queues_->asyncBackground([&] {
-      isBusy.count_down();
-      released.wait();
-    });
-    isBusy.wait();
-    bool isFree = false;
-    queues_->asyncBackground([] {}, [&] { isFree = true; });
-    runUntil(isFree);
-    {
-      const NoMoreThreads limit;
-      std::latch ran(1);
-      int done = 0;
-      queues_->asyncBackground([&] { ran.wait(); }, [&] { ++done; });
-      queues_->asyncBackground([&] { ran.count_down(); }, [&] { ++done; });
-      released.count_down();
-      while (done < 2) {
-        g_main_context_iteration(context_, TRUE);
-      }
-    }
-    endBackgroundWork();
-    SetUp();
-  }
-  SUCCEED() << "Otherwise one of the two had waited for ever.";
 }
 
 TEST_F(LinuxQueuesTest, TheDestructorRunsWorkThatGotNoThread) {
