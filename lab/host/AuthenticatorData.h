@@ -25,7 +25,7 @@ namespace korvan::lab::host {
 [[nodiscard]] Data attestedCredentialData(std::span<const std::uint8_t> credentialID,
                                           const SigningKey& key);
 
-/// `authenticatorData` in an attestation object of the format "none"
+/// `authenticatorData`, 24 to 65535 bytes, in an attestation object of the format "none"
 /// (https://www.w3.org/TR/webauthn-3/#sctn-none-attestation).
 [[nodiscard]] Data attestationObject(std::span<const std::uint8_t> authenticatorData);
 

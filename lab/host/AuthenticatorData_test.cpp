@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "lab/host/RelyingParty_testing.h"
 #include "lab/site/AttestationReader.h"
+#include "lab/support/Bytes_testing.h"
 #include "platform/Text.h"
 
 namespace korvan::lab::host {

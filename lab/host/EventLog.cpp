@@ -2,8 +2,6 @@
 
 #include <optional>
 
-#include "lab/support/Base64Url.h"
-
 namespace korvan::lab::host {
 namespace {
 
@@ -14,22 +12,12 @@ Json nullable(const std::optional<Value>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
 
-Json jsonOf(const Passkey& passkey) {
-  return {{"recordIdentifier", passkey.recordIdentifier},
-          {"relyingPartyIdentifier", passkey.relyingPartyIdentifier},
-          {"userName", passkey.userName},
-          {"userHandle", base64Url(passkey.userHandle.bytes())},
-          {"credentialID", base64Url(passkey.credentialID.bytes())},
-          {"publicKey", base64Url(passkey.key.subjectPublicKeyInfo().bytes())},
-          {"signCount", passkey.signCount}};
-}
-
 }  // namespace
 
 void EventLog::ready(std::string_view socketPath, std::span<const Passkey> passkeys) {
   Json list = Json::array();
   for (const Passkey& passkey : passkeys) {
-    list.push_back(jsonOf(passkey));
+    list.push_back(jsonOf(passkey, "publicKey", passkey.key.subjectPublicKeyInfo()));
   }
   write({{"event", "ready"}, {"socket", socketPath}, {"passkeys", list}});
 }

@@ -20,13 +20,12 @@ std::string randomUuid() {
 }  // namespace
 
 Passkey Passkey::create(std::string relyingPartyIdentifier, std::string userName, Data userHandle) {
-  return {.recordIdentifier = randomUuid(),
-          .relyingPartyIdentifier = std::move(relyingPartyIdentifier),
-          .userName = std::move(userName),
-          .userHandle = std::move(userHandle),
-          .credentialID = randomData(CredentialIDSize),
-          .key = SigningKey::generate(),
-          .signCount = 0};
+  return {{.recordIdentifier = randomUuid(),
+           .relyingPartyIdentifier = std::move(relyingPartyIdentifier),
+           .userName = std::move(userName),
+           .userHandle = std::move(userHandle),
+           .credentialID = randomData(CredentialIDSize)},
+          SigningKey::generate()};
 }
 
 }  // namespace korvan::lab::host

@@ -9,9 +9,10 @@
 #include <gtest/gtest.h>
 
 #include "lab/host/AuthenticatorData.h"
-#include "lab/host/RelyingParty_testing.h"
 #include "lab/site/AttestationReader.h"
+#include "lab/site/PublicKey.h"
 #include "lab/support/AuthenticatorFlags.h"
+#include "lab/support/Bytes_testing.h"
 #include "lab/support/TemporaryDirectory.h"
 
 namespace korvan::lab::host {
@@ -23,12 +24,6 @@ using testing::SizeIs;
 using Array = PropertyListValue::Array;
 
 constexpr std::uint8_t PasskeyFlags = UserPresent | UserVerified | BackupEligible | BackedUp;
-
-Data joined(const Data& left, const Data& right) {
-  std::vector<std::uint8_t> bytes(left.bytes().begin(), left.bytes().end());
-  bytes.insert(bytes.end(), right.bytes().begin(), right.bytes().end());
-  return Data::copyOf(bytes);
-}
 
 Data dataIn(const PropertyListDictionary& message, std::string_view key) {
   const PropertyListValue* value = message.find(key);
@@ -150,11 +145,10 @@ class RequestHandlerTest : public testing::Test {
   void expectSignedBy(const Passkey& passkey, const PropertyListDictionary& response) const {
     ASSERT_TRUE(isOk(response)) << textIn(response, "errorDescription");
     const Data statement = dataIn(response, "authenticatorData");
-    EXPECT_TRUE(verifies(passkey.key.subjectPublicKeyInfo(), dataIn(response, "signature"),
-                         joined(statement, hash_)));
-    EXPECT_EQ(readAuthenticatorData(statement)->relyingPartyHash,
-              sha256(Data::copyOf(std::vector<std::uint8_t>{'e', 'x', 'a', 'm', 'p', 'l', 'e', '.',
-                                                            'c', 'o', 'm'})));
+    EXPECT_TRUE(
+        PublicKey::fromDer(passkey.key.subjectPublicKeyInfo().bytes())
+            .verifies(joined({statement, hash_}).bytes(), dataIn(response, "signature").bytes()));
+    EXPECT_EQ(statement.slice(0, 32), authenticatorData("example.com", 0, 0).slice(0, 32));
     EXPECT_EQ(dataIn(response, "credentialID"), passkey.credentialID);
     EXPECT_EQ(dataIn(response, "userHandle"), passkey.userHandle);
   }
@@ -470,6 +464,16 @@ TEST_F(MalformedRequest, IsRefusedByTheNameOfTheKey) {
   }
   EXPECT_EQ(passkeyCount(), 1U);
   EXPECT_EQ(seeded().signCount, 0U);
+}
+
+TEST_F(MalformedRequest, IsRefusedByTheElementOfAList) {
+  const auto description = [this](const PropertyListDictionary& request) {
+    return textIn(answer(request), "errorDescription");
+  };
+  EXPECT_EQ(description(with(listAssertion(), "allowedCredentials", Array{hash_, 2, hash_})),
+            "The request's allowedCredentials[1] is not data.");
+  EXPECT_EQ(description(with(registration(), "supportedAlgorithms", Array{hash_})),
+            "The request's supportedAlgorithms[0] is not an integer.");
 }
 
 TEST(RequestHandlerWithAFile, HasSavedTheCountBeforeItAnswers) {

@@ -1,20 +1,13 @@
 #include "lab/host/Vault.h"
 
-#include <cstdint>
-#include <limits>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include <glib.h>
-
-// Has the errors of this JSON library say where in the document they are.
-#define JSON_DIAGNOSTICS 1
 #include <nlohmann/json.hpp>
 
-#include "lab/support/Base64Url.h"
 #include "lab/support/RandomData.h"
 
 namespace korvan::lab::host {
@@ -27,51 +20,19 @@ constexpr int OwnerOnly = 0600;
 
 std::vector<Passkey> seed() { return {Passkey::create("example.com", "alice", randomData(16))}; }
 
-Data bytesAt(const Json& object, const char* name) {
-  const std::optional<Data> bytes = fromBase64Url(object.at(name).get<std::string>());
-  if (!bytes) {
-    throw std::runtime_error(std::string(name) + " is not base64url without padding");
-  }
-  return *bytes;
-}
-
-std::uint32_t countAt(const Json& object, const char* name) {
-  const Json& count = object.at(name);
-  constexpr auto Most = std::numeric_limits<std::uint32_t>::max();
-  if (!count.is_number_unsigned() || count.get<std::uint64_t>() > Most) {
-    throw std::runtime_error(std::string(name) + " is not an integer from 0 to 4294967295");
-  }
-  return count.get<std::uint32_t>();
-}
-
-Passkey passkeyFrom(const Json& object) {
-  return {.recordIdentifier = object.at("recordIdentifier").get<std::string>(),
-          .relyingPartyIdentifier = object.at("relyingPartyIdentifier").get<std::string>(),
-          .userName = object.at("userName").get<std::string>(),
-          .userHandle = bytesAt(object, "userHandle"),
-          .credentialID = bytesAt(object, "credentialID"),
-          .key = SigningKey::fromPkcs8(bytesAt(object, "privateKey").bytes()),
-          .signCount = countAt(object, "signCount")};
-}
-
-Json jsonOf(const Passkey& passkey) {
-  return {{"recordIdentifier", passkey.recordIdentifier},
-          {"relyingPartyIdentifier", passkey.relyingPartyIdentifier},
-          {"userName", passkey.userName},
-          {"userHandle", base64Url(passkey.userHandle.bytes())},
-          {"credentialID", base64Url(passkey.credentialID.bytes())},
-          {"privateKey", base64Url(passkey.key.pkcs8().bytes())},
-          {"signCount", passkey.signCount}};
-}
-
 std::vector<Passkey> passkeysFrom(const Json& document) {
   if (document.at("version") != FormatVersion) {
     throw std::runtime_error("version is not 1");
   }
+  const Json& list = document.at("passkeys");
+  if (!list.is_array()) {
+    throw std::runtime_error("passkeys is not an array");
+  }
   std::vector<Passkey> passkeys;
-  for (const Json& entry : document.at("passkeys").get_ref<const Json::array_t&>()) {
+  for (const Json& entry : list) {
     try {
-      passkeys.push_back(passkeyFrom(entry));
+      passkeys.push_back({passkeyRecordFrom(entry),
+                          SigningKey::fromPkcs8(bytesFrom(entry, "privateKey").bytes())});
     } catch (const std::exception& error) {
       throw std::runtime_error("passkeys[" + std::to_string(passkeys.size()) +
                                "]: " + error.what());
@@ -83,7 +44,7 @@ std::vector<Passkey> passkeysFrom(const Json& document) {
 std::string textOf(const std::vector<Passkey>& passkeys) {
   Json list = Json::array();
   for (const Passkey& passkey : passkeys) {
-    list.push_back(jsonOf(passkey));
+    list.push_back(jsonOf(passkey, "privateKey", passkey.key.pkcs8()));
   }
   return Json{{"version", FormatVersion}, {"passkeys", list}}.dump(2) + "\n";
 }

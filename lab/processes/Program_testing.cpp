@@ -64,8 +64,16 @@ Program::Program(std::vector<std::string> command) {
     arguments.push_back(argument.data());
   }
   arguments.push_back(nullptr);
-  const int error = ::posix_spawn(&processIdentifier_, command.front().c_str(), &actions, nullptr,
-                                  arguments.data(), environ);
+  // Whoever runs the tests may have signals ignored, which the program would inherit.
+  sigset_t all{};
+  sigfillset(&all);
+  posix_spawnattr_t attributes{};
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigdefault(&attributes, &all);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  const int error = ::posix_spawn(&processIdentifier_, command.front().c_str(), &actions,
+                                  &attributes, arguments.data(), environ);
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) {
     throw std::system_error(error, std::generic_category(), command.front());

@@ -31,6 +31,7 @@ class Program {
 
   void write(std::string_view text) const;
   void closeInput() { input_ = {}; }
+  void closeOutput() { output_ = {}; }
   void signal(int number) const;
 
   /// The next line of the output without its end; empty at the end of the output.

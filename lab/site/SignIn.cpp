@@ -1,38 +1,26 @@
 #include "lab/site/SignIn.h"
 
 #include <memory>
-#include <stdexcept>
-#include <string>
 #include <utility>
 
-#include "lab/support/Base64Url.h"
+#include "lab/support/PasskeyRecord.h"
 
 namespace korvan::lab {
 namespace {
 
 using Controller = CredentialProviderViewController;
 
-Data bytesIn(const nlohmann::json& object, const char* key) {
-  const auto bytes = fromBase64Url(object.at(key).get_ref<const std::string&>());
-  if (!bytes) {
-    throw std::runtime_error(std::string("The sample host's ") + key + " is not base64url.");
-  }
-  return *bytes;
-}
-
 EnrolledPasskey readPasskey(const nlohmann::json& passkey) {
-  const Data credentialID = bytesIn(passkey, "credentialID");
-  const Data userHandle = bytesIn(passkey, "userHandle");
-  return {.identity = {.recordIdentifier = passkey.at("recordIdentifier").get<std::string>(),
-                       .relyingPartyIdentifier =
-                           passkey.at("relyingPartyIdentifier").get<std::string>(),
-                       .userName = passkey.at("userName").get<std::string>(),
-                       .userHandle = userHandle,
-                       .credentialID = credentialID},
-          .registered = {.key = PublicKey::fromDer(bytesIn(passkey, "publicKey").bytes()),
-                         .credentialID = credentialID,
-                         .userHandle = userHandle,
-                         .signCount = passkey.at("signCount").get<std::uint32_t>()}};
+  const PasskeyRecord record = passkeyRecordFrom(passkey);
+  return {.identity = {.recordIdentifier = record.recordIdentifier,
+                       .relyingPartyIdentifier = record.relyingPartyIdentifier,
+                       .userName = record.userName,
+                       .userHandle = record.userHandle,
+                       .credentialID = record.credentialID},
+          .registered = {.key = PublicKey::fromDer(bytesFrom(passkey, "publicKey").bytes()),
+                         .credentialID = record.credentialID,
+                         .userHandle = record.userHandle,
+                         .signCount = record.signCount}};
 }
 
 Controller::RequestParameters parametersFor(const RelyingParty& relyingParty) {

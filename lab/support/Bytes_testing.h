@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <vector>
 
 #include "platform/Data.h"
@@ -10,6 +12,20 @@ namespace korvan::lab {
 /// Data as tests write it down.
 [[nodiscard]] inline Data bytes(const std::vector<std::uint8_t>& values) {
   return Data::copyOf(values);
+}
+
+/// `size` bytes of one value.
+[[nodiscard]] inline Data testBytes(std::size_t size, std::uint8_t value) {
+  return Data::copyOf(std::vector<std::uint8_t>(size, value));
+}
+
+/// One after the other.
+[[nodiscard]] inline Data joined(std::initializer_list<Data> parts) {
+  std::vector<std::uint8_t> all;
+  for (const Data& part : parts) {
+    all.insert(all.end(), part.bytes().begin(), part.bytes().end());
+  }
+  return Data::copyOf(all);
 }
 
 }  // namespace korvan::lab

@@ -1,24 +1,19 @@
-#include <array>
 #include <csignal>
 #include <fstream>
-#include <memory>
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "lab/host/Client_testing.h"
 #include "lab/host/NamesIn_testing.h"
-#include "lab/host/RelyingParty_testing.h"
-#include "lab/support/Base64Url.h"
-#include "lab/support/Descriptor.h"
+#include "lab/processes/Program_testing.h"
+#include "lab/site/PublicKey.h"
+#include "lab/support/Bytes_testing.h"
+#include "lab/support/PasskeyRecord.h"
 #include "lab/support/TemporaryDirectory.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
@@ -31,92 +26,18 @@ using testing::StartsWith;
 using Json = nlohmann::json;
 using Array = PropertyListValue::Array;
 
-/// The program as a process, with its output at hand.
-class Program {
+/// The host's program.
+class Host : public Program {
  public:
-  explicit Program(std::vector<std::string> arguments) {
-    std::array<int, 2> out{};
-    std::array<int, 2> err{};
-    EXPECT_EQ(::pipe2(out.data(), O_CLOEXEC) + ::pipe2(err.data(), O_CLOEXEC), 0);
-    const Descriptor outEnd(out[1]);
-    const Descriptor errEnd(err[1]);
-    out_.reset(::fdopen(out[0], "r"));
-    err_.reset(::fdopen(err[0], "r"));
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, outEnd.get(), STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, errEnd.get(), STDERR_FILENO);
-    arguments.insert(arguments.begin(), KORVAN_SAMPLE_HOST);
-    std::vector<char*> argv;
-    argv.reserve(arguments.size() + 1);
-    for (std::string& argument : arguments) {
-      argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
-    // Whoever runs the tests may have signals ignored, which the program would inherit.
-    sigset_t all;
-    ::sigfillset(&all);
-    posix_spawnattr_t attributes;
-    ::posix_spawnattr_init(&attributes);
-    ::posix_spawnattr_setsigdefault(&attributes, &all);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    EXPECT_EQ(
-        ::posix_spawn(&process_, KORVAN_SAMPLE_HOST, &actions, &attributes, argv.data(), environ),
-        0);
-    ::posix_spawnattr_destroy(&attributes);
-    ::posix_spawn_file_actions_destroy(&actions);
-  }
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
-  Program(Program&&) = delete;
-  Program& operator=(Program&&) = delete;
-  ~Program() {
-    if (process_ > 0) {
-      signal(SIGKILL);
-      wait();
-    }
-  }
+  explicit Host(std::vector<std::string> arguments) : Program(command(std::move(arguments))) {}
 
-  Json nextEvent() { return Json::parse(lineOf(out_.get())); }
-  std::string output() { return allOf(out_.get()); }
-  std::string errors() { return allOf(err_.get()); }
-  void signal(int number) const { ::kill(process_, number); }
-  void stopReadingOutput() { out_.reset(); }
-
-  /// The exit status, or none when a signal ended it.
-  std::optional<int> wait() {
-    int status = 0;
-    ::waitpid(process_, &status, 0);
-    process_ = 0;
-    return WIFEXITED(status) ? std::optional(WEXITSTATUS(status)) : std::nullopt;
-  }
+  Json nextEvent() { return Json::parse(readLine()); }
 
  private:
-  struct Close {
-    void operator()(FILE* file) const { std::fclose(file); }
-  };
-  using File = std::unique_ptr<FILE, Close>;
-
-  static std::string lineOf(FILE* file) {
-    std::string line;
-    for (int character = std::fgetc(file); character != EOF && character != '\n';
-         character = std::fgetc(file)) {
-      line += static_cast<char>(character);
-    }
-    return line;
+  static std::vector<std::string> command(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), KORVAN_SAMPLE_HOST);
+    return arguments;
   }
-
-  static std::string allOf(FILE* file) {
-    std::string text;
-    for (int character = std::fgetc(file); character != EOF; character = std::fgetc(file)) {
-      text += static_cast<char>(character);
-    }
-    return text;
-  }
-
-  pid_t process_ = 0;
-  File out_;
-  File err_;
 };
 
 class SampleHost : public testing::Test {
@@ -144,10 +65,10 @@ class SampleHost : public testing::Test {
   }
 
   void expectUsageError(const std::vector<std::string>& arguments, const std::string& complaint) {
-    Program program(arguments);
-    EXPECT_THAT(program.errors(), HasSubstr(complaint));
-    EXPECT_THAT(program.output(), IsEmpty());
-    EXPECT_EQ(program.wait(), 2);
+    const auto result = Host(arguments).finish();
+    EXPECT_THAT(result.errors, HasSubstr(complaint));
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.status, 2);
   }
 
   TemporaryDirectory directory_;
@@ -157,7 +78,7 @@ class SampleHost : public testing::Test {
 };
 
 TEST_F(SampleHost, IsReadyToSignInWithThePasskeyThatItNames) {
-  Program program({"--container", container()});
+  Host program({"--container", container()});
   const Json ready = program.nextEvent();
   EXPECT_EQ(ready["event"], "ready");
   EXPECT_EQ(ready["socket"], socket());
@@ -167,8 +88,8 @@ TEST_F(SampleHost, IsReadyToSignInWithThePasskeyThatItNames) {
   const Data statement = *response.find("authenticatorData")->data();
   std::vector<std::uint8_t> message(statement.bytes().begin(), statement.bytes().end());
   message.insert(message.end(), 32, 'h');
-  EXPECT_TRUE(verifies(fromBase64Url(passkey["publicKey"].get<std::string>()).value_or(Data()),
-                       *response.find("signature")->data(), Data::copyOf(message)));
+  EXPECT_TRUE(PublicKey::fromDer(bytesFrom(passkey, "publicKey").bytes())
+                  .verifies(message, response.find("signature")->data()->bytes()));
 
   const Json event = program.nextEvent();
   EXPECT_EQ(event["event"], "connection");
@@ -179,53 +100,53 @@ TEST_F(SampleHost, IsReadyToSignInWithThePasskeyThatItNames) {
 
 TEST_F(SampleHost, EndsWellAndRemovesItsSocketWhenToldTo) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-    Program program({"--container", container()});
+    Host program({"--container", container()});
     program.nextEvent();
     program.signal(signal);
-    EXPECT_EQ(program.wait(), 0);
-    EXPECT_THAT(program.errors(), IsEmpty());
+    const auto result = program.finish();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
     EXPECT_THAT(namesIn(directory_.path()), IsEmpty());
   }
 }
 
 TEST_F(SampleHost, EndsWellWithAClientStalled) {
-  Program program({"--container", container()});
+  Host program({"--container", container()});
   program.nextEvent();
   const Client stalled(socket());
   exchange(assertion(false));
   program.signal(SIGTERM);
-  EXPECT_EQ(program.wait(), 0);
+  EXPECT_EQ(program.finish().status, 0);
   EXPECT_THAT(namesIn(directory_.path()), IsEmpty());
 }
 
 TEST_F(SampleHost, TakesThePlaceOfOneThatWasKilled) {
-  Program killed({"--container", container()});
+  Host killed({"--container", container()});
   killed.nextEvent();
   killed.signal(SIGKILL);
-  killed.wait();
+  EXPECT_EQ(killed.finish().status, 128 + SIGKILL);
   ASSERT_TRUE(std::filesystem::exists(socket()));
-  Program program({"--container", container()});
+  Host program({"--container", container()});
   EXPECT_EQ(program.nextEvent()["event"], "ready");
 }
 
 TEST_F(SampleHost, DoesNotStartBesideAnother) {
-  Program first({"--container", container()});
+  Host first({"--container", container()});
   first.nextEvent();
-  Program second({"--container", container()});
-  EXPECT_EQ(second.errors(),
-            "korvan-sample-host: Another host is listening on " + socket() + ".\n");
-  EXPECT_EQ(second.wait(), 1);
+  const auto second = Host({"--container", container()}).finish();
+  EXPECT_EQ(second.errors, "korvan-sample-host: Another host is listening on " + socket() + ".\n");
+  EXPECT_EQ(second.status, 1);
 }
 
 TEST_F(SampleHost, KeepsItsPasskeysInTheVaultFile) {
   const std::string vault = directory_.path() / "vault.json";
   Json before;
   {
-    Program program({"--container", container(), "--vault", vault});
+    Host program({"--container", container(), "--vault", vault});
     before = program.nextEvent()["passkeys"];
     exchange(assertion(false));
   }
-  Program program({"--container", container(), "--vault", vault});
+  Host program({"--container", container(), "--vault", vault});
   before[0]["signCount"] = 1;
   EXPECT_EQ(program.nextEvent()["passkeys"], before);
 }
@@ -233,15 +154,15 @@ TEST_F(SampleHost, KeepsItsPasskeysInTheVaultFile) {
 TEST_F(SampleHost, DoesNotStartOnAMalformedVault) {
   const std::string vault = directory_.path() / "vault.json";
   std::ofstream(vault) << "{}";
-  Program program({"--container", container(), "--vault", vault});
-  EXPECT_THAT(program.errors(),
+  const auto result = Host({"--container", container(), "--vault", vault}).finish();
+  EXPECT_THAT(result.errors,
               StartsWith("korvan-sample-host: The vault " + vault + " is malformed: "));
-  EXPECT_EQ(program.wait(), 1);
+  EXPECT_EQ(result.status, 1);
   EXPECT_FALSE(std::filesystem::exists(socket()));
 }
 
 TEST_F(SampleHost, TellsWhenARequestUnlocksTheVault) {
-  Program program({"--container", container(), "--locked"});
+  Host program({"--container", container(), "--locked"});
   program.nextEvent();
   exchange(assertion(false));
   EXPECT_EQ(program.nextEvent()["errorCode"], "vaultLocked");
@@ -251,22 +172,22 @@ TEST_F(SampleHost, TellsWhenARequestUnlocksTheVault) {
 }
 
 TEST_F(SampleHost, CancelsForTheUser) {
-  Program program({"--container", container(), "--user-cancels"});
+  Host program({"--container", container(), "--user-cancels"});
   program.nextEvent();
   exchange(assertion(true));
   EXPECT_EQ(program.nextEvent()["errorCode"], "userCanceled");
 }
 
 TEST_F(SampleHost, ServesOnWhenNobodyReadsItsEvents) {
-  Program program({"--container", container()});
+  Host program({"--container", container()});
   program.nextEvent();
-  program.stopReadingOutput();
+  program.closeOutput();
   EXPECT_FALSE(exchange(assertion(false)).empty());
   EXPECT_FALSE(exchange(assertion(false)).empty());
 }
 
 TEST_F(SampleHost, TakesTheUrlThatItIsOpenedWith) {
-  Program program({"--container", container(), "korvan:///launch?source=credential-provider"});
+  Host program({"--container", container(), "korvan:///launch?source=credential-provider"});
   EXPECT_EQ(program.nextEvent()["event"], "ready");
 }
 
@@ -278,14 +199,6 @@ TEST_F(SampleHost, RefusesOtherArguments) {
   expectUsageError({"--container"}, "--container");
   expectUsageError({"--container", ""}, "--container");
   expectUsageError({"--container", container(), "--vault", ""}, "--vault");
-}
-
-TEST_F(SampleHost, ExplainsItselfOnOneScreen) {
-  Program program({"--help"});
-  const std::string help = program.output();
-  EXPECT_EQ(program.wait(), 0);
-  EXPECT_THAT(help, HasSubstr(KORVAN_SAMPLE_HOST " --container \"$(mktemp -d)\""));
-  EXPECT_LE(std::ranges::count(help, '\n'), 24);
 }
 
 }  // namespace
