@@ -1,8 +1,8 @@
 # korvan_frameworks: Apple's frameworks, and how Objective-C++ is compiled. Without Apple's SDK the frameworks
 # are declared by sdk/ and linked against stubs.
 add_library(korvan_frameworks INTERFACE)
-target_compile_options(korvan_frameworks INTERFACE -fobjc-arc -Wnullable-to-nonnull-conversion
-                                                   -Wunguarded-availability)
+target_compile_options(korvan_frameworks INTERFACE -fobjc-arc)
+set(KORVAN_OBJECTIVE_C_WARNINGS -Wnullable-to-nonnull-conversion -Wunguarded-availability)
 set(frameworks AuthenticationServices AppKit Security Foundation CoreFoundation)
 list(TRANSFORM frameworks PREPEND "SHELL:-framework " OUTPUT_VARIABLE link_frameworks)
 target_link_options(korvan_frameworks INTERFACE ${link_frameworks} -lobjc)
