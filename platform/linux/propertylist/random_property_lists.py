@@ -53,7 +53,7 @@ class Values:
         return self.random.choice([*REALS, self.random.uniform(-1, 1) * 10.0 ** self.random.randint(-30, 30)])
 
     def datetime(self):
-        return EPOCH + datetime.timedelta(seconds=self.random.randint(-(2**31), 2**31 - 1))
+        return EPOCH + datetime.timedelta(seconds=self.random.randint(-(2**34), 2**36))
 
     def bytes(self):
         return self.random.randbytes(self.random.choice([0, 1, 2, 3, 14, 15, 16, 40, 300]))
@@ -218,7 +218,7 @@ class XmlWriter(Writer):
         return self.wrapped("real", self.padded(self.random.choice([repr(value), f"{value:.17e}"])))
 
     def datetime(self, value):
-        return self.wrapped("date", value.strftime("%Y-%m-%dT%H:%M:%SZ"))
+        return self.wrapped("date", value.isoformat() + "Z")
 
     def bytes(self, value):
         digits = base64.b64encode(value).decode()
