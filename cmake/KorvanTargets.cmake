@@ -3,7 +3,9 @@
 # that a wrong include does not compile.
 
 find_package(Threads REQUIRED)
-if(CMAKE_CROSSCOMPILING)
+if(NOT KORVAN_TESTS)
+  # Nothing is asked of GoogleTest.
+elseif(CMAKE_CROSSCOMPILING)
   # From Debian's source of GoogleTest, since its library is the host's.
   set(googletest /usr/src/googletest)
   add_library(korvan_googletest STATIC EXCLUDE_FROM_ALL ${googletest}/googletest/src/gtest-all.cc
@@ -58,14 +60,25 @@ function(korvan_library name)
   target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE korvan_options)
 endfunction()
 
-# korvan_test(NAME SOURCES file... [LINKS library...]): one program of GoogleTest tests. It sees its own folder's
-# headers too.
+# korvan_test(NAME SOURCES file... [LINKS library...] [DEFINES MACRO=value...] [NEEDS target...] [DIRECTORY directory]):
+# one program of GoogleTest tests. It sees its own folder's headers too. NEEDS names the programs that it starts;
+# the test program itself is put into DIRECTORY.
 function(korvan_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY" "SOURCES;LINKS;DEFINES;NEEDS")
+  if(NOT KORVAN_TESTS)
+    return()
+  endif()
   add_executable(${name} ${arg_SOURCES})
   korvan_expose_headers(${name})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} korvan_options GTest::gmock GTest::gtest_main
                                         Threads::Threads)
+  target_compile_definitions(${name} PRIVATE ${arg_DEFINES})
+  if(arg_NEEDS)
+    add_dependencies(${name} ${arg_NEEDS})
+  endif()
+  if(arg_DIRECTORY)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${arg_DIRECTORY})
+  endif()
   if(APPLE AND NOT CMAKE_CROSSCOMPILING)
     # Tests run here, and GoogleTest is there for this processor only.
     set_target_properties(${name} PROPERTIES OSX_ARCHITECTURES ${CMAKE_HOST_SYSTEM_PROCESSOR})
