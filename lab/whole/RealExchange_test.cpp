@@ -11,6 +11,8 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -18,14 +20,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "bench/BenchHost.h"
-#include "bench/SignInBench.h"
 #include "channel/ExchangeProviderMessage.h"
 #include "channel/HostIdentifiers.h"
 #include "channel/ProviderFrame.h"
 #include "lab/processes/SampleHostProcess.h"
 #include "lab/support/TemporaryDirectory.h"
+#include "lab/system/CallRunner.h"
 #include "lab/system/ForwardedSockets.h"
+#include "platform/fake/FakeCodeSigning.h"
 #include "platform/linux/LinuxLocalSockets.h"
 #include "platform/linux/codesigning/LinuxCodeSigning.h"
 #include "platform/linux/codesigning/SigningAuthority_testing.h"
@@ -59,73 +61,6 @@ Error status(OSStatus code, const std::string& step, const std::string& text) {
 
 Error notValid(OSStatus code, const std::string& text) {
   return status(code, "Validating the Korvan peer code signature", text);
-}
-
-// Where there is nobody, or nothing to connect to.
-
-class RealSocket : public testing::Test {
- protected:
-  ProviderExchange exchangeAt(const std::string& path) {
-    return exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(), path,
-                                   bodyOf(10).bytes());
-  }
-
-  TemporaryDirectory directory;
-};
-
-TEST_F(RealSocket, NoFileIsAFailedConnection) {
-  const auto result = exchangeAt(directory.path() / "acp.sock");
-  EXPECT_EQ(result.response.error(),
-            posix(ENOENT, std::string("Connecting to Korvan failed: ") + std::strerror(ENOENT)));
-  EXPECT_TRUE(result.connectFailed);
-}
-
-TEST_F(RealSocket, FileWithoutAListenerIsAFailedConnection) {
-  const fs::path path = directory.path() / "acp.sock";
-  const int bound = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.c_str(), path.native().size());
-  ASSERT_EQ(::bind(bound, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-  const auto result = exchangeAt(path);
-  ::close(bound);
-  EXPECT_EQ(result.response.error(),
-            posix(ECONNREFUSED,
-                  std::string("Connecting to Korvan failed: ") + std::strerror(ECONNREFUSED)));
-  EXPECT_TRUE(result.connectFailed);
-}
-
-TEST_F(RealSocket, FileThatIsNoSocketIsAFailedConnection) {
-  const fs::path path = directory.path() / "acp.sock";
-  std::ofstream(path) << "text";
-  EXPECT_TRUE(exchangeAt(path).connectFailed);
-}
-
-TEST_F(RealSocket, PathOf103BytesConnectsAndOneOf104IsTooLong) {
-  const bench::BenchHost host(bodyOf(1));
-  const std::string root = directory.path().string() + "/";
-  const fs::path longest = root + std::string(LocalSockets::MaxPathSize - root.size(), 'p');
-  fs::create_hard_link(host.socketPath(), longest);
-  EXPECT_TRUE(exchangeAt(longest).response.has_value());
-
-  const fs::path tooLong = root + std::string(LocalSockets::MaxPathSize + 1 - root.size(), 'p');
-  fs::create_hard_link(host.socketPath(), tooLong);
-  const auto result = exchangeAt(tooLong);
-  EXPECT_EQ(result.response.error(),
-            posix(ENAMETOOLONG, "The Korvan connection path is too long."));
-  EXPECT_FALSE(result.connectFailed);
-}
-
-// Bodies at the limits.
-
-TEST_F(RealSocket, BodiesOfOneByteAndFourMebibytesGoBothWays) {
-  for (const std::size_t size : {std::size_t{1}, MaxProviderMessageSize}) {
-    const bench::BenchHost host(bodyOf(size));
-    const auto result = exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(),
-                                                host.socketPath(), bodyOf(size).bytes());
-    ASSERT_TRUE(result.response.has_value());
-    EXPECT_EQ(result.response->size(), size);
-  }
 }
 
 /// A peer that plays its part on a thread of its own, on one connection.
@@ -166,16 +101,93 @@ class ScriptedPeer {
   std::thread thread_;
 };
 
+/// Reads a request of `requestSize` bytes and answers with `answer`.
+std::function<void(int)> answering(std::size_t requestSize, const Data& answer) {
+  return [requestSize, answer](int connection) {
+    std::vector<std::uint8_t> request(ProviderFramePrefix().size() + requestSize);
+    EXPECT_EQ(::recv(connection, request.data(), request.size(), MSG_WAITALL), std::ssize(request));
+    const ProviderFramePrefix prefix = encodeProviderFramePrefix(answer.size());
+    EXPECT_EQ(::send(connection, prefix.data(), prefix.size(), MSG_NOSIGNAL), std::ssize(prefix));
+    // Of an answer that is too long nobody reads the body.
+    static_cast<void>(::send(connection, answer.bytes().data(), answer.size(), MSG_NOSIGNAL));
+  };
+}
+
+// Where there is nobody, or nothing to connect to.
+
+class RealSocket : public testing::Test {
+ protected:
+  /// Every peer is trusted.
+  static ProviderExchange exchangeAt(const std::string& socket, const Data& request = bodyOf(10)) {
+    return exchangeProviderMessage(LinuxLocalSockets(), FakeCodeSigning(), socket, request.bytes());
+  }
+
+  TemporaryDirectory directory;
+  const fs::path path = directory.path() / "acp.sock";
+};
+
+TEST_F(RealSocket, NoFileIsAFailedConnection) {
+  const auto result = exchangeAt(path);
+  EXPECT_EQ(result.response.error(),
+            posix(ENOENT, std::string("Connecting to Korvan failed: ") + std::strerror(ENOENT)));
+  EXPECT_TRUE(result.connectFailed);
+}
+
+TEST_F(RealSocket, FileWithoutAListenerIsAFailedConnection) {
+  const int bound = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.c_str(), path.native().size());
+  ASSERT_EQ(::bind(bound, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+  const auto result = exchangeAt(path);
+  ::close(bound);
+  EXPECT_EQ(result.response.error(),
+            posix(ECONNREFUSED,
+                  std::string("Connecting to Korvan failed: ") + std::strerror(ECONNREFUSED)));
+  EXPECT_TRUE(result.connectFailed);
+}
+
+TEST_F(RealSocket, FileThatIsNoSocketIsAFailedConnection) {
+  std::ofstream(path) << "text";
+  EXPECT_TRUE(exchangeAt(path).connectFailed);
+}
+
+TEST_F(RealSocket, PathOf103BytesConnectsAndOneOf104IsTooLong) {
+  const ScriptedPeer peer(path, answering(10, bodyOf(1)));
+  const std::string root = directory.path().string() + "/";
+  const fs::path longest = root + std::string(LocalSockets::MaxPathSize - root.size(), 'p');
+  fs::create_hard_link(path, longest);
+  EXPECT_TRUE(exchangeAt(longest).response.has_value());
+
+  const fs::path tooLong = root + std::string(LocalSockets::MaxPathSize + 1 - root.size(), 'p');
+  fs::create_hard_link(path, tooLong);
+  const auto result = exchangeAt(tooLong);
+  EXPECT_EQ(result.response.error(),
+            posix(ENAMETOOLONG, "The Korvan connection path is too long."));
+  EXPECT_FALSE(result.connectFailed);
+}
+
+// Bodies at the limits.
+
+TEST_F(RealSocket, BodiesOfOneByteAndFourMebibytesGoBothWays) {
+  for (const std::size_t size : {std::size_t{1}, MaxProviderMessageSize}) {
+    const fs::path place = path.string() + std::to_string(size);
+    const ScriptedPeer peer(place, answering(size, bodyOf(size)));
+    const auto result = exchangeAt(place, bodyOf(size));
+    ASSERT_TRUE(result.response.has_value());
+    EXPECT_EQ(result.response->size(), size);
+  }
+}
+
 TEST_F(RealSocket, RequestsOfInvalidSizesAreNotSent) {
   for (const std::size_t size : {std::size_t{0}, MaxProviderMessageSize + 1}) {
-    const fs::path path = directory.path() / std::to_string(size);
+    const fs::path place = path.string() + std::to_string(size);
     std::optional<ssize_t> received;
-    ScriptedPeer peer(path, [&](int connection) {
+    ScriptedPeer peer(place, [&](int connection) {
       char byte = 0;
       received = ::recv(connection, &byte, 1, 0);
     });
-    const auto result = exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(),
-                                                path.string(), bodyOf(size).bytes());
+    const auto result = exchangeAt(place, bodyOf(size));
     peer.finish();
     EXPECT_EQ(result.response.error(),
               posix(EMSGSIZE, "The credential-provider message has an invalid size."));
@@ -199,7 +211,6 @@ TEST_F(RealSocket, WaitsForAPeerThatStallsAtEveryByteOfItsAnswer) {
   constexpr std::size_t RequestSize = 4'000'000;
   constexpr std::size_t RequestPart = 250'000;
   const std::string answer("\0\0\0\5Later", 9);
-  const fs::path path = directory.path() / "acp.sock";
   std::size_t received = 0;
   ScriptedPeer peer(path, [&, client = ::gettid()](int connection) {
     std::vector<char> part(RequestPart);
@@ -216,8 +227,7 @@ TEST_F(RealSocket, WaitsForAPeerThatStallsAtEveryByteOfItsAnswer) {
       ASSERT_EQ(::send(connection, &byte, 1, MSG_NOSIGNAL), 1);
     }
   });
-  const auto result = exchangeProviderMessage(LinuxLocalSockets(), bench::TrustingCodeSigning(),
-                                              path.string(), bodyOf(RequestSize).bytes());
+  const auto result = exchangeAt(path, bodyOf(RequestSize));
   peer.finish();
   EXPECT_EQ(received, 4 + RequestSize);
   ASSERT_TRUE(result.response.has_value());
@@ -227,9 +237,10 @@ TEST_F(RealSocket, WaitsForAPeerThatStallsAtEveryByteOfItsAnswer) {
 
 TEST_F(RealSocket, ResponsesOfInvalidSizesAreRefused) {
   for (const std::size_t size : {std::size_t{0}, MaxProviderMessageSize + 1}) {
-    const bench::BenchHost host(bodyOf(size));
+    const fs::path place = path.string() + std::to_string(size);
+    const ScriptedPeer peer(place, answering(10, bodyOf(size)));
     EXPECT_EQ(
-        exchangeAt(host.socketPath()).response.error(),
+        exchangeAt(place).response.error(),
         posix(EMSGSIZE, "Korvan returned a credential-provider message with an invalid size."));
   }
 }
@@ -388,20 +399,27 @@ long residentPages() {
   return resident;
 }
 
-TEST(RealSignIn, TenThousandLeaveDescriptorsThreadsAndMemoryAsTheyWere) {
-  const bench::BenchHost host(bench::SignInBench::encodedAnswer());
-  bench::SignInBench bench(host.directory());
-  for (int i = 0; i < 1'000; ++i) {
-    bench.signIn();
-  }
+TEST_F(RealPeer, AThousandRequestsLeaveDescriptorsThreadsAndMemoryAsTheyWere) {
+  authority.sign(program, recipe);
+  start();
+  CallRunner runner({.container = container.string(),
+                     .hostApplication = std::string(LabSettings::None),
+                     .trustAnchorPem = authority.pem()});
+  const auto makeRequests = [&](int count) {
+    for (int i = 0; i < count; ++i) {
+      EXPECT_TRUE(
+          std::holds_alternative<CompletedConfiguration>(runner.run(configurationCall()).outcome));
+      EXPECT_EQ(peer->nextEvent().at("event"), "connection");
+    }
+  };
+  makeRequests(100);
   const auto descriptors = entriesOf("/proc/self/fd");
-  const auto threads = entriesOf("/proc/self/task");
   const long pages = residentPages();
-  for (int i = 0; i < 10'000; ++i) {
-    bench.signIn();
-  }
+  makeRequests(1'000);
   EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
-  EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+  // GLib keeps some for later.
+  constexpr std::ptrdiff_t AllowedThreads = 16;
+  EXPECT_LE(entriesOf("/proc/self/task"), AllowedThreads);
   if (!SanitizersKeepFreedMemory) {
     constexpr long AllowedPages = 256;
     EXPECT_LE(residentPages(), pages + AllowedPages);
