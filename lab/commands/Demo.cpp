@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "lab/commands/Tour.h"
-#include "lab/site/Report.h"
 #include "lab/support/RandomData.h"
 #include "platform/Error.h"
 
@@ -163,9 +162,10 @@ bool keepOnlyTheAccepted(Tour& tour) {
   const PasskeyCredentialIdentity& identity = host.passkey.identity;
   const std::string site(TourRelyingParty);
   std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle.value(),
-                                                    {identity.credentialID.value()}));
+                                                    std::vector{identity.credentialID.value()}));
   const SignInResult accepted = tour.signIn(SignInRoad::silent, host.passkey);
-  std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle.value(), {}));
+  std::ignore =
+      tour.call(acceptedCredentialsReport(site, identity.userHandle.value(), std::vector<Data>()));
   const CallReport report = tour.signIn(SignInRoad::silent, host.passkey).report;
   host.process.stop();
   return tour.narrator().verdict(

@@ -11,7 +11,6 @@
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"
-#include "lab/site/Report.h"
 #include "lab/site/SignIn.h"
 #include "lab/support/Base64UrlOption.h"
 #include "lab/support/HelpPage.h"

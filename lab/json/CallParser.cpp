@@ -145,68 +145,43 @@ Controller::RequestParameters readParameters(const JsonFields& line) {
 
 Call readConfiguration(const JsonFields& line) {
   line.allowOnly({"entryPoint"});
-  return {.invoke = [](Controller& controller) {
-    controller.prepareInterfaceForExtensionConfiguration();
-  }};
+  return configurationCall();
 }
 
 Call readCredentialList(const JsonFields& line) {
   line.allowOnly({"entryPoint", "serviceIdentifiers", "requestParameters"});
-  return {
-      .invoke = [services = line.strings("serviceIdentifiers").value_or(std::vector<std::string>()),
-                 parameters = readParameters(line)](Controller& controller) {
-        controller.prepareCredentialListForServiceIdentifiers(services, parameters);
-      }};
+  return credentialListCall(line.strings("serviceIdentifiers").value_or(std::vector<std::string>()),
+                            readParameters(line));
 }
 
-template <void (Controller::*EntryPoint)(AnyRequest)>
+template <Call (*callFor)(AnyRequest)>
 Call readRequestCall(const JsonFields& line) {
   line.allowOnly({"entryPoint", "request"});
-  return {.invoke = [request = readRequest(line)](Controller& controller) {
-    (controller.*EntryPoint)(request);
-  }};
+  return callFor(readRequest(line));
 }
 
 Call readSilentRegistration(const JsonFields& line) {
   line.allowOnly({"entryPoint", "request"});
   // The selector is declared for passkey requests only, so nothing else can be handed over.
-  return {.invoke = [request = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(
-                         readRequest(line))](Controller& controller) {
-    controller.performPasskeyRegistrationWithoutUserInteractionIfPossible(request);
-  }};
+  return silentRegistrationCall(
+      std::dynamic_pointer_cast<const PasskeyCredentialRequest>(readRequest(line)));
 }
 
 Call readUserNameReport(const JsonFields& line) {
   line.allowOnly({"entryPoint", "relyingParty", "userHandle", "newName"});
-  return {.invoke =
-              [relyingParty = line.string("relyingParty"), userHandle = line.bytes("userHandle"),
-               newName = line.string("newName")](Controller& controller) {
-                controller.reportPublicKeyCredentialUpdateForRelyingParty(relyingParty, userHandle,
-                                                                          newName);
-              },
-          .isReport = true};
+  return updatedUserNameReport(line.string("relyingParty"), line.bytes("userHandle"),
+                               line.string("newName"));
 }
 
 Call readUnknownCredentialReport(const JsonFields& line) {
   line.allowOnly({"entryPoint", "relyingParty", "credentialID"});
-  return {.invoke =
-              [relyingParty = line.string("relyingParty"),
-               credentialID = line.bytes("credentialID")](Controller& controller) {
-                controller.reportUnknownPublicKeyCredentialForRelyingParty(relyingParty,
-                                                                           credentialID);
-              },
-          .isReport = true};
+  return unknownCredentialReport(line.string("relyingParty"), line.bytes("credentialID"));
 }
 
 Call readAcceptedCredentialsReport(const JsonFields& line) {
   line.allowOnly({"entryPoint", "relyingParty", "userHandle", "acceptedCredentialIDs"});
-  return {.invoke =
-              [relyingParty = line.string("relyingParty"), userHandle = line.bytes("userHandle"),
-               accepted = line.byteStrings("acceptedCredentialIDs")](Controller& controller) {
-                controller.reportAllAcceptedPublicKeyCredentialsForRelyingParty(
-                    relyingParty, userHandle, accepted);
-              },
-          .isReport = true};
+  return acceptedCredentialsReport(line.string("relyingParty"), line.bytes("userHandle"),
+                                   line.byteStrings("acceptedCredentialIDs"));
 }
 
 struct EntryPoint {
@@ -219,11 +194,11 @@ constexpr std::array<EntryPoint, 9> EntryPoints{{
     {.selector = "prepareCredentialListForServiceIdentifiers:requestParameters:",
      .read = readCredentialList},
     {.selector = "provideCredentialWithoutUserInteractionForRequest:",
-     .read = readRequestCall<&Controller::provideCredentialWithoutUserInteractionForRequest>},
+     .read = readRequestCall<silentAssertionCall>},
     {.selector = "prepareInterfaceToProvideCredentialForRequest:",
-     .read = readRequestCall<&Controller::prepareInterfaceToProvideCredentialForRequest>},
+     .read = readRequestCall<interactiveAssertionCall>},
     {.selector = "prepareInterfaceForPasskeyRegistration:",
-     .read = readRequestCall<&Controller::prepareInterfaceForPasskeyRegistration>},
+     .read = readRequestCall<interactiveRegistrationCall>},
     {.selector = "performPasskeyRegistrationWithoutUserInteractionIfPossible:",
      .read = readSilentRegistration},
     {.selector = "reportPublicKeyCredentialUpdateForRelyingParty:userHandle:newName:",

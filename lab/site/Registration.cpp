@@ -40,14 +40,9 @@ EnrolledPasskey enrolled(RegisteredPasskey passkey, const RelyingParty& relyingP
 }  // namespace
 
 Call registrationCall(const RelyingParty& relyingParty, const CreationOptions& options) {
-  return {.invoke = [conditional = options.conditional,
-                     request = requestFor(relyingParty, options)](Controller& controller) {
-    if (conditional) {
-      controller.performPasskeyRegistrationWithoutUserInteractionIfPossible(request);
-    } else {
-      controller.prepareInterfaceForPasskeyRegistration(request);
-    }
-  }};
+  auto request = requestFor(relyingParty, options);
+  return options.conditional ? silentRegistrationCall(std::move(request))
+                             : interactiveRegistrationCall(std::move(request));
 }
 
 RegistrationResult registerPasskey(CallRunner& runner, const RelyingParty& relyingParty,

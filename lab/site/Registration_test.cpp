@@ -5,40 +5,24 @@
 #include <gtest/gtest.h>
 
 #include "lab/support/Bytes_testing.h"
+#include "lab/system/RecordingController_testing.h"
 
 namespace korvan::lab {
 namespace {
-
-/// Keeps the request of a registration.
-class RegistrationRecorder final : public CredentialProviderViewController {
- public:
-  RegistrationRecorder() : CredentialProviderViewController(nullptr) {}
-
-  void prepareInterfaceForPasskeyRegistration(AnyRequest given) override {
-    interactive = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(given);
-  }
-  void performPasskeyRegistrationWithoutUserInteractionIfPossible(
-      const PasskeyRequest& given) override {
-    silent = given;
-  }
-
-  PasskeyRequest interactive;
-  PasskeyRequest silent;
-};
 
 TEST(RegistrationCall, AsksForAPasskeyWithTheUserUnlessItIsConditional) {
   const RelyingParty site("example.com", RelyingParty::UserVerification::required,
                           RelyingParty::Ceremony::registration);
   for (const bool conditional : {false, true}) {
-    RegistrationRecorder controller;
+    RecordingController controller;
     registrationCall(site, {.userName = "bob",
                             .userHandle = bytes({1}),
                             .algorithms = {-7, -257},
                             .excludedCredentials = {bytes({2}), bytes({3})},
                             .conditional = conditional})
         .invoke(controller);
-    EXPECT_EQ(controller.interactive == nullptr, conditional);
-    const auto request = conditional ? controller.silent : controller.interactive;
+    EXPECT_EQ(controller.called, conditional ? "silent registration" : "interactive registration");
+    const PasskeyCredentialRequest* const request = controller.passkeyRequest();
     ASSERT_NE(request, nullptr);
     EXPECT_EQ(request->credentialIdentity->relyingPartyIdentifier, "example.com");
     EXPECT_EQ(request->credentialIdentity->userName, "bob");

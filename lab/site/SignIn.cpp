@@ -55,19 +55,11 @@ std::optional<EnrolledPasskey> enrolledPasskey(const nlohmann::json& readyEvent,
 Call signInCall(SignInRoad road, const RelyingParty& relyingParty,
                 PasskeyCredentialIdentity identity) {
   if (road == SignInRoad::list) {
-    return {.invoke = [parameters = parametersFor(relyingParty)](Controller& controller) {
-      controller.prepareCredentialListForServiceIdentifiers({}, parameters);
-    }};
+    return credentialListCall({}, parametersFor(relyingParty));
   }
-  return {
-      .invoke = [silent = road == SignInRoad::silent,
-                 request = requestFor(relyingParty, std::move(identity))](Controller& controller) {
-        if (silent) {
-          controller.provideCredentialWithoutUserInteractionForRequest(request);
-        } else {
-          controller.prepareInterfaceToProvideCredentialForRequest(request);
-        }
-      }};
+  auto request = requestFor(relyingParty, std::move(identity));
+  return road == SignInRoad::silent ? silentAssertionCall(std::move(request))
+                                    : interactiveAssertionCall(std::move(request));
 }
 
 SignInResult signIn(CallRunner& runner, SignInRoad road, const RelyingParty& relyingParty,

@@ -9,35 +9,16 @@
 
 #include "lab/host/SigningKey.h"
 #include "lab/support/Base64Url.h"
+#include "lab/system/RecordingController_testing.h"
 
 namespace korvan::lab {
 namespace {
 
-/// Keeps the request of an assertion.
-class SignInRecorder final : public CredentialProviderViewController {
- public:
-  SignInRecorder() : CredentialProviderViewController(nullptr) {}
-
-  void prepareCredentialListForServiceIdentifiers(const std::vector<std::string>& /*identifiers*/,
-                                                  RequestParameters given) override {
-    parameters = std::move(given);
-  }
-  void provideCredentialWithoutUserInteractionForRequest(AnyRequest given) override {
-    silent = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(given);
-  }
-  void prepareInterfaceToProvideCredentialForRequest(AnyRequest given) override {
-    interactive = std::dynamic_pointer_cast<const PasskeyCredentialRequest>(given);
-  }
-
-  RequestParameters parameters;
-  PasskeyRequest silent;
-  PasskeyRequest interactive;
-};
-
 class SignInTest : public testing::Test {
  protected:
-  [[nodiscard]] std::shared_ptr<SignInRecorder> called(SignInRoad road) const {
-    auto controller = std::make_shared<SignInRecorder>();
+  /// The controller after the sign-in's call.
+  [[nodiscard]] std::shared_ptr<RecordingController> called(SignInRoad road) const {
+    auto controller = std::make_shared<RecordingController>();
     PasskeyCredentialIdentity identity;
     identity.recordIdentifier = "record";
     signInCall(road, site_, identity).invoke(*controller);
@@ -48,8 +29,11 @@ class SignInTest : public testing::Test {
 };
 
 TEST_F(SignInTest, AsksForTheKnownPasskeyOnTheTwoRoadsThatKnowIt) {
-  for (const auto& request :
-       {called(SignInRoad::silent)->silent, called(SignInRoad::interactive)->interactive}) {
+  for (const auto& [road, name] : {std::pair(SignInRoad::silent, "silent assertion"),
+                                   std::pair(SignInRoad::interactive, "interactive assertion")}) {
+    const auto controller = called(road);
+    EXPECT_EQ(controller->called, name);
+    const PasskeyCredentialRequest* const request = controller->passkeyRequest();
     ASSERT_NE(request, nullptr);
     EXPECT_EQ(request->credentialIdentity->recordIdentifier, "record");
     EXPECT_EQ(request->clientDataHash, site_.clientDataHash());

@@ -11,7 +11,6 @@
 namespace korvan::lab::soak {
 namespace {
 
-using Controller = CredentialProviderViewController;
 namespace type = provider_request_type;
 
 constexpr std::int64_t Es256 = -7;
@@ -29,69 +28,45 @@ std::shared_ptr<const PasskeyCredentialRequest> passkeyRequest(std::uint64_t num
   return request;
 }
 
-template <auto entryPoint>
-Call passkeyCall(std::uint64_t number) {
-  return {.invoke = [request = passkeyRequest(number)](Controller& controller) {
-    (controller.*entryPoint)(request);
-  }};
-}
-
 Call listCall(std::uint64_t number) {
-  return {.invoke = [number](Controller& controller) {
-    controller.prepareCredentialListForServiceIdentifiers(
-        {}, std::make_shared<PasskeyCredentialRequestParameters>(PasskeyCredentialRequestParameters{
-                .relyingPartyIdentifier = relyingPartyOf(number),
-                .clientDataHash = dataOf(number, "clientDataHash"),
-                .userVerificationPreference = {},
-                .allowedCredentials = std::vector{dataOf(number, "credentialID")}}));
-  }};
-}
-
-Call updateCall(std::uint64_t number) {
-  return {.invoke =
-              [number](Controller& controller) {
-                controller.reportPublicKeyCredentialUpdateForRelyingParty(
-                    relyingPartyOf(number), dataOf(number, "userHandle"), "new name");
-              },
-          .isReport = true};
-}
-
-Call unknownCall(std::uint64_t number) {
-  return {.invoke =
-              [number](Controller& controller) {
-                controller.reportUnknownPublicKeyCredentialForRelyingParty(
-                    relyingPartyOf(number), dataOf(number, "credentialID"));
-              },
-          .isReport = true};
-}
-
-Call acceptedCall(std::uint64_t number) {
-  return {.invoke =
-              [number](Controller& controller) {
-                controller.reportAllAcceptedPublicKeyCredentialsForRelyingParty(
-                    relyingPartyOf(number), dataOf(number, "userHandle"),
-                    std::vector{dataOf(number, "credentialID")});
-              },
-          .isReport = true};
+  return credentialListCall(
+      {}, std::make_shared<PasskeyCredentialRequestParameters>(PasskeyCredentialRequestParameters{
+              .relyingPartyIdentifier = relyingPartyOf(number),
+              .clientDataHash = dataOf(number, "clientDataHash"),
+              .userVerificationPreference = {},
+              .allowedCredentials = std::vector{dataOf(number, "credentialID")}}));
 }
 
 using enum Ask::Kind;
 
+using Number = std::uint64_t;
+
 constexpr auto Asks = std::to_array<Ask>({
     {"silent assertion", assertion, type::assertion,
-     passkeyCall<&Controller::provideCredentialWithoutUserInteractionForRequest>},
+     [](Number number) { return silentAssertionCall(passkeyRequest(number)); }},
     {"interactive assertion", assertion, type::interactiveAssertion,
-     passkeyCall<&Controller::prepareInterfaceToProvideCredentialForRequest>},
+     [](Number number) { return interactiveAssertionCall(passkeyRequest(number)); }},
     {"assertion from the list", assertion, type::interactiveAssertion, listCall},
     {"interactive registration", registration, type::registration,
-     passkeyCall<&Controller::prepareInterfaceForPasskeyRegistration>},
+     [](Number number) { return interactiveRegistrationCall(passkeyRequest(number)); }},
     {"conditional registration", registration, type::registration,
-     passkeyCall<&Controller::performPasskeyRegistrationWithoutUserInteractionIfPossible>},
+     [](Number number) { return silentRegistrationCall(passkeyRequest(number)); }},
     {"configuration", configuration, type::synchronize,
-     [](std::uint64_t /*number*/) { return configurationCall(); }},
-    {"report of a user name", report, type::updateUserName, updateCall},
-    {"report of an unknown credential", report, type::removeUnknownCredential, unknownCall},
-    {"report of accepted credentials", report, type::acceptedCredentials, acceptedCall},
+     [](Number /*number*/) { return configurationCall(); }},
+    {"report of a user name", report, type::updateUserName,
+     [](Number number) {
+       return updatedUserNameReport(relyingPartyOf(number), dataOf(number, "userHandle"),
+                                    "new name");
+     }},
+    {"report of an unknown credential", report, type::removeUnknownCredential,
+     [](Number number) {
+       return unknownCredentialReport(relyingPartyOf(number), dataOf(number, "credentialID"));
+     }},
+    {"report of accepted credentials", report, type::acceptedCredentials,
+     [](Number number) {
+       return acceptedCredentialsReport(relyingPartyOf(number), dataOf(number, "userHandle"),
+                                        std::vector{dataOf(number, "credentialID")});
+     }},
 });
 
 constexpr std::array ErrorCodes = {provider_error_code::failed,

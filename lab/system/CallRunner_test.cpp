@@ -17,20 +17,6 @@ namespace {
 
 using Controller = CredentialProviderViewController;
 
-Call configuration() {
-  return {.invoke = [](Controller& controller) {
-    controller.prepareInterfaceForExtensionConfiguration();
-  }};
-}
-
-Call report(std::optional<std::string> relyingParty) {
-  return {.invoke =
-              [relyingParty = std::move(relyingParty)](Controller& controller) {
-                controller.reportUnknownPublicKeyCredentialForRelyingParty(relyingParty, Data());
-              },
-          .isReport = true};
-}
-
 /// A system on which nobody listens at the socket and nothing can be opened.
 class CallRunnerTest : public testing::Test {
  protected:
@@ -44,7 +30,7 @@ class CallRunnerTest : public testing::Test {
 
 TEST_F(CallRunnerTest, CancelsAtOnceWithoutAContainer) {
   settings_.container = std::string(LabSettings::None);
-  const CallReport report = run(configuration());
+  const CallReport report = run(configurationCall());
   const auto& cancelled = std::get<Cancelled>(report.outcome);
   EXPECT_EQ(cancelled.error.localizedDescription(), "The Korvan App Group is unavailable.");
   EXPECT_FALSE(cancelled.noticeShown);
@@ -52,7 +38,7 @@ TEST_F(CallRunnerTest, CancelsAtOnceWithoutAContainer) {
 }
 
 TEST_F(CallRunnerTest, PressesOkWhenTheNoticeIsUp) {
-  const CallReport report = run(configuration());
+  const CallReport report = run(configurationCall());
   const auto& cancelled = std::get<Cancelled>(report.outcome);
   EXPECT_TRUE(cancelled.noticeShown);
   EXPECT_EQ(cancelled.error.code, 0);
@@ -61,24 +47,23 @@ TEST_F(CallRunnerTest, PressesOkWhenTheNoticeIsUp) {
 
 TEST_F(CallRunnerTest, LeavesTheNoticeWhenToldTo) {
   settings_.noticeMode = NoticeMode::leave;
-  const CallReport report = run(configuration());
+  const CallReport report = run(configurationCall());
   EXPECT_TRUE(std::holds_alternative<NoticePending>(report.outcome));
   EXPECT_GT(report.milliseconds, 0);
 }
 
 TEST_F(CallRunnerTest, NeverShowsTheNoticeToWhoIsNotToBeBothered) {
-  const CallReport report = run({.invoke = [](Controller& controller) {
-    controller.performPasskeyRegistrationWithoutUserInteractionIfPossible(nullptr);
-  }});
+  const CallReport report = run(silentRegistrationCall(nullptr));
   EXPECT_FALSE(std::get<Cancelled>(report.outcome).noticeShown);
 }
 
 TEST_F(CallRunnerTest, ReturnsFromAReportOnceItsExchangeIsOver) {
-  EXPECT_TRUE(std::holds_alternative<Returned>(run(report("example.com")).outcome));
+  EXPECT_TRUE(std::holds_alternative<Returned>(
+      run(unknownCredentialReport("example.com", Data())).outcome));
 }
 
 TEST_F(CallRunnerTest, TellsWhatAReportRefuses) {
-  EXPECT_EQ(std::get<Refused>(run(report(std::nullopt)).outcome).reason,
+  EXPECT_EQ(std::get<Refused>(run(unknownCredentialReport(std::nullopt, Data())).outcome).reason,
             "The argument relyingParty is nil.");
 }
 
@@ -90,10 +75,8 @@ TEST_F(CallRunnerTest, MakesEachCallOnANewController) {
     controller.prepareInterfaceForExtensionConfiguration();
   }});
   EXPECT_TRUE(first.expired());
-  const CallReport second = runner.run({.invoke = [](Controller& controller) {
-    controller.provideCredentialWithoutUserInteractionForRequest(
-        std::make_shared<PasswordCredentialRequest>());
-  }});
+  const CallReport second =
+      runner.run(silentAssertionCall(std::make_shared<PasswordCredentialRequest>()));
   EXPECT_EQ(std::get<Cancelled>(second.outcome).error.code, 101);
 }
 

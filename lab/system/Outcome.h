@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <variant>
@@ -62,5 +63,12 @@ struct CallReport {
   /// How many connections could not be made; 0 when nobody listened in.
   std::size_t failedConnections = 0;
 };
+
+/// True when a host was sent the call's request; somebody listened in.
+[[nodiscard]] inline bool wasDelivered(const CallReport& report) {
+  return std::ranges::any_of(report.frames, [](const RecordedFrame& frame) {
+    return frame.direction == Direction::request;
+  });
+}
 
 }  // namespace korvan::lab
