@@ -94,6 +94,17 @@ TEST_F(LabEntryPoints, CompleteWhatTheHostAnswers) {
     EXPECT_EQ(line.at("outcome"), outcome) << line;
     EXPECT_EQ(line.at("messages").size(), 2U);
     EXPECT_EQ(line.at("messages").back().at("message").at("ok"), true);
+    EXPECT_GT(line.at("milliseconds"), 0);
+    if (outcome != "completedConfiguration") {
+      EXPECT_EQ(line.at("credential").at("relyingParty"), "example.com");
+      EXPECT_EQ(line.at("credential").at("clientDataHash"), ClientDataHash);
+    }
+    if (outcome == "completedAssertion") {
+      EXPECT_EQ(line.at("credential").at("credentialID"), passkey_.at("credentialID"));
+      EXPECT_EQ(line.at("credential").at("userHandle"), passkey_.at("userHandle"));
+    } else if (outcome == "completedRegistration") {
+      EXPECT_TRUE(line.at("credential").at("attestationObject").is_string());
+    }
   }
 }
 
