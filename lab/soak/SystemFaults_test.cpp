@@ -11,9 +11,7 @@
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <linux/capability.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "lab/processes/Program_testing.h"
@@ -23,6 +21,7 @@
 #include "lab/support/TemporaryDirectory.h"
 #include "lab/system/CallRunner.h"
 #include "lab/system/TrustAnchor.h"
+#include "platform/linux/NoMoreThreads_testing.h"
 
 namespace korvan::lab::soak {
 namespace {
@@ -134,42 +133,6 @@ TEST_F(ScarceSystem, WithoutDescriptorsARequestFailsOnceAndTheNextOneIsServed) {
   const FreeDescriptors enough(expected.size());
   expectServed();
 }
-
-/// While it lives, the system refuses a new thread to the calling thread, as it does to a user with
-/// too many.
-class NoMoreThreads {
- public:
-  NoMoreThreads() {
-    EXPECT_EQ(::getrlimit(RLIMIT_NPROC, &before_), 0);
-    // The limit holds neither for root nor for the mighty. The system calls, unlike the functions,
-    // change this thread only. The effective user stays: the container is this user's.
-    isInForce_ = ::syscall(SYS_setresuid, Nobody, -1, -1) == 0 &&
-                 ::syscall(SYS_capget, &header_, powers_.data()) == 0;
-    if (isInForce_) {
-      auto fewer = powers_;
-      fewer[0].effective &= ~(1U << CAP_SYS_RESOURCE | 1U << CAP_SYS_ADMIN);
-      EXPECT_EQ(::syscall(SYS_capset, &header_, fewer.data()), 0);
-    }
-    const rlimit none{.rlim_cur = 0, .rlim_max = before_.rlim_max};
-    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
-  }
-  NoMoreThreads(const NoMoreThreads&) = delete;
-  NoMoreThreads& operator=(const NoMoreThreads&) = delete;
-  ~NoMoreThreads() {
-    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &before_), 0);
-    if (isInForce_) {
-      EXPECT_EQ(::syscall(SYS_capset, &header_, powers_.data()), 0);
-      EXPECT_EQ(::syscall(SYS_setresuid, 0, -1, -1), 0);
-    }
-  }
-
- private:
-  static constexpr uid_t Nobody = 65534;
-  rlimit before_{};
-  __user_cap_header_struct header_{.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
-  std::array<__user_cap_data_struct, 2> powers_{};
-  bool isInForce_ = false;
-};
 
 TEST_F(ScarceSystem, WithoutThreadsARequestWaitsForOneAndIsServed) {
   constexpr guint Milliseconds = 350;

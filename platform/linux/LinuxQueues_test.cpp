@@ -12,9 +12,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
+
+#include "platform/linux/NoMoreThreads_testing.h"
 
 namespace korvan {
 namespace {
@@ -237,34 +237,6 @@ TEST_F(LinuxQueuesTest, TheDestructorWaitsForBackgroundWork) {
   endBackgroundWork();
   EXPECT_EQ(ran, Works);
 }
-
-/// While it lives, the system refuses a new thread to the calling thread.
-class NoMoreThreads {
- public:
-  NoMoreThreads() {
-    EXPECT_EQ(::getrlimit(RLIMIT_NPROC, &before_), 0);
-    // The limit does not hold for root. The system call, unlike the function, changes this thread
-    // only, and the saved id lets it change back.
-    isInForce_ = ::syscall(SYS_setresuid, Nobody, Nobody, 0) == 0;
-    const rlimit none{.rlim_cur = 0, .rlim_max = before_.rlim_max};
-    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
-  }
-  NoMoreThreads(const NoMoreThreads&) = delete;
-  NoMoreThreads& operator=(const NoMoreThreads&) = delete;
-  NoMoreThreads(NoMoreThreads&&) = delete;
-  NoMoreThreads& operator=(NoMoreThreads&&) = delete;
-  ~NoMoreThreads() {
-    EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &before_), 0);
-    if (isInForce_) {
-      EXPECT_EQ(::syscall(SYS_setresuid, 0, 0, 0), 0);
-    }
-  }
-
- private:
-  static constexpr uid_t Nobody = 65534;
-  rlimit before_{};
-  bool isInForce_ = false;
-};
 
 TEST_F(LinuxQueuesTest, WorkThatGetsNoThreadRunsOnceThereIsOne) {
   std::atomic<bool> ran = false;
