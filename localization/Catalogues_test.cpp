@@ -1,7 +1,6 @@
 // Whether every text that a person sees is there in every language, in both formats.
 
 #include <clocale>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -13,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <libintl.h>
 
+#include "platform/linux/PersonsLanguage_testing.h"
 #include "provider/ControllerFixture_testing.h"
 
 namespace korvan {
@@ -41,11 +41,10 @@ class CataloguesTest : public ControllerFixture {
   /// The text in the language's catalogue; none when it is missing there.
   static std::optional<std::string> catalogueText(const std::string& language,
                                                   const std::string& key) {
-    ::setenv("LANGUAGE", language.c_str(), 1);
-    // gettext keeps what it found until the locale changes. Any locale but "C" will do: the
-    // language comes from the variable.
+    const PersonsLanguage person(language);
+    // gettext keeps what it found until the locale changes.
     std::setlocale(LC_MESSAGES, "C");
-    EXPECT_NE(std::setlocale(LC_MESSAGES, "C.UTF-8"), nullptr);
+    EXPECT_NE(std::setlocale(LC_MESSAGES, ""), nullptr);
     ::bindtextdomain("korvan-autofill", KORVAN_CATALOGUES);
     ::bind_textdomain_codeset("korvan-autofill", "UTF-8");
     const char* const text = ::dgettext("korvan-autofill", key.c_str());

@@ -12,6 +12,7 @@
 #include "lab/processes/Program_testing.h"
 #include "lab/support/TemporaryDirectory.h"
 #include "lab/whole/TerminalSession_testing.h"
+#include "platform/linux/PersonsLanguage_testing.h"
 #include "platform/linux/ScopedEnvironment_testing.h"
 #include "platform/linux/gtk/DisplayServer_testing.h"
 
@@ -140,7 +141,6 @@ TEST_F(NoticeScreens, SaysThatThereIsNoDisplay) {
 }
 
 TEST_F(NoticeScreens, SpeakTheLanguageOfThePerson) {
-  const ScopedEnvironment locale("LC_ALL", "C.UTF-8");
   struct Row {
     const char* language;
     const char* title;
@@ -149,7 +149,7 @@ TEST_F(NoticeScreens, SpeakTheLanguageOfThePerson) {
                                         Row{"fr", "  Connexion \u00e0 Korvan impossible\n"},
                                         Row{"en:de", "  Couldn\u2019t Connect to Korvan\n"},
                                         Row{"eo", "  Couldn\u2019t Connect to Korvan\n"}}) {
-    const ScopedEnvironment person("LANGUAGE", language);
+    const PersonsLanguage person(language);
     EXPECT_THAT(runLab(arguments("terminal", file("calls"))).errors, HasSubstr(title));
   }
 }

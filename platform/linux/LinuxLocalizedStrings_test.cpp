@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/PersonsLanguage_testing.h"
 #include "platform/linux/ScopedEnvironment_testing.h"
 #include "platform/linux/TemporaryDirectory_testing.h"
 
@@ -61,8 +62,7 @@ class LinuxLocalizedStringsTest : public testing::Test {
                {"OK", "In Ordnung"},
                {"Open Korvan, then try again.", "\u00d6ffne Korvan und versuche es erneut."}})
         .writeTo(temporary_.path() / "de" / "LC_MESSAGES" / "korvan-autofill.mo");
-    // Any locale but "C" will do: the language comes from the variable.
-    EXPECT_NE(setLocale(LC_MESSAGES, "C.UTF-8"), nullptr);
+    EXPECT_NE(setLocale(LC_MESSAGES, ""), nullptr);
   }
   void TearDown() override { setLocale(LC_MESSAGES, "C"); }
 
@@ -72,7 +72,7 @@ class LinuxLocalizedStringsTest : public testing::Test {
   }
 
   const TemporaryDirectory temporary_;
-  const ScopedEnvironment language_{"LANGUAGE", "de"};
+  const PersonsLanguage language_{"de"};
 };
 
 TEST_F(LinuxLocalizedStringsTest, ReadsTheTextInThePersonsLanguage) {
