@@ -71,6 +71,9 @@ void writeFile(const std::filesystem::path& file, const std::string& text) {
   // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
   constexpr auto Flags = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
                                                             G_FILE_SET_CONTENTS_DURABLE);
+  // Some versions of GLib leave an existing file's mode as it is. There may be no file yet.
+  std::error_code ignored;
+  std::filesystem::permissions(file, std::filesystem::perms{OwnerOnly}, ignored);
   GError* error = nullptr;
   const bool done = g_file_set_contents_full(file.c_str(), text.data(), std::ssize(text), Flags,
                                              OwnerOnly, &error) != 0;
