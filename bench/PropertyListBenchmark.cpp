@@ -95,7 +95,7 @@ std::size_t encodeWholeWithLibplist(plist_t whole) {
   char* bytes = nullptr;
   std::uint32_t size = 0;
   plist_to_bin(whole, &bytes, &size);
-  plist_to_bin_free(bytes);
+  plist_mem_free(bytes);
   return size;
 }
 
@@ -138,7 +138,7 @@ Data encodedAnswer() {
   std::uint32_t size = 0;
   plist_to_bin(answer, &bytes, &size);
   const Data copy = Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes), size});
-  plist_to_bin_free(bytes);
+  plist_mem_free(bytes);
   plist_free(answer);
   return copy;
 }

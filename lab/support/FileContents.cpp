@@ -8,8 +8,8 @@
 namespace korvan::lab {
 
 std::string contentsOf(const std::string& file) {
-  const std::unique_ptr<std::FILE, decltype(&std::fclose)> stream(std::fopen(file.c_str(), "re"),
-                                                                  std::fclose);
+  const auto close = [](std::FILE* stream) { std::fclose(stream); };
+  const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(file.c_str(), "re"));
   if (!stream) {
     throw std::system_error(errno, std::generic_category(), "cannot read " + file);
   }
