@@ -8,8 +8,7 @@
 #include <system_error>
 #include <utility>
 
-#include <fcntl.h>
-#include <spawn.h>
+#include <glib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,19 +16,6 @@
 
 namespace korvan::lab {
 namespace {
-
-struct Pipe {
-  Pipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-      throw std::system_error(errno, std::generic_category(), "pipe2");
-    }
-    reading = Descriptor(ends[0]);
-    writing = Descriptor(ends[1]);
-  }
-  Descriptor reading;
-  Descriptor writing;
-};
 
 std::string readSome(int descriptor) {
   std::array<char, 4096> some{};
@@ -50,37 +36,24 @@ std::string readAll(int descriptor) {
 }  // namespace
 
 Program::Program(std::vector<std::string> command) {
-  Pipe input;
-  Pipe output;
-  Pipe errors;
-  posix_spawn_file_actions_t actions{};
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, input.reading.get(), STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, output.writing.get(), STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, errors.writing.get(), STDERR_FILENO);
   std::vector<char*> arguments;
   arguments.reserve(command.size() + 1);
   for (std::string& argument : command) {
     arguments.push_back(argument.data());
   }
   arguments.push_back(nullptr);
-  // Whoever runs the tests may have signals ignored, which the program would inherit.
-  sigset_t all{};
-  sigfillset(&all);
-  posix_spawnattr_t attributes{};
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setsigdefault(&attributes, &all);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-  const int error = ::posix_spawn(&processIdentifier_, command.front().c_str(), &actions,
-                                  &attributes, arguments.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) {
-    throw std::system_error(error, std::generic_category(), command.front());
+  int input = -1;
+  int output = -1;
+  int errors = -1;
+  // It takes signals that whoever runs the tests may ignore or block.
+  if (g_spawn_async_with_pipes(nullptr, arguments.data(), nullptr, G_SPAWN_DO_NOT_REAP_CHILD,
+                               nullptr, nullptr, &processIdentifier_, &input, &output, &errors,
+                               nullptr) == 0) {
+    throw std::runtime_error(command.front() + " does not start");
   }
-  input_ = std::move(input.writing);
-  output_ = std::move(output.reading);
-  errors_ = std::move(errors.reading);
+  input_ = Descriptor(input);
+  output_ = Descriptor(output);
+  errors_ = Descriptor(errors);
 }
 
 Program::~Program() {

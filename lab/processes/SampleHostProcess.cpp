@@ -5,12 +5,10 @@
 #include <chrono>
 #include <csignal>
 #include <stdexcept>
-#include <string_view>
-#include <system_error>
+#include <string>
 
-#include <fcntl.h>
+#include <glib.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,56 +17,34 @@ namespace {
 
 constexpr std::chrono::milliseconds Patience = std::chrono::seconds(30);
 
-/// How a process starts out: its files, and with no signal blocked, whatever this process does.
-class SpawnAttributes {
- public:
-  explicit SpawnAttributes(int standardOutput) {
-    posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions_, standardOutput, STDOUT_FILENO);
-    posix_spawnattr_init(&attributes_);
-    sigset_t none;
-    sigemptyset(&none);
-    posix_spawnattr_setsigmask(&attributes_, &none);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK);
-  }
-  SpawnAttributes(const SpawnAttributes&) = delete;
-  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-  ~SpawnAttributes() {
-    posix_spawn_file_actions_destroy(&actions_);
-    posix_spawnattr_destroy(&attributes_);
-  }
-
-  /// 0 and the process, or an `errno` value.
-  int spawn(const std::string& program, const std::vector<std::string>& arguments,
-            pid_t& processIdentifier) const {
-    std::vector<char*> pointers = {const_cast<char*>(program.c_str())};
-    for (const std::string& argument : arguments) {
-      pointers.push_back(const_cast<char*>(argument.c_str()));
-    }
-    pointers.push_back(nullptr);
-    return ::posix_spawn(&processIdentifier, program.c_str(), &actions_, &attributes_,
-                         pointers.data(), environ);
-  }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-  posix_spawnattr_t attributes_{};
-};
+/// No signal is blocked in the program, whatever this process does.
+void unblockSignals(gpointer /*nothing*/) noexcept {
+  sigset_t none{};
+  sigemptyset(&none);
+  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
 
 }  // namespace
 
 SampleHostProcess::SampleHostProcess(const std::filesystem::path& program,
                                      const std::vector<std::string>& arguments) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    throw std::system_error(errno, std::generic_category(), "making a pipe");
+  std::vector<std::string> command = {program};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  std::vector<char*> pointers;
+  for (std::string& word : command) {
+    pointers.push_back(word.data());
   }
-  events_ = Descriptor(ends[0]);
-  const Descriptor output(ends[1]);
-  const int error = SpawnAttributes(output.get()).spawn(program, arguments, processIdentifier_);
-  if (error != 0) {
-    throw std::system_error(error, std::generic_category(), "starting " + program.string());
+  pointers.push_back(nullptr);
+  int output = -1;
+  GError* error = nullptr;
+  g_spawn_async_with_pipes(nullptr, pointers.data(), nullptr, G_SPAWN_DO_NOT_REAP_CHILD,
+                           unblockSignals, nullptr, &processIdentifier_, nullptr, &output, nullptr,
+                           &error);
+  events_ = Descriptor(output);
+  if (error != nullptr) {
+    const std::string words = error->message;
+    g_error_free(error);
+    throw std::runtime_error(words);
   }
 }
 
