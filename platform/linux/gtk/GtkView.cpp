@@ -43,7 +43,7 @@ GtkWidget* makePlainWidget(GtkLayoutManager* layout) {
 }
 
 // Of the label's widget, which is its GtkLabel with a limit to the width. A GtkLabel itself has one
-// in characters only, and GtkConstraintLayout reaches no deeper than its own children.
+// in characters only.
 
 GtkWidget* limitedChild(GtkWidget* widget) { return gtk_widget_get_first_child(widget); }
 
@@ -132,12 +132,11 @@ void GtkView::removeFromSuperview() {
   if (superview == nullptr) {
     return;
   }
-  // A constraint does not notice that its widget has gone.
-  for (GtkConstraint* const constraint : std::exchange(constraints_, {})) {
-    gtk_constraint_layout_remove_constraint(
-        GTK_CONSTRAINT_LAYOUT(gtk_widget_get_layout_manager(superview->widget_)), constraint);
-  }
   gtk_widget_unparent(widget_);
+  gtk_widget_set_halign(widget_, GTK_ALIGN_FILL);
+  gtk_widget_set_valign(widget_, GTK_ALIGN_FILL);
+  gtk_widget_set_margin_start(widget_, 0);
+  gtk_widget_set_margin_end(widget_, 0);
   std::erase(superview->subviews_, self);
 }
 
@@ -149,32 +148,7 @@ void GtkView::addSubview(std::shared_ptr<View> view) {
   subviews_.push_back(std::move(subview));
 }
 
-void GtkView::constrain(GtkConstraint* constraint) {
-  gtk_constraint_layout_add_constraint(
-      GTK_CONSTRAINT_LAYOUT(gtk_widget_get_layout_manager(superview_->widget_)), constraint);
-  constraints_.push_back(constraint);
-}
-
-GtkConstraintView::GtkConstraintView() : GtkView(makePlainWidget(gtk_constraint_layout_new())) {}
-
-void GtkConstraintView::addSubview(std::shared_ptr<View> view) {
-  auto& subview = dynamic_cast<GtkView&>(*view);
-  GtkView::addSubview(std::move(view));
-  // A GtkConstraintLayout gives a child its smallest size, and does not know that a text gets lower
-  // as it gets wider. So it is asked for all the room there may be, in the middle of which the
-  // child is to have the size that it likes best.
-  const auto constrainTo = [&](GtkConstraintAttribute extent, GtkConstraintRelation relation,
-                               int strength) {
-    subview.constrain(gtk_constraint_new(subview.widget(), extent, relation, widget(), extent, 1.0,
-                                         0.0, strength));
-  };
-  constrainTo(GTK_CONSTRAINT_ATTRIBUTE_WIDTH, GTK_CONSTRAINT_RELATION_EQ,
-              GTK_CONSTRAINT_STRENGTH_STRONG);
-  constrainTo(GTK_CONSTRAINT_ATTRIBUTE_HEIGHT, GTK_CONSTRAINT_RELATION_EQ,
-              GTK_CONSTRAINT_STRENGTH_REQUIRED);
-  gtk_widget_set_halign(subview.widget(), GTK_ALIGN_CENTER);
-  gtk_widget_set_valign(subview.widget(), GTK_ALIGN_CENTER);
-}
+GtkPlainView::GtkPlainView() : GtkView(makePlainWidget(gtk_bin_layout_new())) {}
 
 GtkLabelView::GtkLabelView(std::string_view text) : GtkView(makeLimitedLabel(text)) {}
 

@@ -32,24 +32,17 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
   /// Keeps the widget narrower than this many pixels, where the kind of view can.
   virtual void setMaximumWidth(int /*width*/) {}
 
-  /// Lays this view out by the constraint, until it leaves its superview.
-  void constrain(GtkConstraint* constraint);
-
  private:
   GtkWidget* const widget_;
   GtkView* superview_ = nullptr;
   std::vector<std::shared_ptr<GtkView>> subviews_;
-  /// Owned by the superview's layout manager.
-  std::vector<GtkConstraint*> constraints_;
 };
 
-/// A view whose subviews stand where constraints say, as large as their contents and not larger
-/// than this: the controller's own.
-class GtkConstraintView final : public GtkView {
+/// A view that shows nothing but its subviews, each with all the room that its constraints leave:
+/// the controller's own.
+class GtkPlainView final : public GtkView {
  public:
-  GtkConstraintView();
-
-  void addSubview(std::shared_ptr<View> view) override;
+  GtkPlainView();
 };
 
 class GtkLabelView final : public GtkView, public Label {

@@ -14,49 +14,28 @@ std::shared_ptr<GtkView> makeViewOnADisplay() {
     throw std::runtime_error(
         "no window can be shown: there is no display; DISPLAY or WAYLAND_DISPLAY must name one");
   }
-  return std::make_shared<GtkConstraintView>();
-}
-
-GtkConstraintAttribute attributeFor(LayoutAttribute attribute) {
-  switch (attribute) {
-    case LayoutAttribute::leading:
-      return GTK_CONSTRAINT_ATTRIBUTE_START;
-    case LayoutAttribute::trailing:
-      return GTK_CONSTRAINT_ATTRIBUTE_END;
-    case LayoutAttribute::centerX:
-      return GTK_CONSTRAINT_ATTRIBUTE_CENTER_X;
-    case LayoutAttribute::centerY:
-      return GTK_CONSTRAINT_ATTRIBUTE_CENTER_Y;
-    case LayoutAttribute::width:
-      return GTK_CONSTRAINT_ATTRIBUTE_WIDTH;
-  }
-  return GTK_CONSTRAINT_ATTRIBUTE_NONE;
-}
-
-GtkConstraintRelation relationFor(LayoutRelation relation) {
-  switch (relation) {
-    case LayoutRelation::equal:
-      return GTK_CONSTRAINT_RELATION_EQ;
-    case LayoutRelation::lessThanOrEqual:
-      return GTK_CONSTRAINT_RELATION_LE;
-    case LayoutRelation::greaterThanOrEqual:
-      return GTK_CONSTRAINT_RELATION_GE;
-  }
-  return GTK_CONSTRAINT_RELATION_EQ;
+  return std::make_shared<GtkPlainView>();
 }
 
 GtkView& gtkView(const LayoutAnchor& anchor) { return dynamic_cast<GtkView&>(*anchor.view); }
 
+// A window that a GtkConstraintLayout lays out cannot be made smaller again, and a text in it does
+// not get lower as it gets wider.
 void activate(const LayoutConstraint& constraint) {
-  GtkView& first = gtkView(constraint.first);
-  if (!constraint.second) {
-    first.setMaximumWidth(static_cast<int>(std::lround(constraint.constant)));
-    return;
+  GtkView& view = gtkView(constraint.first);
+  const int constant = static_cast<int>(std::lround(constraint.constant));
+  switch (constraint.first.attribute) {
+    case LayoutAttribute::leading:
+      return gtk_widget_set_margin_start(view.widget(), constant);
+    case LayoutAttribute::trailing:
+      return gtk_widget_set_margin_end(view.widget(), -constant);
+    case LayoutAttribute::centerX:
+      return gtk_widget_set_halign(view.widget(), GTK_ALIGN_CENTER);
+    case LayoutAttribute::centerY:
+      return gtk_widget_set_valign(view.widget(), GTK_ALIGN_CENTER);
+    case LayoutAttribute::width:
+      return view.setMaximumWidth(constant);
   }
-  first.constrain(gtk_constraint_new(
-      first.widget(), attributeFor(constraint.first.attribute), relationFor(constraint.relation),
-      gtkView(*constraint.second).widget(), attributeFor(constraint.second->attribute), 1.0,
-      constraint.constant, GTK_CONSTRAINT_STRENGTH_REQUIRED));
 }
 
 }  // namespace

@@ -21,7 +21,8 @@ class GtkView;
 /// where the controller does not say otherwise. The main thread is the one that runs GLib's default
 /// main context. They are seen once the view is in a NoticeWindow.
 ///
-/// A constraint ties a view to its superview, or limits the width of a label.
+/// A constraint centers a view in its superview, keeps it at least as far as a margin from a side
+/// of that, or limits the width of a label. There are no others.
 class GtkViews final : public Views {
  public:
   /// Throws std::runtime_error when no display is available.
