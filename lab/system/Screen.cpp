@@ -1,14 +1,17 @@
 #include "lab/system/Screen.h"
 
+#include <filesystem>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include "lab/system/LabViews.h"
+#include "lab/system/NoticeWindowModule.h"
 #include "lab/system/Terminal.h"
-#include "platform/linux/gtk/GtkViews.h"
-#include "platform/linux/gtk/NoticeWindow.h"
 
 namespace korvan::lab {
 namespace {
@@ -54,21 +57,28 @@ class TerminalScreen final : public Screen {
   const Terminal terminal_;
 };
 
-class WindowScreen final : public Screen {
- public:
-  [[nodiscard]] Views& views() override { return views_; }
-
-  [[nodiscard]] bool noticeIsUp() const override { return !views_.view()->subviews().empty(); }
-
-  void letUserAnswer() override {
-    NoticeWindow window(views_);
-    window.present();
-    window.waitForAnswer();
+/// A function of the module beside the program. It is loaded for the first, and stays: GTK cannot
+/// be unloaded.
+template <typename Function>
+Function* inNoticeWindowModule(const char* name) {
+  const auto file =
+      std::filesystem::read_symlink("/proc/self/exe").replace_filename("korvan-notice-window.so");
+  void* const module = ::dlopen(file.c_str(), RTLD_NOW);
+  void* const function = module == nullptr ? nullptr : ::dlsym(module, name);
+  if (function == nullptr) {
+    throw std::runtime_error(std::string("the notice's window cannot be loaded: ") + ::dlerror());
   }
+  return reinterpret_cast<Function*>(function);
+}
 
- private:
-  mutable GtkViews views_;
-};
+bool displayIsAvailable() {
+  return inNoticeWindowModule<decltype(korvanDisplayIsAvailable)>("korvanDisplayIsAvailable")();
+}
+
+std::unique_ptr<Screen> makeWindowScreen() {
+  return std::unique_ptr<Screen>(
+      inNoticeWindowModule<decltype(korvanMakeWindowScreen)>("korvanMakeWindowScreen")());
+}
 
 }  // namespace
 
@@ -89,7 +99,7 @@ std::unique_ptr<Screen> makeScreen(NoticeMode mode) {
     case NoticeMode::controllingTerminal:
       return std::make_unique<TerminalScreen>(Terminal::controlling());
     case NoticeMode::window:
-      return std::make_unique<WindowScreen>();
+      return makeWindowScreen();
   }
   return nullptr;
 }

@@ -23,7 +23,8 @@ enum class NoticeMode : std::uint8_t {
 
 /// How to show the notice to the person who runs the program: in a window where there is a display,
 /// otherwise on the terminal. Without a person, that is when standard input is no terminal, OK is
-/// pressed. Main thread.
+/// pressed. Main thread. Throws std::runtime_error when the module of the notice's window cannot be
+/// loaded.
 [[nodiscard]] NoticeMode noticeForPeople();
 
 /// Where one controller's view is, and who sits before it. Main thread.
@@ -41,7 +42,8 @@ class Screen {
   virtual void letUserAnswer() = 0;
 };
 
-/// Throws std::runtime_error when there is no display for a window, or no controlling terminal.
+/// Throws std::runtime_error when there is no display for a window, its module cannot be loaded, or
+/// there is no controlling terminal.
 [[nodiscard]] std::unique_ptr<Screen> makeScreen(NoticeMode mode);
 
 }  // namespace korvan::lab

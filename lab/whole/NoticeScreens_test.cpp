@@ -1,5 +1,6 @@
 // The notice of the lab's program as a person meets it: on a terminal and in a window.
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -137,6 +138,19 @@ TEST_F(NoticeScreens, SaysThatThereIsNoDisplay) {
   EXPECT_EQ(result.errors,
             "korvan-lab: no window can be shown: there is no display; DISPLAY or WAYLAND_DISPLAY "
             "must name one\n");
+  EXPECT_THAT(result.output, IsEmpty());
+}
+
+TEST_F(NoticeScreens, SaysThatTheWindowCannotBeLoaded) {
+  const std::string alone = file("korvan-lab");
+  std::filesystem::copy_file(KORVAN_LAB, alone);
+  std::vector<std::string> command = arguments("window");
+  command.insert(command.begin(), alone);
+  Program program(command);
+  program.write(Call + "\n");
+  const auto result = program.finish();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.errors, StartsWith("korvan-lab: the notice's window cannot be loaded: "));
   EXPECT_THAT(result.output, IsEmpty());
 }
 
