@@ -42,10 +42,7 @@ struct Session {
   Services services;
 };
 
-struct End {
-  Outcome outcome;
-  Time time;
-};
+using End = LabExtensionContext::End;
 
 /// The outcome of an entry point that has nothing more to wait for but a user.
 End endOfRequest(Session& session, const CountedQueues& queues) {
@@ -64,7 +61,7 @@ End endOfRequest(Session& session, const CountedQueues& queues) {
     }
     return {.outcome = NoticePending(), .time = shown};
   }
-  End end{.outcome = session.context.end()->outcome, .time = session.context.end()->time};
+  End end = *session.context.end();
   if (auto* const cancelled = std::get_if<Cancelled>(&end.outcome)) {
     cancelled->noticeShown = noticeShown;
   }

@@ -1,7 +1,6 @@
 #include "lab/vectors/RequestVectors.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "lab/system/Call.h"
 #include "lab/vectors/SamplePasskey.h"
 #include "platform/CredentialRequest.h"
 #include "platform/fake/FakePlatform.h"
@@ -17,18 +17,16 @@
 namespace korvan::lab::vectors {
 namespace {
 
-using Controller = CredentialProviderViewController;
-
 constexpr std::int64_t Es256 = -7;
 constexpr std::int64_t Rs256 = -257;
 
-/// What the host is sent when the platform makes `call` on a fresh controller.
-ProviderMessage sent(const std::function<void(Controller&)>& call) {
+/// What the host is sent when the platform makes the call on a fresh controller.
+ProviderMessage sent(const Call& call) {
   const auto platform = std::make_shared<FakePlatform>();
   platform->localSockets.peer = platform->answering(
       [](const ProviderMessage&) { return ProviderMessage{{.key = "ok"_text, .value = true}}; });
-  const auto controller = std::make_shared<Controller>(platform->services());
-  call(*controller);
+  const auto controller = std::make_shared<CredentialProviderViewController>(platform->services());
+  call.invoke(*controller);
   platform->queues.runAll();
   return platform->requests.at(0);
 }
@@ -69,65 +67,13 @@ std::shared_ptr<PasskeyCredentialRequest> registrationRequestExcluding(
   return request;
 }
 
-ProviderMessage sentForSilentAssertion() {
-  return sent([](Controller& controller) {
-    controller.provideCredentialWithoutUserInteractionForRequest(assertionRequest());
-  });
-}
-
-ProviderMessage sentForAssertion() {
-  return sent([](Controller& controller) {
-    controller.prepareInterfaceToProvideCredentialForRequest(assertionRequest());
-  });
-}
-
-ProviderMessage sentForList(std::optional<std::vector<Data>> allowedCredentials) {
+Call listCall(std::optional<std::vector<Data>> allowedCredentials) {
   auto parameters = std::make_shared<PasskeyCredentialRequestParameters>();
   parameters->relyingPartyIdentifier = std::string(RelyingParty);
   parameters->clientDataHash = assertionClientDataHash();
   parameters->userVerificationPreference = std::string(UserVerificationPreferencePreferred);
   parameters->allowedCredentials = std::move(allowedCredentials);
-  return sent([&](Controller& controller) {
-    controller.prepareCredentialListForServiceIdentifiers({}, parameters);
-  });
-}
-
-ProviderMessage sentForRegistration(std::shared_ptr<PasskeyCredentialRequest> request) {
-  return sent([&](Controller& controller) {
-    controller.prepareInterfaceForPasskeyRegistration(std::move(request));
-  });
-}
-
-ProviderMessage sentForConditionalRegistration() {
-  return sent([](Controller& controller) {
-    controller.performPasskeyRegistrationWithoutUserInteractionIfPossible(registrationRequest());
-  });
-}
-
-ProviderMessage sentForConfiguration() {
-  return sent(
-      [](Controller& controller) { controller.prepareInterfaceForExtensionConfiguration(); });
-}
-
-ProviderMessage sentForNewUserName() {
-  return sent([](Controller& controller) {
-    controller.reportPublicKeyCredentialUpdateForRelyingParty(
-        std::string(RelyingParty), userHandle(), std::string(NewUserName));
-  });
-}
-
-ProviderMessage sentForUnknownCredential() {
-  return sent([](Controller& controller) {
-    controller.reportUnknownPublicKeyCredentialForRelyingParty(std::string(RelyingParty),
-                                                               credentialID());
-  });
-}
-
-ProviderMessage sentForAccepted(const std::vector<Data>& acceptedCredentialIDs) {
-  return sent([&](Controller& controller) {
-    controller.reportAllAcceptedPublicKeyCredentialsForRelyingParty(
-        std::string(RelyingParty), userHandle(), acceptedCredentialIDs);
-  });
+  return credentialListCall({}, parameters);
 }
 
 }  // namespace
@@ -137,21 +83,27 @@ std::vector<MessageVector> requestVectors() {
       {{.credentialID = credentialID()}, {.credentialID = otherCredentialID()}});
   const auto empty = std::make_shared<PasskeyCredentialRequest>();
   const std::vector several{credentialID(), otherCredentialID()};
-  return {
-      {.name = "request-assertion", .message = sentForSilentAssertion()},
-      {.name = "request-interactive-assertion", .message = sentForAssertion()},
-      {.name = "request-interactive-assertion-list", .message = sentForList(several)},
-      {.name = "request-interactive-assertion-list-any", .message = sentForList(std::nullopt)},
-      {.name = "request-registration", .message = sentForRegistration(registrationRequest())},
-      {.name = "request-registration-excluding", .message = sentForRegistration(excluding)},
-      {.name = "request-registration-conditional", .message = sentForConditionalRegistration()},
-      {.name = "request-registration-defaults", .message = sentForRegistration(empty)},
-      {.name = "request-synchronize", .message = sentForConfiguration()},
-      {.name = "request-update-user-name", .message = sentForNewUserName()},
-      {.name = "request-remove-unknown-credential", .message = sentForUnknownCredential()},
-      {.name = "request-accepted-credentials", .message = sentForAccepted(several)},
-      {.name = "request-accepted-credentials-none", .message = sentForAccepted({})},
-  };
+  const std::string party(RelyingParty);
+  const std::vector<std::pair<const char*, Call>> calls = {
+      {"assertion", silentAssertionCall(assertionRequest())},
+      {"interactive-assertion", interactiveAssertionCall(assertionRequest())},
+      {"interactive-assertion-list", listCall(several)},
+      {"interactive-assertion-list-any", listCall(std::nullopt)},
+      {"registration", interactiveRegistrationCall(registrationRequest())},
+      {"registration-excluding", interactiveRegistrationCall(excluding)},
+      {"registration-conditional", silentRegistrationCall(registrationRequest())},
+      {"registration-defaults", interactiveRegistrationCall(empty)},
+      {"synchronize", configurationCall()},
+      {"update-user-name", updatedUserNameReport(party, userHandle(), std::string(NewUserName))},
+      {"remove-unknown-credential", unknownCredentialReport(party, credentialID())},
+      {"accepted-credentials", acceptedCredentialsReport(party, userHandle(), several)},
+      {"accepted-credentials-none",
+       acceptedCredentialsReport(party, userHandle(), std::vector<Data>())}};
+  std::vector<MessageVector> vectors;
+  for (const auto& [name, call] : calls) {
+    vectors.push_back({.name = std::string("request-") + name, .message = sent(call)});
+  }
+  return vectors;
 }
 
 }  // namespace korvan::lab::vectors
