@@ -62,12 +62,11 @@ Data bareExchange(const std::string& socketPath, std::span<const std::uint8_t> r
   sendAll(descriptor, prefix);
   sendAll(descriptor, request);
   receiveAll(descriptor, prefix);
-  MutableData response =
-      MutableData::zeroed(std::size_t{prefix[0]} << 24 | std::size_t{prefix[1]} << 16 |
-                          std::size_t{prefix[2]} << 8 | std::size_t{prefix[3]});
-  receiveAll(descriptor, response.bytes());
+  std::vector<std::uint8_t> response(std::size_t{prefix[0]} << 24 | std::size_t{prefix[1]} << 16 |
+                                     std::size_t{prefix[2]} << 8 | std::size_t{prefix[3]});
+  receiveAll(descriptor, response);
   ::close(descriptor);
-  return std::move(response).freeze();
+  return response;
 }
 
 }  // namespace korvan::bench

@@ -37,7 +37,7 @@ void bareExchangeOnce(const std::string& socketPath, const Data& request) {
   benchmark::DoNotOptimize(response.bytes().data());
 }
 
-Data bodyOf(std::size_t size) { return MutableData::zeroed(size).freeze(); }
+Data bodyOf(std::size_t size) { return Data(std::vector<std::uint8_t>(size)); }
 
 void compareExchanges(std::size_t size, std::size_t callsPerRound) {
   const Data body = bodyOf(size);

@@ -53,12 +53,12 @@ struct AssertionAnswer {
 
 /// Bytes that differ from those of any other `seed`.
 Data bytesOf(std::size_t size, std::uint64_t seed) {
-  MutableData data = MutableData::uninitialized(size);
-  for (std::uint8_t& byte : data.bytes()) {
+  std::vector<std::uint8_t> data(size);
+  for (std::uint8_t& byte : data) {
     seed = (seed * 6364136223846793005U) + 1442695040888963407U;
     byte = static_cast<std::uint8_t>(seed >> 56);
   }
-  return std::move(data).freeze();
+  return data;
 }
 
 AssertionRequest requestWith(std::size_t allowedCredentials) {
@@ -144,12 +144,12 @@ Data encodedAnswer() {
 }
 
 Data dataFor(const PropertyListDictionary& dictionary, std::string_view key) {
-  const auto* value = dictionary.find(key);
+  const auto* value = valueForKey(dictionary, key);
   return value != nullptr && value->data() != nullptr ? *value->data() : Data();
 }
 
 std::string textFor(const PropertyListDictionary& dictionary, std::string_view key) {
-  const auto* value = dictionary.find(key);
+  const auto* value = valueForKey(dictionary, key);
   return value != nullptr && value->text() != nullptr ? std::string(value->text()->view()) : "";
 }
 
@@ -161,7 +161,7 @@ AssertionAnswer decodeWithProduct(const PropertyListSerialization& serialization
   if (dictionary == nullptr) {
     return answer;
   }
-  const auto* isOk = dictionary->find("ok");
+  const auto* isOk = valueForKey(*dictionary, "ok");
   answer.ok = isOk != nullptr && isOk->truthValue();
   answer.userHandle = dataFor(*dictionary, "userHandle");
   answer.relyingPartyIdentifier = textFor(*dictionary, "relyingPartyIdentifier");
@@ -204,7 +204,7 @@ std::size_t decodeWithLibplist(const Data& bytes) {
 
 Data encodedList(const std::vector<Data>& items) {
   PropertyListValue::Array array(items.begin(), items.end());
-  const PropertyListDictionary root{{.key = "items"_text, .value = std::move(array)}};
+  const PropertyListDictionary root{{"items", std::move(array)}};
   return LinuxPropertyListSerialization().encodeBinary(root).value_or(Data());
 }
 
@@ -219,10 +219,7 @@ void decodeWholeWithLibplist(const Data& bytes) { plist_free(wholeFromLibplist(b
 
 /// The answer as the product holds it.
 PropertyListDictionary decodedAnswer(const PropertyListSerialization& serialization) {
-  return serialization.decode(encodedAnswer())
-      .value_or(PropertyListValue())
-      .takeDictionary()
-      .value_or(PropertyListDictionary());
+  return *serialization.decode(encodedAnswer()).value().dictionary();
 }
 
 bool doTheHostsWork(const PropertyListSerialization& serialization, const Data& answer,

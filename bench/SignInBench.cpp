@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "provider/CredentialProviderViewController.h"
 
@@ -12,13 +13,13 @@ namespace korvan::bench {
 namespace {
 
 Data bytesOf(std::size_t size, std::uint8_t first) {
-  MutableData data = MutableData::uninitialized(size);
+  std::vector<std::uint8_t> data(size);
   std::uint8_t next = first;
-  for (std::uint8_t& byte : data.bytes()) {
+  for (std::uint8_t& byte : data) {
     byte = next;
     next = static_cast<std::uint8_t>(next * 7 + 3);
   }
-  return std::move(data).freeze();
+  return data;
 }
 
 std::shared_ptr<PasskeyCredentialRequest> makeRequest() {
@@ -116,14 +117,13 @@ Data SignInBench::encodedRequest() const {
 }
 
 Data SignInBench::encodedAnswer() {
-  return *LinuxPropertyListSerialization().encodeBinary(
-      {{.key = "ok"_text, .value = true},
-       {.key = "userHandle"_text, .value = bytesOf(16, 1)},
-       {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
-       {.key = "signature"_text, .value = bytesOf(71, 4)},
-       {.key = "clientDataHash"_text, .value = bytesOf(32, 3)},
-       {.key = "authenticatorData"_text, .value = bytesOf(37, 5)},
-       {.key = "credentialID"_text, .value = bytesOf(32, 2)}});
+  return *LinuxPropertyListSerialization().encodeBinary({{"ok", true},
+                                                         {"userHandle", bytesOf(16, 1)},
+                                                         {"relyingPartyIdentifier", "example.com"},
+                                                         {"signature", bytesOf(71, 4)},
+                                                         {"clientDataHash", bytesOf(32, 3)},
+                                                         {"authenticatorData", bytesOf(37, 5)},
+                                                         {"credentialID", bytesOf(32, 2)}});
 }
 
 }  // namespace korvan::bench

@@ -197,7 +197,7 @@ TEST_F(ExchangeFaults, EveryFailureIsOneResponseWithItsWords) {
     platform->localSockets.nextPeers = {fault.peer};
     std::vector<ProviderMessage> responses;
     dispatchProviderRequest(
-        platform->services(), controller, {{.key = "type"_text, .value = "assertion"}},
+        platform->services(), controller, {{"type", "assertion"}},
         [&](const ProviderMessage& response) { responses.push_back(response); });
     platform->queues.runAll();
     EXPECT_EQ(responses,

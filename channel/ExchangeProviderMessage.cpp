@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "channel/ChannelError.h"
 #include "channel/PeerVerification.h"
@@ -96,11 +97,11 @@ std::expected<Data, Error> receiveFrame(const Connection& connection) {
     return std::unexpected(posixError(
         EMSGSIZE, "Korvan returned a credential-provider message with an invalid size."));
   }
-  MutableData body = MutableData::zeroed(size);
-  if (auto error = connection.receive(body.bytes())) {
+  std::vector<std::uint8_t> body(size);
+  if (auto error = connection.receive(body)) {
     return std::unexpected(*std::move(error));
   }
-  return std::move(body).freeze();
+  return body;
 }
 
 }  // namespace

@@ -5,27 +5,27 @@
 namespace korvan {
 
 bool booleanForKey(const ProviderMessage& message, std::string_view key) {
-  const PropertyListValue* const value = message.find(key);
+  const PropertyListValue* const value = valueForKey(message, key);
   return value != nullptr && value->truthValue();
 }
 
 std::optional<std::string> stringForKey(const ProviderMessage& message, std::string_view key) {
-  const PropertyListValue* const value = message.find(key);
+  const PropertyListValue* const value = valueForKey(message, key);
   const Text* const text = value != nullptr ? value->text() : nullptr;
   return text != nullptr ? std::optional(std::string(text->view())) : std::nullopt;
 }
 
 std::optional<Data> dataForKey(const ProviderMessage& message, std::string_view key) {
-  const PropertyListValue* const value = message.find(key);
+  const PropertyListValue* const value = valueForKey(message, key);
   const Data* const data = value != nullptr ? value->data() : nullptr;
   return data != nullptr ? std::optional(*data) : std::nullopt;
 }
 
 ProviderMessage failureResponse(std::string_view errorCode, std::string_view errorDescription) {
   return {
-      {.key = Text::ofStatic(provider_message_key::ok), .value = false},
-      {.key = Text::ofStatic(provider_message_key::errorCode), .value = Text::ofStatic(errorCode)},
-      {.key = Text::ofStatic(provider_message_key::errorDescription), .value = errorDescription},
+      {provider_message_key::ok, false},
+      {provider_message_key::errorCode, errorCode},
+      {provider_message_key::errorDescription, errorDescription},
   };
 }
 
@@ -35,7 +35,9 @@ DecodedProviderMessage decodeProviderMessage(const PropertyListSerialization& pr
   if (!decoded) {
     return {.message = std::nullopt, .error = std::move(decoded).error()};
   }
-  return {.message = std::move(*decoded).takeDictionary(), .error = std::nullopt};
+  const ProviderMessage* const message = decoded->dictionary();
+  return {.message = message != nullptr ? std::optional(*message) : std::nullopt,
+          .error = std::nullopt};
 }
 
 }  // namespace korvan

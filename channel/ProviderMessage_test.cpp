@@ -40,12 +40,12 @@ TEST(ProviderMessage, EnvelopeKeysAreTheWordsOfTheProtocol) {
 
 TEST(ProviderMessage, AbsentBooleanReadsAsFalse) {
   EXPECT_FALSE(booleanForKey({}, "ok"));
-  EXPECT_FALSE(booleanForKey({{.key = "OK"_text, .value = true}}, "ok"));
+  EXPECT_FALSE(booleanForKey({{"OK", true}}, "ok"));
 }
 
 TEST(ProviderMessage, BooleanReadsByTruthValue) {
   const auto truth = [](const PropertyListValue& value) {
-    return booleanForKey({{.key = "ok"_text, .value = value}}, "ok");
+    return booleanForKey({{"ok", value}}, "ok");
   };
   EXPECT_TRUE(truth(true));
   EXPECT_FALSE(truth(false));
@@ -61,15 +61,13 @@ TEST(ProviderMessage, BooleanOfAnotherTypeReadsAsFalse) {
   for (const PropertyListValue& value :
        {PropertyListValue("true"), PropertyListValue(Data()), PropertyListValue(),
         PropertyListValue(PropertyListValue::Array{true}), PropertyListValue(ProviderMessage())}) {
-    EXPECT_FALSE(booleanForKey({{.key = "ok"_text, .value = value}}, "ok"));
+    EXPECT_FALSE(booleanForKey({{"ok", value}}, "ok"));
   }
 }
 
 TEST(ProviderMessage, StringAndDataReadOnlyTheirOwnType) {
   const Data bytes = Data::copyOf(std::array<std::uint8_t, 2>{1, 2});
-  const ProviderMessage message{{.key = "text"_text, .value = "words"},
-                                {.key = "bytes"_text, .value = bytes},
-                                {.key = "empty"_text, .value = Text()}};
+  const ProviderMessage message{{"text", "words"}, {"bytes", bytes}, {"empty", Text()}};
   EXPECT_EQ(stringForKey(message, "text"), "words");
   EXPECT_EQ(stringForKey(message, "empty"), "");
   EXPECT_EQ(stringForKey(message, "bytes"), std::nullopt);
@@ -81,14 +79,12 @@ TEST(ProviderMessage, StringAndDataReadOnlyTheirOwnType) {
 
 TEST(ProviderMessage, FailureResponseHasOkFalseACodeAndADescriptionAndNothingElse) {
   EXPECT_EQ(failureResponse("failed", "why"),
-            (ProviderMessage{{.key = "ok"_text, .value = false},
-                             {.key = "errorCode"_text, .value = "failed"},
-                             {.key = "errorDescription"_text, .value = "why"}}));
+            (ProviderMessage{{"ok", false}, {"errorCode", "failed"}, {"errorDescription", "why"}}));
 }
 
 TEST(ProviderMessage, DecodesADictionary) {
   const FakePropertyListSerialization propertyLists;
-  const ProviderMessage message{{.key = "ok"_text, .value = true}};
+  const ProviderMessage message{{"ok", true}};
   const auto decoded = decodeProviderMessage(propertyLists, propertyLists.bytesFor(message));
   EXPECT_EQ(decoded.message, message);
   EXPECT_FALSE(decoded.error);

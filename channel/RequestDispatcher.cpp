@@ -118,7 +118,7 @@ ProviderMessage unavailableResponse(const PendingRequest& pending) {
   ProviderMessage response =
       failureResponse(provider_error_code::unavailable, failureDescription(pending));
   if (pending.launchAttempted) {
-    response.set(Text::ofStatic(provider_message_key::showUnavailableUI), true);
+    response.insert_or_assign(provider_message_key::showUnavailableUI, true);
   }
   return response;
 }

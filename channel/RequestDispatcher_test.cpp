@@ -24,7 +24,7 @@ ProviderMessage unavailable(std::string_view description) {
 
 ProviderMessage unavailableWithNotice(std::string_view description) {
   ProviderMessage response = unavailable(description);
-  response.set("showUnavailableUI"_text, true);
+  response.insert_or_assign("showUnavailableUI", true);
   return response;
 }
 
@@ -64,7 +64,7 @@ class RequestDispatcher : public testing::Test {
     EXPECT_EQ(platform->localSockets.connections.size(), 1U);
   }
 
-  void allowUserInteraction() { request.set("allowsUserInteraction"_text, true); }
+  void allowUserInteraction() { request.insert_or_assign("allowsUserInteraction", true); }
 
   FakePeer answering(PropertyListValue value) {
     return platform->answering(
@@ -73,10 +73,8 @@ class RequestDispatcher : public testing::Test {
 
   std::shared_ptr<FakePlatform> platform = std::make_shared<FakePlatform>();
   std::shared_ptr<int> controller = std::make_shared<int>();
-  ProviderMessage request{{.key = "type"_text, .value = "assertion"},
-                          {.key = "allowsUserInteraction"_text, .value = false}};
-  const ProviderMessage hostsAnswer{{.key = "ok"_text, .value = true},
-                                    {.key = "extra"_text, .value = 7}};
+  ProviderMessage request{{"type", "assertion"}, {"allowsUserInteraction", false}};
+  const ProviderMessage hostsAnswer{{"ok", true}, {"extra", 7}};
   std::vector<ProviderMessage> responses;
   bool completedOnMain = false;
 };
@@ -118,7 +116,7 @@ TEST_F(RequestDispatcher, EmptySocketPathCountsAsAMissingContainer) {
 }
 
 TEST_F(RequestDispatcher, RequestThatCannotBeEncodedIsAnsweredBeforeReturningAndStartsNothing) {
-  request.set("broken"_text, PropertyListValue());
+  request.insert_or_assign("broken", PropertyListValue());
   submit();
   expectOnlyResponse(failureResponse("failed", "Null cannot be encoded: broken"));
   EXPECT_EQ(platform->queues.waitingInBackground() + platform->queues.waitingOnMain(), 0U);
@@ -158,8 +156,7 @@ TEST_F(RequestDispatcher, HostsDictionaryIsPassedOnUnchanged) {
 
 TEST_F(RequestDispatcher, HostsRefusalIsPassedOnUnchanged) {
   allowUserInteraction();
-  const ProviderMessage refusal{{.key = "ok"_text, .value = false},
-                                {.key = "errorCode"_text, .value = "userCanceled"}};
+  const ProviderMessage refusal{{"ok", false}, {"errorCode", "userCanceled"}};
   platform->localSockets.peer = answering(refusal);
   dispatch();
   expectOnlyResponse(refusal);
@@ -175,7 +172,7 @@ TEST_F(RequestDispatcher, EmptyDictionaryIsAResponseToo) {
 TEST_F(RequestDispatcher, AnswerThatDoesNotDecodeIsUnavailableWithTheDecodersWords) {
   for (const bool interaction : {false, true}) {
     responses.clear();
-    request.set("allowsUserInteraction"_text, interaction);
+    request.insert_or_assign("allowsUserInteraction", interaction);
     platform->localSockets.peer = FakePlatform::answeringGarbage();
     dispatch();
     expectOnlyResponse(unavailable("Not a property list."));
@@ -203,7 +200,7 @@ TEST_F(RequestDispatcher, AnswerThatIsNoDictionaryIsUnavailable) {
 TEST_F(RequestDispatcher, FailureAfterConnectingIsUnavailableWithTheExchangesWords) {
   for (const bool interaction : {false, true}) {
     responses.clear();
-    request.set("allowsUserInteraction"_text, interaction);
+    request.insert_or_assign("allowsUserInteraction", interaction);
     dispatch();
     expectOnlyResponse(unavailable("Korvan closed the credential-provider connection."));
   }
@@ -237,7 +234,7 @@ TEST_F(RequestDispatcher, RefusedConnectionWithoutInteractionIsUnavailableAndNot
 }
 
 TEST_F(RequestDispatcher, MissingAllowsUserInteractionCountsAsFalse) {
-  request = {{.key = "type"_text, .value = "assertion"}};
+  request = {{"type", "assertion"}};
   platform->localSockets.peer = FakePlatform::refusing();
   dispatch();
   expectOnlyResponse(unavailable(connectionRefused()));

@@ -34,8 +34,8 @@ class Walk {
       return visitOnce(items, *items, [](const auto& item) -> auto& { return item; });
     }
     if (const auto* dictionary = value.dictionary()) {
-      return visitOnce(dictionary, dictionary->entries(),
-                       [](const auto& entry) -> auto& { return entry.value; });
+      return visitOnce(dictionary, *dictionary,
+                       [](const auto& entry) -> auto& { return entry.second; });
     }
     hasNull |= value.isNull();
     hasNotANumber |=
@@ -69,8 +69,7 @@ class Walk {
 
 PropertyListDictionary dictionaryAround(const PropertyListValue& value) {
   const auto* const dictionary = value.dictionary();
-  return dictionary != nullptr ? *dictionary
-                               : PropertyListDictionary{{.key = Text("value"), .value = value}};
+  return dictionary != nullptr ? *dictionary : PropertyListDictionary{{Text("value"), value}};
 }
 
 std::uint64_t numberAt(const Data& bytes, std::size_t offset, std::size_t width) {

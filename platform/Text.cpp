@@ -1,11 +1,16 @@
 #include "platform/Text.h"
 
 #include <cstdint>
-#include <span>
+#include <vector>
 
 namespace korvan {
-Data Text::copyOf(std::string_view text) {
-  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+
+std::string_view Text::view() const noexcept {
+  return {reinterpret_cast<const char*>(utf8_.bytes().data()), utf8_.size()};
+}
+
+Data Text::copyOf(std::string_view characters) {
+  return std::vector<std::uint8_t>(characters.begin(), characters.end());
 }
 
 }  // namespace korvan

@@ -7,8 +7,8 @@ namespace korvan {
 void CredentialProviderViewController::requestConfigurationSynchronization() {
   performRequest(
       {
-          {.key = "allowsUserInteraction"_text, .value = true},
-          {.key = "type"_text, .value = Text::ofStatic(provider_request_type::synchronize)},
+          {"allowsUserInteraction", true},
+          {"type", provider_request_type::synchronize},
       },
       flowCompletion(shared_from_this(),
                      [](CredentialProviderViewController& self, const ProviderMessage&) {

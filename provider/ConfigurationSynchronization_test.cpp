@@ -6,11 +6,11 @@ namespace {
 using ConfigurationSynchronization = ControllerFixture;
 
 TEST_F(ConfigurationSynchronization, SendsNothingButTypeAndInteraction) {
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  hostAnswers({{"ok", true}});
   controller->prepareInterfaceForExtensionConfiguration();
   runAll();
-  EXPECT_EQ(sentRequest(), (ProviderMessage{{.key = "type"_text, .value = "synchronize"},
-                                            {.key = "allowsUserInteraction"_text, .value = true}}));
+  EXPECT_EQ(sentRequest(),
+            (ProviderMessage{{"type", "synchronize"}, {"allowsUserInteraction", true}}));
 }
 
 TEST_F(ConfigurationSynchronization, LeavesAllRequestPropertiesNil) {
@@ -24,14 +24,14 @@ TEST_F(ConfigurationSynchronization, LeavesAllRequestPropertiesNil) {
 }
 
 TEST_F(ConfigurationSynchronization, SuccessCompletesTheConfiguration) {
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  hostAnswers({{"ok", true}});
   controller->prepareInterfaceForExtensionConfiguration();
   runAll();
   expectEnding(FakeExtensionContext::ConfigurationCompleted());
 }
 
 TEST_F(ConfigurationSynchronization, AnswerWithoutOkIsAFailure) {
-  hostAnswers({{.key = "errorDescription"_text, .value = "Not now."}});
+  hostAnswers({{"errorDescription", "Not now."}});
   controller->prepareInterfaceForExtensionConfiguration();
   runAll();
   expectEnding(cancellation(0, "Not now."));
@@ -46,9 +46,7 @@ TEST_F(ConfigurationSynchronization, FailureIsCancelledWithItsCodeAndDescription
 }
 
 TEST_F(ConfigurationSynchronization, WhateverElseTheHostAnswersIsNotRead) {
-  hostAnswers({{.key = "ok"_text, .value = true},
-               {.key = "errorCode"_text, .value = "failed"},
-               {.key = "showUnavailableUI"_text, .value = true}});
+  hostAnswers({{"ok", true}, {"errorCode", "failed"}, {"showUnavailableUI", true}});
   controller->prepareInterfaceForExtensionConfiguration();
   runAll();
   expectEnding(FakeExtensionContext::ConfigurationCompleted());

@@ -159,8 +159,8 @@ TEST_F(ControllerClass, InteractiveAssertionKeepsItsRequestAndClearsTheRest) {
 }
 
 TEST_F(ControllerClass, AssertionsAreBuiltForARecordOfTheRequestAndAListsForAnEmptyOne) {
-  const ProviderMessage record{{.key = "credentialID"_text, .value = bytes("credential")},
-                               {.key = "recordIdentifier"_text, .value = "record 7"}};
+  const ProviderMessage record{{"credentialID", bytes("credential")},
+                               {"recordIdentifier", "record 7"}};
   controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
   controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
   controller->prepareCredentialListForServiceIdentifiers({}, requestParameters());
@@ -237,8 +237,7 @@ TEST_F(ControllerClass, FlowsJudgeTheAnswerByOkAlone) {
   for (const Row& row : {Row{true, true}, Row{1, true}, Row{false, false}, Row{0, false},
                          Row{"true", false}, Row{PropertyListValue::Array{true}, false}}) {
     controller->messages.clear();
-    hostAnswers(
-        {{.key = "ok"_text, .value = row.ok}, {.key = "errorCode"_text, .value = "failed"}});
+    hostAnswers({{"ok", row.ok}, {"errorCode", "failed"}});
     controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
     runAll();
     EXPECT_EQ(controller->messages.back(),
@@ -254,7 +253,7 @@ TEST_F(ControllerClass, AnswerWithoutOkIsAFailure) {
 }
 
 TEST_F(ControllerClass, EveryFlowCompletesWithItsOwnMethod) {
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  hostAnswers({{"ok", true}});
   const auto lastMessage = [this] {
     runAll();
     return controller->messages.back();
@@ -276,7 +275,7 @@ TEST_F(ControllerClass, EveryFlowCompletesWithItsOwnMethod) {
 }
 
 TEST_F(ControllerClass, EveryFlowHandsAFailureToCancelForResponse) {
-  hostAnswers({{.key = "ok"_text, .value = false}});
+  hostAnswers({{"ok", false}});
   const auto lastMessage = [this] {
     runAll();
     return controller->messages.back();
@@ -304,7 +303,7 @@ TEST_F(ControllerClass, EarlyFailureEndsTheRequestBeforeTheEntryPointReturns) {
 }
 
 TEST_F(ControllerClass, RequestOnItsWayKeepsTheControllerAlive) {
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  hostAnswers({{"ok", true}});
   controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
   const std::weak_ptr<RecordingController> alive = controller;
   controller.reset();

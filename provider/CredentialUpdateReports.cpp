@@ -20,7 +20,7 @@ const Argument& required(std::string_view name, const std::optional<Argument>& a
 }  // namespace
 
 void CredentialProviderViewController::sendCredentialUpdate(ProviderMessage request) {
-  request.set(Text::ofStatic(provider_message_key::allowsUserInteraction), false);
+  request.insert_or_assign(provider_message_key::allowsUserInteraction, false);
   performRequest(std::move(request), nullptr);
 }
 
@@ -28,19 +28,19 @@ void CredentialProviderViewController::reportPublicKeyCredentialUpdateForRelying
     const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
     const std::optional<std::string>& newName) {
   sendCredentialUpdate({
-      {.key = "relyingPartyIdentifier"_text, .value = Text(required("relyingParty", relyingParty))},
-      {.key = "type"_text, .value = Text::ofStatic(provider_request_type::updateUserName)},
-      {.key = "userHandle"_text, .value = required("userHandle", userHandle)},
-      {.key = "userName"_text, .value = Text(required("newName", newName))},
+      {"relyingPartyIdentifier", required("relyingParty", relyingParty)},
+      {"type", provider_request_type::updateUserName},
+      {"userHandle", required("userHandle", userHandle)},
+      {"userName", required("newName", newName)},
   });
 }
 
 void CredentialProviderViewController::reportUnknownPublicKeyCredentialForRelyingParty(
     const std::optional<std::string>& relyingParty, const std::optional<Data>& credentialID) {
   sendCredentialUpdate({
-      {.key = "credentialID"_text, .value = required("credentialID", credentialID)},
-      {.key = "relyingPartyIdentifier"_text, .value = Text(required("relyingParty", relyingParty))},
-      {.key = "type"_text, .value = Text::ofStatic(provider_request_type::removeUnknownCredential)},
+      {"credentialID", required("credentialID", credentialID)},
+      {"relyingPartyIdentifier", required("relyingParty", relyingParty)},
+      {"type", provider_request_type::removeUnknownCredential},
   });
 }
 
@@ -48,11 +48,11 @@ void CredentialProviderViewController::reportAllAcceptedPublicKeyCredentialsForR
     const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
     const std::optional<std::vector<Data>>& acceptedCredentialIDs) {
   sendCredentialUpdate({
-      {.key = "acceptedCredentialIDs"_text,
-       .value = arrayOrEmpty(&required("acceptedCredentialIDs", acceptedCredentialIDs))},
-      {.key = "relyingPartyIdentifier"_text, .value = Text(required("relyingParty", relyingParty))},
-      {.key = "type"_text, .value = Text::ofStatic(provider_request_type::acceptedCredentials)},
-      {.key = "userHandle"_text, .value = required("userHandle", userHandle)},
+      {"acceptedCredentialIDs",
+       arrayOrEmpty(&required("acceptedCredentialIDs", acceptedCredentialIDs))},
+      {"relyingPartyIdentifier", required("relyingParty", relyingParty)},
+      {"type", provider_request_type::acceptedCredentials},
+      {"userHandle", required("userHandle", userHandle)},
   });
 }
 

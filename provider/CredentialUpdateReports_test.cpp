@@ -48,23 +48,21 @@ TEST_F(CredentialUpdateReports, UserNameUpdateSendsItsKeys) {
   hostAnswers({});
   reportName();
   runAll();
-  EXPECT_EQ(sentRequest(),
-            (ProviderMessage{{.key = "type"_text, .value = "updateUserName"},
-                             {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
-                             {.key = "userHandle"_text, .value = bytes("handle")},
-                             {.key = "userName"_text, .value = "Alice B."},
-                             {.key = "allowsUserInteraction"_text, .value = false}}));
+  EXPECT_EQ(sentRequest(), (ProviderMessage{{"type", "updateUserName"},
+                                            {"relyingPartyIdentifier", "example.com"},
+                                            {"userHandle", bytes("handle")},
+                                            {"userName", "Alice B."},
+                                            {"allowsUserInteraction", false}}));
 }
 
 TEST_F(CredentialUpdateReports, UnknownCredentialSendsItsKeys) {
   hostAnswers({});
   controller->reportUnknownPublicKeyCredentialForRelyingParty("example.com", bytes("ID"));
   runAll();
-  EXPECT_EQ(sentRequest(),
-            (ProviderMessage{{.key = "type"_text, .value = "removeUnknownCredential"},
-                             {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
-                             {.key = "credentialID"_text, .value = bytes("ID")},
-                             {.key = "allowsUserInteraction"_text, .value = false}}));
+  EXPECT_EQ(sentRequest(), (ProviderMessage{{"type", "removeUnknownCredential"},
+                                            {"relyingPartyIdentifier", "example.com"},
+                                            {"credentialID", bytes("ID")},
+                                            {"allowsUserInteraction", false}}));
 }
 
 TEST_F(CredentialUpdateReports, AcceptedCredentialsSendTheListAsItIs) {
@@ -74,13 +72,12 @@ TEST_F(CredentialUpdateReports, AcceptedCredentialsSendTheListAsItIs) {
       std::vector<Data>{bytes("B"), bytes("A"), bytes("B"), Data()});
   runAll();
   EXPECT_EQ(sentRequest(),
-            (ProviderMessage{
-                {.key = "type"_text, .value = "acceptedCredentials"},
-                {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
-                {.key = "userHandle"_text, .value = bytes("handle")},
-                {.key = "acceptedCredentialIDs"_text,
-                 .value = PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B"), Data()}},
-                {.key = "allowsUserInteraction"_text, .value = false}}));
+            (ProviderMessage{{"type", "acceptedCredentials"},
+                             {"relyingPartyIdentifier", "example.com"},
+                             {"userHandle", bytes("handle")},
+                             {"acceptedCredentialIDs",
+                              PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B"), Data()}},
+                             {"allowsUserInteraction", false}}));
 }
 
 TEST_F(CredentialUpdateReports, EmptyListOfAcceptedCredentialsIsSentAsAnEmptyArray) {
@@ -88,7 +85,7 @@ TEST_F(CredentialUpdateReports, EmptyListOfAcceptedCredentialsIsSentAsAnEmptyArr
   controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("example.com", bytes("handle"),
                                                                    std::vector<Data>());
   runAll();
-  EXPECT_EQ(*sentRequest().find("acceptedCredentialIDs"),
+  EXPECT_EQ(*valueForKey(sentRequest(), "acceptedCredentialIDs"),
             PropertyListValue(PropertyListValue::Array{}));
 }
 
@@ -97,15 +94,14 @@ TEST_F(CredentialUpdateReports, EmptyArgumentsAreSentAsTheyAre) {
   controller->reportPublicKeyCredentialUpdateForRelyingParty("", Data(), "");
   runAll();
   EXPECT_EQ(sentRequest().size(), 5U);
-  EXPECT_EQ(*sentRequest().find("userName"), "");
+  EXPECT_EQ(*valueForKey(sentRequest(), "userName"), "");
 }
 
 TEST_F(CredentialUpdateReports, InteractionIsNeverAllowedWhateverTheRequestSays) {
   hostAnswers({});
-  controller->sendCredentialUpdate({{.key = "type"_text, .value = "updateUserName"},
-                                    {.key = "allowsUserInteraction"_text, .value = true}});
+  controller->sendCredentialUpdate({{"type", "updateUserName"}, {"allowsUserInteraction", true}});
   runAll();
-  EXPECT_EQ(*sentRequest().find("allowsUserInteraction"), false);
+  EXPECT_EQ(*valueForKey(sentRequest(), "allowsUserInteraction"), false);
 }
 
 TEST_F(CredentialUpdateReports, EntryPointReturnsBeforeTheExchange) {
@@ -155,8 +151,8 @@ TEST_F(CredentialUpdateReports, WhateverTheHostAnswersChangesNothing) {
   const auto request = passkeyRequest();
   controller->setCredentialRequest(request);
   ProviderMessage demanding = failureResponse("failed", "why");
-  demanding.set("showUnavailableUI"_text, true);
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  demanding.insert_or_assign("showUnavailableUI", true);
+  hostAnswers({{"ok", true}});
   reportName();
   runAll();
   hostAnswers(demanding);

@@ -29,8 +29,7 @@ template <typename Object, typename Field>
 
 /// The relying party's wish, or the platform's default.
 [[nodiscard]] inline PropertyListValue preferenceOrPreferred(const std::string* preference) {
-  return preference != nullptr ? Text(*preference)
-                               : Text::ofStatic(UserVerificationPreferencePreferred);
+  return preference != nullptr ? Text(*preference) : UserVerificationPreferencePreferred;
 }
 
 /// The list's elements, in its order.

@@ -169,13 +169,13 @@ TEST_F(MemoryRunsOut, DuringAnExchangeEndsIt) {
 }
 
 TEST_F(MemoryRunsOut, DuringASilentSignInEndsIt) {
-  hostAnswers({{.key = "ok"_text, .value = true},
-               {.key = "userHandle"_text, .value = bytes("handle")},
-               {.key = "relyingPartyIdentifier"_text, .value = "a relying party with a long name"},
-               {.key = "signature"_text, .value = bytes("signature")},
-               {.key = "clientDataHash"_text, .value = bytes("hash")},
-               {.key = "authenticatorData"_text, .value = bytes("data")},
-               {.key = "credentialID"_text, .value = bytes("ID")}});
+  hostAnswers({{"ok", true},
+               {"userHandle", bytes("handle")},
+               {"relyingPartyIdentifier", "a relying party with a long name"},
+               {"signature", bytes("signature")},
+               {"clientDataHash", bytes("hash")},
+               {"authenticatorData", bytes("data")},
+               {"credentialID", bytes("ID")}});
   expectOneOutcomeOrNone(
       [&] {
         controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
@@ -200,9 +200,9 @@ TEST_F(MemoryRunsOut, DuringACredentialListEndsIt) {
 }
 
 TEST_F(MemoryRunsOut, DuringARegistrationEndsIt) {
-  hostAnswers({{.key = "ok"_text, .value = true},
-               {.key = "relyingPartyIdentifier"_text, .value = "a relying party with a long name"},
-               {.key = "attestationObject"_text, .value = bytes("attestation")}});
+  hostAnswers({{"ok", true},
+               {"relyingPartyIdentifier", "a relying party with a long name"},
+               {"attestationObject", bytes("attestation")}});
   PasskeyRegistrationCredential expected;
   expected.relyingParty = "a relying party with a long name";
   expected.attestationObject = bytes("attestation");
@@ -215,9 +215,8 @@ TEST_F(MemoryRunsOut, DuringARegistrationEndsIt) {
 }
 
 TEST_F(MemoryRunsOut, DuringASynchronizationWithAHostThatComesUpEndsIt) {
-  const FakePeer host = platform->answering([](const ProviderMessage&) -> PropertyListValue {
-    return ProviderMessage{{.key = "ok"_text, .value = true}};
-  });
+  const FakePeer host = platform->answering(
+      [](const ProviderMessage&) -> PropertyListValue { return ProviderMessage{{"ok", true}}; });
   platform->localSockets.nextPeers = {FakePlatform::refusing(), FakePlatform::refusing(), host};
   expectOneOutcomeOrNone(
       [&] {
@@ -250,7 +249,7 @@ TEST_F(MemoryRunsOut, BeforeAnEarlyFailureEndsTheRequest) {
 }
 
 TEST_F(MemoryRunsOut, DuringAReportEndsIt) {
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  hostAnswers({{"ok", true}});
   expectOneOutcomeOrNone(
       [&] {
         controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(

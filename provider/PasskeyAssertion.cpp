@@ -18,12 +18,10 @@ using Parameters = PasskeyCredentialRequestParameters;
 
 ProviderMessage recordOf(const PasskeyCredentialRequest* request) {
   const Identity* const identity = fieldOf(request, &PasskeyCredentialRequest::credentialIdentity);
-  using Entry = ProviderMessage::Entry;
-  return ProviderMessage::of(
-      Entry{.key = "credentialID"_text,
-            .value = dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
-      Entry{.key = "recordIdentifier"_text,
-            .value = stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))});
+  return {
+      {"credentialID", dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
+      {"recordIdentifier", stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
+  };
 }
 
 ProviderCompletion assertionCompletion(
@@ -43,8 +41,8 @@ ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
   const PasskeyRequest request = credentialRequest();
   const Identity* const identity =
       fieldOf(request.get(), &PasskeyCredentialRequest::credentialIdentity);
-  const PropertyListValue* const recordIdentifier = record.find("recordIdentifier");
-  const PropertyListValue* const credentialID = record.find("credentialID");
+  const PropertyListValue* const recordIdentifier = valueForKey(record, "recordIdentifier");
+  const PropertyListValue* const credentialID = valueForKey(record, "credentialID");
 
   // Request parameters, when there are any, count even where they leave a field none.
   const std::string* const relyingPartyIdentifier =
@@ -58,26 +56,21 @@ ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
           ? fieldOf(parameters, &Parameters::userVerificationPreference)
           : fieldOf(request.get(), &PasskeyCredentialRequest::userVerificationPreference);
 
-  using Entry = ProviderMessage::Entry;
-  return ProviderMessage::of(
-      Entry{.key = "allowedCredentials"_text,
-            .value = arrayOrEmpty(fieldOf(parameters, &Parameters::allowedCredentials))},
-      Entry{.key = "allowsUserInteraction"_text, .value = allowsUserInteraction},
-      Entry{.key = "clientDataHash"_text, .value = dataOrEmpty(clientDataHash)},
-      Entry{.key = "credentialID"_text,
-            .value = credentialID != nullptr
-                         ? *credentialID
-                         : dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
-      Entry{.key = "recordIdentifier"_text,
-            .value = recordIdentifier != nullptr
-                         ? *recordIdentifier
-                         : stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
-      Entry{.key = "relyingPartyIdentifier"_text, .value = stringOrEmpty(relyingPartyIdentifier)},
-      Entry{.key = "type"_text,
-            .value = Text::ofStatic(interactive ? provider_request_type::interactiveAssertion
-                                                : provider_request_type::assertion)},
-      Entry{.key = "userVerificationPreference"_text,
-            .value = preferenceOrPreferred(userVerificationPreference)});
+  return {
+      {"allowedCredentials", arrayOrEmpty(fieldOf(parameters, &Parameters::allowedCredentials))},
+      {"allowsUserInteraction", allowsUserInteraction},
+      {"clientDataHash", dataOrEmpty(clientDataHash)},
+      {"credentialID", credentialID != nullptr
+                           ? *credentialID
+                           : dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
+      {"recordIdentifier", recordIdentifier != nullptr
+                               ? *recordIdentifier
+                               : stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
+      {"relyingPartyIdentifier", stringOrEmpty(relyingPartyIdentifier)},
+      {"type", interactive ? provider_request_type::interactiveAssertion
+                           : provider_request_type::assertion},
+      {"userVerificationPreference", preferenceOrPreferred(userVerificationPreference)},
+  };
 }
 
 void CredentialProviderViewController::completeAssertionWithResponse(

@@ -6,17 +6,17 @@ namespace {
 class PasskeyAssertion : public ControllerFixture {
  protected:
   static ProviderMessage successfulAnswer() {
-    return {{.key = "ok"_text, .value = true},
-            {.key = "userHandle"_text, .value = bytes("the handle")},
-            {.key = "relyingPartyIdentifier"_text, .value = "answer.example"},
-            {.key = "signature"_text, .value = bytes("the signature")},
-            {.key = "clientDataHash"_text, .value = bytes("the hash")},
-            {.key = "authenticatorData"_text, .value = bytes("the data")},
-            {.key = "credentialID"_text, .value = bytes("the ID")}};
+    return {{"ok", true},
+            {"userHandle", bytes("the handle")},
+            {"relyingPartyIdentifier", "answer.example"},
+            {"signature", bytes("the signature")},
+            {"clientDataHash", bytes("the hash")},
+            {"authenticatorData", bytes("the data")},
+            {"credentialID", bytes("the ID")}};
   }
 
   const PropertyListValue& value(const ProviderMessage& message, std::string_view key) {
-    const PropertyListValue* const found = message.find(key);
+    const PropertyListValue* const found = valueForKey(message, key);
     EXPECT_NE(found, nullptr) << key;
     static const PropertyListValue none;
     return found != nullptr ? *found : none;
@@ -30,61 +30,56 @@ TEST_F(PasskeyAssertion, CredentialListSendsItsParametersAndNamesNoCredential) {
   controller->prepareCredentialListForServiceIdentifiers({"https://list.example"},
                                                          requestParameters());
   runAll();
-  EXPECT_EQ(sentRequest(),
-            (ProviderMessage{{.key = "type"_text, .value = "interactiveAssertion"},
-                             {.key = "recordIdentifier"_text, .value = ""},
-                             {.key = "relyingPartyIdentifier"_text, .value = "list.example"},
-                             {.key = "credentialID"_text, .value = Data()},
-                             {.key = "allowedCredentials"_text,
-                              .value = PropertyListValue::Array{bytes("A"), bytes("B")}},
-                             {.key = "clientDataHash"_text, .value = bytes("hash of the list")},
-                             {.key = "userVerificationPreference"_text, .value = "discouraged"},
-                             {.key = "allowsUserInteraction"_text, .value = true}}));
+  EXPECT_EQ(
+      sentRequest(),
+      (ProviderMessage{{"type", "interactiveAssertion"},
+                       {"recordIdentifier", ""},
+                       {"relyingPartyIdentifier", "list.example"},
+                       {"credentialID", Data()},
+                       {"allowedCredentials", PropertyListValue::Array{bytes("A"), bytes("B")}},
+                       {"clientDataHash", bytes("hash of the list")},
+                       {"userVerificationPreference", "discouraged"},
+                       {"allowsUserInteraction", true}}));
 }
 
 TEST_F(PasskeyAssertion, SilentRequestSendsTheCredentialAndAllowsNoInteraction) {
   hostAnswers(successfulAnswer());
   controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
   runAll();
-  EXPECT_EQ(
-      sentRequest(),
-      (ProviderMessage{{.key = "type"_text, .value = "assertion"},
-                       {.key = "recordIdentifier"_text, .value = "record 7"},
-                       {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
-                       {.key = "credentialID"_text, .value = bytes("credential")},
-                       {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
-                       {.key = "clientDataHash"_text, .value = bytes("hash of the request")},
-                       {.key = "userVerificationPreference"_text, .value = "required"},
-                       {.key = "allowsUserInteraction"_text, .value = false}}));
+  EXPECT_EQ(sentRequest(), (ProviderMessage{{"type", "assertion"},
+                                            {"recordIdentifier", "record 7"},
+                                            {"relyingPartyIdentifier", "example.com"},
+                                            {"credentialID", bytes("credential")},
+                                            {"allowedCredentials", PropertyListValue::Array{}},
+                                            {"clientDataHash", bytes("hash of the request")},
+                                            {"userVerificationPreference", "required"},
+                                            {"allowsUserInteraction", false}}));
 }
 
 TEST_F(PasskeyAssertion, InteractiveRequestSendsTheCredentialAndAllowsInteraction) {
   hostAnswers(successfulAnswer());
   controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
   runAll();
-  EXPECT_EQ(
-      sentRequest(),
-      (ProviderMessage{{.key = "type"_text, .value = "interactiveAssertion"},
-                       {.key = "recordIdentifier"_text, .value = "record 7"},
-                       {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
-                       {.key = "credentialID"_text, .value = bytes("credential")},
-                       {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
-                       {.key = "clientDataHash"_text, .value = bytes("hash of the request")},
-                       {.key = "userVerificationPreference"_text, .value = "required"},
-                       {.key = "allowsUserInteraction"_text, .value = true}}));
+  EXPECT_EQ(sentRequest(), (ProviderMessage{{"type", "interactiveAssertion"},
+                                            {"recordIdentifier", "record 7"},
+                                            {"relyingPartyIdentifier", "example.com"},
+                                            {"credentialID", bytes("credential")},
+                                            {"allowedCredentials", PropertyListValue::Array{}},
+                                            {"clientDataHash", bytes("hash of the request")},
+                                            {"userVerificationPreference", "required"},
+                                            {"allowsUserInteraction", true}}));
 }
 
 TEST_F(PasskeyAssertion, RequestWithoutAnyFieldSendsEmptyValuesAndThePreferredLevel) {
   hostAnswers(successfulAnswer());
-  const ProviderMessage expected{
-      {.key = "type"_text, .value = "assertion"},
-      {.key = "recordIdentifier"_text, .value = ""},
-      {.key = "relyingPartyIdentifier"_text, .value = ""},
-      {.key = "credentialID"_text, .value = Data()},
-      {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
-      {.key = "clientDataHash"_text, .value = Data()},
-      {.key = "userVerificationPreference"_text, .value = "preferred"},
-      {.key = "allowsUserInteraction"_text, .value = false}};
+  const ProviderMessage expected{{"type", "assertion"},
+                                 {"recordIdentifier", ""},
+                                 {"relyingPartyIdentifier", ""},
+                                 {"credentialID", Data()},
+                                 {"allowedCredentials", PropertyListValue::Array{}},
+                                 {"clientDataHash", Data()},
+                                 {"userVerificationPreference", "preferred"},
+                                 {"allowsUserInteraction", false}};
   const auto withIdentity = std::make_shared<PasskeyCredentialRequest>();
   withIdentity->credentialIdentity = PasskeyCredentialIdentity();
   controller->provideCredentialWithoutUserInteractionForRequest(withIdentity);
@@ -99,16 +94,14 @@ TEST_F(PasskeyAssertion, CredentialListWithoutAnyFieldSendsEmptyValuesAndThePref
   controller->prepareCredentialListForServiceIdentifiers(
       {}, std::make_shared<PasskeyCredentialRequestParameters>());
   runAll();
-  EXPECT_EQ(
-      sentRequest(),
-      (ProviderMessage{{.key = "type"_text, .value = "interactiveAssertion"},
-                       {.key = "recordIdentifier"_text, .value = ""},
-                       {.key = "relyingPartyIdentifier"_text, .value = ""},
-                       {.key = "credentialID"_text, .value = Data()},
-                       {.key = "allowedCredentials"_text, .value = PropertyListValue::Array{}},
-                       {.key = "clientDataHash"_text, .value = Data()},
-                       {.key = "userVerificationPreference"_text, .value = "preferred"},
-                       {.key = "allowsUserInteraction"_text, .value = true}}));
+  EXPECT_EQ(sentRequest(), (ProviderMessage{{"type", "interactiveAssertion"},
+                                            {"recordIdentifier", ""},
+                                            {"relyingPartyIdentifier", ""},
+                                            {"credentialID", Data()},
+                                            {"allowedCredentials", PropertyListValue::Array{}},
+                                            {"clientDataHash", Data()},
+                                            {"userVerificationPreference", "preferred"},
+                                            {"allowsUserInteraction", true}}));
 }
 
 TEST_F(PasskeyAssertion, CredentialListWithoutParametersStillSendsEveryKey) {
@@ -123,10 +116,8 @@ TEST_F(PasskeyAssertion, CredentialListWithoutParametersStillSendsEveryKey) {
 
 TEST_F(PasskeyAssertion, RecordWinsOverTheIdentity) {
   controller->setCredentialRequest(passkeyRequest());
-  const auto request =
-      controller->assertionRequestForRecord({{.key = "recordIdentifier"_text, .value = "another"},
-                                             {.key = "credentialID"_text, .value = bytes("other")}},
-                                            false, false);
+  const auto request = controller->assertionRequestForRecord(
+      {{"recordIdentifier", "another"}, {"credentialID", bytes("other")}}, false, false);
   EXPECT_EQ(value(request, "recordIdentifier"), "another");
   EXPECT_EQ(value(request, "credentialID"), bytes("other"));
 }
@@ -136,15 +127,15 @@ TEST_F(PasskeyAssertion, EachEntryThatTheRecordLacksComesFromTheIdentity) {
   const auto neither = controller->assertionRequestForRecord({}, false, false);
   EXPECT_EQ(value(neither, "recordIdentifier"), "record 7");
   EXPECT_EQ(value(neither, "credentialID"), bytes("credential"));
-  const auto one = controller->assertionRequestForRecord(
-      {{.key = "recordIdentifier"_text, .value = "another"}}, false, false);
+  const auto one =
+      controller->assertionRequestForRecord({{"recordIdentifier", "another"}}, false, false);
   EXPECT_EQ(value(one, "recordIdentifier"), "another");
   EXPECT_EQ(value(one, "credentialID"), bytes("credential"));
 }
 
 TEST_F(PasskeyAssertion, RecordsEntriesAreTakenAsTheyStand) {
-  const auto request = controller->assertionRequestForRecord(
-      {{.key = "recordIdentifier"_text, .value = 7}}, false, false);
+  const auto request =
+      controller->assertionRequestForRecord({{"recordIdentifier", 7}}, false, false);
   EXPECT_EQ(value(request, "recordIdentifier"), 7);
 }
 
@@ -211,16 +202,14 @@ TEST_F(PasskeyAssertion, SuccessfulAnswerCompletesWithExactlyItsSixValues) {
 }
 
 TEST_F(PasskeyAssertion, ValuesThatTheHostLeftOutArePassedOnAsAbsent) {
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  hostAnswers({{"ok", true}});
   controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
   runAll();
   expectEnding(PasskeyAssertionCredential());
 }
 
 TEST_F(PasskeyAssertion, EmptyValuesArePassedOnAsEmptyNotAsAbsent) {
-  hostAnswers({{.key = "ok"_text, .value = true},
-               {.key = "userHandle"_text, .value = Data()},
-               {.key = "relyingPartyIdentifier"_text, .value = ""}});
+  hostAnswers({{"ok", true}, {"userHandle", Data()}, {"relyingPartyIdentifier", ""}});
   controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
   runAll();
   PasskeyAssertionCredential expected;
@@ -230,9 +219,7 @@ TEST_F(PasskeyAssertion, EmptyValuesArePassedOnAsEmptyNotAsAbsent) {
 }
 
 TEST_F(PasskeyAssertion, ValuesOfAnotherTypeCountAsAbsent) {
-  hostAnswers({{.key = "ok"_text, .value = true},
-               {.key = "signature"_text, .value = "text"},
-               {.key = "relyingPartyIdentifier"_text, .value = bytes("bytes")}});
+  hostAnswers({{"ok", true}, {"signature", "text"}, {"relyingPartyIdentifier", bytes("bytes")}});
   controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
   runAll();
   expectEnding(PasskeyAssertionCredential());
@@ -240,8 +227,8 @@ TEST_F(PasskeyAssertion, ValuesOfAnotherTypeCountAsAbsent) {
 
 TEST_F(PasskeyAssertion, FailedAnswerNeverBecomesACredential) {
   ProviderMessage answer = successfulAnswer();
-  answer.set("ok"_text, false);
-  answer.set("errorCode"_text, "credentialNotFound");
+  answer.insert_or_assign("ok", false);
+  answer.insert_or_assign("errorCode", "credentialNotFound");
   hostAnswers(answer);
   controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
   runAll();

@@ -44,23 +44,19 @@ ProviderMessage CredentialProviderViewController::registrationRequestDictionary(
     const PasskeyCredentialRequest* request, bool allowsUserInteraction, bool conditional) const {
   const Identity* const identity = fieldOf(request, &Request::credentialIdentity);
   return {
-      {.key = "allowsUserInteraction"_text, .value = allowsUserInteraction},
-      {.key = "clientDataHash"_text,
-       .value = dataOrEmpty(fieldOf(request, &Request::clientDataHash))},
-      {.key = "conditional"_text, .value = conditional},
-      {.key = "excludedCredentials"_text,
-       .value = excludedCredentialIDs(services_->operatingSystem, request)},
-      {.key = "recordIdentifier"_text,
-       .value = stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
-      {.key = "relyingPartyIdentifier"_text,
-       .value = stringOrEmpty(fieldOf(identity, &Identity::relyingPartyIdentifier))},
-      {.key = "supportedAlgorithms"_text,
-       .value = arrayOrEmpty(fieldOf(request, &Request::supportedAlgorithms))},
-      {.key = "type"_text, .value = Text::ofStatic(provider_request_type::registration)},
-      {.key = "userHandle"_text, .value = dataOrEmpty(fieldOf(identity, &Identity::userHandle))},
-      {.key = "userName"_text, .value = stringOrEmpty(fieldOf(identity, &Identity::userName))},
-      {.key = "userVerificationPreference"_text,
-       .value = preferenceOrPreferred(fieldOf(request, &Request::userVerificationPreference))},
+      {"allowsUserInteraction", allowsUserInteraction},
+      {"clientDataHash", dataOrEmpty(fieldOf(request, &Request::clientDataHash))},
+      {"conditional", conditional},
+      {"excludedCredentials", excludedCredentialIDs(services_->operatingSystem, request)},
+      {"recordIdentifier", stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
+      {"relyingPartyIdentifier",
+       stringOrEmpty(fieldOf(identity, &Identity::relyingPartyIdentifier))},
+      {"supportedAlgorithms", arrayOrEmpty(fieldOf(request, &Request::supportedAlgorithms))},
+      {"type", provider_request_type::registration},
+      {"userHandle", dataOrEmpty(fieldOf(identity, &Identity::userHandle))},
+      {"userName", stringOrEmpty(fieldOf(identity, &Identity::userName))},
+      {"userVerificationPreference",
+       preferenceOrPreferred(fieldOf(request, &Request::userVerificationPreference))},
   };
 }
 

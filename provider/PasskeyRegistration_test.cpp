@@ -6,11 +6,11 @@ namespace {
 class PasskeyRegistration : public ControllerFixture {
  protected:
   static ProviderMessage successfulAnswer() {
-    return {{.key = "ok"_text, .value = true},
-            {.key = "relyingPartyIdentifier"_text, .value = "answer.example"},
-            {.key = "clientDataHash"_text, .value = bytes("the hash")},
-            {.key = "credentialID"_text, .value = bytes("the ID")},
-            {.key = "attestationObject"_text, .value = bytes("the object")}};
+    return {{"ok", true},
+            {"relyingPartyIdentifier", "answer.example"},
+            {"clientDataHash", bytes("the hash")},
+            {"credentialID", bytes("the ID")},
+            {"attestationObject", bytes("the object")}};
   }
 
   static std::shared_ptr<PasskeyCredentialRequest> excluding(
@@ -21,23 +21,23 @@ class PasskeyRegistration : public ControllerFixture {
   }
 
   PropertyListValue excludedFor(const PasskeyCredentialRequest& request) {
-    return *controller->registrationRequestDictionary(&request, true, false)
-                .find("excludedCredentials");
+    return *valueForKey(controller->registrationRequestDictionary(&request, true, false),
+                        "excludedCredentials");
   }
 };
 
 ProviderMessage expectedRequest(const Data& userHandle, const Data& hash, bool interactive) {
-  return {{.key = "type"_text, .value = "registration"},
-          {.key = "recordIdentifier"_text, .value = "record 7"},
-          {.key = "relyingPartyIdentifier"_text, .value = "example.com"},
-          {.key = "userName"_text, .value = "alice"},
-          {.key = "userHandle"_text, .value = userHandle},
-          {.key = "clientDataHash"_text, .value = hash},
-          {.key = "supportedAlgorithms"_text, .value = PropertyListValue::Array{-7, -257}},
-          {.key = "excludedCredentials"_text, .value = PropertyListValue::Array{}},
-          {.key = "userVerificationPreference"_text, .value = "required"},
-          {.key = "allowsUserInteraction"_text, .value = interactive},
-          {.key = "conditional"_text, .value = !interactive}};
+  return {{"type", "registration"},
+          {"recordIdentifier", "record 7"},
+          {"relyingPartyIdentifier", "example.com"},
+          {"userName", "alice"},
+          {"userHandle", userHandle},
+          {"clientDataHash", hash},
+          {"supportedAlgorithms", PropertyListValue::Array{-7, -257}},
+          {"excludedCredentials", PropertyListValue::Array{}},
+          {"userVerificationPreference", "required"},
+          {"allowsUserInteraction", interactive},
+          {"conditional", !interactive}};
 }
 
 TEST_F(PasskeyRegistration, InteractiveFlowSendsItsElevenEntriesAndIsNotConditional) {
@@ -56,18 +56,17 @@ TEST_F(PasskeyRegistration, SilentFlowSendsItsElevenEntriesAndIsConditional) {
 }
 
 TEST_F(PasskeyRegistration, RequestWithoutAnyFieldSendsEmptyValuesAndThePreferredLevel) {
-  const ProviderMessage expected{
-      {.key = "type"_text, .value = "registration"},
-      {.key = "recordIdentifier"_text, .value = ""},
-      {.key = "relyingPartyIdentifier"_text, .value = ""},
-      {.key = "userName"_text, .value = ""},
-      {.key = "userHandle"_text, .value = Data()},
-      {.key = "clientDataHash"_text, .value = Data()},
-      {.key = "supportedAlgorithms"_text, .value = PropertyListValue::Array{}},
-      {.key = "excludedCredentials"_text, .value = PropertyListValue::Array{}},
-      {.key = "userVerificationPreference"_text, .value = "preferred"},
-      {.key = "allowsUserInteraction"_text, .value = true},
-      {.key = "conditional"_text, .value = false}};
+  const ProviderMessage expected{{"type", "registration"},
+                                 {"recordIdentifier", ""},
+                                 {"relyingPartyIdentifier", ""},
+                                 {"userName", ""},
+                                 {"userHandle", Data()},
+                                 {"clientDataHash", Data()},
+                                 {"supportedAlgorithms", PropertyListValue::Array{}},
+                                 {"excludedCredentials", PropertyListValue::Array{}},
+                                 {"userVerificationPreference", "preferred"},
+                                 {"allowsUserInteraction", true},
+                                 {"conditional", false}};
   PasskeyCredentialRequest request;
   EXPECT_EQ(controller->registrationRequestDictionary(&request, true, false), expected);
   request.credentialIdentity = PasskeyCredentialIdentity();
@@ -85,8 +84,8 @@ TEST_F(PasskeyRegistration, SilentFlowWithoutARequestSendsEmptyValues) {
 TEST_F(PasskeyRegistration, SupportedAlgorithmsKeepTheirOrder) {
   const auto request = passkeyRequest();
   request->supportedAlgorithms = std::vector<std::int64_t>{-257, -7, -8, -7};
-  EXPECT_EQ(*controller->registrationRequestDictionary(request.get(), true, false)
-                 .find("supportedAlgorithms"),
+  EXPECT_EQ(*valueForKey(controller->registrationRequestDictionary(request.get(), true, false),
+                         "supportedAlgorithms"),
             PropertyListValue(PropertyListValue::Array{-257, -7, -8, -7}));
 }
 
@@ -131,8 +130,8 @@ TEST_F(PasskeyRegistration, BuilderReadsOnlyItsArgument) {
   controller->setCredentialRequest(passkeyRequest());
   controller->setRequestParameters(requestParameters());
   const auto request = controller->registrationRequestDictionary(nullptr, true, false);
-  EXPECT_EQ(*request.find("relyingPartyIdentifier"), "");
-  EXPECT_EQ(*request.find("clientDataHash"), Data());
+  EXPECT_EQ(*valueForKey(request, "relyingPartyIdentifier"), "");
+  EXPECT_EQ(*valueForKey(request, "clientDataHash"), Data());
 }
 
 TEST_F(PasskeyRegistration, SuccessfulAnswerCompletesWithExactlyItsFourValues) {
@@ -156,7 +155,7 @@ TEST_F(PasskeyRegistration, SilentFlowCompletesWithTheSameFourValues) {
 }
 
 TEST_F(PasskeyRegistration, ValuesThatTheHostLeftOutArePassedOnAsAbsent) {
-  hostAnswers({{.key = "ok"_text, .value = true}});
+  hostAnswers({{"ok", true}});
   controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
   runAll();
   expectEnding(PasskeyRegistrationCredential());

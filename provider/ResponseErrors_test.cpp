@@ -7,7 +7,7 @@ class ResponseErrors : public ControllerFixture {
  protected:
   std::int64_t codeFor(const PropertyListValue& errorCode) {
     return static_cast<std::int64_t>(
-        controller->extensionErrorCodeForResponse({{.key = "errorCode"_text, .value = errorCode}}));
+        controller->extensionErrorCodeForResponse({{"errorCode", errorCode}}));
   }
 };
 
@@ -75,12 +75,12 @@ TEST_F(ResponseErrors, EmptyDescriptionLeavesTheUserInfoEmptyButThere) {
 }
 
 TEST_F(ResponseErrors, MissingDescriptionLeavesTheUserInfoEmptyButThere) {
-  controller->cancelForResponse({{.key = "ok"_text, .value = false}});
+  controller->cancelForResponse({{"ok", false}});
   expectEnding(cancellation(0, std::nullopt));
 }
 
 TEST_F(ResponseErrors, DescriptionThatIsNoStringCountsAsAbsent) {
-  controller->cancelForResponse({{.key = "errorDescription"_text, .value = 7}});
+  controller->cancelForResponse({{"errorDescription", 7}});
   expectEnding(cancellation(0, std::nullopt));
 }
 
@@ -91,7 +91,7 @@ TEST_F(ResponseErrors, WithoutTheNoticeTheCancellationIsImmediateAndTheViewUntou
     platform->extensionContext.endings.clear();
     ProviderMessage response = failureResponse("failed", "why");
     if (flag) {
-      response.set("showUnavailableUI"_text, *flag);
+      response.insert_or_assign("showUnavailableUI", *flag);
     }
     controller->cancelForResponse(response);
     expectEnding(cancellation(0, "why"));
@@ -102,7 +102,7 @@ TEST_F(ResponseErrors, WithoutTheNoticeTheCancellationIsImmediateAndTheViewUntou
 
 TEST_F(ResponseErrors, WithTheNoticeTheCancellationWaitsForOK) {
   ProviderMessage response = failureResponse("userInteractionRequired", "Unlock it.");
-  response.set("showUnavailableUI"_text, true);
+  response.insert_or_assign("showUnavailableUI", true);
   controller->cancelForResponse(response);
   EXPECT_TRUE(platform->extensionContext.endings.empty());
   EXPECT_EQ(platform->views.shown(), std::vector<std::string>{"stack 1"});

@@ -9,7 +9,7 @@ class UnavailableNotice : public ControllerFixture {
 
   static ProviderMessage response(std::string_view description) {
     ProviderMessage made = failureResponse("unavailable", description);
-    made.set("showUnavailableUI"_text, true);
+    made.insert_or_assign("showUnavailableUI", true);
     return made;
   }
 
@@ -171,7 +171,7 @@ TEST_F(UnavailableNotice, ComesUpWhenTheHostCannotBeOpened) {
 
 TEST_F(UnavailableNotice, ComesUpWhenTheHostItselfAsksForIt) {
   ProviderMessage refusal = failureResponse("vaultLocked", "Locked.");
-  refusal.set("showUnavailableUI"_text, true);
+  refusal.insert_or_assign("showUnavailableUI", true);
   hostAnswers(refusal);
   controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
   runAll();

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -78,7 +79,7 @@ PropertyListDictionary failure(const std::string& description) {
 }
 
 std::optional<std::string> stringIn(const PropertyListDictionary& message, std::string_view key) {
-  const PropertyListValue* value = message.find(key);
+  const PropertyListValue* value = valueForKey(message, key);
   const Text* text = value == nullptr ? nullptr : value->text();
   return text == nullptr ? std::nullopt : std::optional<std::string>(text->view());
 }
@@ -172,15 +173,15 @@ void HostServer::converse(int socket, ConnectionReport& report) const {
     response = failure("The request's frame announces " + std::to_string(size) +
                        " bytes instead of 1 to 4194304.");
   } else {
-    MutableData body = MutableData::uninitialized(size);
-    if (!receive(socket, body.bytes(), report.bytesReceived)) {
+    std::vector<std::uint8_t> body(size);
+    if (!receive(socket, body, report.bytesReceived)) {
       return;
     }
-    response = respond(std::move(body).freeze(), report);
+    response = respond(body, report);
   }
   const Data encoded = encode(response);
   if (send(socket, prefixOf(encoded.size())) && send(socket, encoded.bytes())) {
-    report.ok = response.find("ok")->truthValue();
+    report.ok = valueForKey(response, "ok")->truthValue();
     report.errorCode = stringIn(response, "errorCode");
   }
 }

@@ -51,7 +51,7 @@ class HostServerTest : public testing::Test {
   }
 
   [[nodiscard]] Data request(const Text& type) const {
-    return serialization_.encodeBinary({{.key = "type"_text, .value = type}}).value();
+    return serialization_.encodeBinary({{"type", type}}).value();
   }
 
   [[nodiscard]] PropertyListDictionary receive(Client& client) const {
@@ -64,9 +64,9 @@ class HostServerTest : public testing::Test {
   void expectRefusal(Client& client, const std::string& description) {
     const PropertyListDictionary response = receive(client);
     ASSERT_FALSE(response.empty());
-    EXPECT_EQ(response.find("ok")->boolean(), std::optional(false));
-    EXPECT_EQ(response.find("errorCode")->text()->view(), "failed");
-    EXPECT_THAT(std::string(response.find("errorDescription")->text()->view()),
+    EXPECT_EQ(valueForKey(response, "ok")->boolean(), std::optional(false));
+    EXPECT_EQ(valueForKey(response, "errorCode")->text()->view(), "failed");
+    EXPECT_THAT(std::string(valueForKey(response, "errorDescription")->text()->view()),
                 HasSubstr(description));
     EXPECT_EQ(nextReport().ok, std::optional(false));
   }
@@ -88,9 +88,8 @@ class HostServerTest : public testing::Test {
 
  private:
   static PropertyListDictionary reply(const PropertyListDictionary& request) {
-    const PropertyListValue* type = request.find("type");
-    return {{.key = "ok"_text, .value = true},
-            {.key = "echo"_text, .value = type == nullptr ? PropertyListValue("none") : *type}};
+    const PropertyListValue* type = valueForKey(request, "type");
+    return {{"ok", true}, {"echo", type == nullptr ? PropertyListValue("none") : *type}};
   }
 
   void note(const ConnectionReport& report) {
@@ -109,11 +108,9 @@ class HostServerTest : public testing::Test {
 
 TEST_F(HostServerTest, AnswersARequestAndCloses) {
   Client client(socket_.path());
-  const Data body = request("greeting"_text);
+  const Data body = request("greeting");
   client.sendFrame(body);
-  EXPECT_EQ(receive(client),
-            (PropertyListDictionary{{.key = "ok"_text, .value = true},
-                                    {.key = "echo"_text, .value = "greeting"_text}}));
+  EXPECT_EQ(receive(client), (PropertyListDictionary{{"ok", true}, {"echo", "greeting"}}));
   const ConnectionReport report = nextReport();
   EXPECT_EQ(report.bytesReceived, body.size() + 4);
   EXPECT_EQ(report.type, "greeting");
@@ -124,13 +121,13 @@ TEST_F(HostServerTest, AnswersARequestAndCloses) {
 TEST_F(HostServerTest, ClosesAConnectionBeforeItReportsIt) {
   Client client(socket_.path());
   const auto lock = holdingReports();
-  client.sendFrame(request("greeting"_text));
+  client.sendFrame(request("greeting"));
   EXPECT_FALSE(receive(client).empty());
 }
 
 TEST_F(HostServerTest, PutsTogetherWhatComesInPieces) {
   Client client(socket_.path());
-  const Data body = request("pieces"_text);
+  const Data body = request("pieces");
   const std::array prefix{std::uint8_t{0}, std::uint8_t{0}, std::uint8_t{0},
                           static_cast<std::uint8_t>(body.size())};
   for (const auto& byte : prefix) {
@@ -139,7 +136,7 @@ TEST_F(HostServerTest, PutsTogetherWhatComesInPieces) {
   for (const auto& byte : body.bytes()) {
     client.send({&byte, 1});
   }
-  EXPECT_EQ(receive(client).find("echo")->text()->view(), "pieces");
+  EXPECT_EQ(valueForKey(receive(client), "echo")->text()->view(), "pieces");
 }
 
 TEST_F(HostServerTest, ServesOthersWhileAClientStalls) {
@@ -147,8 +144,8 @@ TEST_F(HostServerTest, ServesOthersWhileAClientStalls) {
   ASSERT_TRUE(stalled.send(std::array<std::uint8_t, 5>{0, 0, 0, 9, 'b'}));
   for (int round = 0; round < 3; ++round) {
     Client client(socket_.path());
-    client.sendFrame(request("meanwhile"_text));
-    EXPECT_EQ(receive(client).find("echo")->text()->view(), "meanwhile");
+    client.sendFrame(request("meanwhile"));
+    EXPECT_EQ(valueForKey(receive(client), "echo")->text()->view(), "meanwhile");
     EXPECT_EQ(nextReport().type, "meanwhile");
   }
 }
@@ -158,7 +155,7 @@ TEST_F(HostServerTest, EndsAStalledClientWhenItStops) {
   Client other(socket_.path());
   ASSERT_TRUE(stalled.send(std::array<std::uint8_t, 2>{0, 0}));
   // Clients are accepted in turn: once the second one is served, the first one is being served.
-  other.sendFrame(request("other"_text));
+  other.sendFrame(request("other"));
   EXPECT_EQ(nextReport().type, "other");
   stop();
   EXPECT_TRUE(stalled.receiveAll().empty());
@@ -178,7 +175,7 @@ TEST_F(HostServerTest, DropsAClientThatStallsForTooLong) {
 }
 
 TEST_F(HostServerTest, GivesNoAnswerToARequestThatIsCutShort) {
-  const Data body = request("short"_text);
+  const Data body = request("short");
   for (const std::size_t size : {0U, 3U, 4U, 10U}) {
     Client client(socket_.path());
     std::vector<std::uint8_t> frame{0, 0, 0, static_cast<std::uint8_t>(body.size())};
@@ -249,7 +246,7 @@ TEST_F(HostServerTest, ServesNobodyElsesClients) {
     ::syscall(SYS_setresuid, 65534, 65534, 65534);
     Client client(socket_.path());
     connected = client.connected();
-    client.sendFrame(request("theirs"_text));
+    client.sendFrame(request("theirs"));
     received = client.receiveAll();
   }).join();
   EXPECT_TRUE(connected);
@@ -264,8 +261,8 @@ TEST_F(HostServerTest, ServesMoreClientsThanItHasTurnsFor) {
     ASSERT_TRUE(clients.back().connected());
   }
   for (Client& client : clients) {
-    client.sendFrame(request("turn"_text));
-    EXPECT_EQ(receive(client).find("echo")->text()->view(), "turn");
+    client.sendFrame(request("turn"));
+    EXPECT_EQ(valueForKey(receive(client), "echo")->text()->view(), "turn");
   }
 }
 

@@ -16,9 +16,8 @@ class Refusal : public std::runtime_error {
 
   /// The refusal as the answer to the request.
   [[nodiscard]] PropertyListDictionary response() const {
-    return {{.key = "ok"_text, .value = false},
-            {.key = "errorCode"_text, .value = std::string_view(errorCode_)},
-            {.key = "errorDescription"_text, .value = what()}};
+    return {
+        {"ok", false}, {"errorCode", std::string_view(errorCode_)}, {"errorDescription", what()}};
   }
 
  private:

@@ -53,7 +53,7 @@ std::vector<std::int64_t> RequestFields::integerArray(std::string_view key) cons
 }
 
 const PropertyListValue& RequestFields::value(std::string_view key) const {
-  const PropertyListValue* found = request_.find(key);
+  const PropertyListValue* found = valueForKey(request_, key);
   if (found == nullptr) {
     refuse(std::string(key), "is missing");
   }

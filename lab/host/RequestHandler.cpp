@@ -33,7 +33,7 @@ bool contains(const auto& list, const auto& value) {
   return std::ranges::find(list, value) != list.end();
 }
 
-PropertyListDictionary success() { return {{.key = "ok"_text, .value = true}}; }
+PropertyListDictionary success() { return {{"ok", true}}; }
 
 Data clientDataHash(const RequestFields& request) {
   Data hash = request.data("clientDataHash");
@@ -186,14 +186,13 @@ PropertyListDictionary RequestHandler::assertion(const RequestFields& request) {
   const Data statement =
       authenticatorData(passkey.relyingPartyIdentifier, CommonFlags, passkey.signCount);
   PropertyListDictionary response{
-      {.key = "ok"_text, .value = true},
-      {.key = "userHandle"_text, .value = passkey.userHandle},
-      {.key = "relyingPartyIdentifier"_text,
-       .value = std::string_view(passkey.relyingPartyIdentifier)},
-      {.key = "signature"_text, .value = signature(passkey, statement, hash)},
-      {.key = "clientDataHash"_text, .value = hash},
-      {.key = "authenticatorData"_text, .value = statement},
-      {.key = "credentialID"_text, .value = passkey.credentialID}};
+      {"ok", true},
+      {"userHandle", passkey.userHandle},
+      {"relyingPartyIdentifier", std::string_view(passkey.relyingPartyIdentifier)},
+      {"signature", signature(passkey, statement, hash)},
+      {"clientDataHash", hash},
+      {"authenticatorData", statement},
+      {"credentialID", passkey.credentialID}};
   vault_.replacePasskeys(std::move(passkeys));
   return response;
 }
@@ -219,12 +218,11 @@ PropertyListDictionary RequestHandler::registration(const RequestFields& request
   });
   passkeys.push_back(passkey);
   vault_.replacePasskeys(std::move(passkeys));
-  return {{.key = "ok"_text, .value = true},
-          {.key = "relyingPartyIdentifier"_text,
-           .value = std::string_view(passkey.relyingPartyIdentifier)},
-          {.key = "clientDataHash"_text, .value = hash},
-          {.key = "credentialID"_text, .value = passkey.credentialID},
-          {.key = "attestationObject"_text, .value = attestationObject(statement.bytes())}};
+  return {{"ok", true},
+          {"relyingPartyIdentifier", std::string_view(passkey.relyingPartyIdentifier)},
+          {"clientDataHash", hash},
+          {"credentialID", passkey.credentialID},
+          {"attestationObject", attestationObject(statement.bytes())}};
 }
 
 // A real host would hand the system its current credential identities here; the lab's system keeps

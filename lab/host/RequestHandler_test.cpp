@@ -26,21 +26,21 @@ using Array = PropertyListValue::Array;
 constexpr std::uint8_t PasskeyFlags = UserPresent | UserVerified | BackupEligible | BackedUp;
 
 Data dataIn(const PropertyListDictionary& message, std::string_view key) {
-  const PropertyListValue* value = message.find(key);
+  const PropertyListValue* value = valueForKey(message, key);
   return value == nullptr || value->data() == nullptr ? Data() : *value->data();
 }
 
 std::string textIn(const PropertyListDictionary& message, std::string_view key) {
-  const PropertyListValue* value = message.find(key);
+  const PropertyListValue* value = valueForKey(message, key);
   return value == nullptr || value->text() == nullptr ? "" : std::string(value->text()->view());
 }
 
 bool isOk(const PropertyListDictionary& response) {
-  return response.find("ok")->boolean() == std::optional(true);
+  return valueForKey(response, "ok")->boolean() == std::optional(true);
 }
 
 std::string errorCode(const PropertyListDictionary& response) {
-  EXPECT_EQ(response.find("ok")->boolean(), std::optional(false));
+  EXPECT_EQ(valueForKey(response, "ok")->boolean(), std::optional(false));
   EXPECT_FALSE(textIn(response, "errorDescription").empty());
   return textIn(response, "errorCode");
 }
@@ -48,18 +48,13 @@ std::string errorCode(const PropertyListDictionary& response) {
 /// `request` with the key set, or without it when there is no value.
 PropertyListDictionary with(PropertyListDictionary request, std::string_view key,
                             PropertyListValue value) {
-  request.set(Text(key), std::move(value));
+  request.insert_or_assign(key, std::move(value));
   return request;
 }
 
-PropertyListDictionary without(const PropertyListDictionary& request, const Text& key) {
-  std::vector<PropertyListDictionary::Entry> entries;
-  for (const auto& entry : request.entries()) {
-    if (entry.key != key) {
-      entries.push_back(entry);
-    }
-  }
-  return PropertyListDictionary(std::move(entries));
+PropertyListDictionary without(PropertyListDictionary request, const Text& key) {
+  request.erase(key);
+  return request;
 }
 
 class RequestHandlerTest : public testing::Test {
@@ -75,14 +70,14 @@ class RequestHandlerTest : public testing::Test {
 
   /// A silent sign-in with the seeded passkey.
   [[nodiscard]] PropertyListDictionary assertion() const {
-    return {{.key = "type"_text, .value = "assertion"_text},
-            {.key = "recordIdentifier"_text, .value = std::string_view(seeded().recordIdentifier)},
-            {.key = "relyingPartyIdentifier"_text, .value = "example.com"_text},
-            {.key = "credentialID"_text, .value = seeded().credentialID},
-            {.key = "allowedCredentials"_text, .value = Array{}},
-            {.key = "clientDataHash"_text, .value = hash_},
-            {.key = "userVerificationPreference"_text, .value = "preferred"_text},
-            {.key = "allowsUserInteraction"_text, .value = false}};
+    return {{"type", "assertion"},
+            {"recordIdentifier", std::string_view(seeded().recordIdentifier)},
+            {"relyingPartyIdentifier", "example.com"},
+            {"credentialID", seeded().credentialID},
+            {"allowedCredentials", Array{}},
+            {"clientDataHash", hash_},
+            {"userVerificationPreference", "preferred"},
+            {"allowsUserInteraction", false}};
   }
 
   /// A sign-in with whichever passkey of example.com the user chooses.
@@ -94,45 +89,44 @@ class RequestHandlerTest : public testing::Test {
   }
 
   [[nodiscard]] PropertyListDictionary registration() const {
-    return {{.key = "type"_text, .value = "registration"_text},
-            {.key = "recordIdentifier"_text, .value = ""_text},
-            {.key = "relyingPartyIdentifier"_text, .value = "example.com"_text},
-            {.key = "userName"_text, .value = "bob"_text},
-            {.key = "userHandle"_text, .value = testBytes(8, 'b')},
-            {.key = "clientDataHash"_text, .value = hash_},
-            {.key = "supportedAlgorithms"_text, .value = Array{-257, -7}},
-            {.key = "excludedCredentials"_text, .value = Array{}},
-            {.key = "userVerificationPreference"_text, .value = "preferred"_text},
-            {.key = "allowsUserInteraction"_text, .value = true},
-            {.key = "conditional"_text, .value = false}};
+    return {{"type", "registration"},
+            {"recordIdentifier", ""},
+            {"relyingPartyIdentifier", "example.com"},
+            {"userName", "bob"},
+            {"userHandle", testBytes(8, 'b')},
+            {"clientDataHash", hash_},
+            {"supportedAlgorithms", Array{-257, -7}},
+            {"excludedCredentials", Array{}},
+            {"userVerificationPreference", "preferred"},
+            {"allowsUserInteraction", true},
+            {"conditional", false}};
   }
 
   [[nodiscard]] PropertyListDictionary updateUserName() const {
-    return {{.key = "type"_text, .value = "updateUserName"_text},
-            {.key = "relyingPartyIdentifier"_text, .value = "example.com"_text},
-            {.key = "userHandle"_text, .value = seeded().userHandle},
-            {.key = "userName"_text, .value = "alicia"_text},
-            {.key = "allowsUserInteraction"_text, .value = false}};
+    return {{"type", "updateUserName"},
+            {"relyingPartyIdentifier", "example.com"},
+            {"userHandle", seeded().userHandle},
+            {"userName", "alicia"},
+            {"allowsUserInteraction", false}};
   }
 
   [[nodiscard]] PropertyListDictionary removeUnknownCredential() const {
-    return {{.key = "type"_text, .value = "removeUnknownCredential"_text},
-            {.key = "relyingPartyIdentifier"_text, .value = "example.com"_text},
-            {.key = "credentialID"_text, .value = seeded().credentialID},
-            {.key = "allowsUserInteraction"_text, .value = false}};
+    return {{"type", "removeUnknownCredential"},
+            {"relyingPartyIdentifier", "example.com"},
+            {"credentialID", seeded().credentialID},
+            {"allowsUserInteraction", false}};
   }
 
   [[nodiscard]] PropertyListDictionary acceptedCredentials() const {
-    return {{.key = "type"_text, .value = "acceptedCredentials"_text},
-            {.key = "relyingPartyIdentifier"_text, .value = "example.com"_text},
-            {.key = "userHandle"_text, .value = seeded().userHandle},
-            {.key = "acceptedCredentialIDs"_text, .value = Array{testBytes(32, 'x')}},
-            {.key = "allowsUserInteraction"_text, .value = false}};
+    return {{"type", "acceptedCredentials"},
+            {"relyingPartyIdentifier", "example.com"},
+            {"userHandle", seeded().userHandle},
+            {"acceptedCredentialIDs", Array{testBytes(32, 'x')}},
+            {"allowsUserInteraction", false}};
   }
 
   [[nodiscard]] static PropertyListDictionary synchronize() {
-    return {{.key = "type"_text, .value = "synchronize"_text},
-            {.key = "allowsUserInteraction"_text, .value = true}};
+    return {{"type", "synchronize"}, {"allowsUserInteraction", true}};
   }
 
   /// One good request of each type.
@@ -363,12 +357,12 @@ TEST_F(Registration, IsRefusedWithoutARelyingPartyOrAUser) {
 }
 
 TEST_F(Synchronize, Succeeds) {
-  EXPECT_EQ(answer(synchronize()), (PropertyListDictionary{{.key = "ok"_text, .value = true}}));
+  EXPECT_EQ(answer(synchronize()), (PropertyListDictionary{{"ok", true}}));
 }
 
 TEST_F(Reports, ChangeTheNameOfTheUser) {
   answer(registration());
-  EXPECT_EQ(answer(updateUserName()), (PropertyListDictionary{{.key = "ok"_text, .value = true}}));
+  EXPECT_EQ(answer(updateUserName()), (PropertyListDictionary{{"ok", true}}));
   EXPECT_EQ(vault_.passkeys().front().userName, "alicia");
   EXPECT_EQ(vault_.passkeys().back().userName, "bob");
 }
@@ -448,9 +442,9 @@ TEST_F(MalformedRequest, OfAnUnknownTypeIsRefusedByName) {
 
 TEST_F(MalformedRequest, IsRefusedByTheNameOfTheKey) {
   // The vault names its records itself, and whether a registration is conditional changes nothing.
-  const std::vector<Text> unread{"recordIdentifier"_text, "conditional"_text};
+  const std::vector<Text> unread{"recordIdentifier", "conditional"};
   for (const PropertyListDictionary& request : allRequests()) {
-    for (const auto& [key, value] : request.entries()) {
+    for (const auto& [key, value] : request) {
       if (textIn(request, "type") == "registration" &&
           testing::Value(unread, testing::Contains(key))) {
         continue;
@@ -480,15 +474,14 @@ TEST(RequestHandlerWithAFile, HasSavedTheCountBeforeItAnswers) {
   const TemporaryDirectory directory;
   Vault vault(directory.path() / "vault.json");
   RequestHandler handler(vault, {}, [] {});
-  const PropertyListDictionary request{
-      {.key = "type"_text, .value = "assertion"_text},
-      {.key = "recordIdentifier"_text, .value = ""_text},
-      {.key = "relyingPartyIdentifier"_text, .value = "example.com"_text},
-      {.key = "credentialID"_text, .value = Data()},
-      {.key = "allowedCredentials"_text, .value = Array{}},
-      {.key = "clientDataHash"_text, .value = testBytes(32, 'h')},
-      {.key = "userVerificationPreference"_text, .value = "preferred"_text},
-      {.key = "allowsUserInteraction"_text, .value = false}};
+  const PropertyListDictionary request{{"type", "assertion"},
+                                       {"recordIdentifier", ""},
+                                       {"relyingPartyIdentifier", "example.com"},
+                                       {"credentialID", Data()},
+                                       {"allowedCredentials", Array{}},
+                                       {"clientDataHash", testBytes(32, 'h')},
+                                       {"userVerificationPreference", "preferred"},
+                                       {"allowsUserInteraction", false}};
   EXPECT_TRUE(isOk(handler.answer(request)));
   EXPECT_EQ(Vault(directory.path() / "vault.json").passkeys().front().signCount, 1U);
 

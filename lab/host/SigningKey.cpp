@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
@@ -26,10 +27,10 @@ template <typename Object>
 Data derOf(int (*encode)(Object*, unsigned char**), Object* object, const char* step) {
   const int size = encode(object, nullptr);
   require(size > 0, step);
-  MutableData der = MutableData::uninitialized(static_cast<std::size_t>(size));
-  unsigned char* position = der.bytes().data();
+  std::vector<std::uint8_t> der(static_cast<std::size_t>(size));
+  unsigned char* position = der.data();
   require(encode(object, &position) == size, step);
-  return std::move(der).freeze();
+  return der;
 }
 
 bool isOnP256(const EVP_PKEY* key) {
@@ -78,10 +79,10 @@ Data SigningKey::publicCoordinate(const char* parameter) const {
   BIGNUM* number = nullptr;
   require(EVP_PKEY_get_bn_param(key_.get(), parameter, &number) == 1, "Reading a public key");
   const std::unique_ptr<BIGNUM, decltype(&BN_free)> owner(number, &BN_free);
-  MutableData bytes = MutableData::uninitialized(CoordinateSize);
-  require(BN_bn2binpad(number, bytes.bytes().data(), CoordinateSize) == CoordinateSize,
+  std::vector<std::uint8_t> bytes(CoordinateSize);
+  require(BN_bn2binpad(number, bytes.data(), CoordinateSize) == CoordinateSize,
           "Reading a public key");
-  return std::move(bytes).freeze();
+  return bytes;
 }
 
 Data SigningKey::sign(std::span<const std::uint8_t> message) const {
@@ -90,11 +91,12 @@ Data SigningKey::sign(std::span<const std::uint8_t> message) const {
   require(EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key_.get()) == 1,
           "Signing");
   auto size = static_cast<std::size_t>(EVP_PKEY_get_size(key_.get()));
-  MutableData signature = MutableData::uninitialized(size);
-  require(EVP_DigestSign(context.get(), signature.bytes().data(), &size, message.data(),
-                         message.size()) == 1,
-          "Signing");
-  return std::move(signature).freeze(size);
+  std::vector<std::uint8_t> signature(size);
+  require(
+      EVP_DigestSign(context.get(), signature.data(), &size, message.data(), message.size()) == 1,
+      "Signing");
+  signature.resize(size);
+  return signature;
 }
 
 }  // namespace korvan::lab::host

@@ -28,7 +28,7 @@ class Writer {
 
   OrderedJson dictionary(const PropertyListDictionary& dictionary) {
     OrderedJson object = OrderedJson::object();
-    for (const auto& [key, member] : dictionary.entries()) {
+    for (const auto& [key, member] : dictionary) {
       spend(key.view().size());
       object[std::string(key.view())] = value(member);
     }

@@ -24,16 +24,16 @@ class MessageJsonTest : public testing::Test {
 
 TEST_F(MessageJsonTest, ShowsEveryKindOfValue) {
   const std::vector<std::uint8_t> bytes = {1, 2};
-  EXPECT_EQ(json({{"array"_text, PropertyListValue::Array{1, "x"}},
-                  {"boolean"_text, true},
-                  {"data"_text, Data::copyOf(bytes)},
-                  {"date"_text, PropertyListDate{1.5}},
-                  {"dictionary"_text, PropertyListDictionary()},
-                  {"integer"_text, -7},
-                  {"large"_text, UINT64_MAX},
-                  {"real"_text, 0.25},
-                  {"text"_text, "é"},
-                  {"uid"_text, PropertyListUid{3}}}),
+  EXPECT_EQ(json({{"array", PropertyListValue::Array{1, "x"}},
+                  {"boolean", true},
+                  {"data", Data::copyOf(bytes)},
+                  {"date", PropertyListDate{1.5}},
+                  {"dictionary", PropertyListDictionary()},
+                  {"integer", -7},
+                  {"large", UINT64_MAX},
+                  {"real", 0.25},
+                  {"text", "é"},
+                  {"uid", PropertyListUid{3}}}),
             OrderedJson::parse(R"({"array":[1,"x"],"boolean":true,"data":{"data":"AQI"},
               "date":{"date":1.5},"dictionary":{},"integer":-7,"large":18446744073709551615,
               "real":0.25,"text":"é","uid":{"uid":3}})"));
@@ -56,7 +56,7 @@ TEST_F(MessageJsonTest, ShowsTheBytesOfAPropertyListThatIsNoDictionary) {
 
 TEST_F(MessageJsonTest, ShowsAMessageThatRepeatsAFewValues) {
   const PropertyListValue text = std::string(100, 'x');
-  const OrderedJson shown = json({{"texts"_text, PropertyListValue::Array(200, text)}});
+  const OrderedJson shown = json({{"texts", PropertyListValue::Array(200, text)}});
   ASSERT_EQ(shown.at("texts").size(), 200U);
   EXPECT_EQ(shown.at("texts").at(199), std::string(100, 'x'));
 }
@@ -66,7 +66,7 @@ TEST_F(MessageJsonTest, ShowsTheBytesOfAMessageThatStandsForFarMoreThanItHolds) 
   for (int level = 0; level < 60; ++level) {
     value = PropertyListValue::Array{value, value};
   }
-  const OrderedJson shown = json({{"bomb"_text, value}});
+  const OrderedJson shown = json({{"bomb", value}});
   EXPECT_EQ(shown.size(), 1U);
   EXPECT_TRUE(shown.at("data").is_string());
 }

@@ -74,7 +74,7 @@ TEST_F(OutcomeWriterTest, WritesWhyALineIsNoCall) {
 
 TEST_F(OutcomeWriterTest, ListsTheMessagesWhenAsked) {
   const Data body =
-      propertyLists_.encodeBinary({{"clientDataHash"_text, bytes({1})}, {"ok"_text, true}}).value();
+      propertyLists_.encodeBinary({{"clientDataHash", bytes({1})}, {"ok", true}}).value();
   const OutcomeWriter writer(propertyLists_, true);
   const json shown = json::parse(
       writer.line({.outcome = Returned(),

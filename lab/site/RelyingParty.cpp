@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 #include <openssl/evp.h>
@@ -32,12 +33,11 @@ Bytes utf8BytesOf(std::string_view text) {
 }
 
 Data sha256(Bytes bytes) {
-  MutableData hash = MutableData::zeroed(HashSize);
-  if (EVP_Digest(bytes.data(), bytes.size(), hash.bytes().data(), nullptr, EVP_sha256(), nullptr) !=
-      1) {
+  std::vector<std::uint8_t> hash(HashSize);
+  if (EVP_Digest(bytes.data(), bytes.size(), hash.data(), nullptr, EVP_sha256(), nullptr) != 1) {
     throw std::runtime_error("The SHA-256 of the client data cannot be computed.");
   }
-  return std::move(hash).freeze();
+  return hash;
 }
 
 std::string clientData(std::string_view identifier, RelyingParty::Ceremony ceremony) {

@@ -46,7 +46,7 @@ Bytes frame(std::size_t announced, const Bytes& body) {
 Bytes frameOf(const Bytes& body) { return frame(body.size(), body); }
 
 ProviderMessage with(ProviderMessage message, std::string_view name, PropertyListValue value) {
-  message.set(Text(name), std::move(value));
+  message.insert_or_assign(name, std::move(value));
   return message;
 }
 
@@ -81,16 +81,15 @@ ProviderMessage fields(const SoakRequest& request) {
 ProviderMessage success(const SoakRequest& request) { return ok(fields(request)); }
 
 /// Each field as a text where data belongs, and as data where a text belongs; `ok` stays.
-ProviderMessage mistyped(const ProviderMessage& message) {
-  ProviderMessage result = message;
-  for (const auto& [name, value] : message.entries()) {
+ProviderMessage mistyped(ProviderMessage message) {
+  for (auto& [name, value] : message) {
     if (value.data() != nullptr) {
-      result = with(std::move(result), name.view(), "text");
+      value = "text";
     } else if (value.text() != nullptr) {
-      result = with(std::move(result), name.view(), Data::copyOf(bytesOf("data")));
+      value = Data(bytesOf("data"));
     }
   }
-  return result;
+  return message;
 }
 
 /// A binary property list that is an empty array.

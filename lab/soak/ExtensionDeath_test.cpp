@@ -123,8 +123,7 @@ class ExtensionDeath : public testing::Test {
   const fs::path container = directory.path() / "container";
   const LinuxCodeSigning codeSigning{std::string(TrustAnchorPem)};
   const Data request = LinuxPropertyListSerialization()
-                           .encodeBinary({{.key = "type"_text, .value = "synchronize"},
-                                          {.key = "allowsUserInteraction"_text, .value = true}})
+                           .encodeBinary({{"type", "synchronize"}, {"allowsUserInteraction", true}})
                            .value();
   SampleHostProcess host{KORVAN_SAMPLE_HOST, {"--container", container.string()}};
 };

@@ -9,25 +9,25 @@ namespace korvan::lab::vectors {
 namespace {
 
 ProviderMessage assertionAnswer() {
-  return {{.key = "ok"_text, .value = true},
-          {.key = "userHandle"_text, .value = userHandle()},
-          {.key = "relyingPartyIdentifier"_text, .value = RelyingParty},
-          {.key = "signature"_text, .value = signature()},
-          {.key = "clientDataHash"_text, .value = assertionClientDataHash()},
-          {.key = "authenticatorData"_text, .value = authenticatorData()},
-          {.key = "credentialID"_text, .value = credentialID()}};
+  return {{"ok", true},
+          {"userHandle", userHandle()},
+          {"relyingPartyIdentifier", RelyingParty},
+          {"signature", signature()},
+          {"clientDataHash", assertionClientDataHash()},
+          {"authenticatorData", authenticatorData()},
+          {"credentialID", credentialID()}};
 }
 
 ProviderMessage registrationAnswer() {
-  return {{.key = "ok"_text, .value = true},
-          {.key = "relyingPartyIdentifier"_text, .value = RelyingParty},
-          {.key = "clientDataHash"_text, .value = registrationClientDataHash()},
-          {.key = "credentialID"_text, .value = credentialID()},
-          {.key = "attestationObject"_text, .value = attestationObject()}};
+  return {{"ok", true},
+          {"relyingPartyIdentifier", RelyingParty},
+          {"clientDataHash", registrationClientDataHash()},
+          {"credentialID", credentialID()},
+          {"attestationObject", attestationObject()}};
 }
 
 ProviderMessage withNotice(ProviderMessage refusal) {
-  refusal.set(Text::ofStatic(provider_message_key::showUnavailableUI), true);
+  refusal.insert_or_assign(provider_message_key::showUnavailableUI, true);
   return refusal;
 }
 
@@ -38,7 +38,7 @@ std::vector<MessageVector> answerVectors() {
   return {
       {.name = "answer-assertion", .message = assertionAnswer()},
       {.name = "answer-registration", .message = registrationAnswer()},
-      {.name = "answer-ok", .message = {{.key = "ok"_text, .value = true}}},
+      {.name = "answer-ok", .message = {{"ok", true}}},
       {.name = "answer-failed", .message = failureResponse(code::failed, "The vault is damaged.")},
       {.name = "answer-unavailable",
        .message = failureResponse(code::unavailable, "The vault is being moved.")},

@@ -23,8 +23,8 @@ constexpr std::int64_t Rs256 = -257;
 /// What the host is sent when the platform makes the call on a fresh controller.
 ProviderMessage sent(const Call& call) {
   const auto platform = std::make_shared<FakePlatform>();
-  platform->localSockets.peer = platform->answering(
-      [](const ProviderMessage&) { return ProviderMessage{{.key = "ok"_text, .value = true}}; });
+  platform->localSockets.peer =
+      platform->answering([](const ProviderMessage&) { return ProviderMessage{{"ok", true}}; });
   const auto controller = std::make_shared<CredentialProviderViewController>(platform->services());
   call.invoke(*controller);
   platform->queues.runAll();

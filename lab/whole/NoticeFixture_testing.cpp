@@ -84,7 +84,7 @@ void NoticeFixture::TearDown() {
 
 ProviderMessage NoticeFixture::response(std::string_view description) {
   ProviderMessage made = failureResponse("unavailable", description);
-  made.set("showUnavailableUI"_text, true);
+  made.insert_or_assign("showUnavailableUI", true);
   return made;
 }
 

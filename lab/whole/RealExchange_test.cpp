@@ -45,7 +45,7 @@ constexpr bool SanitizersKeepFreedMemory = true;
 constexpr bool SanitizersKeepFreedMemory = false;
 #endif
 
-Data bodyOf(std::size_t size) { return MutableData::zeroed(size).freeze(); }
+Data bodyOf(std::size_t size) { return Data(std::vector<std::uint8_t>(size)); }
 
 Error posix(int code, std::string description) {
   return {.domain = ErrorDomain::posix,

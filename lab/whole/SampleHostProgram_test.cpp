@@ -53,15 +53,14 @@ class SampleHost : public testing::Test {
   }
 
   [[nodiscard]] static PropertyListDictionary assertion(bool allowsUserInteraction) {
-    return {{.key = "type"_text,
-             .value = allowsUserInteraction ? "interactiveAssertion"_text : "assertion"_text},
-            {.key = "recordIdentifier"_text, .value = ""_text},
-            {.key = "relyingPartyIdentifier"_text, .value = "example.com"_text},
-            {.key = "credentialID"_text, .value = Data()},
-            {.key = "allowedCredentials"_text, .value = Array{}},
-            {.key = "clientDataHash"_text, .value = testBytes(32, 'h')},
-            {.key = "userVerificationPreference"_text, .value = "preferred"_text},
-            {.key = "allowsUserInteraction"_text, .value = allowsUserInteraction}};
+    return {{"type", allowsUserInteraction ? "interactiveAssertion" : "assertion"},
+            {"recordIdentifier", ""},
+            {"relyingPartyIdentifier", "example.com"},
+            {"credentialID", Data()},
+            {"allowedCredentials", Array{}},
+            {"clientDataHash", testBytes(32, 'h')},
+            {"userVerificationPreference", "preferred"},
+            {"allowsUserInteraction", allowsUserInteraction}};
   }
 
   void expectUsageError(const std::vector<std::string>& arguments, const std::string& complaint) {
@@ -85,11 +84,11 @@ TEST_F(SampleHost, IsReadyToSignInWithThePasskeyThatItNames) {
   const Json& passkey = ready["passkeys"][0];
 
   const PropertyListDictionary response = exchange(assertion(false));
-  const Data statement = *response.find("authenticatorData")->data();
+  const Data statement = *valueForKey(response, "authenticatorData")->data();
   std::vector<std::uint8_t> message(statement.bytes().begin(), statement.bytes().end());
   message.insert(message.end(), 32, 'h');
   EXPECT_TRUE(PublicKey::fromDer(bytesFrom(passkey, "publicKey").bytes())
-                  .verifies(message, response.find("signature")->data()->bytes()));
+                  .verifies(message, valueForKey(response, "signature")->data()->bytes()));
 
   const Json event = program.nextEvent();
   EXPECT_EQ(event["event"], "connection");

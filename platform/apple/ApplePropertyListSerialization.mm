@@ -24,7 +24,7 @@ NSArray* toObject(const PropertyListValue::Array& array) {
 NSDictionary* toObject(const PropertyListDictionary& dictionary) {
   NSMutableDictionary* const objects =
       [NSMutableDictionary dictionaryWithCapacity:dictionary.size()];
-  for (const auto& [key, value] : dictionary.entries()) {
+  for (const auto& [key, value] : dictionary) {
     NSString* const name = toNSString(key.view());
     // A key that is no text makes the whole no property list.
     objects[name != nil ? name : (id)NSNull.null] = toObject(value);
@@ -121,14 +121,13 @@ class Values {
   }
 
   PropertyListValue ofDictionary(NSDictionary* dictionary) {
-    std::vector<PropertyListDictionary::Entry> entries;
-    entries.reserve(dictionary.count);
+    PropertyListDictionary values;
     for (id key in dictionary) {
       if (const auto name = stringOf(key)) {
-        entries.push_back({.key = Text(*name), .value = of(dictionary[key])});
+        values.insert_or_assign(*name, of(dictionary[key]));
       }
     }
-    return PropertyListDictionary(std::move(entries));
+    return values;
   }
 
   std::unordered_map<const void*, PropertyListValue> met_;

@@ -34,10 +34,10 @@ TEST(ApplePropertyListSerialization, EveryKindComesBackAsItWas) {
       dataOf("\x01\x02"),
       PropertyListValue::Array(),
       PropertyListValue::Array{1, "text", PropertyListValue::Array{true}},
-      PropertyListDictionary{{.key = "inner"_text, .value = false}},
+      PropertyListDictionary{{"inner", false}},
   };
   for (const PropertyListValue& value : values) {
-    const PropertyListDictionary message{{.key = "value"_text, .value = value}};
+    const PropertyListDictionary message{{"value", value}};
     const auto bytes = serialization.encodeBinary(message);
     ASSERT_TRUE(bytes.has_value());
     EXPECT_EQ(serialization.decode(*bytes).value(), PropertyListValue(message));
@@ -52,8 +52,7 @@ TEST(ApplePropertyListSerialization, EncodesTheBinaryFormat) {
 TEST(ApplePropertyListSerialization, DecodesXML) {
   const auto value = ApplePropertyListSerialization().decode(
       dataOf(R"(<plist version="1.0"><dict><key>ok</key><true/></dict></plist>)"));
-  EXPECT_EQ(value.value(),
-            PropertyListValue(PropertyListDictionary{{.key = "ok"_text, .value = true}}));
+  EXPECT_EQ(value.value(), PropertyListValue(PropertyListDictionary{{"ok", true}}));
 }
 
 TEST(ApplePropertyListSerialization, RefusesWhatHasNoPlaceInAPropertyList) {
@@ -61,9 +60,7 @@ TEST(ApplePropertyListSerialization, RefusesWhatHasNoPlaceInAPropertyList) {
                                       std::string_view("\xFF"),
                                       PropertyListValue::Array{PropertyListValue()}};
   for (const PropertyListValue& value : values) {
-    EXPECT_FALSE(ApplePropertyListSerialization()
-                     .encodeBinary({{.key = "value"_text, .value = value}})
-                     .has_value());
+    EXPECT_FALSE(ApplePropertyListSerialization().encodeBinary({{"value", value}}).has_value());
   }
 }
 

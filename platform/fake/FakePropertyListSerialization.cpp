@@ -33,11 +33,11 @@ std::expected<Data, PropertyListError> FakePropertyListSerialization::encodeBina
   if (encodingError) {
     return std::unexpected(*encodingError);
   }
-  const auto null = std::ranges::find_if(propertyList.entries(),
-                                         [](const auto& entry) { return entry.value.isNull(); });
-  if (null != propertyList.entries().end()) {
+  const auto null =
+      std::ranges::find_if(propertyList, [](const auto& entry) { return entry.second.isNull(); });
+  if (null != propertyList.end()) {
     return std::unexpected(
-        PropertyListError{"Null cannot be encoded: " + std::string(null->key.view())});
+        PropertyListError{"Null cannot be encoded: " + std::string(null->first.view())});
   }
   return bytesFor(propertyList);
 }

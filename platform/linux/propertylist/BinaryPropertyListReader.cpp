@@ -9,6 +9,7 @@
 #include <ranges>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/propertylist/BinaryPropertyListFormat.h"
 #include "platform/linux/propertylist/PropertyListLimits.h"
@@ -28,8 +29,6 @@ constexpr std::size_t MaxWidth = sizeof(std::uint64_t);
 }  // namespace
 
 struct BinaryPropertyListReader::Key {
-  /// The first bytes, which settle most comparisons.
-  std::uint64_t prefix = 0;
   /// Where an ASCII key's bytes are, and how many.
   std::size_t contents = 0;
   std::size_t size = 0;
@@ -239,7 +238,7 @@ PropertyListValue BinaryPropertyListReader::readText(Object& object) {
   if (!openAscii(object)) {
     return {};
   }
-  return Text::sliceOf(bytes_, object.contents, object.count);
+  return Text(bytes_.slice(object.contents, object.count));
 }
 
 bool BinaryPropertyListReader::openAscii(Object& object) {
@@ -272,12 +271,12 @@ bool BinaryPropertyListReader::openAscii(Object& object) {
     }
     size += unicode::utf8SizeOf(*codePoint);
   }
-  MutableData utf8 = MutableData::uninitialized(size);
-  std::uint8_t* next = utf8.bytes().data();
+  std::vector<std::uint8_t> utf8(size);
+  std::uint8_t* next = utf8.data();
   for (auto rest = utf16; !rest.empty();) {
     unicode::putUtf8(next, unicode::takeUtf16(rest).value_or(0));
   }
-  PropertyListValue text(Text(std::move(utf8).freeze()));
+  const PropertyListValue text = Text(std::move(utf8));
   store(object, text, 0);
   return text;
 }
@@ -304,14 +303,13 @@ bool BinaryPropertyListReader::openAscii(Object& object) {
   }
   std::pmr::vector<Key> keys(&memory_);
   readKeys(object, keys);
-  std::vector<PropertyListDictionary::Entry> entries;
-  entries.reserve(keys.size());
+  PropertyListDictionary dictionary;
   for (auto key = keys.begin(); key != keys.end() && !hasFailed(); ++key) {
     const std::size_t place = object.count + key->valuePlace;
-    entries.emplace_back(textOf(*key),
-                         readObject(referrerAt(object, place), referenceAt(object, place)));
+    dictionary.emplace_hint(dictionary.end(), textOf(*key),
+                            readObject(referrerAt(object, place), referenceAt(object, place)));
   }
-  return close(object, outerTallest, PropertyListDictionary::ofOrdered(std::move(entries)));
+  return close(object, outerTallest, std::move(dictionary));
 }
 
 void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vector<Key>& keys) {
@@ -320,8 +318,7 @@ void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vect
     readKey(dictionary, place, keys);
   }
   const auto orderOf = [this](const Key& left, const Key& right) {
-    return left.prefix != right.prefix ? left.prefix <=> right.prefix
-                                       : viewOf(left) <=> viewOf(right);
+    return viewOf(left) <=> viewOf(right);
   };
   const auto isOutOfOrder = [=](const Key& left, const Key& right) {
     return orderOf(left, right) >= 0;
@@ -379,7 +376,6 @@ void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vect
     }
     key.stored = progress.state - FirstStored + 1;
   }
-  key.prefix = orderingPrefixOf(viewOf(key));
 }
 
 std::string_view BinaryPropertyListReader::viewAt(std::size_t offset,
@@ -393,7 +389,7 @@ std::string_view BinaryPropertyListReader::viewOf(const Key& key) const noexcept
 }
 
 Text BinaryPropertyListReader::textOf(const Key& key) const noexcept {
-  return key.stored == 0 ? Text::sliceOf(bytes_, key.contents, key.size)
+  return key.stored == 0 ? Text(bytes_.slice(key.contents, key.size))
                          : *stored_[key.stored - 1].value.text();
 }
 

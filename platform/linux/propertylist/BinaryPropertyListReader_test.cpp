@@ -1,6 +1,5 @@
 #include "platform/linux/propertylist/BinaryPropertyListReader.h"
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
@@ -136,7 +135,7 @@ TEST(BinaryPropertyListReader, ReadsArraysAndDictionariesThroughReferences) {
             PropertyListValue(Array{true, "x", true}));
   EXPECT_EQ(valueOfObjects(
                 {"\xD2\x01\x03\x02\x04", object(0x51, "z"), "\x09", object(0x51, "y"), "\x08"}),
-            PropertyListValue(PropertyListDictionary{{"y"_text, false}, {"z"_text, true}}));
+            PropertyListValue(PropertyListDictionary{{"y", false}, {"z", true}}));
 }
 
 TEST(BinaryPropertyListReader, ReadsASetAsNoArray) {
@@ -171,18 +170,16 @@ TEST(BinaryPropertyListReader, ReadsOffsetsAndReferencesOfAnyWidth) {
   }
 }
 
-TEST(BinaryPropertyListReader, SharesDataAndLongAsciiTextWithTheBytes) {
-  const std::string longText(Text::MaxShortSize + 1, 'x');
-  const Data bytes = dataOf(
-      Parts{.objects = {"\xA2\x01\x02", object(0x43, "xyz"), object(0x5F, "\x10\x17" + longText)}}
-          .bytes());
+TEST(BinaryPropertyListReader, SharesDataAndAsciiTextWithTheBytes) {
+  const Data bytes =
+      dataOf(Parts{.objects = {"\xA2\x01\x02", object(0x43, "xyz"), object(0x54, "text")}}.bytes());
   const PropertyListValue value = BinaryPropertyListReader::read(bytes).value_or(Array{});
   ASSERT_EQ(value.array()->size(), 2U);
   const auto* const data = value.array()->front().data();
   const auto* const text = value.array()->back().text();
 
   EXPECT_EQ(data->bytes().data(), bytes.bytes().data() + 12);
-  EXPECT_EQ(static_cast<const void*>(text->view().data()), bytes.bytes().data() + 18);
+  EXPECT_EQ(static_cast<const void*>(text->view().data()), bytes.bytes().data() + 16);
 }
 
 TEST(BinaryPropertyListReader, GivesOneSharedContainerForEveryReference) {
@@ -193,22 +190,17 @@ TEST(BinaryPropertyListReader, GivesOneSharedContainerForEveryReference) {
 }
 
 TEST(BinaryPropertyListReader, ConvertsAUtf16TextOnceForEveryReference) {
-  // Eight euro signs are too long for a text to keep inside.
-  std::string euros = "\x68";
-  for (int count = 0; count < 8; ++count) {
-    euros += "\x20\xAC";
-  }
-  const PropertyListValue value = valueOfObjects({"\xA3\x01\x01\x02", euros, "\xD1\x01\x01"});
+  const PropertyListValue value =
+      valueOfObjects({"\xA3\x01\x01\x02", "\x61\x20\xAC", "\xD1\x01\x01"});
   ASSERT_EQ(value.array()->size(), 3U);
   const char* const first = value.array()->front().text()->view().data();
 
   EXPECT_EQ((*value.array())[1].text()->view().data(), first);
-  EXPECT_EQ(value.array()->back().dictionary()->entries()[0].key.view().data(), first);
+  EXPECT_EQ(value.array()->back().dictionary()->begin()->first.view().data(), first);
 }
 
 TEST(BinaryPropertyListReader, CountsTheLastOfARepeatedKey) {
-  const PropertyListValue expected(
-      PropertyListDictionary{{.key = "a"_text, .value = 3}, {.key = "b"_text, .value = 2}});
+  const PropertyListValue expected(PropertyListDictionary{{"a", 3}, {"b", 2}});
 
   EXPECT_EQ(valueOfObjects({"\xD3\x01\x02\x01\x03\x04\x05", object(0x51, "a"), object(0x51, "b"),
                             "\x10\x01"s, "\x10\x02"s, "\x10\x03"s}),
@@ -381,11 +373,13 @@ TEST(BinaryPropertyListReader, DecodesASharedGraphInProportionToItsBytes) {
   const PropertyListValue* inner = &value;
   for (std::size_t level = 0; level < Levels; ++level) {
     ASSERT_EQ(inner->array()->size(), 2U);
+    if (level + 1 < Levels) {
+      EXPECT_EQ(inner->array()->front().array(), inner->array()->back().array());
+    }
     inner = &inner->array()->front();
   }
 
   EXPECT_EQ(*inner, PropertyListValue(true));
-  EXPECT_EQ(value, valueOf(parts.bytes()));
 }
 
 template <typename MakeBytes>
@@ -444,13 +438,11 @@ TEST(BinaryPropertyListReader, ReadsAMillionReferencesToAFewIntegers) {
 /// Property lists with every kind of object and of reference.
 std::vector<std::string> wellFormedSamples() {
   const PropertyListDictionary mixed{
-      {.key = "bool"_text, .value = Array{true, false}},
-      {.key = "numbers"_text,
-       .value = Array{1, 300, -1, UINT64_MAX, 0.5, PropertyListDate{1}, PropertyListUid{9}}},
-      {.key = "texts"_text, .value = Array{"ascii", "gr\xC3\xBC\xC3\x9F \xF0\x9F\x94\x91"}},
-      {.key = "bytes"_text, .value = dataOf("twenty bytes of data")},
-      {.key = "shared"_text,
-       .value = PropertyListDictionary{{.key = "bool"_text, .value = Array{Array{}, "ascii"}}}}};
+      {"bool", Array{true, false}},
+      {"numbers", Array{1, 300, -1, UINT64_MAX, 0.5, PropertyListDate{1}, PropertyListUid{9}}},
+      {"texts", Array{"ascii", "gr\xC3\xBC\xC3\x9F \xF0\x9F\x94\x91"}},
+      {"bytes", dataOf("twenty bytes of data")},
+      {"shared", PropertyListDictionary{{"bool", Array{Array{}, "ascii"}}}}};
   const Data bytes = BinaryPropertyListWriter::write(mixed).value_or(Data());
   return {
       {bytes.bytes().begin(), bytes.bytes().end()},
@@ -467,8 +459,8 @@ std::vector<std::string> wellFormedSamples() {
 void expectValueOrError(const std::string& bytes) {
   const auto value = BinaryPropertyListReader::read(dataOf(bytes));
   if (value) {
-    EXPECT_TRUE(*value == *value || std::isnan(value->real().value_or(0)));
-    static_cast<void>(BinaryPropertyListWriter::write({{.key = "k"_text, .value = *value}}));
+    const auto written = BinaryPropertyListWriter::write({{"k", *value}});
+    EXPECT_TRUE(!written || BinaryPropertyListReader::read(*written));
   } else {
     EXPECT_TRUE(value.error().localizedDescription.value_or("").starts_with(
         "The binary property list is damaged at byte "));

@@ -383,15 +383,15 @@ class Flattener {
 
   Reference addDictionary(const PropertyListDictionary& dictionary) {
     const auto fill = [&](std::size_t first) {
-      for (const auto& entry : dictionary.entries()) {
-        const Reference key = addText(entry.key.view());
+      for (const auto& [name, member] : dictionary) {
+        const Reference key = addText(name.view());
         if (key == NoReference) {
           fail("A key of the dictionary at", " is not valid UTF-8.");
           return false;
         }
-        const Reference value = add(entry.value);
+        const Reference value = add(member);
         if (value == NoReference) {
-          path_.push_back({.key = &entry.key});
+          path_.push_back({.key = &name});
           return false;
         }
         references_[first] = key;
@@ -692,16 +692,17 @@ void writeTrailer(Output& output, const Layout& layout, std::size_t objectCount)
 
 Data assemble(const Flattener& flat) {
   const Layout layout = layoutOf(flat);
-  MutableData bytes = MutableData::uninitialized(layout.size);
-  Output output(bytes.bytes());
-  Output table(bytes.bytes().subspan(layout.tableOffset));
+  std::vector<std::uint8_t> bytes(layout.size);
+  const std::span<std::uint8_t> all(bytes);
+  Output output(all);
+  Output table(all.subspan(layout.tableOffset));
   output.bytes(format::Magic);
   for (const Object& object : flat.objects()) {
     table.number(output.offset(), layout.offsetWidth);
     writeObject(output, object, flat, layout.referenceWidth);
   }
   writeTrailer(table, layout, flat.objects().size());
-  return std::move(bytes).freeze();
+  return bytes;
 }
 
 }  // namespace

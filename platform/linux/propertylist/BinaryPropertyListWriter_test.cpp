@@ -33,9 +33,7 @@ std::string encoded(const PropertyListDictionary& root) {
   return {bytes->bytes().begin(), bytes->bytes().end()};
 }
 
-std::string encodedValue(const PropertyListValue& value) {
-  return encoded({{.key = "k"_text, .value = value}});
-}
+std::string encodedValue(const PropertyListValue& value) { return encoded({{"k", value}}); }
 
 std::string errorOfWriting(const PropertyListDictionary& root) {
   const auto bytes = BinaryPropertyListWriter::write(root);
@@ -98,7 +96,7 @@ std::clock_t growthOfWriting(std::size_t count, MakeRoot makeRoot) {
 }
 
 TEST(BinaryPropertyListWriter, WritesHeaderObjectsOffsetTableAndTrailer) {
-  EXPECT_EQ(encoded({{"ok"_text, true}}),
+  EXPECT_EQ(encoded({{"ok", true}}),
             "bplist00"
             "\xD1\x01\x02"
             "\x52ok"
@@ -167,13 +165,13 @@ TEST(BinaryPropertyListWriter, WritesTheCountOfALongTextInItsSmallestForm) {
 }
 
 TEST(BinaryPropertyListWriter, WritesTheSameBytesForEqualPropertyLists) {
-  EXPECT_EQ(encoded({{"a"_text, 1}, {"b"_text, "x"}}), encoded({{"b"_text, "x"}, {"a"_text, 1}}));
+  EXPECT_EQ(encoded({{"a", 1}, {"b", "x"}}), encoded({{"b", "x"}, {"a", 1}}));
 }
 
 TEST(BinaryPropertyListWriter, WritesEqualScalarsOnce) {
   const std::string text = "the same text";
-  const std::string bytes = encoded({{.key = "a"_text, .value = Array{text, text, dataOf(text)}},
-                                     {.key = "b"_text, .value = Array{text, 7, 7, 1.5, 1.5}}});
+  const std::string bytes =
+      encoded({{"a", Array{text, text, dataOf(text)}}, {"b", Array{text, 7, 7, 1.5, 1.5}}});
 
   EXPECT_EQ(countOf(text, bytes), 2U) << "once as a text and once as data";
   // The root, two keys, two arrays, the text, the data, 7 and 1.5.
@@ -181,7 +179,7 @@ TEST(BinaryPropertyListWriter, WritesEqualScalarsOnce) {
 }
 
 TEST(BinaryPropertyListWriter, WritesAKeyAndAnEqualValueOnce) {
-  const std::string bytes = encoded({{.key = "type"_text, .value = "type"}});
+  const std::string bytes = encoded({{"type", "type"}});
 
   EXPECT_EQ(countOf("type", bytes), 1U);
   EXPECT_EQ(objectCountOf(bytes), 2U);
@@ -189,8 +187,7 @@ TEST(BinaryPropertyListWriter, WritesAKeyAndAnEqualValueOnce) {
 
 TEST(BinaryPropertyListWriter, KeepsApartWhatOnlyLooksAlike) {
   const PropertyListDictionary root{
-      {.key = "items"_text,
-       .value = Array{1, 1.0, true, PropertyListDate{1.0}, PropertyListUid{1}, 0, false, 0.0, -0.0,
+      {"items", Array{1, 1.0, true, PropertyListDate{1.0}, PropertyListUid{1}, 0, false, 0.0, -0.0,
                       "1", dataOf("1"), Array{}, PropertyListDictionary{}}}};
 
   EXPECT_EQ(objectCountOf(encoded(root)), 3U + 13U);
@@ -228,15 +225,12 @@ TEST(BinaryPropertyListWriter, UsesTheNarrowestOffsetsThatHoldTheTablesOffset) {
 
 TEST(BinaryPropertyListWriter, WritesWhatTheReaderReadsBack) {
   const PropertyListDictionary root{
-      {.key = "type"_text, .value = "assertion"},
-      {.key = "number"_text,
-       .value = Array{-1, 0, 300, 70000, INT64_MIN, INT64_MAX, UINT64_MAX, 2.5}},
-      {.key = "\xE2\x82\xAC\xF0\x9F\x94\x91"_text, .value = "gr\xC3\xBC\xC3\x9F"},
-      {.key = "dates"_text, .value = Array{PropertyListDate{0.5}, PropertyListUid{70000}}},
-      {.key = "nested"_text,
-       .value =
-           PropertyListDictionary{{.key = "list"_text, .value = Array{Array{}, dataOf("bytes")}}}},
-      {.key = "many"_text, .value = distinctIntegers(70000)}};
+      {"type", "assertion"},
+      {"number", Array{-1, 0, 300, 70000, INT64_MIN, INT64_MAX, UINT64_MAX, 2.5}},
+      {"\xE2\x82\xAC\xF0\x9F\x94\x91", "gr\xC3\xBC\xC3\x9F"},
+      {"dates", Array{PropertyListDate{0.5}, PropertyListUid{70000}}},
+      {"nested", PropertyListDictionary{{"list", Array{Array{}, dataOf("bytes")}}}},
+      {"many", distinctIntegers(70000)}};
 
   EXPECT_EQ(decoded(root), PropertyListValue(root));
 }
@@ -244,23 +238,24 @@ TEST(BinaryPropertyListWriter, WritesWhatTheReaderReadsBack) {
 TEST(BinaryPropertyListWriter, RefusesNullAndNamesItsPlace) {
   const PropertyListValue null;
 
-  EXPECT_EQ(errorOfWriting({{"allowedCredentials"_text, Array{1, 2, 3, null}}}),
+  EXPECT_EQ(errorOfWriting({{"allowedCredentials", Array{1, 2, 3, null}}}),
             R"(The value at "allowedCredentials[3]" is null, which a property list cannot hold.)");
-  EXPECT_EQ(errorOfWriting({{"type"_text, null}}),
+  EXPECT_EQ(errorOfWriting({{"type", null}}),
             R"(The value at "type" is null, which a property list cannot hold.)");
-  EXPECT_EQ(errorOfWriting({{"a"_text, Array{PropertyListDictionary{
-                                           {"b"_text, Array{PropertyListValue(Array{null})}}}}}}),
-            R"(The value at "a[0].b[0][0]" is null, which a property list cannot hold.)");
+  EXPECT_EQ(
+      errorOfWriting(
+          {{"a", Array{PropertyListDictionary{{"b", Array{PropertyListValue(Array{null})}}}}}}),
+      R"(The value at "a[0].b[0][0]" is null, which a property list cannot hold.)");
 }
 
 TEST(BinaryPropertyListWriter, RefusesASetAndNamesItsPlace) {
-  EXPECT_EQ(errorOfWriting({{"a"_text, PropertyListValue::setOf({1})}}),
+  EXPECT_EQ(errorOfWriting({{"a", PropertyListValue::setOf({1})}}),
             R"(The value at "a" is a set, which a property list cannot hold.)");
 }
 
 TEST(BinaryPropertyListWriter, ShortensALongPathToTheProblem) {
   const Text longKey(std::string(150, 'k'));
-  const PropertyListDictionary inner{{.key = longKey, .value = PropertyListValue()}};
+  const PropertyListDictionary inner{{longKey, PropertyListValue()}};
 
   EXPECT_EQ(errorOfWriting({{longKey, inner}}),
             "The value at \"" + std::string(150, 'k') +
@@ -281,7 +276,7 @@ TEST(BinaryPropertyListWriter, RefusesTextThatIsNotUtf8AndNamesItsPlace) {
       "\xE2\x82",          // cut off
       "long and plain before \xFF"};
   for (const auto text : rows) {
-    EXPECT_EQ(errorOfWriting({{"a"_text, Array{"good", Text(text)}}}),
+    EXPECT_EQ(errorOfWriting({{"a", Array{"good", Text(text)}}}),
               R"(The text at "a[1]" is not valid UTF-8.)")
         << testing::PrintToString(text);
   }
@@ -289,31 +284,29 @@ TEST(BinaryPropertyListWriter, RefusesTextThatIsNotUtf8AndNamesItsPlace) {
 
 TEST(BinaryPropertyListWriter, TakesTheFirstAndLastCodePointOfEachLength) {
   const PropertyListDictionary root{
-      {.key = "a"_text,
-       .value = "\x01\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"
-                "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"}};
+      {"a",
+       "\x01\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"
+       "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"}};
 
   EXPECT_EQ(decoded(root), PropertyListValue(root));
 }
 
 TEST(BinaryPropertyListWriter, RefusesAKeyThatIsNotUtf8AndNamesItsDictionary) {
-  const PropertyListDictionary bad{{.key = Text("\xFF"), .value = 1}};
+  const PropertyListDictionary bad{{Text("\xFF"), 1}};
 
   EXPECT_EQ(errorOfWriting(bad), "A key of the dictionary at the root is not valid UTF-8.");
-  EXPECT_EQ(errorOfWriting({{"a"_text, Array{bad}}}),
+  EXPECT_EQ(errorOfWriting({{"a", Array{bad}}}),
             R"(A key of the dictionary at "a[0]" is not valid UTF-8.)");
 }
 
 TEST(BinaryPropertyListWriter, WritesAsManyNestedContainersAsTheReaderTakes) {
-  const PropertyListDictionary root{
-      {.key = "a"_text, .value = nestedArrays(MaxPropertyListNesting - 1)}};
+  const PropertyListDictionary root{{"a", nestedArrays(MaxPropertyListNesting - 1)}};
 
   EXPECT_EQ(decoded(root), PropertyListValue(root));
 }
 
 TEST(BinaryPropertyListWriter, RefusesContainersNestedDeeper) {
-  const std::string error =
-      errorOfWriting({{.key = "a"_text, .value = nestedArrays(MaxPropertyListNesting)}});
+  const std::string error = errorOfWriting({{"a", nestedArrays(MaxPropertyListNesting)}});
 
   EXPECT_TRUE(error.starts_with("The value at \"a[0][0]")) << error;
   EXPECT_TRUE(error.ends_with("is part of a nesting of more than 512 arrays and dictionaries."))
@@ -327,7 +320,7 @@ TEST(BinaryPropertyListWriter, RefusesDeepNestingThatIsMetPieceByPiece) {
     all.emplace_back(Array{all.back()});
   }
 
-  EXPECT_NE(errorOfWriting({{"a"_text, all}}).find("more than 512"), std::string::npos);
+  EXPECT_NE(errorOfWriting({{"a", all}}).find("more than 512"), std::string::npos);
 }
 
 TEST(BinaryPropertyListWriter, TakesTimeInProportionToManyDistinctValues) {
@@ -336,7 +329,7 @@ TEST(BinaryPropertyListWriter, TakesTimeInProportionToManyDistinctValues) {
     for (std::size_t index = 0; index < count; ++index) {
       items.emplace_back(dataOf(std::to_string(index) + std::string(26, '-')));
     }
-    return PropertyListDictionary{{.key = "items"_text, .value = std::move(items)}};
+    return PropertyListDictionary{{"items", std::move(items)}};
   });
 
   EXPECT_LT(growth, MaxGrowth);
@@ -346,9 +339,9 @@ TEST(BinaryPropertyListWriter, TakesTimeInProportionToManySmallContainers) {
   const auto growth = growthOfWriting(500, [](std::size_t count) {
     Array items;
     for (std::size_t index = 0; index < count; ++index) {
-      items.emplace_back(PropertyListDictionary{{.key = "number"_text, .value = index}});
+      items.emplace_back(PropertyListDictionary{{"number", index}});
     }
-    return PropertyListDictionary{{.key = "items"_text, .value = std::move(items)}};
+    return PropertyListDictionary{{"items", std::move(items)}};
   });
 
   EXPECT_LT(growth, MaxGrowth);
@@ -361,7 +354,7 @@ PropertyListDictionary collidingTexts(std::size_t count) {
     const std::string digits = std::to_string(1'000'000 + index);
     items.emplace_back(std::string(64, 'a') + digits + std::string(64, 'z'));
   }
-  return PropertyListDictionary{{.key = "items"_text, .value = Array{items, Array(items)}}};
+  return PropertyListDictionary{{"items", Array{items, Array(items)}}};
 }
 
 TEST(BinaryPropertyListWriter, TakesTimeInProportionToValuesThatCollide) {

@@ -16,8 +16,7 @@ using namespace std::string_literals;
 
 TEST(LinuxPropertyListSerialization, DecodesWhatItEncodes) {
   const LinuxPropertyListSerialization serialization;
-  const PropertyListDictionary message{{.key = "ok"_text, .value = true},
-                                       {.key = "userHandle"_text, .value = dataOf("user")}};
+  const PropertyListDictionary message{{"ok", true}, {"userHandle", dataOf("user")}};
   const auto bytes = serialization.encodeBinary(message);
   ASSERT_TRUE(bytes.has_value());
 
@@ -25,8 +24,7 @@ TEST(LinuxPropertyListSerialization, DecodesWhatItEncodes) {
 }
 
 TEST(LinuxPropertyListSerialization, SaysWhyItCannotEncode) {
-  const auto bytes = LinuxPropertyListSerialization().encodeBinary(
-      {{.key = "type"_text, .value = PropertyListValue()}});
+  const auto bytes = LinuxPropertyListSerialization().encodeBinary({{"type", PropertyListValue()}});
 
   ASSERT_FALSE(bytes.has_value());
   EXPECT_EQ(bytes.error().localizedDescription,
@@ -43,7 +41,7 @@ TEST(LinuxPropertyListSerialization, SaysWhereABinaryPropertyListIsDamaged) {
 }
 
 TEST(LinuxPropertyListSerialization, TellsTheFormatByLooking) {
-  const PropertyListValue expected(PropertyListDictionary{{"a"_text, "b"}});
+  const PropertyListValue expected(PropertyListDictionary{{"a", "b"}});
   const std::vector<std::string> rows = {
       "bplist00\xD1\x01\x02\x51"
       "a\x51"

@@ -7,6 +7,7 @@
 #include <optional>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/propertylist/NextStepEncoding.h"
 #include "platform/linux/propertylist/PropertyListCharacters.h"
@@ -81,11 +82,11 @@ PropertyListValue OpenStepPropertyListReader::readTop() {
     return {};
   }
   next_ = first;
-  auto entries = readEntries();
+  PropertyListDictionary dictionary = readEntries();
   if (!hasFailed() && !isAtEnd()) {
     fail(next_, "a key cannot begin like this");
   }
-  return PropertyListDictionary(std::move(entries));
+  return dictionary;
 }
 
 PropertyListValue OpenStepPropertyListReader::readValue() {
@@ -131,43 +132,37 @@ PropertyListValue OpenStepPropertyListReader::readDictionary() {
   if (!enter()) {
     return {};
   }
-  auto entries = readEntries();
+  PropertyListDictionary dictionary = readEntries();
   --depth_;
   if (!hasFailed() && !take('}')) {
     isAtEnd() ? fail(first, "a dictionary is not closed")
               : fail(next_, "a key cannot begin like this");
   }
-  return PropertyListDictionary(std::move(entries));
+  return dictionary;
 }
 
-std::vector<PropertyListDictionary::Entry> OpenStepPropertyListReader::readEntries() {
-  std::vector<PropertyListDictionary::Entry> entries;
+PropertyListDictionary OpenStepPropertyListReader::readEntries() {
+  PropertyListDictionary dictionary;
   while (!hasFailed() && skipSpace() && (isQuote(next()) || isBare(next()))) {
-    entries.push_back(readEntry());
+    readEntry(dictionary);
   }
-  return entries;
+  return dictionary;
 }
 
-PropertyListDictionary::Entry OpenStepPropertyListReader::readEntry() {
-  PropertyListDictionary::Entry entry;
-  entry.key = readText();
+void OpenStepPropertyListReader::readEntry(PropertyListDictionary& dictionary) {
+  const Text key = readText();
   if (hasFailed()) {
-    return entry;
+    return;
   }
   skipSpace();
-  if (take('=')) {
-    entry.value = readValue();
-  } else {
-    // A key alone is its own value.
-    entry.value = entry.key;
-  }
+  // A key alone is its own value.
+  dictionary.insert_or_assign(key, take('=') ? readValue() : PropertyListValue(key));
   if (!hasFailed()) {
     skipSpace();
     if (!take(';')) {
       fail(next_, "no semicolon ends a dictionary's entry");
     }
   }
-  return entry;
 }
 
 PropertyListValue OpenStepPropertyListReader::readData() {
@@ -177,20 +172,21 @@ PropertyListValue OpenStepPropertyListReader::readData() {
     return {};
   }
   ++next_;
-  MutableData bytes = MutableData::uninitialized((end - next_) / 2);
+  std::vector<std::uint8_t> bytes((end - next_) / 2);
   std::size_t count = 0;
   while (!hasFailed() && next_ < end) {
     if (isOpenStepSpace(next())) {
       ++next_;
     } else if (const auto byte = byteOf(next(), view_[next_ + 1])) {
-      bytes.bytes()[count++] = *byte;
+      bytes[count++] = *byte;
       next_ += 2;
     } else {
       fail(next_, "data holds something else than pairs of hexadecimal digits");
     }
   }
   next_ = end + 1;
-  return std::move(bytes).freeze(count);
+  bytes.resize(count);
+  return Data(std::move(bytes));
 }
 
 Text OpenStepPropertyListReader::readText() {
@@ -204,7 +200,7 @@ Text OpenStepPropertyListReader::readBareText() {
     fail(next_, "no value can begin like this");
     return {};
   }
-  return Text::sliceOf(characters_, std::exchange(next_, next_ + size), size);
+  return Text(characters_.slice(std::exchange(next_, next_ + size), size));
 }
 
 Text OpenStepPropertyListReader::readQuotedText() {
@@ -219,7 +215,7 @@ Text OpenStepPropertyListReader::readQuotedText() {
       fail(opening, "a quoted string is not closed");
     } else if (take(quote)) {
       const std::size_t size = next_ - 1 - first;
-      return text.empty() && first == opening + 1 ? Text::sliceOf(characters_, first, size)
+      return text.empty() && first == opening + 1 ? Text(characters_.slice(first, size))
                                                   : Text(text.append(view_, first, size));
     } else {
       text.append(view_, first, next_++ - first);

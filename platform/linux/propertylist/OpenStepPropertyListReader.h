@@ -37,8 +37,8 @@ class OpenStepPropertyListReader {
   PropertyListValue readArray();
   PropertyListValue readDictionary();
   /// Entries up to the character that ends them, which stays, or up to the end.
-  std::vector<PropertyListDictionary::Entry> readEntries();
-  PropertyListDictionary::Entry readEntry();
+  PropertyListDictionary readEntries();
+  void readEntry(PropertyListDictionary& dictionary);
   PropertyListValue readData();
   Text readText();
   Text readBareText();

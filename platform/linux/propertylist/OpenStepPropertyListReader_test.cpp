@@ -37,7 +37,7 @@ std::string openStepDamagedAt(int line, int column, const std::string& what) {
 }
 
 TEST(OpenStepPropertyListReader, ReadsEachKindOfValue) {
-  const PropertyListDictionary dictionary{{"a"_text, "1"}, {"b"_text, "2"}};
+  const PropertyListDictionary dictionary{{"a", "1"}, {"b", "2"}};
   const std::vector<std::pair<std::string_view, PropertyListValue>> rows = {
       {"bare", "bare"},
       {"_$/:.-aZ09", "_$/:.-aZ09"},
@@ -55,8 +55,8 @@ TEST(OpenStepPropertyListReader, ReadsEachKindOfValue) {
       {"{a=1;b=2;}", dictionary},
       {"{ \"b\" = 2 ; 'a' = \"1\" ; }", dictionary},
       {"{a = {b = (c);};}",
-       PropertyListDictionary{{"a"_text, PropertyListDictionary{{"b"_text, Array{"c"}}}}}},
-      {"{key;}", PropertyListDictionary{{"key"_text, "key"}}}};
+       PropertyListDictionary{{"a", PropertyListDictionary{{"b", Array{"c"}}}}}},
+      {"{key;}", PropertyListDictionary{{"key", "key"}}}};
   for (const auto& [text, expected] : rows) {
     EXPECT_EQ(valueOfOpenStep(text), expected) << text;
     EXPECT_EQ(valueOfOpenStep(std::string("\n").append(text).append(" ")), expected) << text;
@@ -64,9 +64,8 @@ TEST(OpenStepPropertyListReader, ReadsEachKindOfValue) {
 }
 
 TEST(OpenStepPropertyListReader, ReadsTheEntriesOfADictionaryWithoutBraces) {
-  EXPECT_EQ(
-      valueOfOpenStep("/* greetings */\n\"hello\" = \"world\";\nbye;\n"),
-      PropertyListValue(PropertyListDictionary{{"bye"_text, "bye"}, {"hello"_text, "world"}}));
+  EXPECT_EQ(valueOfOpenStep("/* greetings */\n\"hello\" = \"world\";\nbye;\n"),
+            PropertyListValue(PropertyListDictionary{{"bye", "bye"}, {"hello", "world"}}));
 }
 
 TEST(OpenStepPropertyListReader, TakesNothingButSpaceForAnEmptyDictionary) {
@@ -118,7 +117,7 @@ TEST(OpenStepPropertyListReader, ReadsOctalEscapesInTheNextStepEncoding) {
 
 TEST(OpenStepPropertyListReader, CountsTheLastOfARepeatedKey) {
   EXPECT_EQ(valueOfOpenStep("{a=1;\"a\"=2;}"),
-            PropertyListValue(PropertyListDictionary{{"a"_text, "2"}}));
+            PropertyListValue(PropertyListDictionary{{"a", "2"}}));
 }
 
 TEST(OpenStepPropertyListReader, SharesTheCharactersOfTextWithoutEscapes) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/propertylist/Unicode.h"
 
@@ -39,9 +40,9 @@ std::expected<Data, PropertyListError> fromUtf16(const Data& bytes, unicode::Byt
   const auto utf16 = bytes.bytes().subspan(BigEndianMark.size());
   // The most that a unit of two bytes becomes.
   constexpr std::size_t MaxUtf8SizeOfUnit = 3;
-  MutableData characters = MutableData::uninitialized(utf16.size() / 2 * MaxUtf8SizeOfUnit);
-  const std::uint8_t* const first = characters.bytes().data();
-  std::uint8_t* next = characters.bytes().data();
+  std::vector<std::uint8_t> characters(utf16.size() / 2 * MaxUtf8SizeOfUnit);
+  const std::uint8_t* const first = characters.data();
+  std::uint8_t* next = characters.data();
   for (auto rest = utf16; !rest.empty();) {
     const auto codePoint = unicode::takeUtf16(rest, order);
     if (!codePoint) {
@@ -50,7 +51,8 @@ std::expected<Data, PropertyListError> fromUtf16(const Data& bytes, unicode::Byt
     }
     unicode::putUtf8(next, *codePoint);
   }
-  return std::move(characters).freeze(static_cast<std::size_t>(next - first));
+  characters.resize(static_cast<std::size_t>(next - first));
+  return characters;
 }
 
 }  // namespace

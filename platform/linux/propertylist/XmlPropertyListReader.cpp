@@ -61,11 +61,11 @@ bool isSpace(std::string_view text) {
 }
 
 /// The keyed archiver's reference number that the dictionary stands for.
-std::optional<PropertyListUid> uidOf(std::span<const PropertyListDictionary::Entry> entries) {
-  if (entries.size() != 1 || entries[0].key.view() != "CF$UID") {
+std::optional<PropertyListUid> uidOf(const PropertyListDictionary& dictionary) {
+  if (dictionary.size() != 1 || dictionary.begin()->first != "CF$UID") {
     return std::nullopt;
   }
-  const auto number = entries[0].value.integer();
+  const auto number = dictionary.begin()->second.integer();
   const bool isUid = number && *number >= 0 && *number <= std::numeric_limits<std::uint32_t>::max();
   return isUid ? std::optional(PropertyListUid{static_cast<std::uint64_t>(*number)}) : std::nullopt;
 }
@@ -103,7 +103,7 @@ class Document {
   struct Container {
     bool isArray = false;
     PropertyListValue::Array items;
-    std::vector<PropertyListDictionary::Entry> entries;
+    PropertyListDictionary dictionary;
     /// The key whose value is to come.
     std::optional<Text> key;
   };
@@ -274,10 +274,10 @@ class Document {
       fail("a key has no value");
     } else if (container.isArray) {
       add(std::move(container.items));
-    } else if (const auto uid = uidOf(container.entries)) {
+    } else if (const auto uid = uidOf(container.dictionary)) {
       add(*uid);
     } else {
-      add(PropertyListDictionary(std::move(container.entries)));
+      add(std::move(container.dictionary));
     }
   }
 
@@ -290,7 +290,8 @@ class Document {
     if (container.isArray) {
       container.items.push_back(std::move(value));
     } else {
-      container.entries.emplace_back(*std::exchange(container.key, std::nullopt), std::move(value));
+      container.dictionary.insert_or_assign(*std::exchange(container.key, std::nullopt),
+                                            std::move(value));
     }
   }
 

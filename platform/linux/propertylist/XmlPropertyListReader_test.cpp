@@ -72,9 +72,9 @@ TEST(XmlPropertyListReader, ReadsEachElement) {
       {"<array><string>a</string><true/></array>", Array{"a", true}},
       {"<dict/>", PropertyListDictionary{}},
       {"<dict><key>b</key><true/><key>a</key><integer>1</integer></dict>",
-       PropertyListDictionary{{"a"_text, 1}, {"b"_text, true}}},
+       PropertyListDictionary{{"a", 1}, {"b", true}}},
       {"<dict><key/><array><dict/></array></dict>",
-       PropertyListDictionary{{""_text, Array{PropertyListDictionary()}}}}};
+       PropertyListDictionary{{"", Array{PropertyListDictionary()}}}}};
   for (const auto& [xml, expected] : rows) {
     EXPECT_EQ(valueOfXml("<plist>" + xml + "</plist>"), expected) << xml;
     EXPECT_EQ(valueOfXml(xml), expected) << xml;
@@ -99,7 +99,7 @@ TEST(XmlPropertyListReader, ReadsEntitiesCharacterDataAndComments) {
   EXPECT_EQ(valueOfXml("<string>a<![CDATA[<&amp;>]]>b<!-- c -->d</string>"),
             PropertyListValue("a<&amp;>bd"));
   EXPECT_EQ(valueOfXml("<dict><key>a<!-- -->&amp;</key><true/></dict>"),
-            PropertyListValue(PropertyListDictionary{{"a&"_text, true}}));
+            PropertyListValue(PropertyListDictionary{{"a&", true}}));
 }
 
 TEST(XmlPropertyListReader, ReadsAKeyedArchiversReferenceNumber) {
@@ -116,7 +116,7 @@ TEST(XmlPropertyListReader, ReadsAKeyedArchiversReferenceNumber) {
 
 TEST(XmlPropertyListReader, CountsTheLastOfARepeatedKey) {
   EXPECT_EQ(valueOfXml("<dict><key>a</key><false/><key>a</key><true/></dict>"),
-            PropertyListValue(PropertyListDictionary{{"a"_text, true}}));
+            PropertyListValue(PropertyListDictionary{{"a", true}}));
 }
 
 TEST(XmlPropertyListReader, RefusesMalformedPropertyListsAndSaysWhere) {

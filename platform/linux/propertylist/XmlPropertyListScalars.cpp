@@ -9,6 +9,7 @@
 #include <limits>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "platform/Data.h"
 
@@ -118,7 +119,7 @@ std::optional<PropertyListValue> dateOf(std::string_view text) {
 
 std::optional<PropertyListValue> dataOf(std::string_view text) {
   constexpr std::size_t GroupSize = 4;
-  MutableData bytes = MutableData::uninitialized((text.size() / GroupSize * 3) + 3);
+  std::vector<std::uint8_t> bytes((text.size() / GroupSize * 3) + 3);
   std::size_t count = 0;
   std::size_t digits = 0;
   std::size_t padding = 0;
@@ -131,7 +132,7 @@ std::optional<PropertyListValue> dataOf(std::string_view text) {
       bits = (bits << 6) | value;
       if (++digits % GroupSize != 1) {
         const std::size_t spare = (GroupSize - digits % GroupSize) % GroupSize * 2;
-        bytes.bytes()[count++] = static_cast<std::uint8_t>(bits >> spare);
+        bytes[count++] = static_cast<std::uint8_t>(bits >> spare);
       }
     } else if (!Space.contains(character)) {
       return std::nullopt;
@@ -141,7 +142,8 @@ std::optional<PropertyListValue> dataOf(std::string_view text) {
   if (padding != missing || missing == 3) {
     return std::nullopt;
   }
-  return PropertyListValue(std::move(bytes).freeze(count));
+  bytes.resize(count);
+  return Data(std::move(bytes));
 }
 
 }  // namespace korvan::xml

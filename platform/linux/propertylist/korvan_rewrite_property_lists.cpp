@@ -27,7 +27,7 @@ std::string rewritten(const Data& contents) {
   if (!value) {
     return "not read: " + value.error().localizedDescription.value_or("");
   }
-  const auto bytes = serialization.encodeBinary({{.key = Text("value"), .value = *value}});
+  const auto bytes = serialization.encodeBinary({{"value", *value}});
   if (!bytes) {
     return "not written: " + bytes.error().localizedDescription.value_or("");
   }
