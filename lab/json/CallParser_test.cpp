@@ -60,7 +60,7 @@ TEST(CallParser, HandsOverEveryFieldOfAPasskeyRequest) {
         "credentialIdentity":{"recordIdentifier":"r","relyingPartyIdentifier":"example.com",
           "userName":"al\u0000ice","userHandle":"AQ","credentialID":""},
         "clientDataHash":"AQI","userVerificationPreference":"required",
-        "supportedAlgorithms":[-7,-257],
+        "supportedAlgorithms":[-7,9223372036854775807],
         "excludedCredentials":[{"credentialID":"Aw"},{},{"credentialID":null}]}})");
   const PasskeyCredentialRequest* const request = controller->passkeyRequest();
   ASSERT_NE(request, nullptr);
@@ -71,7 +71,7 @@ TEST(CallParser, HandsOverEveryFieldOfAPasskeyRequest) {
   EXPECT_EQ(request->credentialIdentity->credentialID, Data());
   EXPECT_EQ(request->clientDataHash, bytes({1, 2}));
   EXPECT_EQ(request->userVerificationPreference, "required");
-  EXPECT_EQ(request->supportedAlgorithms, (std::vector<std::int64_t>{-7, -257}));
+  EXPECT_EQ(request->supportedAlgorithms, (std::vector<std::int64_t>{-7, INT64_MAX}));
   const auto excluded = request->excludedCredentials().value();
   ASSERT_EQ(excluded.size(), 3U);
   EXPECT_EQ(excluded[0].credentialID, bytes({3}));
@@ -213,12 +213,48 @@ TEST(CallParser, RefusesWhatIsNoCallAndSaysWhy) {
           Row{R"({"entryPoint":"prepareCredentialListForServiceIdentifiers:requestParameters:",
                    "requestParameters":{"allowedCredentials":[null]}})",
               "requestParameters.allowedCredentials[0] is null; "},
+          Row{R"({"entryPoint":"prepareCredentialListForServiceIdentifiers:requestParameters:",
+                   "serviceIdentifiers":["a",1]})",
+              "serviceIdentifiers[1] is a number; it must be a string."},
+          Row{R"({"entryPoint":"prepareCredentialListForServiceIdentifiers:requestParameters:",
+                   "serviceIdentifiers":"a"})",
+              "serviceIdentifiers is a string; it must be an array of strings."},
+          Row{R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+                   "request":{"class":"ASPasskeyCredentialRequest","excludedCredentials":["AQ"]}})",
+              "request.excludedCredentials[0] is a string; it must be an object."},
       }) {
     const auto call = parseCall(line);
     ASSERT_FALSE(call.has_value()) << line;
     EXPECT_THAT(call.error(), StartsWith(reason)) << line;
     EXPECT_TRUE(call.error().ends_with('.')) << call.error();
     EXPECT_THAT(call.error(), testing::Not(HasSubstr("json.exception"))) << line;
+  }
+}
+
+TEST(CallParser, RefusesNumbersThatAreNoIntegersOf64Bits) {
+  for (const char* const number : {"-7.0", "1e3", "9223372036854775808", "99999999999999999999"}) {
+    EXPECT_FALSE(parseCall(std::string(R"({"entryPoint":"prepareInterfaceForPasskeyRegistration:",
+        "request":{"class":"ASPasskeyCredentialRequest","supportedAlgorithms":[)") +
+                           number + "]}}")
+                     .has_value())
+        << number;
+  }
+}
+
+TEST(CallParser, SaysWhatIsWrongWithBytes) {
+  using Row = std::pair<const char*, const char*>;
+  for (const auto& [text, flaw] :
+       {Row{"AQ==", "is padded with \"=\""},
+        Row{"A+8", "has a character that base64url does not use at position 2"},
+        Row{"AQI D", "has a character that base64url does not use at position 4"},
+        Row{"AQIDB", "is one character too short or too long"},
+        Row{"AR", "has bits set that belong to no byte in its last character"},
+        Row{"AQJ", "has bits set that belong to no byte in its last character"}}) {
+    const std::string selector = "reportUnknownPublicKeyCredentialForRelyingParty:credentialID:";
+    EXPECT_EQ(
+        parseCall(R"({"entryPoint":")" + selector + R"(","credentialID":")" + text + "\"}").error(),
+        std::string("credentialID ") + flaw +
+            "; it must be bytes, a string of base64url without padding.");
   }
 }
 

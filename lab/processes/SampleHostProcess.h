@@ -14,8 +14,8 @@ namespace korvan::lab {
 /// A running sample host, and the events that it tells.
 class SampleHostProcess {
  public:
-  /// Starts `program`, with /dev/null as standard input. Throws std::runtime_error when it cannot be
-  /// started.
+  /// Starts `program`, with /dev/null as standard input. Throws std::runtime_error when it cannot
+  /// be started.
   SampleHostProcess(const std::filesystem::path& program,
                     const std::vector<std::string>& arguments);
   SampleHostProcess(const SampleHostProcess&) = delete;

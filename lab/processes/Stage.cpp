@@ -15,7 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view HostName = "korvan-sample-host";
 constexpr std::string_view LauncherName = "open-korvan";
 constexpr std::string_view LaunchedProcessName = "launched.pid";
 constexpr std::string_view LaunchedEventsName = "launched.events";
@@ -44,17 +43,18 @@ std::vector<std::string> hostArguments(const fs::path& container,
 
 }  // namespace
 
-fs::path sampleHostProgram() {
-  const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
-  for (const fs::path& candidate : {folder / HostName, folder / "host" / HostName}) {
-    if (fs::exists(candidate)) {
-      return candidate;
-    }
+fs::path builtProgram(const std::string& name, const fs::path& folder) {
+  const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
+  const fs::path beside = here / name;
+  const fs::path below = here / folder / name;
+  if (!fs::exists(beside) && !fs::exists(below)) {
+    throw std::runtime_error(name + " is missing: there is no " + beside.string() + " and no " +
+                             below.string() + ".");
   }
-  throw std::runtime_error("The sample host is missing: there is no " +
-                           (folder / HostName).string() + " and no " +
-                           (folder / "host" / HostName).string() + ".");
+  return fs::exists(beside) ? beside : below;
 }
+
+fs::path sampleHostProgram() { return builtProgram("korvan-sample-host", "host"); }
 
 Stage::Stage(fs::path directory) : directory_(std::move(directory)) { setAdoption(true); }
 

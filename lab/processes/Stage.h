@@ -10,8 +10,12 @@
 
 namespace korvan::lab {
 
-/// The sample host that is built with the lab: beside the lab's own program, or in `host` beside
-/// it. Throws std::runtime_error, naming both places, when it is in neither.
+/// A program that is built with the lab: beside the lab's own program, or in `folder` below it.
+/// Throws std::runtime_error, naming both places, when it is in neither.
+[[nodiscard]] std::filesystem::path builtProgram(const std::string& name,
+                                                 const std::filesystem::path& folder);
+
+/// The sample host among them.
 [[nodiscard]] std::filesystem::path sampleHostProgram();
 
 /// A directory with sample hosts on one app group's container. No host is left when it goes. There

@@ -23,8 +23,8 @@ const base64url = (bytes) => Buffer.from(bytes).toString('base64url');
 const bytes = (text) => Buffer.from(text, 'base64url');
 
 /** What a browser states of a ceremony: https://www.w3.org/TR/webauthn-3/#dictionary-client-data */
-function clientData(type, challenge, from = origin) {
-  const json = JSON.stringify({ type, challenge, origin: from, crossOrigin: false });
+function clientData(type, challenge) {
+  const json = JSON.stringify({ type, challenge, origin, crossOrigin: false });
   return { json: base64url(json), hash: createHash('sha256').update(json).digest('base64url') };
 }
 
@@ -71,8 +71,8 @@ const authenticationOptions = (more = {}) =>
   generateAuthenticationOptions({ rpID, userVerification: 'required', ...more });
 
 /** The same for a sign-in; `request` makes the entry point's arguments of the client-data hash. */
-async function authenticate(lab, options, entryPoint, request, from = origin) {
-  const { json, hash } = clientData('webauthn.get', options.challenge, from);
+async function authenticate(lab, options, entryPoint, request) {
+  const { json, hash } = clientData('webauthn.get', options.challenge);
   const told = await lab.call(entryPoint, request(hash, options));
   assert.equal(told.outcome, 'completedAssertion', JSON.stringify(told));
   const { credentialID, authenticatorData, signature, userHandle, ...others } = told.credential;
@@ -86,9 +86,9 @@ async function authenticate(lab, options, entryPoint, request, from = origin) {
   });
 }
 
-function signIn(lab, options, passkey, from) {
+function signIn(lab, options, passkey) {
   const entryPoint = 'prepareInterfaceToProvideCredentialForRequest:';
-  return authenticate(lab, options, entryPoint, knownPasskey(passkey), from);
+  return authenticate(lab, options, entryPoint, knownPasskey(passkey));
 }
 
 const knownPasskey = (passkey) => (clientDataHash, options) => ({
@@ -248,14 +248,6 @@ test('a sign-in is refused when it is for something else', async (t) => {
   await accepted(options, response, passkey);
 });
 
-test('a sign-in that another site asked for is refused', async (t) => {
-  const lab = await Lab.start(t);
-  const passkey = await registeredPasskey(lab);
-  const options = await authenticationOptions();
-  const response = await signIn(lab, options, passkey, 'https://example.net');
-  await assert.rejects(verifyAuthentication(options, response, passkey), /origin/);
-});
-
 test('a sign-in is refused when the signature or the counter was tampered with', async (t) => {
   const lab = await Lab.start(t);
   const passkey = await registeredPasskey(lab);
@@ -270,18 +262,6 @@ test('a sign-in is refused when the signature or the counter was tampered with',
     assert.equal(verified, false, part);
   }
   await accepted(options, credential, passkey);
-});
-
-test('a sign-in whose signature is of other client data is refused', async (t) => {
-  const lab = await Lab.start(t);
-  const passkey = await registeredPasskey(lab);
-  const options = await authenticationOptions();
-  const credential = await signIn(lab, options, passkey);
-  const others = await authenticationOptions();
-  const clientDataJSON = clientData('webauthn.get', others.challenge).json;
-  const swapped = { ...credential, response: { ...credential.response, clientDataJSON } };
-  const { verified } = await verifyAuthentication(others, swapped, passkey);
-  assert.equal(verified, false);
 });
 
 test('a sign-in that is replayed is refused', async (t) => {

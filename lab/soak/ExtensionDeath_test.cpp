@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
-#include <iterator>
 #include <limits>
 #include <span>
 #include <string>
@@ -16,6 +15,7 @@
 
 #include "channel/ExchangeProviderMessage.h"
 #include "lab/processes/SampleHostProcess.h"
+#include "lab/soak/ProcessCounts.h"
 #include "lab/support/TemporaryDirectory.h"
 #include "lab/system/ForwardedSockets.h"
 #include "lab/system/TrustAnchor.h"
@@ -72,14 +72,10 @@ class MortalSockets final : public ForwardedSockets {
 
 // The thread sanitizer has one of its own from a process's second thread on.
 #ifdef KORVAN_SANITIZED
-constexpr std::ptrdiff_t ThreadsOfSanitizer = 1;
+constexpr std::size_t ThreadsOfSanitizer = 1;
 #else
-constexpr std::ptrdiff_t ThreadsOfSanitizer = 0;
+constexpr std::size_t ThreadsOfSanitizer = 0;
 #endif
-
-std::ptrdiff_t entriesOf(const fs::path& directory) {
-  return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
-}
 
 class ExtensionDeath : public testing::Test {
  protected:
@@ -103,12 +99,12 @@ class ExtensionDeath : public testing::Test {
     ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << stage.name;
   }
 
-  [[nodiscard]] std::ptrdiff_t countOf(const char* kind) const {
+  [[nodiscard]] std::size_t countOf(const char* kind) const {
     return entriesOf(fs::path("/proc") / std::to_string(host.processIdentifier()) / kind);
   }
 
   /// A connection's thread ends a little after the connection is told of.
-  void expectHostHolds(std::ptrdiff_t descriptors, std::ptrdiff_t threads) const {
+  void expectHostHolds(std::size_t descriptors, std::size_t threads) const {
     const LinuxClock clock;
     const double deadline = clock.systemUptime() + 10;
     while ((countOf("fd") > descriptors || countOf("task") > threads) &&
@@ -129,8 +125,8 @@ class ExtensionDeath : public testing::Test {
 };
 
 TEST_F(ExtensionDeath, DisturbsNoOtherRequestAndLeavesNothingInTheHost) {
-  const std::ptrdiff_t descriptors = countOf("fd");
-  const std::ptrdiff_t threads = countOf("task") + ThreadsOfSanitizer;
+  const std::size_t descriptors = countOf("fd");
+  const std::size_t threads = countOf("task") + ThreadsOfSanitizer;
   const std::size_t frameSize = PrefixSize + request.size();
   for (const DeathStage& stage :
        {DeathStage{.name = "after connecting", .sent = 0},

@@ -1,6 +1,5 @@
 #include "lab/soak/ProcessCounts.h"
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -22,11 +21,6 @@ constexpr bool SanitizersKeepFreedMemory = false;
 
 constexpr double Patience = 5.0;
 constexpr std::uint32_t LookAgainMicroseconds = 10'000;
-
-std::size_t entriesOf(const char* directory) {
-  return static_cast<std::size_t>(
-      std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
-}
 
 std::size_t residentBytes() {
   std::ifstream statm("/proc/self/statm");
@@ -52,6 +46,11 @@ std::string grew(const std::string& what, std::size_t before, std::size_t after,
 }
 
 }  // namespace
+
+std::size_t entriesOf(const fs::path& directory) {
+  return static_cast<std::size_t>(
+      std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
+}
 
 std::size_t threadCount() { return entriesOf("/proc/self/task"); }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,9 @@ inline constexpr std::size_t ResidentTolerance = std::size_t{8} << 20U;
 /// the spare ones still run after some seconds, these are counted too. Frees unused memory first.
 /// No work is going on.
 [[nodiscard]] ProcessCounts settledCounts(std::size_t threads);
+
+/// How many entries the directory has, such as a process's "fd" and "task".
+[[nodiscard]] std::size_t entriesOf(const std::filesystem::path& directory);
 
 /// How many threads this process has.
 [[nodiscard]] std::size_t threadCount();

@@ -17,6 +17,7 @@
 #include "lab/processes/Program_testing.h"
 #include "lab/processes/SampleHostProcess.h"
 #include "lab/processes/Stage.h"
+#include "lab/soak/ProcessCounts.h"
 #include "lab/support/Descriptor.h"
 #include "lab/support/TemporaryDirectory.h"
 #include "lab/system/CallRunner.h"
@@ -29,9 +30,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-std::ptrdiff_t openDescriptors() {
-  return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
+std::size_t openDescriptors() { return entriesOf("/proc/self/fd"); }
 
 // The container is removed while the extension waits for the host that it opened.
 
@@ -118,7 +117,7 @@ TEST_F(ScarceSystem, WithoutDescriptorsARequestFailsOnceAndTheNextOneIsServed) {
       "Reading the Korvan peer code signature failed: OSStatus 100024",
       "Validating the Korvan peer code signature failed: OSStatus 100024"};
   expectServed();
-  const std::ptrdiff_t descriptors = openDescriptors();
+  const std::size_t descriptors = openDescriptors();
   for (std::size_t count = 0; count < expected.size(); ++count) {
     std::optional<Outcome> outcome;
     {
