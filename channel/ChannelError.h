@@ -8,12 +8,12 @@
 
 namespace korvan {
 
-// The channel's errors, each worded so that the step that failed can be told.
+// The channel's errors. Each names the step that failed.
 
-/// An error of the POSIX domain with a text of its own. `code` is an `errno` value.
+/// An error of the POSIX domain with its own description. `code` is an `errno` value.
 [[nodiscard]] Error posixError(int code, std::string description);
 
-/// "STEP failed: TEXT" for the system call that has just failed, from `errno`.
+/// "STEP failed: TEXT" for the system call that has just failed. Reads `errno`.
 [[nodiscard]] Error systemCallError(std::string_view step);
 
 /// "STEP failed: TEXT" for a Security status.

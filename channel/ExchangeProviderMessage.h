@@ -12,22 +12,22 @@
 
 namespace korvan {
 
-/// What one exchange with the host application came to.
+/// The result of one exchange with the host application.
 struct ProviderExchange {
-  /// The response body, exactly as long as the host announced it, or the first failing step's
-  /// error.
+  /// The response body, exactly as long as the host announced, or the error of the first step that
+  /// failed.
   std::expected<Data, Error> response;
   /// True only when the connection to the socket could not be made: the host is not listening.
   bool connectFailed = false;
 };
 
-/// Makes one exchange on a connection of its own: connects to the socket at `socketPath`, verifies
-/// the peer before it is sent a single byte, sends `requestBody` as one frame, reads one frame, and
+/// Makes one exchange on a new connection: connects to the socket at `socketPath`, verifies the
+/// peer before it sends a single byte, sends `requestBody` as one frame, reads one frame, and
 /// closes.
 ///
-/// `requestBody` is an encoded message, unframed; it is sent from where it lies. Blocks without a
-/// time limit for as long as the host takes, so it is called on a background thread; any number of
-/// calls may run at once. Nothing is kept between calls, and nothing is left open.
+/// `requestBody` is an encoded message without a frame; it is not copied. Blocks for as long as the
+/// host takes, without a timeout, so call it on a background thread. Thread-safe. Keeps nothing
+/// between calls, and leaves nothing open.
 [[nodiscard]] ProviderExchange exchangeProviderMessage(const LocalSockets& sockets,
                                                        const CodeSigning& codeSigning,
                                                        std::string_view socketPath,

@@ -6,10 +6,10 @@
 
 namespace korvan {
 
-// A frame carries one message on the socket, alike in both directions: four bytes with the number
-// of body bytes that follow, most significant first, then the body.
+// A frame carries one message on the socket, in either direction: four bytes with the size of the
+// body, big-endian, then the body.
 
-/// The most bytes that a frame's body may have: 4 MiB. It may not be empty either.
+/// The greatest size of a frame's body: 4 MiB. A body must not be empty either.
 inline constexpr std::size_t MaxProviderMessageSize = 4'194'304;
 
 using ProviderFramePrefix = std::array<std::uint8_t, 4>;
@@ -18,10 +18,10 @@ using ProviderFramePrefix = std::array<std::uint8_t, 4>;
   return size >= 1 && size <= MaxProviderMessageSize;
 }
 
-/// The prefix that announces a body of `bodySize` bytes, a valid size.
+/// The prefix for a body of `bodySize` bytes, which must be valid.
 [[nodiscard]] ProviderFramePrefix encodeProviderFramePrefix(std::size_t bodySize) noexcept;
 
-/// The body size that a prefix announces, valid or not.
+/// The body size in a prefix, valid or not.
 [[nodiscard]] std::uint32_t decodeProviderFramePrefix(const ProviderFramePrefix& prefix) noexcept;
 
 }  // namespace korvan

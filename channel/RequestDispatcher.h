@@ -8,18 +8,18 @@
 
 namespace korvan {
 
-/// Receives the response to a request: the host's own, unchanged, or a failure response.
+/// Receives the response to a request: the host's response, unchanged, or a failure response.
 using ProviderCompletion = std::function<void(const ProviderMessage& response)>;
 
 /// Sends `request` to the host application and calls `completion` with the response.
 ///
-/// Returns at once; the exchange runs in the background. When the host is not running and the
-/// request allows user interaction, the host is opened and waited for.
+/// Returns at once; the exchange runs in the background. If the host is not running and the request
+/// allows user interaction, opens the host and waits for it.
 ///
-/// `completion` is called on the main thread at most once: exactly once unless `controller` has
-/// gone before the answer came. It may be empty, when nobody waits for the answer. It is called
-/// before this function returns when the request cannot even be started: no app group container, or
-/// a request that cannot be encoded.
+/// Calls `completion` on the main thread, exactly once, or never if `controller` is gone when the
+/// answer arrives. `completion` may be empty. If the request cannot even start, because there is no
+/// app group container or the request cannot be encoded, calls `completion` before this function
+/// returns.
 void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
                              std::weak_ptr<const void> controller, ProviderMessage request,
                              ProviderCompletion completion);

@@ -6,15 +6,14 @@
 
 namespace korvan {
 
-/// The controller behind an object of the platform, which owns it: what keeps the one alive has to
-/// keep the other.
+/// The controller behind the platform's view controller, which owns it.
 class AppleController final : public CredentialProviderViewController {
  public:
   /// Does not own `owner`.
   AppleController(ASCredentialProviderViewController* _Nonnull owner,
                   std::shared_ptr<const Services> services);
 
-  /// A request whose answer is waited for keeps the owner alive until the completion is released.
+  /// A request with a completion keeps the owner alive until the completion is released.
   void performRequest(ProviderMessage request, ProviderCompletion completion) override;
 
  private:

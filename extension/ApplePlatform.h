@@ -8,8 +8,8 @@
 
 namespace korvan {
 
-/// The services of the system for one controller, which they do not own. A button sends
-/// `buttonAction` to the controller.
+/// The system's services for one controller, which they do not own. Buttons send `buttonAction` to
+/// the controller.
 [[nodiscard]] std::shared_ptr<const Services> makeApplePlatform(
     ASCredentialProviderViewController* _Nonnull controller, SEL _Nonnull buttonAction);
 

@@ -4,7 +4,7 @@
 
 namespace korvan {
 
-/// Time that setting the wall clock does not disturb. Usable from any thread at once.
+/// Monotonic time: setting the wall clock does not affect it. Thread-safe.
 class Clock {
  public:
   virtual ~Clock() = default;
@@ -12,7 +12,7 @@ class Clock {
   /// Seconds since the system started.
   [[nodiscard]] virtual double systemUptime() const = 0;
 
-  /// Blocks the calling thread for so many microseconds.
+  /// Blocks the calling thread for the given time.
   virtual void usleep(std::uint32_t microseconds) const = 0;
 };
 

@@ -14,10 +14,10 @@ using OSStatus = std::int32_t;
 /// errSecCSReqFailed: the code does not satisfy the requirement.
 inline constexpr OSStatus CodeRequirementFailed = -67050;
 
-/// Code-signing checks of running processes. Usable from any thread at once.
+/// Checks the code signatures of running processes. Thread-safe.
 class CodeSigning {
  public:
-  /// A running process's code. Released with its last owner.
+  /// The code of a running process. Released with its last owner.
   class Code {
    public:
     virtual ~Code() = default;
@@ -31,22 +31,22 @@ class CodeSigning {
 
   virtual ~CodeSigning() = default;
 
-  /// SecCodeCopyGuestWithAttributes for the process: sets `code` and returns 0, or returns the
+  /// SecCodeCopyGuestWithAttributes for the process. Sets `code` and returns 0, or returns the
   /// status of the failure.
   [[nodiscard]] virtual OSStatus copyGuest(std::int32_t processIdentifier,
                                            std::unique_ptr<Code>& code) const = 0;
 
-  /// SecRequirementCreateWithString: sets `requirement` and returns 0, or returns the status of the
+  /// SecRequirementCreateWithString. Sets `requirement` and returns 0, or returns the status of the
   /// failure.
   [[nodiscard]] virtual OSStatus createRequirement(
       std::string_view text, std::unique_ptr<Requirement>& requirement) const = 0;
 
   /// SecCodeCheckValidity: 0 when the code's signature is valid now and satisfies the requirement.
-  /// Both objects come from this instance.
+  /// Both objects were made by this instance.
   [[nodiscard]] virtual OSStatus checkValidity(const Code& code,
                                                const Requirement& requirement) const = 0;
 
-  /// SecCopyErrorMessageString: words for a status, if there are any.
+  /// SecCopyErrorMessageString: the system's text for a status, or nullopt.
   [[nodiscard]] virtual std::optional<std::string> errorMessage(OSStatus status) const = 0;
 };
 

@@ -11,8 +11,8 @@
 
 namespace korvan {
 
-// The platform's request types as plain records. A field that the platform left nil is none; that
-// is not the same as empty. The terms are WebAuthn's: https://www.w3.org/TR/webauthn-3/
+// The platform's request types as plain records. A field that the platform left nil is nullopt,
+// which is not the same as empty. The terms are WebAuthn's: https://www.w3.org/TR/webauthn-3/
 
 /// The preferred level of user verification, the platform's default.
 /// https://www.w3.org/TR/webauthn-3/#enumdef-userverificationrequirement
@@ -20,7 +20,7 @@ inline constexpr std::string_view UserVerificationPreferencePreferred = "preferr
 
 /// ASPasskeyCredentialIdentity.
 struct PasskeyCredentialIdentity {
-  /// The provider's own name for the record that holds the passkey.
+  /// The provider's own identifier of the record that holds the passkey.
   std::optional<std::string> recordIdentifier;
   std::optional<std::string> relyingPartyIdentifier;
   std::optional<std::string> userName;
@@ -43,9 +43,8 @@ class CredentialRequest {
   CredentialRequest& operator=(const CredentialRequest&) = delete;
   virtual ~CredentialRequest() = default;
 
-  /// This request when it is a passkey request, or null. Asked, and not found by a cast, because
-  /// the extension is built without run-time type information, whose type names are of no use in
-  /// it.
+  /// This request if it is a passkey request, otherwise null. A virtual function instead of a cast,
+  /// because the extension is built without run-time type information.
   [[nodiscard]] virtual const PasskeyCredentialRequest* passkeyRequest() const noexcept {
     return nullptr;
   }
@@ -66,8 +65,9 @@ class PasskeyCredentialRequest : public CredentialRequest {
   std::optional<std::string> userVerificationPreference;
   /// COSE algorithm identifiers in the relying party's order of preference, ES256 being -7.
   std::optional<std::vector<std::int64_t>> supportedAlgorithms;
-  /// Reads the request's excluded credentials. A call and not a value, because the platform's
-  /// property is there from macOS 15.0 on only and must not be touched before. Never null.
+  /// Reads the request's excluded credentials. A function instead of a value, because the
+  /// platform's property exists only from macOS 15.0 on and must not be touched before. Never
+  /// empty.
   std::function<std::optional<Descriptors>()> excludedCredentials = [] { return std::nullopt; };
 };
 

@@ -20,18 +20,18 @@ enum class ErrorDomain : std::uint8_t {
 /// The domain's name as the platform writes it.
 [[nodiscard]] std::string_view nameOfErrorDomain(ErrorDomain domain) noexcept;
 
-/// What an error carries besides its code.
+/// What an error carries in addition to its code.
 struct ErrorUserInfo {
-  /// NSLocalizedDescriptionKey: words for people.
+  /// NSLocalizedDescriptionKey: a text for people.
   std::optional<std::string> localizedDescription;
   friend bool operator==(const ErrorUserInfo&, const ErrorUserInfo&) = default;
 };
 
-/// The platform's error triple.
+/// An NSError: domain, code and user info.
 struct Error {
   ErrorDomain domain = ErrorDomain::posix;
   std::int64_t code = 0;
-  /// None and empty are different things to the platform: no dictionary, and one without entries.
+  /// The platform tells nullopt, which is no dictionary, from a dictionary without entries.
   std::optional<ErrorUserInfo> userInfo;
 
   [[nodiscard]] std::optional<std::string> localizedDescription() const {

@@ -8,7 +8,7 @@
 
 namespace korvan {
 
-/// ASPasskeyAssertionCredential. A value that the host left out is none.
+/// ASPasskeyAssertionCredential. A value that the host left out is nullopt.
 /// https://www.w3.org/TR/webauthn-3/#iface-authenticatorassertionresponse
 struct PasskeyAssertionCredential {
   std::optional<Data> userHandle;
@@ -21,7 +21,7 @@ struct PasskeyAssertionCredential {
                          const PasskeyAssertionCredential&) = default;
 };
 
-/// ASPasskeyRegistrationCredential. A value that the host left out is none.
+/// ASPasskeyRegistrationCredential. A value that the host left out is nullopt.
 /// https://www.w3.org/TR/webauthn-3/#iface-authenticatorattestationresponse
 struct PasskeyRegistrationCredential {
   std::optional<std::string> relyingParty;
@@ -32,17 +32,17 @@ struct PasskeyRegistrationCredential {
                          const PasskeyRegistrationCredential&) = default;
 };
 
-/// The platform's side of one request: exactly one of these ends it. Main thread.
+/// The platform's side of one request. Exactly one of these calls ends it. Main thread.
 class ExtensionContext {
  public:
   virtual ~ExtensionContext() = default;
 
   virtual void completeExtensionConfigurationRequest() = 0;
 
-  /// Ends an assertion; nobody is told when the platform has taken the credential.
+  /// Ends an assertion. The platform does not confirm that it took the credential.
   virtual void completeAssertionRequest(const PasskeyAssertionCredential& credential) = 0;
 
-  /// Ends a registration; nobody is told when the platform has taken the credential.
+  /// Ends a registration. The platform does not confirm that it took the credential.
   virtual void completeRegistrationRequest(const PasskeyRegistrationCredential& credential) = 0;
 
   virtual void cancelRequest(const Error& error) = 0;

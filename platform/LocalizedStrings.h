@@ -5,12 +5,12 @@
 
 namespace korvan {
 
-/// The default table of the texts that a person sees. Main thread.
+/// The texts that a person sees, in their language. Main thread.
 class LocalizedStrings {
  public:
   virtual ~LocalizedStrings() = default;
 
-  /// The text in the person's language, or `key`, which is the English text, when there is none.
+  /// The translation of `key`, which is the English text, or `key` itself when there is none.
   [[nodiscard]] virtual std::string localizedString(std::string_view key) const = 0;
 };
 

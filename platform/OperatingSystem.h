@@ -17,7 +17,7 @@ class OperatingSystem {
  public:
   virtual ~OperatingSystem() = default;
 
-  /// Asked afresh at each use.
+  /// Callers do not cache the answer.
   [[nodiscard]] virtual bool isAtLeast(OperatingSystemVersion version) const = 0;
 };
 

@@ -11,11 +11,11 @@ namespace korvan {
 
 /// Why a property list could not be encoded or decoded.
 struct PropertyListError {
-  /// Words for people: what was wrong and where. None when the platform gives none.
+  /// A text for people: what was wrong, and where. Nullopt when the platform gives no text.
   std::optional<std::string> localizedDescription;
 };
 
-/// Property lists as bytes. Usable from any thread at once.
+/// Encodes and decodes property lists. Thread-safe.
 class PropertyListSerialization {
  public:
   virtual ~PropertyListSerialization() = default;

@@ -14,10 +14,10 @@ class Queues;
 class Views;
 class Workspace;
 
-/// Everything that one controller needs of the system it runs on.
+/// Everything that a controller needs from the system it runs on.
 ///
-/// Passed as `std::shared_ptr<const Services>`: whoever creates it makes the pointer keep the
-/// referred objects alive, since background work may outlive the controller.
+/// Passed as `std::shared_ptr<const Services>`. Its creator makes sure that the pointer keeps the
+/// referenced objects alive, because background work may outlive the controller.
 struct Services {
   AppGroupContainers& appGroupContainers;
   Clock& clock;

@@ -10,10 +10,10 @@
 
 namespace korvan {
 
-// The few view operations that the notice needs, under AppKit's names. Main thread. Lengths are in
-// points, font sizes too.
+// The few view operations that the notice needs, under AppKit's names. Main thread. Lengths and
+// font sizes are in points.
 
-/// Anything that takes up room in a window.
+/// A rectangle in a window, and what it contains.
 class View {
  public:
   virtual ~View() = default;
@@ -36,19 +36,19 @@ struct SystemFont {
   friend bool operator==(const SystemFont&, const SystemFont&) = default;
 };
 
-/// A text that cannot be edited.
+/// Text that cannot be edited.
 class Label : public virtual View {
  public:
   virtual void setFont(SystemFont font) = 0;
   virtual void setAlignment(TextAlignment alignment) = 0;
-  /// 0 is no limit.
+  /// 0 means no limit.
   virtual void setMaximumNumberOfLines(int lines) = 0;
   virtual void setLineBreakMode(LineBreakMode mode) = 0;
 };
 
 class Button : public virtual View {
  public:
-  /// The key, as the characters that it types, that presses the button.
+  /// Sets the key that presses the button, as the characters that it types.
   virtual void setKeyEquivalent(std::string_view characters) = 0;
 };
 
@@ -59,12 +59,12 @@ enum class LayoutAttribute : std::uint8_t { leading, trailing, centerX, centerY,
 class StackView : public virtual View {
  public:
   virtual void setOrientation(Orientation orientation) = 0;
-  /// The attribute in which the views are aligned across the orientation.
+  /// Sets the attribute by which the views are aligned, perpendicular to the orientation.
   virtual void setAlignment(LayoutAttribute attribute) = 0;
   virtual void setSpacing(double spacing) = 0;
 };
 
-/// One attribute of one view, to constrain.
+/// An attribute of a view that a constraint refers to.
 struct LayoutAnchor {
   std::shared_ptr<View> view;
   LayoutAttribute attribute = LayoutAttribute::leading;
@@ -72,7 +72,7 @@ struct LayoutAnchor {
 
 enum class LayoutRelation : std::uint8_t { equal, lessThanOrEqual, greaterThanOrEqual };
 
-/// `first` stands in `relation` to `second` plus `constant`, or to `constant` alone, with the
+/// Keeps `first` in `relation` to `second` plus `constant`, or to `constant` alone, with the
 /// default priority.
 struct LayoutConstraint {
   LayoutAnchor first;
@@ -81,12 +81,12 @@ struct LayoutConstraint {
   double constant = 0;
 };
 
-/// The controller's own view, and what can be made to put into it.
+/// The controller's own view, and the views that can be created to put into it.
 class Views {
  public:
   virtual ~Views() = default;
 
-  /// The controller's view; never null, always the same.
+  /// The controller's view. Never null, and always the same view.
   [[nodiscard]] virtual std::shared_ptr<View> view() = 0;
 
   [[nodiscard]] virtual std::shared_ptr<Label> labelWithString(std::string_view text) = 0;

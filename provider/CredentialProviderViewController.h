@@ -14,22 +14,21 @@
 
 namespace korvan {
 
-/// The extension's principal class: the one object that the platform's authentication services
-/// call.
+/// The object whose entry points the platform calls.
 ///
-/// The platform makes one controller a request and calls one entry point of it. The entry point
-/// remembers what it was given, sends one message to the host application, and on the answer
-/// completes or cancels the platform's request through the extension context.
+/// The platform makes one controller per request and calls one of its entry points. The entry point
+/// stores its arguments, sends one message to the host application, and completes or cancels the
+/// platform's request when the answer arrives.
 ///
-/// Held by std::shared_ptr. Everything runs on the main thread, but for the report entry points,
-/// which run on the thread that calls them. A request on its way keeps the controller alive.
+/// Owned by std::shared_ptr. Main thread, except the credential update reports, which run on the
+/// caller's thread. A pending request keeps the controller alive.
 ///
-/// When memory runs out, the process ends, and the system tells the user that the extension has
-/// failed: std::bad_alloc is caught nowhere on the way of a request, and those who call an entry
-/// point or an action let no exception pass. Until then the request has one outcome or none.
+/// When memory runs out, the process ends, and the system tells the user that the extension failed:
+/// nothing catches std::bad_alloc during a request, and the callers of entry points and actions let
+/// no exception pass. Until then the request has one outcome or none.
 ///
-/// Methods are messages: they reach each other through the object and may be overridden. Null is
-/// "nil".
+/// Methods are virtual because they are messages: each may be overridden, and they call each other
+/// through the object. Null means nil.
 class CredentialProviderViewController
     : public std::enable_shared_from_this<CredentialProviderViewController> {
  public:
@@ -47,23 +46,22 @@ class CredentialProviderViewController
 
   // A failed response becomes a cancellation (ResponseErrors.cpp, UnavailableNotice.cpp).
 
-  /// The platform's code for a failure response's `errorCode`; `failed` for one that it does not
-  /// know.
+  /// The platform's code for a failure response's `errorCode`; `failed` for an unknown one.
   [[nodiscard]] virtual ExtensionErrorCode extensionErrorCodeForResponse(
       const ProviderMessage& response) const;
   /// Cancels the platform's request with the response's code and description.
   virtual void finishCancellationForResponse(const ProviderMessage& response);
-  /// Shows the notice in place of what the view shows, and keeps the response until OK is pressed.
+  /// Replaces the contents of the view with the notice, and keeps the response until OK is pressed.
   virtual void showUnavailableUIForResponse(const ProviderMessage& response);
-  /// OK was pressed: finishes the cancellation that waited for it, if one did.
+  /// OK was pressed: finishes the pending cancellation, if there is one.
   virtual void dismissUnavailableUI();
-  /// Cancels the platform's request: at once, or when the response asks for the notice, after OK.
+  /// Cancels the platform's request: at once, or after OK if the response asks for the notice.
   virtual void cancelForResponse(const ProviderMessage& response);
 
   // Assertion (PasskeyAssertion.cpp).
 
-  /// The assertion request. `record` holds nothing, or a `recordIdentifier` and a `credentialID`,
-  /// which then win over the credential request's own.
+  /// The assertion request. A `recordIdentifier` and a `credentialID` in `record` take precedence
+  /// over those of the credential request.
   [[nodiscard]] virtual ProviderMessage assertionRequestForRecord(const ProviderMessage& record,
                                                                   bool allowsUserInteraction,
                                                                   bool interactive) const;
@@ -72,13 +70,13 @@ class CredentialProviderViewController
 
   // Registration (PasskeyRegistration.cpp).
 
-  /// The registration request for `request`; a null one counts as one whose fields are all none.
+  /// The registration request for `request`. Null counts as a request whose fields are all nullopt.
   [[nodiscard]] virtual ProviderMessage registrationRequestDictionary(
       const PasskeyCredentialRequest* request, bool allowsUserInteraction, bool conditional) const;
   /// Completes the platform's request with the credential in a successful response.
   virtual void completeRegistrationWithResponse(const ProviderMessage& response);
 
-  // Sending what the properties hold.
+  // Send the requests that the properties describe.
 
   virtual void requestInteractiveAssertion();
   virtual void requestInteractiveRegistration();
@@ -96,12 +94,12 @@ class CredentialProviderViewController
   virtual void performPasskeyRegistrationWithoutUserInteractionIfPossible(
       const PasskeyRequest& registrationRequest);
 
-  // Reports (CredentialUpdateReports.cpp): sent once and forgotten, on the thread that calls.
+  // Credential update reports (CredentialUpdateReports.cpp): sent once, on the caller's thread.
 
-  /// Sends one report, never allowing user interaction and not waiting for an answer.
+  /// Sends one report. Never allows user interaction, and ignores the answer.
   virtual void sendCredentialUpdate(ProviderMessage request);
 
-  // The report entry points throw std::invalid_argument, naming the argument, when one is none.
+  // These throw std::invalid_argument that names the argument when one is nullopt.
   virtual void reportPublicKeyCredentialUpdateForRelyingParty(
       const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
       const std::optional<std::string>& newName);
@@ -113,14 +111,14 @@ class CredentialProviderViewController
 
   // The properties.
 
-  /// Of a credential list; goes before the credential request as the source of an assertion's
-  /// relying party, client-data hash and user-verification preference.
+  /// The parameters of a credential list. They take precedence over the credential request as the
+  /// source of an assertion's relying party, client-data hash and user-verification preference.
   [[nodiscard]] virtual RequestParameters requestParameters() const;
   virtual void setRequestParameters(RequestParameters requestParameters);
-  /// The assertion being served.
+  /// The assertion that is being served.
   [[nodiscard]] virtual PasskeyRequest credentialRequest() const;
   virtual void setCredentialRequest(PasskeyRequest credentialRequest);
-  /// The interactive registration being served.
+  /// The interactive registration that is being served.
   [[nodiscard]] virtual PasskeyRequest registrationRequest() const;
   virtual void setRegistrationRequest(PasskeyRequest registrationRequest);
   /// The failure response whose cancellation waits for OK.

@@ -9,9 +9,8 @@
 
 namespace korvan {
 
-/// A flow's completion: keeps the controller alive until the answer has come, and judges the answer
-/// by `ok` alone. `onSuccess` is called with the controller and the response; a failure goes to
-/// cancelForResponse.
+/// A flow's completion. Keeps the controller alive until the answer arrives, and decides by `ok`
+/// alone: calls `onSuccess` with the controller and the response, or cancelForResponse.
 template <typename OnSuccess>
 [[nodiscard]] ProviderCompletion flowCompletion(
     std::shared_ptr<CredentialProviderViewController> controller, OnSuccess onSuccess) {

@@ -8,7 +8,7 @@
 
 namespace korvan {
 
-/// The request as a passkey request, or null when it is of another kind or null itself.
+/// The request as a passkey request, or null if it is of another kind or null.
 [[nodiscard]] inline std::shared_ptr<const PasskeyCredentialRequest> passkeyRequest(
     std::shared_ptr<const CredentialRequest> request) {
   const PasskeyCredentialRequest* const passkey = request ? request->passkeyRequest() : nullptr;
@@ -17,7 +17,7 @@ namespace korvan {
              : nullptr;
 }
 
-/// The error for a request that an entry point does not serve; it carries nothing but the code.
+/// The error for a request that an entry point does not serve. It has a code and no user info.
 [[nodiscard]] inline Error rejection(ExtensionErrorCode code) {
   return {.domain = ErrorDomain::extension,
           .code = static_cast<std::int64_t>(code),

@@ -62,7 +62,7 @@ LayoutAnchor anchor(const std::shared_ptr<View>& view, LayoutAttribute attribute
   return {.view = view, .attribute = attribute};
 }
 
-/// Centred, never closer to the sides than the margin, the message no wider than is good to read.
+/// Centered, never closer to the sides than the margin, the message no wider than is good to read.
 std::array<LayoutConstraint, 5> constraintsFor(const std::shared_ptr<View>& stack,
                                                const std::shared_ptr<View>& view,
                                                const std::shared_ptr<View>& message) {

@@ -11,8 +11,8 @@ namespace korvan {
 /// NSFileManager's app-group containers. Usable from any thread.
 class AppleAppGroupContainers final : public AppGroupContainers {
  public:
-  /// None when the system gives no URL, or the identifier is not UTF-8. The system gives one even
-  /// for a group that this process does not belong to: connecting then fails.
+  /// Nullopt when the system returns no URL, or the identifier is not UTF-8. The system returns a
+  /// URL even for a group that this process does not belong to; connecting then fails.
   [[nodiscard]] std::optional<std::string> containerPath(
       std::string_view groupIdentifier) const override;
 };

@@ -6,7 +6,7 @@
 
 namespace korvan {
 
-/// NSProcessInfo's uptime, which stands still while the system sleeps.
+/// NSProcessInfo's uptime, which does not advance while the system sleeps.
 class AppleClock final : public Clock {
  public:
   [[nodiscard]] double systemUptime() const override;

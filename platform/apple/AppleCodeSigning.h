@@ -10,22 +10,22 @@
 
 namespace korvan {
 
-/// The Security framework. The statuses are its own.
+/// The Security framework, with its own statuses.
 class AppleCodeSigning final : public CodeSigning {
  public:
-  /// A success without an object leaves `code` null.
+  /// `code` stays null if the framework succeeds without an object.
   [[nodiscard]] OSStatus copyGuest(std::int32_t processIdentifier,
                                    std::unique_ptr<Code>& code) const override;
 
-  /// A success without an object leaves `requirement` null. A text that is not UTF-8 is as invalid
-  /// as one that does not parse (errSecCSReqInvalid).
+  /// `requirement` stays null if the framework succeeds without an object. A text that is not UTF-8
+  /// returns errSecCSReqInvalid, like one that does not parse.
   [[nodiscard]] OSStatus createRequirement(
       std::string_view text, std::unique_ptr<Requirement>& requirement) const override;
 
   [[nodiscard]] OSStatus checkValidity(const Code& code,
                                        const Requirement& requirement) const override;
 
-  /// None where the framework has no words.
+  /// Nullopt when the framework has no message.
   [[nodiscard]] std::optional<std::string> errorMessage(OSStatus status) const override;
 };
 

@@ -6,11 +6,11 @@
 
 namespace korvan {
 
-/// The platform's context of one controller.
+/// The extension context of one controller.
 ///
-/// What is none in a credential becomes nil: what the platform makes of it stands. So does a text
-/// that is not UTF-8. An error without user information has none, one without a description an
-/// empty dictionary. Once the controller has gone, calls do nothing.
+/// A nullopt in a credential becomes nil, and so does a text that is not UTF-8; what the platform
+/// then does is up to it. An error without user info gets nil, one without a description an empty
+/// dictionary. Once the controller is gone, calls do nothing.
 class AppleExtensionContext final : public ExtensionContext {
  public:
   /// Does not own the controller.

@@ -9,13 +9,13 @@
 
 namespace korvan {
 
-/// The kernel's Unix-domain sockets. A peer's process is the one that LOCAL_PEERPID names.
+/// The kernel's Unix-domain sockets. LOCAL_PEERPID names a peer's process.
 class AppleLocalSockets final : public LocalSockets {
  public:
   [[nodiscard]] int socket() const override;
 
-  /// The length of the address is that of the path plus 2: the bytes of length and family count,
-  /// the terminator does not. A path longer than MaxPathSize fails with ENAMETOOLONG.
+  /// The address length is that of the path plus 2, for the bytes of length and family; the
+  /// terminator is not counted. A path longer than MaxPathSize fails with ENAMETOOLONG.
   [[nodiscard]] int connect(int descriptor, std::string_view path) const override;
 
   [[nodiscard]] int getpeereid(int descriptor, std::int64_t& userIdentifier,

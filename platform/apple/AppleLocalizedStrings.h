@@ -7,11 +7,11 @@
 
 namespace korvan {
 
-/// The main bundle's default strings table, Localizable.strings; in an extension the main bundle is
-/// the extension's own.
+/// The main bundle's default strings table, Localizable.strings. An extension's main bundle is its
+/// own.
 class AppleLocalizedStrings final : public LocalizedStrings {
  public:
-  /// A key that is not UTF-8, or a text that cannot be had in UTF-8, gives the key.
+  /// Returns the key if it is not UTF-8, or if the text cannot be encoded in UTF-8.
   [[nodiscard]] std::string localizedString(std::string_view key) const override;
 };
 

@@ -10,13 +10,13 @@
 
 namespace korvan {
 
-/// Any view of AppKit: what it can do beyond a view's operations, its class decides. Owns the view;
-/// on nil everything does nothing.
+/// Owns any kind of AppKit view, whose class decides which of the operations it supports. On nil
+/// every operation does nothing.
 class AppleView final : public Label, public Button, public StackView {
  public:
   explicit AppleView(NSView* _Nullable view) : view_(view) {}
 
-  /// The view of AppKit behind `view`, which is an AppleView, or null and then nil.
+  /// The AppKit view behind `view`, which must be an AppleView or null; nil for null.
   [[nodiscard]] static NSView* _Null_unspecified nativeView(View* _Nullable view);
 
   [[nodiscard]] std::vector<std::shared_ptr<View>> subviews() const override;

@@ -10,7 +10,7 @@ namespace korvan {
 /// NSWorkspace and NSRunningApplication.
 class AppleWorkspace final : public Workspace {
  public:
-  /// False too for a text that is no URL.
+  /// Also false for a text that is not a URL.
   [[nodiscard]] bool openURL(std::string_view url) const override;
 
   /// 0 for an identifier that is not UTF-8.

@@ -2,7 +2,7 @@
 
 #import <AuthenticationServices/AuthenticationServices.h>
 
-/// Keeps what it was told, where the platform would act on it.
+/// Records what it is told, instead of acting on it.
 @interface RecordingExtensionContext : ASCredentialProviderExtensionContext
 @property(nonatomic) BOOL configurationCompleted;
 @property(nonatomic, nullable) ASPasskeyAssertionCredential* assertionCredential;

@@ -4,8 +4,7 @@
 
 namespace korvan {
 
-/// Runs the main thread's work until `done` is true there. A test that waits in vain is ended by
-/// its time-out.
+/// Runs the main run loop until `done` returns true. A test that waits in vain times out.
 template <typename Condition>
 void runMainLoopUntil(const Condition& done) {
   while (!done()) {

@@ -9,7 +9,7 @@
 
 namespace korvan {
 
-/// A clock that moves only when somebody sleeps, or when the test moves it.
+/// A clock that advances when somebody sleeps, or when the test sets it.
 class FakeClock : public Clock {
  public:
   [[nodiscard]] double systemUptime() const override {

@@ -13,7 +13,7 @@
 
 namespace korvan {
 
-/// Code signing that finds what the test says, and counts the objects that it has given out.
+/// Code signing with results that the test sets. Counts the objects that are alive.
 class FakeCodeSigning : public CodeSigning {
  public:
   [[nodiscard]] OSStatus copyGuest(std::int32_t processIdentifier,
@@ -28,9 +28,9 @@ class FakeCodeSigning : public CodeSigning {
   bool givesCode = true;
   OSStatus createStatus = 0;
   bool givesRequirement = true;
-  /// The statuses of successive checks; 0 once they are used up.
+  /// The statuses of the next checks; 0 after them.
   mutable std::vector<OSStatus> checkStatuses;
-  /// The text for every status.
+  /// The message for every status.
   std::optional<std::string> message = "the signature is not good";
   /// Called at the start of every check.
   std::function<void()> onCheck;
@@ -41,7 +41,7 @@ class FakeCodeSigning : public CodeSigning {
   mutable std::vector<OSStatus> messagesAskedFor;
   mutable int liveCodes = 0;
   mutable int liveRequirements = 0;
-  /// The most requirements that were alive at once.
+  /// The greatest number of requirements alive at once.
   mutable int mostLiveRequirements = 0;
 };
 

@@ -9,7 +9,7 @@
 
 namespace korvan {
 
-/// A platform request that remembers how it was ended, however often.
+/// Records every time that the request is ended.
 class FakeExtensionContext : public ExtensionContext {
  public:
   struct ConfigurationCompleted {
@@ -30,7 +30,7 @@ class FakeExtensionContext : public ExtensionContext {
   void cancelRequest(const Error& error) override { end(error); }
 
   std::vector<Ending> endings;
-  /// Whether each ending came on the main thread.
+  /// Whether all endings came on the main thread.
   bool allOnMain = true;
 
  private:

@@ -14,8 +14,8 @@
 
 namespace korvan {
 
-/// How one connection, and the peer at its other end, behave. As it stands: a peer of the same user
-/// that takes everything and closes without an answer.
+/// How a connection and its peer behave. By default: a peer of the same user that takes everything
+/// and closes without an answer.
 struct FakePeer {
   static constexpr std::size_t Unlimited = std::numeric_limits<std::size_t>::max();
   using Bytes = std::vector<std::uint8_t>;
@@ -25,35 +25,35 @@ struct FakePeer {
   int connectErrno = 0;
   int peerIdentifiersErrno = 0;
   int peerProcessErrno = 0;
-  /// As in life, the descriptor is closed nevertheless.
+  /// As with the real call, the descriptor is closed nevertheless.
   int closeErrno = 0;
 
   std::int64_t userIdentifier = 501;
   std::int32_t processIdentifier = 4242;
 
-  /// Every send and recv is first interrupted this often by a signal.
+  /// Signals interrupt every send and recv this many times first.
   std::size_t interruptions = 0;
   /// The most bytes that one send or recv moves.
   std::size_t bytesPerCall = Unlimited;
 
-  /// After so many bytes of the request, send returns 0 when `sendErrno` is 0, else fails with it.
+  /// After this many bytes of the request, send fails with `sendErrno`, or returns 0 if that is 0.
   std::size_t takes = Unlimited;
-  int sendErrno = 32;  // EPIPE on every system that this runs on.
+  int sendErrno = 32;  // EPIPE on both systems
 
-  /// What the peer writes, given the whole frame that it read; asked once, at the first recv.
+  /// Makes the peer's answer from the whole frame that it read. Called once, at the first recv.
   std::function<Bytes(const Bytes& requestFrame)> answer;
-  /// After so many bytes of the answer, recv returns 0 when `recvErrno` is 0, else fails with it.
+  /// After this many bytes of the answer, recv fails with `recvErrno`, or returns 0 if that is 0.
   std::size_t gives = Unlimited;
   int recvErrno = 0;
 
   /// Called at the start of every send.
   std::function<void()> onSend;
-  /// Called at the start of every recv: the host takes its time.
+  /// Called at the start of every recv.
   std::function<void()> onRecv;
 };
 
-/// Sockets whose peers are played by scripts. Aborts on a call that breaks the rules: a descriptor
-/// that is not open, or an empty transfer.
+/// Sockets with scripted peers. Aborts on a wrong call: on a descriptor that is not open, or for an
+/// empty transfer.
 class FakeLocalSockets : public LocalSockets {
  public:
   /// What one socket saw.
@@ -62,9 +62,9 @@ class FakeLocalSockets : public LocalSockets {
     std::vector<std::string> calls;
     std::string path;
     FakePeer::Bytes received;
-    /// Where each send found its bytes.
+    /// The address of each send's bytes.
     std::vector<const std::uint8_t*> sentFrom;
-    /// Where each recv put its bytes, and for how many it had room.
+    /// The buffer of each recv.
     std::vector<std::span<const std::uint8_t>> receivedInto;
     FakePeer::Bytes answer;
     std::size_t given = 0;
@@ -85,14 +85,14 @@ class FakeLocalSockets : public LocalSockets {
   void close(int descriptor) const override;
 
   [[nodiscard]] std::size_t openDescriptors() const;
-  /// What all peers together were sent.
+  /// How many bytes all peers received.
   [[nodiscard]] std::size_t bytesReceivedByPeers() const;
 
   std::int64_t userIdentifier = 501;
-  /// The peers of the connections to come, in order; `peer` plays all later ones.
+  /// The peers of the next connections, in order. `peer` is that of all later ones.
   mutable std::deque<FakePeer> nextPeers;
   FakePeer peer;
-  /// All sockets so far. The first has descriptor 0, as it may have in life.
+  /// All sockets so far. The first has descriptor 0, which is a valid descriptor.
   mutable std::deque<Connection> connections;
 
  private:

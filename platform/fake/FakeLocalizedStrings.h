@@ -9,7 +9,7 @@
 
 namespace korvan {
 
-/// A strings table with the entries that the test puts in.
+/// A strings table that the test fills.
 class FakeLocalizedStrings : public LocalizedStrings {
  public:
   [[nodiscard]] std::string localizedString(std::string_view key) const override {

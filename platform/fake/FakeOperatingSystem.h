@@ -6,7 +6,7 @@
 
 namespace korvan {
 
-/// An operating system of the version that the test says.
+/// An operating system whose version the test sets.
 class FakeOperatingSystem : public OperatingSystem {
  public:
   [[nodiscard]] bool isAtLeast(OperatingSystemVersion wanted) const override {

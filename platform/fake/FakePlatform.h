@@ -21,21 +21,21 @@
 
 namespace korvan {
 
-/// A whole platform of fakes, on which every request succeeds as far as the host lets it.
+/// All fakes together. By default nothing fails but what the host refuses.
 class FakePlatform : public std::enable_shared_from_this<FakePlatform> {
  public:
   using Host = std::function<PropertyListValue(const PropertyListDictionary& request)>;
 
   [[nodiscard]] std::shared_ptr<const Services> services();
 
-  /// A peer that answers every request with what `host` makes of it.
+  /// A peer that answers every request with the result of `host`.
   [[nodiscard]] FakePeer answering(Host host);
-  /// A peer that answers with bytes that are no property list.
+  /// A peer that answers with bytes that are not a property list.
   [[nodiscard]] static FakePeer answeringGarbage();
   /// No peer: the connection is refused.
   [[nodiscard]] static FakePeer refusing();
 
-  /// The requests that hosts made by answering() were sent, in order.
+  /// The requests to peers made by answering(), in order.
   std::vector<PropertyListDictionary> requests;
 
   FakeAppGroupContainers appGroupContainers;

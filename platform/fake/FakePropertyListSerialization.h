@@ -8,7 +8,7 @@
 
 namespace korvan {
 
-/// Property lists that are kept, not encoded: the bytes say which one they stand for.
+/// Keeps property lists instead of encoding them. The bytes are the number of the list.
 class FakePropertyListSerialization : public PropertyListSerialization {
  public:
   [[nodiscard]] std::expected<Data, PropertyListError> encodeBinary(
@@ -16,10 +16,10 @@ class FakePropertyListSerialization : public PropertyListSerialization {
   [[nodiscard]] std::expected<PropertyListValue, PropertyListError> decode(
       const Data& bytes) const override;
 
-  /// Bytes that decode to any value, dictionary or not.
+  /// Bytes that decode to `value`, which need not be a dictionary.
   [[nodiscard]] Data bytesFor(PropertyListValue value) const;
 
-  /// When set, every encoding, or decoding, fails with it.
+  /// If set, every encoding, or decoding, fails with this.
   std::optional<PropertyListError> encodingError;
   std::optional<PropertyListError> decodingError;
 

@@ -12,8 +12,8 @@
 
 namespace korvan {
 
-/// Views that draw nothing and write down, in words and in order, everything that is done to them.
-/// The controller's view is called "view", the others by their kind and number: "label 1".
+/// Views that draw nothing, and record every operation in words. The controller's view is "view",
+/// the others are named by kind and number: "label 1".
 class FakeViews : public Views {
  public:
   FakeViews();
@@ -26,7 +26,7 @@ class FakeViews : public Views {
       std::vector<std::shared_ptr<View>> views) override;
   void activateConstraints(std::span<const LayoutConstraint> constraints) override;
 
-  /// Presses the button that was made last.
+  /// Presses the last button made.
   void pressButton() const;
   /// The names of the view's subviews.
   [[nodiscard]] std::vector<std::string> shown() const;

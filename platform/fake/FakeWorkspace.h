@@ -11,7 +11,7 @@
 
 namespace korvan {
 
-/// A workspace that opens nothing and says what it is told to say.
+/// A workspace that opens nothing, with results that the test sets.
 class FakeWorkspace : public Workspace {
  public:
   explicit FakeWorkspace(const FakeQueues& queues) : queues_(queues) {}

@@ -9,25 +9,25 @@
 
 namespace korvan {
 
-/// App-group containers as directories that only their owner can change.
+/// App-group containers as private directories.
 ///
-/// A directory that is not there is created, with its parents, each with mode 0700. One that this
-/// user does not own, that others have any right to, or that is a symbolic link is no container:
+/// A missing directory is created, with its parents, each with mode 0700. A directory that this
+/// user does not own, that grants others any permission, or that is a symbolic link is rejected:
 /// somebody else could put a socket of theirs into it, or see what is there.
 class LinuxAppGroupContainers final : public AppGroupContainers {
  public:
-  /// A directory for each group, under `korvan/app-groups` in the user's data directory:
+  /// One directory per group, under `korvan/app-groups` in the user's data directory:
   /// $XDG_DATA_HOME, else `.local/share` in $HOME, else in the home directory of the user database.
   /// A relative $XDG_DATA_HOME counts as unset.
   /// https://specifications.freedesktop.org/basedir-spec/latest/
   LinuxAppGroupContainers();
 
-  /// One directory for every group, or none for any. A relative path is taken from the working
-  /// directory of now.
+  /// The same directory for every group, or no container for any. A relative path is resolved now,
+  /// against the working directory.
   explicit LinuxAppGroupContainers(const std::optional<std::string>& directory);
 
-  /// None, too, for an identifier that is no file name: an empty one, ".", "..", or one with '/' or
-  /// NUL in it.
+  /// Also nullopt for an identifier that is not a file name: an empty one, ".", "..", or one that
+  /// contains '/' or NUL.
   [[nodiscard]] std::optional<std::string> containerPath(
       std::string_view groupIdentifier) const override;
 

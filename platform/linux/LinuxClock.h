@@ -6,13 +6,12 @@
 
 namespace korvan {
 
-/// CLOCK_MONOTONIC, which like the platform's uptime does not count the time that the system
-/// sleeps.
+/// CLOCK_MONOTONIC. Like the platform's uptime it does not advance while the system sleeps.
 class LinuxClock final : public Clock {
  public:
   [[nodiscard]] double systemUptime() const override;
 
-  /// The full time, however many signals arrive.
+  /// Sleeps for the full time, however many signals arrive.
   void usleep(std::uint32_t microseconds) const override;
 };
 

@@ -9,12 +9,12 @@
 
 namespace korvan {
 
-/// The kernel's Unix-domain sockets. A peer's ids are those that the kernel put on the connection
-/// (SO_PEERCRED): of whoever called listen() or socketpair(), as it was then.
+/// The kernel's Unix-domain sockets. A peer's ids are those that the kernel recorded for the
+/// connection (SO_PEERCRED), when the peer called listen() or socketpair().
 /// https://man7.org/linux/man-pages/man7/unix.7.html
 class LinuxLocalSockets final : public LocalSockets {
  public:
-  /// Closed by exec, so that no program started later inherits it.
+  /// The descriptor is close-on-exec: programs started later do not inherit it.
   [[nodiscard]] int socket() const override;
 
   /// A path longer than MaxPathSize fails with ENAMETOOLONG.

@@ -4,7 +4,7 @@
 
 namespace korvan {
 
-/// The macOS version whose behaviour Linux stands in for.
+/// Pretends to be a macOS version.
 class LinuxOperatingSystem final : public OperatingSystem {
  public:
   explicit LinuxOperatingSystem(OperatingSystemVersion version) : version_(version) {}

@@ -7,7 +7,7 @@
 
 namespace korvan {
 
-/// Sets an environment variable, or removes it, and puts back what there was.
+/// Sets or removes an environment variable, and restores it in the end.
 class ScopedEnvironment {
  public:
   ScopedEnvironment(std::string name, const std::optional<std::string>& value)

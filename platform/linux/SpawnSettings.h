@@ -4,11 +4,11 @@
 
 namespace korvan {
 
-/// How to start a program that has nothing to do with this one: in a session of its own, with no
-/// signal blocked or ignored, standard streams from and to /dev/null, and no other descriptor.
+/// Starts programs that inherit nothing from this one: in a session of their own, with no signal
+/// blocked or ignored, standard streams on /dev/null, and no other descriptor.
 class SpawnSettings {
  public:
-  /// Throws std::system_error when there is no memory.
+  /// Throws std::system_error when memory runs out.
   SpawnSettings();
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
@@ -16,9 +16,9 @@ class SpawnSettings {
   SpawnSettings& operator=(SpawnSettings&&) = delete;
   ~SpawnSettings();
 
-  /// Starts the program at `path` as a child of the calling process. `arguments` end with null, the
-  /// first names the program. False when the kernel cannot execute it. Callable between fork() and
-  /// _exit().
+  /// Starts the program at `path` as a child of the calling process. `arguments` ends with null,
+  /// and its first element names the program. False when the kernel cannot execute it. May be
+  /// called between fork() and _exit().
   [[nodiscard]] bool spawn(const char* path, char* const* arguments) const noexcept;
 
  private:

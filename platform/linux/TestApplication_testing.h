@@ -17,14 +17,14 @@
 
 namespace korvan {
 
-/// A program of its own for a test, and the process that runs it, which ends with this object.
+/// A copy of the test application, and the process that runs it, which ends with this object.
 class TestApplication {
  public:
   TestApplication() {
     std::filesystem::copy_file(KORVAN_TEST_APPLICATION, executable());
     makeFifo("report");
     makeFifo("stop");
-    // For reading too, so that this does not wait for the program.
+    // For reading too: opening a FIFO for writing only would wait for the program.
     stop_ = ::open((directory_.path() / "stop").c_str(), O_RDWR | O_CLOEXEC);
   }
   TestApplication(const TestApplication&) = delete;
@@ -37,7 +37,7 @@ class TestApplication {
     return directory_.path() / "application";
   }
 
-  /// What the program tells once it runs: `argument ...`, `descriptor NUMBER PATH`, and so on.
+  /// The lines that the program writes once it runs: `argument ...`, `descriptor NUMBER PATH`, etc.
   [[nodiscard]] std::vector<std::string> readReport() {
     std::ifstream report(directory_.path() / "report");
     std::vector<std::string> lines;
@@ -51,10 +51,10 @@ class TestApplication {
     return lines;
   }
 
-  /// The process that reported.
+  /// The process that wrote them.
   [[nodiscard]] pid_t process() const noexcept { return process_; }
 
-  /// Lets the process end, and waits until it has.
+  /// Ends the process and waits for it.
   void stop() noexcept {
     // glibc 2.36 declares pidfd_open() without C linkage.
     const int process =

@@ -35,13 +35,13 @@ struct IdentifierClause {
 using CodeRequirementClause =
     std::variant<AnchorClause, LeafOrganizationalUnitClause, IdentifierClause>;
 
-/// errSecCSReqInvalid: the text is not of the language.
+/// errSecCSReqInvalid: the text is not in the language.
 inline constexpr OSStatus CodeRequirementInvalid = -67052;
 /// errSecCSReqUnsupported: the text has a clause that is not one of these three.
 inline constexpr OSStatus CodeRequirementUnsupported = -67051;
 
-/// The clauses of a requirement text, at least one, in order; or the status above that says why
-/// not.
+/// Parses a requirement text into its clauses, in order; there is at least one. On failure returns
+/// one of the statuses above.
 [[nodiscard]] std::expected<std::vector<CodeRequirementClause>, OSStatus> parseCodeRequirement(
     std::string_view text);
 

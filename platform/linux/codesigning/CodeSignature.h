@@ -22,18 +22,18 @@ inline constexpr OSStatus CodeChangedOnDisk = -67034;
 inline constexpr OSStatus CodeCertificateExpired = -2147409654;
 inline constexpr OSStatus CodeCertificateNotValidYet = -2147409653;
 
-/// Who signed a program, as far as requirements ask.
+/// What requirements can ask about the signer of a program.
 struct CodeSigner {
   /// Whether the certificate chain ends in the trust anchor.
   bool isAnchored = false;
-  /// The certificate's organizational unit and common name; none where it has none or several.
+  /// The certificate's organizational unit and common name. Nullopt when it has none, or several.
   std::optional<std::string> organizationalUnit;
   std::optional<std::string> commonName;
 };
 
-/// The signer of the program that `descriptor` has open, by its detached CMS signature in DER; or
-/// the status above that says why the signature does not count. Reads the program from the
-/// descriptor's offset, which must be its start, to its end.
+/// Verifies a program's detached CMS signature in DER, and returns its signer, or the status above
+/// that says why the signature is rejected. Reads the program from `descriptor`, whose offset must
+/// be 0.
 [[nodiscard]] std::expected<CodeSigner, OSStatus> verifyCodeSignature(
     int descriptor, std::span<const std::uint8_t> signature, X509& trustAnchor);
 

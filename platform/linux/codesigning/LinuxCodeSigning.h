@@ -9,16 +9,16 @@
 
 namespace korvan {
 
-/// Code signing of processes by CMS: a program is signed by a detached signature in DER, in the
-/// file of the same name with ".p7s" at the end, over the program file's bytes (RFC 5652).
+/// Code signing with CMS (RFC 5652). A detached signature over the program file's bytes, in DER, is
+/// in the file of the same name with ".p7s" appended.
 ///
 /// Signatures must use SHA-256 or stronger and have one signer, whose certificate allows digital
-/// signatures and, if it limits its uses at all, code signing. "anchor apple generic" means the one
-/// trust anchor given here.
+/// signatures and, if it restricts its uses, code signing. "anchor apple generic" means the trust
+/// anchor given here.
 ///
-/// A process is looked up by its id. Ids are reused: between the look-up of a peer's id and the
-/// check, the peer may have ended and another program of the same user have got the id. What is
-/// checked is the program's file: not the libraries that it loads, nor who else holds its sockets.
+/// A process is found by its id, and ids are reused: a peer may end before the check, and another
+/// program of the same user may get its id. Only the program's file is checked, not the libraries
+/// that it loads, nor who else holds its sockets.
 class LinuxCodeSigning final : public CodeSigning {
  public:
   /// Throws std::invalid_argument when `trustAnchorPem` does not hold exactly one certificate.
@@ -28,19 +28,19 @@ class LinuxCodeSigning final : public CodeSigning {
   LinuxCodeSigning(const LinuxCodeSigning&) = delete;
   LinuxCodeSigning& operator=(const LinuxCodeSigning&) = delete;
 
-  /// errSecCSNoSuchCode when there is no such process, else 100000 + `errno` when its program
-  /// cannot be read. The program is kept open with the code.
+  /// Returns errSecCSNoSuchCode when there is no such process, or 100000 + `errno` when its program
+  /// cannot be read. `code` keeps the program open.
   [[nodiscard]] OSStatus copyGuest(std::int32_t processIdentifier,
                                    std::unique_ptr<Code>& code) const override;
 
   [[nodiscard]] OSStatus createRequirement(
       std::string_view text, std::unique_ptr<Requirement>& requirement) const override;
 
-  /// Reads the whole program. The first of these that holds:
-  /// -67034 the file at the program's path is no longer the one that runs;
-  /// -67062 there is no signature; 100000 + `errno` it cannot be read;
-  /// -67061 the signature is malformed, is not the signature of these bytes, has no or several
-  /// signers, or its certificate must not be used for it;
+  /// Reads the whole program. Returns 0, or the first of these that applies:
+  /// -67034 the file at the program's path is no longer the running one;
+  /// -67062 there is no signature; 100000 + `errno`: it cannot be read;
+  /// -67061 the signature is malformed, does not match the bytes, has no signer or several, or its
+  /// certificate does not allow this use;
   /// -67059 its digest, or a digest or key of the certificate chain, is too weak;
   /// -2147409654 a certificate has expired, -2147409653 is not valid yet;
   /// -67050 the requirement is not satisfied.

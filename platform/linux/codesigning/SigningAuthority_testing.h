@@ -11,7 +11,7 @@
 
 namespace korvan {
 
-/// What a test wants of a program's signature; as it stands, a good one.
+/// How to sign a program. The defaults make a valid signature.
 struct SignatureRecipe {
   std::string organizationalUnit = "KRVNLAB001";
   std::string commonName = "example.korvan.host";
@@ -25,21 +25,21 @@ struct SignatureRecipe {
   /// What the authority signs the certificate with.
   std::string certificateDigest = "SHA256";
   std::string keyUsage = "critical,digitalSignature";
-  /// Left out when it is empty.
+  /// Omitted when empty.
   std::string extendedKeyUsage = "critical,codeSigning";
-  /// Of the certificate, to make it large.
+  /// Size of a comment in the certificate, to make it large.
   std::size_t commentSize = 0;
   int signers = 1;
   bool isDetached = true;
   bool hasCertificate = true;
 };
 
-/// An authority that signs programs, well or badly.
+/// An authority that makes valid and invalid signatures.
 class SigningAuthority {
  public:
   SigningAuthority();
 
-  /// An authority whose certificate this one issues; its signatures bring that certificate along.
+  /// An intermediate authority, whose signatures include its certificate.
   [[nodiscard]] SigningAuthority issueAuthority() const;
 
   /// Its certificate.
@@ -48,7 +48,7 @@ class SigningAuthority {
   /// Its certificate, encrypted.
   [[nodiscard]] std::string pemUnder(const std::string& password) const;
 
-  /// Signs the file's bytes as they are now, into the file of the same name with ".p7s".
+  /// Signs the file as it is now, into the file of the same name with ".p7s" appended.
   void sign(const std::filesystem::path& program, const SignatureRecipe& recipe = {}) const;
 
  private:

@@ -7,19 +7,19 @@
 
 namespace korvan {
 
-/// A display of its own, in memory, without a window manager. The environment names it, to this
-/// process and those that it starts, and has GTK show windows the same on every machine. It ends
-/// with this, or with the process.
+/// A display in memory, without a window manager. Sets the environment of this process and its
+/// children so that they use it, and so that GTK looks the same on every machine. Ends with this
+/// object or with the process.
 class DisplayServer {
  public:
-  /// Throws std::runtime_error when it does not start.
+  /// Throws std::runtime_error when the display does not start.
   DisplayServer();
   DisplayServer(const DisplayServer&) = delete;
   DisplayServer& operator=(const DisplayServer&) = delete;
   ~DisplayServer();
 
-  /// Has xdotool, which plays the user, do this, and gives what it says. Throws std::runtime_error
-  /// when it fails.
+  /// Runs xdotool, which plays the user, and returns its output. Throws std::runtime_error when it
+  /// fails.
   static std::string xdotool(const std::vector<std::string>& arguments);
 
  private:

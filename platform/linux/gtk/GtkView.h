@@ -11,8 +11,7 @@
 
 namespace korvan {
 
-/// A view that is a GTK widget, which it owns. What a parent widget shows is kept alive by the list
-/// of subviews.
+/// A view that owns a GTK widget. The list of subviews keeps the views in it alive.
 class GtkView : public virtual View, public std::enable_shared_from_this<GtkView> {
  public:
   /// Takes the floating reference.
@@ -29,7 +28,7 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
   /// Widgets have no autoresizing masks.
   void setTranslatesAutoresizingMaskIntoConstraints(bool /*translates*/) override {}
 
-  /// Keeps the widget narrower than this many pixels, where the kind of view can.
+  /// Limits the widget's width in pixels, for the kinds of view that support it.
   virtual void setMaximumWidth(int /*width*/) {}
 
  private:
@@ -66,8 +65,7 @@ class GtkButtonView final : public GtkView, public Button {
   GtkButtonView& operator=(const GtkButtonView&) = delete;
   ~GtkButtonView() override;
 
-  /// Return makes it the default button of its window, which is GTK's way to say so. No other key
-  /// presses a button.
+  /// Return makes this the default button of its window. Other keys are not supported.
   void setKeyEquivalent(std::string_view characters) override;
 
  private:

@@ -13,13 +13,13 @@ namespace korvan {
 
 class GtkView;
 
-/// True when there is a display that windows can be opened on. The first call finds out, for the
-/// process. Main thread.
+/// True when windows can be opened on a display. The first call decides for the whole process. Main
+/// thread.
 [[nodiscard]] bool displayIsAvailable();
 
-/// GTK 4 widgets as views: a point is a logical pixel, and text follows the user's font and theme
-/// where the controller does not say otherwise. The main thread is the one that runs GLib's default
-/// main context. They are seen once the view is in a NoticeWindow.
+/// GTK 4 widgets as views. A point is a logical pixel, and text follows the user's font and theme
+/// unless the controller says otherwise. The main thread is the one that runs GLib's default main
+/// context. A NoticeWindow shows them.
 ///
 /// A constraint centers a view in its superview, keeps it at least as far as a margin from a side
 /// of that, or limits the width of a label. There are no others.
@@ -36,7 +36,7 @@ class GtkViews final : public Views {
       std::vector<std::shared_ptr<View>> views) override;
   void activateConstraints(std::span<const LayoutConstraint> constraints) override;
 
-  /// How often a button was pressed, whichever it was, once its action has run.
+  /// How many times any button was pressed. Counted after its action has run.
   [[nodiscard]] std::size_t presses() const { return presses_; }
 
  private:

@@ -11,7 +11,7 @@ typedef CGFloat NSFontWeight;
 extern "C" const NSFontWeight NSFontWeightRegular;
 extern "C" const NSFontWeight NSFontWeightSemibold;
 
-// The centre and the right have changed places on the older processor.
+// The center and the right have changed places on the older processor.
 typedef NS_ENUM(NSInteger, NSTextAlignment) {
   NSTextAlignmentLeft = 0,
 #if defined(__x86_64__)
