@@ -10,12 +10,12 @@
 
 namespace korvan::lab {
 
-/// Adds `korvan-lab call`, which sets `exitStatus` when it has run.
+/// Adds the command `korvan-lab call`. Running it sets `exitStatus`.
 void addCallCommand(CLI::App& app, int& exitStatus);
 
-/// Serves every line of `input` that is not blank, in order, and writes each answer out before it
-/// reads on. True when every line was a call. Throws std::runtime_error when an answer cannot be
-/// written.
+/// Serves every line of `input` that is not blank, in order, and flushes each answer before it
+/// reads the next line. True when every line was a call. Throws std::runtime_error when an answer
+/// cannot be written.
 [[nodiscard]] bool serveLines(std::istream& input, std::ostream& output, CallRunner& runner,
                               const OutcomeWriter& writer);
 

@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// Adds `korvan-lab configure`, which sets `exitStatus` when it has run.
+/// Adds the command `korvan-lab configure`. Running it sets `exitStatus`.
 void addConfigureCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace korvan::lab

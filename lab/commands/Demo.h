@@ -11,9 +11,9 @@ namespace korvan::lab {
 
 inline constexpr std::size_t DemoStepCount = 16;
 
-/// The whole tour, or the step of that number (from 1 to DemoStepCount), with embedded sample hosts
-/// in `directory`, which is empty at first. `program` is what the lab was called as. True when
-/// every step showed what it should.
+/// Runs the whole tour, or the step with that number (1 to DemoStepCount), with sample hosts of its
+/// own in `directory`, which must be empty. `program` is the lab's name as the user typed it. True
+/// when every step was verified.
 [[nodiscard]] bool runDemo(Narrator& narrator, const std::filesystem::path& directory,
                            const std::string& program, std::optional<std::size_t> step);
 

@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// Adds `korvan-lab demo`, which sets `exitStatus` when it has run.
+/// Adds the command `korvan-lab demo`. Running it sets `exitStatus`.
 void addDemoCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace korvan::lab

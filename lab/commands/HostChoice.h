@@ -9,22 +9,21 @@
 
 namespace korvan::lab {
 
-/// True when the options say which host application, or where, a command talks to.
+/// True when the options name the host that a command talks to.
 [[nodiscard]] bool nameAHost(const SystemOptions& options);
 
-/// What a command does with the host that it talks to: true when all went well.
+/// What a command does with its host. Returns true on success.
 using HostUser = std::function<bool(const LabSettings& settings)>;
 
-/// The same with a sample host, whose event "ready" tells of its passkeys.
+/// The same with a sample host of its own, whose event "ready" lists its passkeys.
 using OwnHostUser =
     std::function<bool(const LabSettings& settings, const nlohmann::json& readyEvent)>;
 
-/// Runs a command that talks to a host that exists, and gives the exit status.
+/// Runs a command with the host that the settings name. Returns the exit status.
 [[nodiscard]] int useHost(const LabSettings& settings, const HostUser& use);
 
-/// Runs a command with a sample host of its own, in a private directory: the settings' container
-/// does not count. Neither is left on return,
-/// nor when it is interrupted. Gives the exit status.
+/// Runs a command with a sample host of its own, in a private directory that replaces the settings'
+/// container. Both are gone on return, even after an interruption. Returns the exit status.
 [[nodiscard]] int useOwnHost(LabSettings settings, const OwnHostUser& use);
 
 }  // namespace korvan::lab

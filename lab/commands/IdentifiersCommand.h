@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// Adds `korvan-lab identifiers`, which prints whom the extension trusts, as JSON.
+/// Adds the command `korvan-lab identifiers`, which prints whom the extension trusts, as JSON.
 void addIdentifiersCommand(CLI::App& app);
 
 }  // namespace korvan::lab

@@ -24,13 +24,13 @@ class Narrator {
   void finding(const Finding& finding);
   void outcome(const CallReport& report);
 
-  /// How a request ended, and what the relying party found.
+  /// Prints how a request ended, and what the relying party found.
   void result(const CallReport& report, const std::vector<Finding>& findings);
 
-  /// What went over the socket, of a call that was listened in on.
+  /// Prints what went over the socket during a call whose messages were recorded.
   void messages(const PropertyListSerialization& propertyLists, const CallReport& report);
 
-  /// Ends a story: a tick or a cross, and words. Gives `verified` back.
+  /// Prints a tick or a cross, and `words`. Returns `verified`.
   bool verdict(bool verified, std::string_view words);
 
  private:
@@ -40,7 +40,7 @@ class Narrator {
   const bool colours_;
 };
 
-/// "2.35 ms", or from a second on "1.5 s".
+/// Such as "2.35 ms", or "1.5 s" from one second on.
 [[nodiscard]] std::string durationText(double milliseconds);
 
 }  // namespace korvan::lab

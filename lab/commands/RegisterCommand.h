@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// Adds `korvan-lab register`, which sets `exitStatus` when it has run.
+/// Adds the command `korvan-lab register`. Running it sets `exitStatus`.
 void addRegisterCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace korvan::lab

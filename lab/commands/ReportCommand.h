@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// Adds `korvan-lab report`, which sets `exitStatus` when it has run.
+/// Adds the command `korvan-lab report`. Running it sets `exitStatus`.
 void addReportCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace korvan::lab

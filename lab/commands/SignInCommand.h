@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// Adds `korvan-lab sign-in`, which sets `exitStatus` when it has run.
+/// Adds the command `korvan-lab sign-in`. Running it sets `exitStatus`.
 void addSignInCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace korvan::lab

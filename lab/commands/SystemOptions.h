@@ -9,7 +9,7 @@
 
 namespace korvan::lab {
 
-/// The options that say which host application, and where, a command talks to.
+/// The options that name the host that a command talks to.
 struct SystemOptions {
   std::string container;
   std::string hostApplication;
@@ -17,8 +17,8 @@ struct SystemOptions {
 
   void addTo(CLI::App& command);
 
-  /// The settings, with what was not given left to the system. Throws std::runtime_error when the
-  /// trust anchor's file cannot be read or holds no certificate.
+  /// The settings; what is not given is left to the system. Throws std::runtime_error when the
+  /// trust anchor's file cannot be read or does not hold a certificate.
   [[nodiscard]] LabSettings settings() const;
 };
 

@@ -12,11 +12,11 @@
 
 namespace korvan::lab {
 
-/// What the steps of the tour share: a place for hosts, and one passkey in a vault. Each step finds
-/// it as the first one does; steps that change a vault have a host of their own.
+/// What the steps of the tour share: a place for hosts, and a vault with one passkey. No step changes
+/// them; a step that changes a vault has a host of its own.
 class Tour {
  public:
-  /// A host of the tour, ready, with the passkey that it keeps for the tour's web site.
+  /// A host that is ready, and its passkey for the tour's web site.
   struct Host {
     SampleHostProcess& process;
     EnrolledPasskey passkey;
@@ -29,7 +29,7 @@ class Tour {
   [[nodiscard]] Stage& stage() const { return stage_; }
   [[nodiscard]] const EnrolledPasskey& passkey() const { return passkey_; }
 
-  /// The arguments of a host that keeps the tour's passkey.
+  /// The arguments that give a host the tour's passkey.
   [[nodiscard]] std::vector<std::string> vaultArguments() const {
     return {"--vault", stage_.file("vault.json")};
   }
@@ -38,16 +38,16 @@ class Tour {
   /// passkey for the web site.
   [[nodiscard]] Host startHost(const std::vector<std::string>& arguments) const;
 
-  /// Signs in and tells how it ended. Without `hostApplication` no host can be opened.
+  /// Signs in and prints how it ended. Without `hostApplication` no host can be opened.
   [[nodiscard]] SignInResult signIn(SignInRoad road, const EnrolledPasskey& passkey,
                                     std::string_view hostApplication = LabSettings::None) const;
 
-  /// Asks for a new passkey and tells how it ended.
+  /// Asks for a new passkey and prints how it ended.
   [[nodiscard]] RegistrationResult registerPasskey(const CreationOptions& options,
                                                    OperatingSystemVersion version = {
                                                        .major = 15}) const;
 
-  /// Makes another call, listens in on it and tells what went over the socket and how it ended.
+  /// Makes another call, and prints what went over the socket and how it ended.
   [[nodiscard]] CallReport call(const Call& call,
                                 std::string_view hostApplication = LabSettings::None) const;
 

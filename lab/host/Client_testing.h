@@ -18,8 +18,8 @@
 
 namespace korvan::lab::host {
 
-/// A client of the host, down to the bytes. It gives a host up that neither sends nor closes for
-/// 20 seconds, so that a test fails rather than waits.
+/// A client of the host that controls every byte. It gives up on a host that neither sends nor
+/// closes for 20 seconds, so that a test fails instead of hanging.
 class Client {
  public:
   explicit Client(const std::filesystem::path& path)
@@ -50,7 +50,7 @@ class Client {
 
   void finishSending() { ::shutdown(socket_.get(), SHUT_WR); }
 
-  /// All that comes until the host closes; nothing when it does not.
+  /// Everything that the host sends until it closes the connection; empty when it does not close.
   [[nodiscard]] std::vector<std::uint8_t> receiveAll() {
     std::vector<std::uint8_t> received;
     std::array<std::uint8_t, 4096> buffer{};
@@ -63,7 +63,7 @@ class Client {
     }
   }
 
-  /// The body of the one frame that comes until the host closes.
+  /// The body of the only frame that the host sends before it closes the connection.
   [[nodiscard]] std::optional<Data> receiveFrame() {
     const std::vector<std::uint8_t> bytes = receiveAll();
     if (bytes.size() < 4) {

@@ -12,19 +12,19 @@
 
 namespace korvan::lab::host {
 
-/// Tells scripts what happens: one JSON object a line, written out at once. Usable from any thread.
+/// Tells scripts what happens: one JSON object per line, flushed at once. Thread-safe.
 class EventLog {
  public:
   /// Writes to `stream`, which outlives it.
   explicit EventLog(std::ostream& stream) : stream_(stream) {}
 
-  /// {"event":"ready","socket","passkeys"}: clients are served from now on. Private keys stay out.
+  /// {"event":"ready","socket","passkeys"}: the host serves clients from now on. No private keys.
   void ready(std::string_view socketPath, std::span<const Passkey> passkeys);
 
-  /// {"event":"unlocked"}: a request had the user unlock the vault.
+  /// {"event":"unlocked"}: the user unlocked the vault for a request.
   void unlocked();
 
-  /// {"event":"connection","bytesReceived","type","ok","errorCode"}: a connection is closed.
+  /// {"event":"connection","bytesReceived","type","ok","errorCode"}: a connection was closed.
   void connection(const ConnectionReport& report);
 
  private:

@@ -14,38 +14,38 @@
 
 namespace korvan::lab::host {
 
-/// What came of one connection. An absent part never got so far.
+/// What happened on one connection. A nullopt part was not reached.
 struct ConnectionReport {
   std::size_t bytesReceived = 0;         ///< of the request's frame, with its prefix
   std::optional<std::string> type;       ///< the request's `type`
-  std::optional<bool> ok;                ///< the response's, once it is sent
-  std::optional<std::string> errorCode;  ///< the response's, once it is sent
+  std::optional<bool> ok;                ///< of the response, once it is sent
+  std::optional<std::string> errorCode;  ///< of the response, once it is sent
 };
 
-/// Carries the extension's requests: a connection holds one frame each way, a frame being the size
-/// of the body in 4 bytes, big-endian, and the body, a message as a property list.
+/// Serves the extension's requests. A connection carries one frame each way: the size of the body
+/// in 4 bytes, big-endian, and the body, a message as a property list.
 ///
-/// Every connection has a thread, so that a client that stalls holds up nobody else; it is dropped
-/// when nothing comes from it, or goes to it, for `timeout`. Clients of other users are dropped
+/// Every connection has a thread, so that a client that stalls holds up nobody else. It is dropped
+/// when it neither sends nor takes anything for `timeout`. Clients of other users are dropped
 /// before a byte is read.
 class HostServer {
  public:
-  /// The most bytes of a frame's body; the fewest are 1.
+  /// The most bytes in a frame's body. The fewest are 1.
   static constexpr std::size_t MaxBodySize = 4'194'304;
 
-  /// At most so many connections are served at a time; more wait for their turn.
+  /// How many connections are served at a time; others wait.
   static constexpr std::size_t MaxConnections = 64;
 
   struct Callbacks {
-    /// Gives the response to a request. Called on the connection's thread, several at once.
+    /// Returns the response to a request. Called on several connections' threads at once.
     std::function<PropertyListDictionary(const PropertyListDictionary&)> answer;
 
-    /// Told of each connection once it is closed. Called on the connection's thread.
+    /// Called on the connection's thread when it is closed.
     std::function<void(const ConnectionReport&)> closed;
   };
 
   /// Refers to `serialization`, which outlives it. Both callbacks are set, and do not throw. Throws
-  /// std::system_error when the system lacks the means.
+  /// std::system_error when the system is out of resources.
   HostServer(const PropertyListSerialization& serialization, Callbacks callbacks,
              std::chrono::milliseconds timeout = std::chrono::seconds(30));
 
@@ -55,9 +55,9 @@ class HostServer {
   HostServer& operator=(HostServer&&) = delete;
   ~HostServer();
 
-  /// Serves the clients of the listening socket `listener` until `stop` becomes readable, then ends
-  /// the connections there are: no thread is left on return. Throws std::system_error when the
-  /// system can accept no more.
+  /// Serves the clients of the listening socket `listener` until `stop` becomes readable, then
+  /// closes all connections. No thread is left on return. Throws std::system_error when no client
+  /// can be accepted any more.
   void run(int listener, int stop);
 
  private:

@@ -9,16 +9,16 @@
 
 namespace korvan::lab::host {
 
-/// The socket file "acp.sock" that the extension connects to, listening for as long as this lives.
+/// The socket "acp.sock" that the extension connects to. Listens for as long as this object lives.
 class HostSocket {
  public:
   /// The longest path of a socket file, in bytes: what fits into a socket address on macOS.
   static constexpr std::size_t MaxPathSize = 103;
 
-  /// Listens in `container`, which is made, for this user only, when missing. The socket file
-  /// itself is for this user only. One that nobody listens on any more is replaced. Throws
-  /// std::runtime_error that names the path, and leaves no file, when the path is too long, another
-  /// host is listening, or there is something else in the way.
+  /// Listens in `container`, which is created with mode 0700 when missing; the socket file has mode
+  /// 0600. A socket file on which nobody listens is replaced. Throws std::runtime_error that names
+  /// the path, and leaves no file, when the path is too long, another host is listening, or
+  /// something else is in the way.
   explicit HostSocket(const std::filesystem::path& container);
 
   HostSocket(const HostSocket&) = delete;
@@ -26,7 +26,7 @@ class HostSocket {
   HostSocket(HostSocket&&) = delete;
   HostSocket& operator=(HostSocket&&) = delete;
 
-  /// Removes the file, if it is still this one's.
+  /// Removes the socket file if it is still this one's.
   ~HostSocket();
 
   [[nodiscard]] int descriptor() const noexcept { return listener_.get(); }

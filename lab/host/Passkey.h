@@ -13,7 +13,7 @@ struct Passkey : PasskeyRecord {
   SigningKey key;
 
   /// A passkey with a new record identifier, credential ID (32 bytes) and key. Throws
-  /// std::runtime_error when the system has no randomness to give.
+  /// std::runtime_error when the system has no random bytes.
   static Passkey create(std::string relyingPartyIdentifier, std::string userName, Data userHandle);
 };
 

@@ -8,7 +8,7 @@
 
 namespace korvan::lab::host {
 
-/// Why a request is not served: one of the protocol's error codes, and words for people.
+/// Why a request is refused: one of the protocol's error codes, and a text for people.
 class Refusal : public std::runtime_error {
  public:
   Refusal(std::string errorCode, const std::string& description)

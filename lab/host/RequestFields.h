@@ -10,9 +10,8 @@
 
 namespace korvan::lab::host {
 
-/// Reads a request's values by key and kind. Every reader throws a Refusal "failed" that names the
-/// key when it is missing or its value is of another kind. Refers to the request, which outlives
-/// it.
+/// Reads a request's values by key and type. Throws a Refusal "failed" that names the key when it
+/// is missing or its value has another type. Refers to the request, which outlives it.
 class RequestFields {
  public:
   explicit RequestFields(const PropertyListDictionary& request) : request_(request) {}

@@ -20,21 +20,21 @@ class SigningKey {
 
   static SigningKey generate();
 
-  /// The key in `der`, an unencrypted PKCS #8 PrivateKeyInfo and nothing else. Throws
-  /// std::invalid_argument when it is something else than a P-256 private key.
+  /// Reads an unencrypted PKCS #8 PrivateKeyInfo. Throws std::invalid_argument when `der` is
+  /// anything but a P-256 private key.
   static SigningKey fromPkcs8(std::span<const std::uint8_t> der);
 
-  /// What fromPkcs8() reads: the secret itself.
+  /// What fromPkcs8() reads. This is the secret.
   [[nodiscard]] Data pkcs8() const;
 
   /// The public key as a DER SubjectPublicKeyInfo.
   [[nodiscard]] Data subjectPublicKeyInfo() const;
 
-  // The public key's affine coordinates: CoordinateSize bytes each, the most significant first.
+  // The public key's affine coordinates: CoordinateSize bytes each, big-endian.
   [[nodiscard]] Data publicX() const;
   [[nodiscard]] Data publicY() const;
 
-  /// The ECDSA signature with SHA-256 of `message`, as a DER Ecdsa-Sig-Value.
+  /// Signs `message` with ECDSA and SHA-256, and returns a DER Ecdsa-Sig-Value.
   [[nodiscard]] Data sign(std::span<const std::uint8_t> message) const;
 
  private:

@@ -16,15 +16,15 @@
 
 namespace korvan::lab {
 
-/// A line that is no call.
+/// The line is not a call.
 class InvalidLine : public std::runtime_error {
  public:
   explicit InvalidLine(std::string reason)
       : std::runtime_error(reason),
         reason_(std::make_shared<const std::string>(std::move(reason))) {}
 
-  /// A sentence that names the place and what would be right. It may quote U+0000, where what()
-  /// ends.
+  /// A sentence that names the place and says what would be right. It may contain U+0000, which
+  /// ends what().
   [[nodiscard]] const std::string& reason() const noexcept { return *reason_; }
 
  private:
@@ -32,14 +32,14 @@ class InvalidLine : public std::runtime_error {
   std::shared_ptr<const std::string> reason_;
 };
 
-/// Reads the fields of a JSON object. An absent or null field is none; one of another type throws
-/// InvalidLine.
+/// Reads the fields of a JSON object. An absent or null field is nullopt; one of another type
+/// throws InvalidLine.
 class JsonFields {
  public:
   using Keys = std::initializer_list<std::string_view>;
 
-  /// Refers to `object`, which outlives it. `path` is the object's place in the line, empty for the
-  /// line itself.
+  /// Refers to `object`, which outlives it. `path` is the object's place in the line; it is empty
+  /// for the line itself.
   JsonFields(const nlohmann::json& object, std::string path);
 
   /// Throws InvalidLine unless all keys of the object are among `keys`.

@@ -8,17 +8,17 @@
 
 namespace korvan::lab {
 
-/// Puts what came of a line into one line of JSON, without the line's end.
+/// Writes the outcome of a line as one line of JSON, without the newline.
 class OutcomeWriter {
  public:
-  /// Refers to `propertyLists`, which outlives it. `showMessages`: every line lists what went over
+  /// Refers to `propertyLists`, which outlives it. With `showMessages` every line lists what went over
   /// the socket.
   OutcomeWriter(const PropertyListSerialization& propertyLists, bool showMessages)
       : propertyLists_(propertyLists), showMessages_(showMessages) {}
 
   [[nodiscard]] std::string line(const CallReport& report) const;
 
-  /// For a line that is no call.
+  /// For a line that is not a call.
   [[nodiscard]] std::string invalidLine(std::string_view reason) const;
 
  private:

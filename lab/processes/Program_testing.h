@@ -11,8 +11,8 @@
 
 namespace korvan::lab {
 
-/// A running program with its three standard streams in a test's hands. Ended with SIGKILL if it
-/// still runs when this goes.
+/// A running program whose standard streams a test reads and writes. Killed if it still runs when
+/// this object goes.
 class Program {
  public:
   struct Result {
@@ -34,10 +34,10 @@ class Program {
   void closeOutput() { output_ = {}; }
   void signal(int number) const;
 
-  /// The next line of the output without its end; empty at the end of the output.
+  /// The next line of the output without its newline; empty at the end of the output.
   std::string readLine();
 
-  /// Closes the input, and reads on until the program has ended.
+  /// Closes the input, and reads until the program has ended.
   Result finish();
 
  private:
@@ -48,7 +48,7 @@ class Program {
   std::string unread_;
 };
 
-/// Runs korvan-lab to its end with `input` on standard input.
+/// Runs korvan-lab to its end, with `input` on standard input.
 [[nodiscard]] Program::Result runLab(std::vector<std::string> arguments,
                                      std::string_view input = "");
 

@@ -11,7 +11,7 @@
 
 namespace korvan::lab {
 
-/// A running sample host, and the events that it tells.
+/// A running sample host, and the events that it prints.
 class SampleHostProcess {
  public:
   /// Starts `program`, with /dev/null as standard input. Throws std::runtime_error when it cannot
@@ -22,11 +22,11 @@ class SampleHostProcess {
   SampleHostProcess& operator=(const SampleHostProcess&) = delete;
   ~SampleHostProcess();
 
-  /// Waits for the next event. Throws std::runtime_error when the process ends instead, or tells
+  /// Waits for the next event. Throws std::runtime_error when the process ends instead, or prints
   /// nothing for 30 seconds.
   nlohmann::json nextEvent();
 
-  /// Asks the process to end and waits until it has. Done once, further calls do nothing.
+  /// Asks the process to end, and waits for that. Further calls do nothing.
   void stop();
 
   [[nodiscard]] pid_t processIdentifier() const noexcept { return processIdentifier_; }

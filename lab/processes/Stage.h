@@ -18,12 +18,11 @@ namespace korvan::lab {
 /// The sample host among them.
 [[nodiscard]] std::filesystem::path sampleHostProgram();
 
-/// A directory with sample hosts on one app group's container. No host is left when it goes. There
-/// is one at a time in a process, which meanwhile adopts the detached processes that descend from
-/// it.
+/// A directory with a container, and the sample hosts that listen in it, which end with this object.
+/// A process has one at a time, and meanwhile becomes the reaper of its detached descendants.
 class Stage {
  public:
-  /// Throws std::system_error when the process cannot adopt.
+  /// Throws std::system_error when the process cannot become a reaper.
   explicit Stage(std::filesystem::path directory);
   Stage(const Stage&) = delete;
   Stage& operator=(const Stage&) = delete;
@@ -32,25 +31,23 @@ class Stage {
   [[nodiscard]] std::filesystem::path file(std::string_view name) const {
     return directory_ / name;
   }
-  /// The app group's container; there is a directory only once a host has made it.
+  /// The app group's container. The first host creates the directory.
   [[nodiscard]] std::filesystem::path container() const { return file("container"); }
 
-  /// Starts a sample host on container(); it lives until it is stopped or the stage goes.
+  /// Starts a sample host in container(). It runs until it is stopped or the stage goes.
   SampleHostProcess& startHost(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments);
 
-  /// Writes a launcher, which becomes `program` when it is opened, and gives its path. The program
-  /// gets container() and these arguments as a sample host does, and its events go to the file
-  /// "launched.events".
+  /// Writes a launcher, a script that becomes `program` when it is opened, and returns its path. The
+  /// program gets container() and `arguments`, and writes its events to the file "launched.events".
   [[nodiscard]] std::filesystem::path writeLauncher(
       const std::vector<std::string>& arguments,
       const std::filesystem::path& program = sampleHostProgram()) const;
 
-  /// True when a process that this one or a descendant started is there, or was and has not been
-  /// waited for.
+  /// True when a descendant of this process exists, running or not yet waited for.
   [[nodiscard]] static bool hasProcesses();
 
-  /// Ends the host that the launcher became, if it did, and waits until it has ended.
+  /// Ends the host that the launcher became, if any, and waits for that.
   void stopLaunchedHost() const;
 
  private:

@@ -5,15 +5,15 @@
 
 namespace korvan::lab {
 
-/// Runs `body` in a process of its own, in a new directory for this user only, and gives its exit
-/// status, which is EXIT_FAILURE when it throws, with the reason on standard error.
+/// Runs `body` in a child process, with a new directory of mode 0700, and returns its exit status.
+/// If `body` throws, the reason goes to standard error and the status is EXIT_FAILURE.
 ///
-/// On return nothing is left: every process that descends from `body`, however it was detached, has
-/// ended, and the directory is removed. That is so too when SIGINT, SIGTERM or SIGHUP interrupts:
-/// `body` is then ended at once, and the exit status is 128 plus the signal's number.
+/// Nothing is left on return: every descendant of `body` has ended, even a detached one, and the
+/// directory is removed. The same holds after SIGINT, SIGTERM and SIGHUP, which end `body` at once;
+/// the status is then 128 plus the signal's number.
 ///
-/// Called before there are threads, in a process without other children. Throws std::system_error
-/// when the process or the directory cannot be made.
+/// Must be called before there are threads, in a process without other children. Throws
+/// std::system_error when the process or the directory cannot be created.
 [[nodiscard]] int runSupervised(
     const std::function<int(const std::filesystem::path& directory)>& body);
 

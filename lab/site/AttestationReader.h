@@ -8,8 +8,8 @@
 
 namespace korvan::lab {
 
-// What a relying party reads. Nothing here trusts the bytes: what is cut short, goes on too long or
-// is anything else than described is none.
+// What a relying party reads. Nothing here trusts the bytes: anything that is too short, too long
+// or otherwise not as described gives nullopt.
 
 /// The fixed part of authenticator data, and what follows it.
 /// https://www.w3.org/TR/webauthn-3/#sctn-authenticator-data
@@ -29,14 +29,14 @@ struct AttestedCredential {
 };
 [[nodiscard]] std::optional<AttestedCredential> readAttestedCredentialData(const Data& bytes);
 
-/// An EC2 key's point on P-256, each coordinate as many bytes as the key says.
+/// An EC2 key's point on P-256. Each coordinate has as many bytes as the key says.
 struct Point {
   Data x;
   Data y;
 };
 
-/// The public key in `coseKey`: an EC2 key for ES256 on P-256 with just these entries in canonical
-/// order. https://www.rfc-editor.org/rfc/rfc9053#section-7.1
+/// The public key in `coseKey`: an EC2 key for ES256 on P-256 with exactly these entries, in
+/// canonical order. https://www.rfc-editor.org/rfc/rfc9053#section-7.1
 [[nodiscard]] std::optional<Point> readCoseKey(const Data& coseKey);
 
 /// The authenticator data in an attestation object of the format "none", in canonical order.

@@ -12,13 +12,13 @@ namespace korvan::lab {
 /// The public half of a passkey, on the curve P-256.
 class PublicKey {
  public:
-  /// From a SubjectPublicKeyInfo, in DER or as PEM text. Throws std::invalid_argument when it is
-  /// none or another kind of key.
+  /// From a SubjectPublicKeyInfo in DER or PEM. Throws std::invalid_argument for anything else, and
+  /// for another kind of key.
   static PublicKey fromDer(std::span<const std::uint8_t> der);
   static PublicKey fromPem(std::string_view pem);
 
-  /// From a point, each coordinate 32 bytes, the most significant first. Throws
-  /// std::invalid_argument when it is not on the curve.
+  /// From a point whose coordinates have 32 bytes each, big-endian. Throws std::invalid_argument
+  /// when it is not on the curve.
   static PublicKey fromPoint(std::span<const std::uint8_t> x, std::span<const std::uint8_t> y);
 
   /// True when `signature`, a DER Ecdsa-Sig-Value, is the key's ES256 signature of `message`.

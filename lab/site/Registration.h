@@ -11,16 +11,16 @@
 
 namespace korvan::lab {
 
-/// The call that asks for a new passkey: without the user when `options` are conditional.
+/// The call that asks for a new passkey, without the user if `options` are conditional.
 [[nodiscard]] Call registrationCall(const RelyingParty& relyingParty,
                                     const CreationOptions& options);
 
-/// What came of a registration, and what the relying party thinks of it: nothing, when it did not
-/// get to see a credential.
+/// The result of a registration, and what the relying party found; no findings if there was no
+/// credential.
 struct RegistrationResult {
   CallReport report;
   std::vector<Finding> findings;
-  /// The new passkey, for a sign-in; none unless the relying party could read one.
+  /// The new passkey, for a sign-in. Nullopt if the relying party could not read it.
   std::optional<EnrolledPasskey> passkey;
 
   [[nodiscard]] bool verified() const { return passkey.has_value() && isVerified(findings); }

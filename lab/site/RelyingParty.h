@@ -12,14 +12,14 @@
 
 namespace korvan::lab {
 
-/// One thing that a relying party looks at, in words, and what it found.
+/// One check of a relying party, in words, and its verdict.
 struct Finding {
   enum class Verdict : std::uint8_t { holds, fails, notChecked };
   Verdict verdict = Verdict::fails;
   std::string words;
 };
 
-/// What a relying party remembers of a passkey. Without the ID and the handle any will do.
+/// What a relying party remembers of a passkey. Without an ID or a handle it accepts any.
 struct RegisteredPasskey {
   PublicKey key;
   std::optional<Data> credentialID;
@@ -32,23 +32,22 @@ struct RegisteredPasskey {
 struct CreationOptions {
   std::string userName;
   Data userHandle;
-  /// COSE algorithm identifiers, ES256 alone unless told otherwise.
+  /// COSE algorithm identifiers. Default: only ES256.
   std::vector<std::int64_t> algorithms = {-7};
-  /// The IDs of credentials that the new one shall not stand beside.
+  /// The IDs of credentials of which the host must have none.
   // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
   std::vector<Data> excludedCredentials = {};
-  /// It is to be made without the user, or not at all.
+  /// Make the passkey without the user, or not at all.
   bool conditional = false;
 };
 
-/// What a relying party thinks of a new passkey, and the passkey, unless it could not be read.
+/// What a relying party found about a new passkey, and the passkey if it could read it.
 struct RegistrationReview {
   std::vector<Finding> findings;
   std::optional<RegisteredPasskey> passkey;
 };
 
-/// A web site during one sign-in or registration: it makes the challenge, and checks what comes
-/// back.
+/// A web site during one sign-in or registration: makes the challenge, and checks the credential.
 class RelyingParty {
  public:
   enum class UserVerification : std::uint8_t { preferred, required };
@@ -60,22 +59,22 @@ class RelyingParty {
 
   [[nodiscard]] const std::string& identifier() const noexcept { return identifier_; }
 
-  /// As the request says it: "preferred" or "required".
+  /// "preferred" or "required", as in a request.
   [[nodiscard]] std::string userVerificationPreference() const;
 
-  /// What the browser would state about the ceremony.
+  /// The client data that a browser would make.
   /// https://www.w3.org/TR/webauthn-3/#dictionary-client-data
   [[nodiscard]] const std::string& clientDataJSON() const noexcept { return clientDataJSON_; }
 
   /// SHA-256 of clientDataJSON(), which the passkey signs.
   [[nodiscard]] const Data& clientDataHash() const noexcept { return clientDataHash_; }
 
-  /// Every check of a sign-in, in order: https://www.w3.org/TR/webauthn-3/#sctn-verifying-assertion
-  /// Without `passkey` those that need to know it are not made, and said not to be.
+  /// Makes every check of a sign-in, in order; those that need `passkey` are `notChecked` without
+  /// it. https://www.w3.org/TR/webauthn-3/#sctn-verifying-assertion
   [[nodiscard]] std::vector<Finding> verify(const PasskeyAssertionCredential& credential,
                                             const std::optional<RegisteredPasskey>& passkey) const;
 
-  /// Every check of a registration whose attestation is "none", in order:
+  /// Makes every check of a registration with attestation "none", in order.
   /// https://www.w3.org/TR/webauthn-3/#sctn-registering-a-new-credential
   [[nodiscard]] RegistrationReview verify(const PasskeyRegistrationCredential& credential,
                                           const CreationOptions& options) const;

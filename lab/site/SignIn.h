@@ -15,32 +15,31 @@
 
 namespace korvan::lab {
 
-/// The ways on which the operating system asks for a sign-in.
+/// How the operating system asks for a sign-in.
 enum class SignInRoad : std::uint8_t {
-  /// The passkey is known, and the user is not to be bothered.
+  /// The passkey is known, and the user must not be disturbed.
   silent,
   /// The passkey is known, and the extension may show itself.
   interactive,
-  /// The extension offers what passkeys it has.
+  /// The user chooses one of the host's passkeys.
   list,
 };
 
-/// A passkey as the operating system's store of identities and the relying party know it.
+/// A passkey as the system's identity store and the relying party know it.
 struct EnrolledPasskey {
   PasskeyCredentialIdentity identity;
   RegisteredPasskey registered;
 };
 
-/// The first passkey for the relying party that a sample host's event "ready" tells of.
+/// The first passkey for the relying party in a sample host's event "ready".
 [[nodiscard]] std::optional<EnrolledPasskey> enrolledPasskey(const nlohmann::json& readyEvent,
                                                              std::string_view relyingParty);
 
-/// The call that asks for the sign-in. The identity counts on the roads where the passkey is known.
+/// The call that asks for the sign-in. `identity` is not used with SignInMode::list.
 [[nodiscard]] Call signInCall(SignInRoad road, const RelyingParty& relyingParty,
                               PasskeyCredentialIdentity identity);
 
-/// What came of a sign-in, and what the relying party thinks of it: nothing, when it did not get to
-/// see a credential.
+/// The result of a sign-in, and what the relying party found; no findings if there was no credential.
 struct SignInResult {
   CallReport report;
   std::vector<Finding> findings;

@@ -10,11 +10,11 @@
 
 namespace korvan::lab {
 
-/// Base64 with the URL-safe alphabet and without padding, as WebAuthn writes bytes in JSON
+/// Base64 with the URL-safe alphabet and without padding, as WebAuthn uses it in JSON
 /// (https://www.rfc-editor.org/rfc/rfc4648#section-5).
 [[nodiscard]] std::string base64Url(std::span<const std::uint8_t> bytes);
 
-/// The bytes that `text` stands for, or none when it is not what base64Url() writes.
+/// Decodes what base64Url() writes; nullopt for anything else.
 [[nodiscard]] std::optional<Data> fromBase64Url(std::string_view text);
 
 }  // namespace korvan::lab

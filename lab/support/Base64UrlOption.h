@@ -9,10 +9,10 @@
 
 namespace korvan::lab {
 
-/// Lets an option take nothing but base64url without padding.
+/// Restricts an option to base64url without padding.
 [[nodiscard]] CLI::Validator isBase64Url();
 
-/// The bytes that an option's text stands for, once isBase64Url() has let it through.
+/// Decodes an option that isBase64Url() has accepted.
 [[nodiscard]] Data bytesOf(const std::string& text);
 [[nodiscard]] std::vector<Data> bytesOf(const std::vector<std::string>& texts);
 

@@ -9,17 +9,17 @@
 
 namespace korvan::lab {
 
-/// Data as tests write it down.
+/// Data from literals.
 [[nodiscard]] inline Data bytes(const std::vector<std::uint8_t>& values) {
   return Data::copyOf(values);
 }
 
-/// `size` bytes of one value.
+/// `size` bytes of the same value.
 [[nodiscard]] inline Data testBytes(std::size_t size, std::uint8_t value) {
   return Data::copyOf(std::vector<std::uint8_t>(size, value));
 }
 
-/// One after the other.
+/// The parts, concatenated.
 [[nodiscard]] inline Data joined(std::initializer_list<Data> parts) {
   std::vector<std::uint8_t> all;
   for (const Data& part : parts) {

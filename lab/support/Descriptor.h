@@ -6,7 +6,7 @@
 
 namespace korvan::lab {
 
-/// Owns a file descriptor and closes it; a negative one is none.
+/// Owns a file descriptor, and closes it. Negative: owns none.
 class Descriptor {
  public:
   Descriptor() noexcept = default;

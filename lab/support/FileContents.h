@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// All of a file. Throws std::system_error that names it when it cannot be read.
+/// Reads a whole file. Throws std::system_error that names the file on failure.
 [[nodiscard]] std::string contentsOf(const std::string& file);
 
 }  // namespace korvan::lab

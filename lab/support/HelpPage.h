@@ -6,8 +6,8 @@
 
 namespace korvan::lab {
 
-/// Makes `page` the command's help, with the program's own name, as it was called, for
-/// "korvan-lab": what the page shows can be pasted.
+/// Makes `page` the command's help. "korvan-lab" in it is replaced by the program's name as the
+/// user typed it, so that examples can be pasted.
 void setHelpPage(CLI::App& command, std::string_view page);
 
 }  // namespace korvan::lab

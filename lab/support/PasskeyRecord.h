@@ -10,8 +10,7 @@
 
 namespace korvan::lab {
 
-/// What the sample host tells of a passkey, in its vault's file and in its event "ready", beside
-/// the passkey's key.
+/// A passkey without its key, as in the sample host's vault file and event "ready".
 struct PasskeyRecord {
   std::string recordIdentifier;  ///< the vault's own name for it, a UUID
   std::string relyingPartyIdentifier;
@@ -21,14 +20,14 @@ struct PasskeyRecord {
   std::uint32_t signCount = 0;  ///< how often it has signed
 };
 
-/// The record as JSON, with a key of this name: "privateKey" or "publicKey".
+/// The record as JSON, with its key under the name "privateKey" or "publicKey".
 [[nodiscard]] nlohmann::ordered_json jsonOf(const PasskeyRecord& record, const char* keyName,
                                             const Data& key);
 
-/// The record in what jsonOf() gives. Throws std::runtime_error that names what is wrong with it.
+/// Reads what jsonOf() writes. Throws std::runtime_error that says what is wrong.
 [[nodiscard]] PasskeyRecord passkeyRecordFrom(const nlohmann::ordered_json& json);
 
-/// The bytes in the JSON's member of this name. Throws std::runtime_error that names it.
+/// Reads the bytes in the member `name`. Throws std::runtime_error that names the member.
 [[nodiscard]] Data bytesFrom(const nlohmann::ordered_json& json, const char* name);
 
 }  // namespace korvan::lab

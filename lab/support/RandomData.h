@@ -6,7 +6,7 @@
 
 namespace korvan::lab {
 
-/// `size` bytes that nobody can guess. Throws std::runtime_error when the system has none to give.
+/// Random bytes, fit for secrets. Throws std::runtime_error when the system has none.
 [[nodiscard]] Data randomData(std::size_t size);
 
 }  // namespace korvan::lab

@@ -6,7 +6,7 @@
 
 namespace korvan::lab {
 
-/// Throws the error that `errno` tells of, with the step that met it, unless the step was `done`.
+/// Throws the error in `errno`, with the name of the step, unless `done`.
 inline void requireSystem(bool done, const std::string& step) {
   if (!done) {
     throw std::system_error(errno, std::generic_category(), step);

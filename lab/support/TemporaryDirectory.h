@@ -4,10 +4,10 @@
 
 namespace korvan::lab {
 
-/// A new directory for this user only, removed with all that is in it.
+/// A new directory with mode 0700, removed with everything in it when this object goes.
 class TemporaryDirectory {
  public:
-  /// Throws std::system_error when it cannot be made.
+  /// Throws std::system_error when it cannot be created.
   TemporaryDirectory();
   TemporaryDirectory(const TemporaryDirectory&) = delete;
   TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;

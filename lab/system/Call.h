@@ -9,15 +9,15 @@
 
 namespace korvan::lab {
 
-/// One call that the operating system makes: an entry point with its arguments.
+/// A call that the operating system makes: an entry point with its arguments.
 struct Call {
-  /// Calls the entry point, and throws what it throws.
+  /// Calls the entry point, and throws what that throws.
   std::function<void(CredentialProviderViewController& controller)> invoke;
-  /// True of the reports, which nobody completes or cancels.
+  /// True for the credential update reports, which are neither completed nor canceled.
   bool isReport = false;
 };
 
-// The calls of all entry points, whose arguments may be nil as the platform's may.
+// A call of each entry point. As with the platform's, arguments may be nil.
 
 [[nodiscard]] Call configurationCall();
 [[nodiscard]] Call credentialListCall(
@@ -29,7 +29,7 @@ struct Call {
     CredentialProviderViewController::AnyRequest request);
 [[nodiscard]] Call silentRegistrationCall(CredentialProviderViewController::PasskeyRequest request);
 
-/// A user of a relying party has another name now.
+/// A user's name at a relying party has changed.
 /// https://www.w3.org/TR/webauthn-3/#sctn-signal-methods
 [[nodiscard]] Call updatedUserNameReport(std::optional<std::string> relyingParty,
                                          std::optional<Data> userHandle,
@@ -37,7 +37,7 @@ struct Call {
 /// The relying party does not know the credential.
 [[nodiscard]] Call unknownCredentialReport(std::optional<std::string> relyingParty,
                                            std::optional<Data> credentialID);
-/// These are all of the user's credentials that the relying party accepts.
+/// The relying party accepts these credentials of the user, and no others.
 [[nodiscard]] Call acceptedCredentialsReport(
     std::optional<std::string> relyingParty, std::optional<Data> userHandle,
     std::optional<std::vector<Data>> acceptedCredentialIDs);

@@ -10,11 +10,11 @@ namespace korvan::lab {
 /// Calls entry points as the operating system does. Main thread.
 class CallRunner {
  public:
-  /// Throws std::invalid_argument when the settings' trust anchor is no certificate.
+  /// Throws std::invalid_argument when the settings' trust anchor is not a certificate.
   explicit CallRunner(const LabSettings& settings);
 
-  /// Makes the call on a new controller, and runs the main loop until the call has its outcome and
-  /// all its work is over: nothing of it goes on after the return.
+  /// Makes the call on a new controller, and runs the main loop until the call has an outcome and all
+  /// its background work is done.
   [[nodiscard]] CallReport run(const Call& call);
 
   [[nodiscard]] const PropertyListSerialization& propertyLists() const noexcept {

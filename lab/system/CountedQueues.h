@@ -10,10 +10,10 @@
 
 namespace korvan::lab {
 
-/// Queues that know whether work is still to come; otherwise those it is given.
+/// Forwards to other queues, and knows whether any work is left.
 class CountedQueues final : public Queues {
  public:
-  /// Refers to both, which outlive it. `mainContext` is where `queues` runs the main thread's work.
+  /// Refers to both, which outlive it. `queues` runs the main thread's work in `mainContext`.
   CountedQueues(const Queues& queues, GMainContext* mainContext)
       : queues_(queues), mainContext_(mainContext) {}
 
@@ -21,12 +21,12 @@ class CountedQueues final : public Queues {
   void syncMain(const std::function<void()>& work) const override;
   void asyncBackground(std::function<void()> work) const override;
 
-  /// Runs the main thread's work, on this thread, until no work of either kind is left, and all
-  /// that it held is released.
+  /// Runs the main thread's work, on this thread, until no work of either kind is left and
+  /// everything that the work owned is released.
   void runUntilIdle() const;
 
-  /// True when no work of either kind is left, and all that it held is released. Main thread: work
-  /// of the main thread may submit more.
+  /// True when no work of either kind is left and everything that the work owned is released. Main
+  /// thread, because the main thread's work may submit more.
   [[nodiscard]] bool isIdle() const { return pending_.load() == 0; }
 
  private:

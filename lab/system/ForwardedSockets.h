@@ -9,7 +9,7 @@
 
 namespace korvan::lab {
 
-/// Other sockets, for those who look at some of the calls on their way, or change them.
+/// Forwards every call to other sockets. Subclasses observe or change some of the calls.
 class ForwardedSockets : public LocalSockets {
  public:
   /// Refers to `sockets`, which outlives it.

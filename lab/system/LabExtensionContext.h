@@ -8,8 +8,8 @@
 
 namespace korvan::lab {
 
-/// The platform's side of one request: keeps how and when it ended. A request ends once; ending it
-/// again is an error of the program, which is told on standard error and stops. Main thread.
+/// The platform's side of one request: records how and when it ended. Ending a request a second
+/// time prints an error and aborts. Main thread.
 class LabExtensionContext final : public ExtensionContext {
  public:
   using Time = std::chrono::steady_clock::time_point;
@@ -23,7 +23,7 @@ class LabExtensionContext final : public ExtensionContext {
   void completeRegistrationRequest(const PasskeyRegistrationCredential& credential) override;
   void cancelRequest(const Error& error) override;
 
-  /// None as long as the request is open.
+  /// Nullopt while the request is open.
   [[nodiscard]] const std::optional<End>& end() const noexcept { return end_; }
 
  private:

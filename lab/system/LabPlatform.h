@@ -18,12 +18,12 @@
 
 namespace korvan::lab {
 
-/// The services of the system that the lab stands in for: all but those that belong to one request.
+/// The services of the system that the lab plays, except those that belong to one request.
 struct LabPlatform {
-  /// Throws std::invalid_argument when the trust anchor is no certificate.
+  /// Throws std::invalid_argument when the trust anchor is not a certificate.
   explicit LabPlatform(const LabSettings& settings);
 
-  // In the order in which the later ones need the earlier ones.
+  // Later members depend on earlier ones.
   std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> mainContext;
   LinuxQueues systemQueues;
   CountedQueues queues;

@@ -10,23 +10,24 @@
 
 namespace korvan::lab {
 
-/// The system that the lab stands in for.
+/// The system that the lab plays.
 struct LabSettings {
-  /// What stands for "there is none" in place of a container or a host application.
+  /// Means that there is no container, or no host application.
   static constexpr std::string_view None = "none";
 
-  /// The directory that is the app group's container, or None; unset: the user's own.
+  /// The directory that stands for the app group's container, or None. Default: the user's own.
   std::optional<std::string> container;
-  /// The executable that counts as the host application, or None; unset: the desktop's.
+  /// The executable that counts as the host application, or None. Default: the desktop's.
   std::optional<std::string> hostApplication;
-  /// The certificate in which the host's signature has to end, as PEM text.
+  /// The certificate that the chain of the host's signature must end in, as PEM text.
   std::string trustAnchorPem;
   OperatingSystemVersion operatingSystemVersion{.major = 15};
   NoticeMode noticeMode = NoticeMode::pressOk;
-  bool listensToMessages = false;
+  /// Whether to record the messages that go over the socket.
+  bool recordsMessages = false;
 };
 
-/// The version in "15", "15.0" or "14.6.1", or a sentence about what is wrong with the text.
+/// Parses a version such as "15", "15.0" or "14.6.1". On failure a sentence says what is wrong.
 [[nodiscard]] std::expected<OperatingSystemVersion, std::string> parseOperatingSystemVersion(
     std::string_view text);
 

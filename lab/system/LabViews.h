@@ -11,7 +11,7 @@
 
 namespace korvan::lab {
 
-/// A tree of views that nobody sees. It can be read, searched and its button pressed as by a key.
+/// Views that are never shown. Their texts can be read, and a button can be pressed by its key.
 class LabViews final : public Views {
  public:
   LabViews();
@@ -24,14 +24,14 @@ class LabViews final : public Views {
       std::vector<std::shared_ptr<View>> views) override;
   void activateConstraints(std::span<const LayoutConstraint> constraints) override;
 
-  /// What the controller's view shows, as plain text from top to bottom: each label's text, and
-  /// each button as "[ OK ]".
+  /// The texts in the controller's view, from top to bottom: each label's text, and each button's
+  /// title as in "[ OK ]".
   [[nodiscard]] std::vector<std::string> texts() const;
 
-  /// True when the controller's view shows a button that the key presses.
+  /// True when the controller's view has a button with this key.
   [[nodiscard]] bool hasButtonFor(std::string_view key) const;
 
-  /// Presses the shown button that has the key, if there is one. Not called by a view's action.
+  /// Presses the button with this key, if there is one. Must not be called from a button's action.
   void press(std::string_view key) const;
 
  private:

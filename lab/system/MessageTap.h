@@ -15,13 +15,13 @@ namespace korvan::lab {
 
 enum class Direction : std::uint8_t { request, response };
 
-/// The body of one frame that went over a socket as a whole.
+/// The body of a whole frame that went over a socket.
 struct RecordedFrame {
   Direction direction = Direction::request;
   Data body;
 };
 
-/// Sockets that write down every byte that goes over them; otherwise those it is given.
+/// Forwards to other sockets, and records every byte that goes over them.
 class MessageTap final : public ForwardedSockets {
  public:
   /// Refers to `sockets`, which outlives it.
@@ -33,11 +33,11 @@ class MessageTap final : public ForwardedSockets {
   [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override;
   void close(int descriptor) const override;
 
-  /// The whole frames so far: connections in the order they were made, the request of each before
-  /// its response. What was cut short is left out.
+  /// The whole frames so far, by connection in the order they were made, and the request before the
+  /// response. Incomplete frames are left out.
   [[nodiscard]] std::vector<RecordedFrame> frames() const;
 
-  /// How many connections could not be made so far.
+  /// How many connections have failed so far.
   [[nodiscard]] std::size_t failedConnections() const;
 
  private:
@@ -52,7 +52,7 @@ class MessageTap final : public ForwardedSockets {
   mutable std::mutex mutex_;
   mutable std::vector<Connection> connections_;
   mutable std::size_t failedConnections_ = 0;
-  /// The open descriptors' places in the list: a descriptor is used again once it is closed.
+  /// Maps open descriptors to connections. The kernel reuses a descriptor once it is closed.
   mutable std::map<int, std::size_t> open_;
 };
 

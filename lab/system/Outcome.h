@@ -33,12 +33,12 @@ struct Cancelled {
   friend bool operator==(const Cancelled&, const Cancelled&) = default;
 };
 
-/// The notice is up, and nobody presses its button.
+/// The notice is up, and nobody presses OK.
 struct NoticePending {
   friend bool operator==(const NoticePending&, const NoticePending&) = default;
 };
 
-/// The entry point of a report returned.
+/// The entry point of a credential update report returned.
 struct Returned {
   friend bool operator==(const Returned&, const Returned&) = default;
 };
@@ -53,14 +53,14 @@ struct Refused {
 using Outcome = std::variant<CompletedAssertion, CompletedRegistration, CompletedConfiguration,
                              Cancelled, NoticePending, Returned, Refused>;
 
-/// Everything that was seen of one call.
+/// The result of a call.
 struct CallReport {
   Outcome outcome;
-  /// From the entry point's call to the outcome.
+  /// From the call of the entry point to the outcome.
   double milliseconds = 0;
-  /// What went over the socket, in order; empty when nobody listened in.
+  /// What went over the socket, in order. Empty unless messages were recorded.
   std::vector<RecordedFrame> frames;
-  /// How many connections could not be made; 0 when nobody listened in.
+  /// How many connections failed. 0 unless messages were recorded.
   std::size_t failedConnections = 0;
 };
 

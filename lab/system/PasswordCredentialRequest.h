@@ -4,8 +4,8 @@
 
 namespace korvan::lab {
 
-/// ASPasswordCredentialRequest: the operating system hands over such a request too; a provider of
-/// passkeys reads nothing of it.
+/// ASPasswordCredentialRequest. The operating system may pass such a request too; a provider of
+/// passkeys does not read it.
 class PasswordCredentialRequest final : public CredentialRequest {};
 
 }  // namespace korvan::lab

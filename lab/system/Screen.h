@@ -7,13 +7,13 @@
 
 namespace korvan::lab {
 
-/// What becomes of the notice.
+/// What happens to the notice.
 enum class NoticeMode : std::uint8_t {
-  /// Its button is pressed as soon as it is up.
+  /// OK is pressed as soon as it is up.
   pressOk,
-  /// It stays up, and the call ends with it.
+  /// It stays up, and the call ends with that.
   leave,
-  /// It is written to standard error, and answered by a line on standard input.
+  /// It is written to standard error, and a line on standard input answers it.
   terminal,
   /// It is written to the process's controlling terminal, and answered there.
   controllingTerminal,
@@ -21,13 +21,13 @@ enum class NoticeMode : std::uint8_t {
   window,
 };
 
-/// How to show the notice to the person who runs the program: in a window where there is a display,
-/// otherwise on the terminal. Without a person, that is when standard input is no terminal, OK is
+/// How to show the notice to the person who runs the program: in a window if there is a display,
+/// otherwise on the terminal. If standard input is not a terminal, nobody is there, and OK is
 /// pressed. Main thread. Throws std::runtime_error when the module of the notice's window cannot be
 /// loaded.
 [[nodiscard]] NoticeMode noticeForPeople();
 
-/// Where one controller's view is, and who sits before it. Main thread.
+/// Shows one controller's view, and plays the user in front of it. Main thread.
 class Screen {
  public:
   virtual ~Screen() = default;
@@ -36,9 +36,8 @@ class Screen {
 
   [[nodiscard]] virtual bool noticeIsUp() const = 0;
 
-  /// Lets the user answer the notice that is up, and returns once the button was pressed, or at
-  /// once when nobody is going to. May run the main loop. Called by what runs it, never inside a
-  /// call of the controller.
+  /// Lets the user answer the notice that is up. Returns when OK was pressed, or at once if nobody
+  /// will press it. May run the main loop, so the controller must not be on the stack.
   virtual void letUserAnswer() = 0;
 };
 

@@ -7,20 +7,20 @@
 
 namespace korvan::lab {
 
-/// Where a person reads lines of text and answers with the Return key.
+/// Shows text to a person and waits for the Return key.
 class Terminal {
  public:
-  /// Standard input for the answer, and standard error for the text: standard output belongs to
-  /// what the program is asked for. Neither needs to be a terminal.
+  /// Standard error for the text and standard input for the answer; standard output is for the
+  /// program's own output. Neither needs to be a terminal.
   [[nodiscard]] static Terminal standard();
 
   /// The process's controlling terminal. Throws std::runtime_error when it has none.
   [[nodiscard]] static Terminal controlling();
 
-  /// Writes each text as a paragraph. Throws std::system_error when it cannot be written.
+  /// Writes each text as a paragraph. Throws std::system_error on failure.
   void show(std::span<const std::string> texts) const;
 
-  /// Returns at the end of a line, or of the input: nobody is left then who could answer.
+  /// Waits for the end of a line, or of the input.
   void waitForReturn() const;
 
  private:
