@@ -9,6 +9,8 @@
 #include <string>
 #include <system_error>
 
+#include <CLI/CLI.hpp>
+
 #include "lab/commands/SystemOptions.h"
 #include "lab/json/CallParser.h"
 #include "lab/support/HelpPage.h"

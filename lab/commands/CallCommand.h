@@ -3,10 +3,12 @@
 #include <istream>
 #include <ostream>
 
-#include <CLI/CLI.hpp>
-
 #include "lab/json/OutcomeWriter.h"
 #include "lab/system/CallRunner.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace korvan::lab {
 

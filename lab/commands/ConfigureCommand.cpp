@@ -3,6 +3,8 @@
 #include <memory>
 #include <variant>
 
+#include <CLI/CLI.hpp>
+
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"

@@ -7,6 +7,8 @@
 #include <optional>
 #include <tuple>
 
+#include <CLI/CLI.hpp>
+
 #include "lab/commands/Demo.h"
 #include "lab/commands/Narrator.h"
 #include "lab/processes/Supervisor.h"

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "channel/HostIdentifiers.h"

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"

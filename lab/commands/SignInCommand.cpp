@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <CLI/CLI.hpp>
+
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"

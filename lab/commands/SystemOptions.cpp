@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include <CLI/CLI.hpp>
+
 #include "lab/support/FileContents.h"
 #include "lab/system/TrustAnchor.h"
 #include "platform/linux/codesigning/LinuxCodeSigning.h"

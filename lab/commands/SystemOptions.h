@@ -3,9 +3,11 @@
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "lab/system/LabSettings.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace korvan::lab {
 

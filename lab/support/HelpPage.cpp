@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include <CLI/CLI.hpp>
+
 namespace korvan::lab {
 namespace {
 

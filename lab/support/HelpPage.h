@@ -2,7 +2,9 @@
 
 #include <string_view>
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace korvan::lab {
 

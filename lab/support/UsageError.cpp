@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 namespace korvan::lab {
 namespace {
 

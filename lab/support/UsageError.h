@@ -2,7 +2,10 @@
 
 #include <string>
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+class Error;
+}  // namespace CLI
 
 namespace korvan::lab {
 

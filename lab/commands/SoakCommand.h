@@ -1,11 +1,13 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}  // namespace CLI
 
-namespace korvan::lab::soak {
+namespace korvan::lab {
 
 /// Adds `soak`, which keeps the extension busy with a host that misbehaves; sets the exit status
 /// when that is what is called.
 void addSoakCommand(CLI::App& app, int& exitStatus);
 
-}  // namespace korvan::lab::soak
+}  // namespace korvan::lab

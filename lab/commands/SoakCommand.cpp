@@ -1,0 +1,105 @@
+#include "lab/commands/SoakCommand.h"
+
+#include <charconv>
+#include <cmath>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <tuple>
+
+#include <CLI/CLI.hpp>
+
+#include "lab/processes/Supervisor.h"
+#include "lab/soak/Soak.h"
+#include "lab/support/HelpPage.h"
+
+namespace korvan::lab {
+namespace {
+
+constexpr std::string_view SoakHelpPage =
+    R"(Usage: korvan-lab soak --minutes N [--seed S]
+
+Keeps 32 requests of all types in flight, with host applications that answer,
+refuse, stall, lie and die at random. Verifies that each request had the one
+outcome that is right for what the host did, that the hosts' log and the
+extension's agree, and that descriptors, threads and memory stay as they are.
+Everything happens in a private directory that is removed again.
+
+  --minutes N  how long, such as 10 or 0.5
+  --seed S     chooses the requests and what the hosts do with them, from 0 to
+               18446744073709551615; otherwise one is drawn, and printed
+  --help       this page
+
+The exit status is 0 when all is well, otherwise 1.
+
+Example:
+  korvan-lab soak --minutes 0.1 --seed 1
+)";
+
+constexpr double SecondsPerMinute = 60;
+template <typename Number>
+std::optional<Number> numberIn(std::string_view text) {
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool isNumber = error == std::errc() && end == text.data() + text.size();
+  return isNumber ? std::optional(number) : std::nullopt;
+}
+
+std::string flawOfMinutes(const std::string& text) {
+  const double minutes = numberIn<double>(text).value_or(0);
+  return std::isfinite(minutes) && minutes > 0
+             ? ""
+             : "\"" + text + "\" is no time; it must be a number of minutes above 0, such as 0.5";
+}
+
+std::string flawOfSeed(const std::string& text) {
+  return numberIn<std::uint64_t>(text) ? ""
+                                       : "\"" + text +
+                                             "\" is no seed; it must be a whole number from 0 to "
+                                             "18446744073709551615";
+}
+
+std::uint64_t drawnSeed() {
+  std::random_device device;
+  return (std::uint64_t{device()} << 32U) | device();
+}
+
+struct SoakOptions {
+  std::string minutes;
+  std::string seed;
+};
+
+int run(const SoakOptions& options) {
+  const std::uint64_t seed =
+      options.seed.empty() ? drawnSeed() : numberIn<std::uint64_t>(options.seed).value();
+  const double seconds = numberIn<double>(options.minutes).value() * SecondsPerMinute;
+  std::cout << "seed " << seed << '\n' << std::flush;
+  // Who reads the summary may go away; the hosts are ended all the same.
+  std::ignore = std::signal(SIGPIPE, SIG_IGN);
+  return runSupervised([seed, seconds](const std::filesystem::path& directory) {
+    return soak::runSoak(directory, seed, seconds);
+  });
+}
+
+}  // namespace
+
+void addSoakCommand(CLI::App& app, int& exitStatus) {
+  CLI::App& command =
+      *app.add_subcommand("soak", "many requests to hosts that misbehave, each outcome verified");
+  const auto options = std::make_shared<SoakOptions>();
+  command.add_option("--minutes", options->minutes)
+      ->required()
+      ->check(CLI::Validator(flawOfMinutes, ""));
+  command.add_option("--seed", options->seed)->check(CLI::Validator(flawOfSeed, ""));
+  setHelpPage(command, SoakHelpPage);
+  command.callback([options, &exitStatus] { exitStatus = run(*options); });
+}
+
+}  // namespace korvan::lab
