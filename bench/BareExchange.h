@@ -3,14 +3,16 @@
 #include <cstdint>
 #include <span>
 #include <string>
-
-#include "platform/Data.h"
+#include <vector>
 
 namespace korvan::bench {
 
-/// The floor of an exchange: the same system calls with the same bytes and the same buffers, and
-/// nothing else. Aborts when anything is not as it should be, since nothing is to be timed then.
-[[nodiscard]] Data bareExchange(const std::string& socketPath,
-                                std::span<const std::uint8_t> request);
+/// The floor of an exchange: the same system calls with the same bytes, and nothing else. Aborts
+/// when anything is not as it should be, since nothing is to be timed then.
+[[nodiscard]] std::vector<std::uint8_t> bareExchange(const std::string& socketPath,
+                                                     std::span<const std::uint8_t> request);
+
+/// Asks an ssh-agent which keys it holds, over a connection of its own. Aborts unless it holds one.
+void listOneKey(const std::string& agentSocketPath);
 
 }  // namespace korvan::bench

@@ -1,7 +1,7 @@
 #include "bench/BareHandOver.h"
 
-#include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -9,67 +9,39 @@
 
 namespace korvan::bench {
 
-BareHandOver::BareHandOver(WayBack wayBack)
-    : wayBack_(wayBack), descriptor_(::eventfd(0, EFD_CLOEXEC)), thread_([this] { serve(); }) {}
+BareHandOver::BareHandOver() : done_(::eventfd(0, EFD_CLOEXEC)), thread_([this] { serve(); }) {}
 
 BareHandOver::~BareHandOver() {
-  giveTurn(Turn::end);
+  submit([this] { isEnding_ = true; });
   thread_.join();
-  ::close(descriptor_);
+  ::close(done_);
 }
 
-void BareHandOver::giveTurn(Turn turn) {
-  {
-    const std::scoped_lock lock(mutex_);
-    turn_ = turn;
-  }
-  changed_.notify_all();
-}
-
-void BareHandOver::thereAndBack(const std::function<void()>& work) {
-  work_ = &work;
-  giveTurn(Turn::worker);
-  waitForTurn();
-}
-
-void BareHandOver::handBack() {
-  if (wayBack_ == WayBack::condition) {
-    giveTurn(Turn::caller);
-    return;
-  }
-  {
-    const std::scoped_lock lock(mutex_);
-    turn_ = Turn::caller;
-  }
-  constexpr std::uint64_t One = 1;
-  if (::write(descriptor_, &One, sizeof(One)) != sizeof(One)) {
+void BareHandOver::thereAndBack(std::function<void()> work) {
+  submit(std::move(work));
+  pollfd awaited{.fd = done_, .events = POLLIN, .revents = 0};
+  eventfd_t count = 0;
+  if (::poll(&awaited, 1, -1) != 1 || ::eventfd_read(done_, &count) != 0) {
     std::abort();
   }
 }
 
-void BareHandOver::waitForTurn() {
-  if (wayBack_ == WayBack::condition) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return turn_ == Turn::caller; });
-    return;
+void BareHandOver::submit(std::function<void()> work) {
+  {
+    const std::scoped_lock lock(mutex_);
+    work_ = std::move(work);
   }
-  pollfd awaited{.fd = descriptor_, .events = POLLIN, .revents = 0};
-  std::uint64_t count = 0;
-  if (::poll(&awaited, 1, -1) != 1 || ::read(descriptor_, &count, sizeof(count)) < 0) {
-    std::abort();
-  }
+  submitted_.notify_one();
 }
 
 void BareHandOver::serve() {
-  while (true) {
+  while (!isEnding_) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return turn_ != Turn::caller; });
-    if (turn_ == Turn::end) {
-      return;
-    }
+    submitted_.wait(lock, [this] { return work_ != nullptr; });
+    const auto work = std::exchange(work_, nullptr);
     lock.unlock();
-    (*work_)();
-    handBack();
+    work();
+    ::eventfd_write(done_, 1);
   }
 }
 

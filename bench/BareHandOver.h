@@ -8,34 +8,26 @@
 namespace korvan::bench {
 
 /// The floor of a hand-over to a resident thread and back: a mutex and a condition variable there,
-/// and back either the same, or, as to a thread that also has other events to wait for, an event
-/// descriptor that it polls.
+/// and back an event descriptor to poll, as a thread that also waits for other events must.
 class BareHandOver {
  public:
-  enum class WayBack : unsigned char { condition, polledDescriptor };
-
-  explicit BareHandOver(WayBack wayBack);
+  BareHandOver();
   BareHandOver(const BareHandOver&) = delete;
   BareHandOver& operator=(const BareHandOver&) = delete;
   ~BareHandOver();
 
-  /// Has the resident thread run `work` and hand over back.
-  void thereAndBack(const std::function<void()>& work);
+  /// Has the resident thread run `work`, and waits for it.
+  void thereAndBack(std::function<void()> work);
 
  private:
-  enum class Turn : unsigned char { caller, worker, end };
-
+  void submit(std::function<void()> work);
   void serve();
-  void giveTurn(Turn turn);
-  void handBack();
-  void waitForTurn();
 
-  const WayBack wayBack_;
-  const int descriptor_;
+  const int done_;
   std::mutex mutex_;
-  std::condition_variable changed_;
-  Turn turn_ = Turn::caller;
-  const std::function<void()>* work_ = nullptr;
+  std::condition_variable submitted_;
+  std::function<void()> work_;
+  bool isEnding_ = false;
   std::thread thread_;
 };
 

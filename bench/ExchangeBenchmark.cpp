@@ -1,14 +1,15 @@
-// One exchange, and one whole silent sign-in, against the same system calls with nothing else.
+// One exchange, and one whole silent sign-in, against the same system calls with nothing else; and
+// the sign-in against what people wait for without noticing: korvan-bench-exchange
+// [SSH_AGENT_SOCKET]
 //
 // Both ends run on one processor: what is compared is work, not how two processors happen to meet.
+// The agent has to be on it too, so start both as tools/bench does.
 
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <string>
-#include <string_view>
+#include <vector>
 
-#include <benchmark/benchmark.h>
 #include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,12 +30,6 @@ void exchangeOnce(const std::string& socketPath, const Data& request) {
   if (!result.response) {
     std::abort();
   }
-  benchmark::DoNotOptimize(result.response->bytes().data());
-}
-
-void bareExchangeOnce(const std::string& socketPath, const Data& request) {
-  const Data response = bareExchange(socketPath, request.bytes());
-  benchmark::DoNotOptimize(response.bytes().data());
 }
 
 Data bodyOf(std::size_t size) { return Data(std::vector<std::uint8_t>(size)); }
@@ -46,62 +41,33 @@ void compareExchanges(std::size_t size, std::size_t callsPerRound) {
       "exchange of " + std::to_string(size) + " bytes each way",
       {.rounds = 31, .callsPerRound = callsPerRound},
       [&] { exchangeOnce(host.socketPath(), body); },
-      [&] { bareExchangeOnce(host.socketPath(), body); });
+      [&] { static_cast<void>(bareExchange(host.socketPath(), body.bytes())); });
 }
 
-void compareSignIns(std::string_view name, BareHandOver::WayBack wayBack) {
+void compareSignIns(const char* agentSocketPath) {
+  constexpr PairedRoundsSize Size{.rounds = 31, .callsPerRound = 1'000};
   const BenchHost host(SignInBench::encodedAnswer());
   SignInBench bench(host.directory());
   const Data request = bench.encodedRequest();
-  BareHandOver handOver(wayBack);
-  // As in the product, the request's buffer is the caller's, and the answer's is made on the other
-  // thread and released on the caller's.
-  Data sent;
-  Data received;
-  const std::function<void()> exchange = [&] {
-    received = bareExchange(host.socketPath(), sent.bytes());
-  };
+  BareHandOver handOver;
   runPairedRounds(
-      name, {.rounds = 31, .callsPerRound = 2'000}, [&] { bench.signIn(); },
+      "silent sign-in", Size, [&] { bench.signIn(); },
       [&] {
         // Of the container's check.
         struct stat status{};
-        benchmark::DoNotOptimize(::lstat(host.directory().c_str(), &status));
-        benchmark::DoNotOptimize(::geteuid());
-        sent = Data::copyOf(request.bytes());
-        handOver.thereAndBack(exchange);
-        benchmark::DoNotOptimize(received.bytes().data());
-        received = {};
+        static_cast<void>(::lstat(host.directory().c_str(), &status));
+        static_cast<void>(::geteuid());
+        handOver.thereAndBack(
+            [&] { static_cast<void>(bareExchange(host.socketPath(), request.bytes())); });
       });
-}
-
-void Exchange(benchmark::State& state) {
-  const Data body = bodyOf(static_cast<std::size_t>(state.range(0)));
-  const BenchHost host(body);
-  for ([[maybe_unused]] const auto _ : state) {
-    exchangeOnce(host.socketPath(), body);
+  if (agentSocketPath != nullptr) {
+    runPairedRounds(
+        "silent sign-in, against listing a key", Size, [&] { bench.signIn(); },
+        [&] { listOneKey(agentSocketPath); });
+  } else {
+    std::puts("silent sign-in, against listing a key: skipped, since no ssh-agent is given");
   }
 }
-
-void BareExchange(benchmark::State& state) {
-  const Data body = bodyOf(static_cast<std::size_t>(state.range(0)));
-  const BenchHost host(body);
-  for ([[maybe_unused]] const auto _ : state) {
-    bareExchangeOnce(host.socketPath(), body);
-  }
-}
-
-void SilentSignIn(benchmark::State& state) {
-  const BenchHost host(SignInBench::encodedAnswer());
-  SignInBench bench(host.directory());
-  for ([[maybe_unused]] const auto _ : state) {
-    bench.signIn();
-  }
-}
-
-BENCHMARK(Exchange)->Arg(450)->Arg(4'194'304)->UseRealTime();
-BENCHMARK(BareExchange)->Arg(450)->Arg(4'194'304)->UseRealTime();
-BENCHMARK(SilentSignIn)->UseRealTime();
 
 /// Keeps this process, with all threads to come, on the processor that it runs on.
 void stayOnOneProcessor() {
@@ -117,20 +83,9 @@ void stayOnOneProcessor() {
 }  // namespace korvan::bench
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-    return EXIT_FAILURE;
-  }
   korvan::bench::stayOnOneProcessor();
   std::printf("%-44s %17s %17s\n", "", "product", "floor");
   korvan::bench::compareExchanges(450, 2'000);
   korvan::bench::compareExchanges(4'194'304, 10);
-  korvan::bench::compareSignIns("silent sign-in, over condition variables",
-                                korvan::bench::BareHandOver::WayBack::condition);
-  korvan::bench::compareSignIns("silent sign-in, back over a polled descriptor",
-                                korvan::bench::BareHandOver::WayBack::polledDescriptor);
-  std::puts("");
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return EXIT_SUCCESS;
+  korvan::bench::compareSignIns(argc > 1 ? argv[1] : nullptr);
 }

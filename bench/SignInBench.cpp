@@ -1,6 +1,5 @@
 #include "bench/SignInBench.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
@@ -35,28 +34,17 @@ std::shared_ptr<PasskeyCredentialRequest> makeRequest() {
   return request;
 }
 
-/// What stands in for an object of the code-signing service, which costs nothing.
-template <typename Object>
-class Nothing final : public Object {
- public:
-  static void* operator new(std::size_t /*size*/) {
-    alignas(Nothing) static std::array<std::byte, sizeof(Nothing)> storage;
-    return storage.data();
-  }
-  static void operator delete(void* /*object*/) {}
-};
-
 }  // namespace
 
 OSStatus TrustingCodeSigning::copyGuest(std::int32_t /*processIdentifier*/,
                                         std::unique_ptr<Code>& code) const {
-  code = std::make_unique<Nothing<Code>>();
+  code = std::make_unique<Code>();
   return 0;
 }
 
 OSStatus TrustingCodeSigning::createRequirement(std::string_view /*text*/,
                                                 std::unique_ptr<Requirement>& requirement) const {
-  requirement = std::make_unique<Nothing<Requirement>>();
+  requirement = std::make_unique<Requirement>();
   return 0;
 }
 
