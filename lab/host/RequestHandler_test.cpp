@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lab/host/AssertionRequest_testing.h"
 #include "lab/host/AuthenticatorData.h"
 #include "lab/site/AttestationReader.h"
 #include "lab/site/PublicKey.h"
@@ -70,22 +71,13 @@ class RequestHandlerTest : public testing::Test {
 
   /// A silent sign-in with the seeded passkey.
   [[nodiscard]] PropertyListDictionary assertion() const {
-    return {{"type", "assertion"},
-            {"recordIdentifier", std::string_view(seeded().recordIdentifier)},
-            {"relyingPartyIdentifier", "example.com"},
-            {"credentialID", seeded().credentialID},
-            {"allowedCredentials", Array{}},
-            {"clientDataHash", hash_},
-            {"userVerificationPreference", "preferred"},
-            {"allowsUserInteraction", false}};
+    return assertionRequest(
+        {{"recordIdentifier", seeded().recordIdentifier}, {"credentialID", seeded().credentialID}});
   }
 
   /// A sign-in with whichever passkey of example.com the user chooses.
-  [[nodiscard]] PropertyListDictionary listAssertion() const {
-    return with(
-        with(with(with(assertion(), "type", "interactiveAssertion"), "recordIdentifier", ""),
-             "credentialID", Data()),
-        "allowsUserInteraction", true);
+  [[nodiscard]] static PropertyListDictionary listAssertion() {
+    return assertionRequest({{"type", "interactiveAssertion"}, {"allowsUserInteraction", true}});
   }
 
   [[nodiscard]] PropertyListDictionary registration() const {
@@ -474,14 +466,7 @@ TEST(RequestHandlerWithAFile, HasSavedTheCountBeforeItAnswers) {
   const TemporaryDirectory directory;
   Vault vault(directory.path() / "vault.json");
   RequestHandler handler(vault, {}, [] {});
-  const PropertyListDictionary request{{"type", "assertion"},
-                                       {"recordIdentifier", ""},
-                                       {"relyingPartyIdentifier", "example.com"},
-                                       {"credentialID", Data()},
-                                       {"allowedCredentials", Array{}},
-                                       {"clientDataHash", testBytes(32, 'h')},
-                                       {"userVerificationPreference", "preferred"},
-                                       {"allowsUserInteraction", false}};
+  const PropertyListDictionary request = assertionRequest({});
   EXPECT_TRUE(isOk(handler.answer(request)));
   EXPECT_EQ(Vault(directory.path() / "vault.json").passkeys().front().signCount, 1U);
 

@@ -8,11 +8,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "lab/host/AssertionRequest_testing.h"
 #include "lab/host/Client_testing.h"
 #include "lab/host/NamesIn_testing.h"
 #include "lab/processes/Program_testing.h"
 #include "lab/site/PublicKey.h"
-#include "lab/support/Bytes_testing.h"
 #include "lab/support/PasskeyRecord.h"
 #include "lab/support/TemporaryDirectory.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
@@ -24,7 +24,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 using Json = nlohmann::json;
-using Array = PropertyListValue::Array;
 
 /// The host's program.
 class Host : public Program {
@@ -52,17 +51,6 @@ class SampleHost : public testing::Test {
     return frame ? *serialization_.decode(*frame).value().dictionary() : PropertyListDictionary();
   }
 
-  [[nodiscard]] static PropertyListDictionary assertion(bool allowsUserInteraction) {
-    return {{"type", allowsUserInteraction ? "interactiveAssertion" : "assertion"},
-            {"recordIdentifier", ""},
-            {"relyingPartyIdentifier", "example.com"},
-            {"credentialID", Data()},
-            {"allowedCredentials", Array{}},
-            {"clientDataHash", testBytes(32, 'h')},
-            {"userVerificationPreference", "preferred"},
-            {"allowsUserInteraction", allowsUserInteraction}};
-  }
-
   void expectUsageError(const std::vector<std::string>& arguments, const std::string& complaint) {
     const auto result = Host(arguments).finish();
     EXPECT_THAT(result.errors, HasSubstr(complaint));
@@ -83,7 +71,7 @@ TEST_F(SampleHost, IsReadyToSignInWithThePasskeyThatItNames) {
   EXPECT_EQ(ready["socket"], socket());
   const Json& passkey = ready["passkeys"][0];
 
-  const PropertyListDictionary response = exchange(assertion(false));
+  const PropertyListDictionary response = exchange(assertionRequest({}));
   const Data statement = *valueForKey(response, "authenticatorData")->data();
   std::vector<std::uint8_t> message(statement.bytes().begin(), statement.bytes().end());
   message.insert(message.end(), 32, 'h');
@@ -113,7 +101,7 @@ TEST_F(SampleHost, EndsWellWithAClientStalled) {
   Host program({"--container", container()});
   program.nextEvent();
   const Client stalled(socket());
-  exchange(assertion(false));
+  exchange(assertionRequest({}));
   program.signal(SIGTERM);
   EXPECT_EQ(program.finish().status, 0);
   EXPECT_THAT(namesIn(directory_.path()), IsEmpty());
@@ -143,7 +131,7 @@ TEST_F(SampleHost, KeepsItsPasskeysInTheVaultFile) {
   {
     Host program({"--container", container(), "--vault", vault});
     before = program.nextEvent()["passkeys"];
-    exchange(assertion(false));
+    exchange(assertionRequest({}));
   }
   Host program({"--container", container(), "--vault", vault});
   before[0]["signCount"] = 1;
@@ -163,9 +151,9 @@ TEST_F(SampleHost, DoesNotStartOnAMalformedVault) {
 TEST_F(SampleHost, TellsWhenARequestUnlocksTheVault) {
   Host program({"--container", container(), "--locked"});
   program.nextEvent();
-  exchange(assertion(false));
+  exchange(assertionRequest({}));
   EXPECT_EQ(program.nextEvent()["errorCode"], "vaultLocked");
-  exchange(assertion(true));
+  exchange(assertionRequest({{"allowsUserInteraction", true}}));
   EXPECT_EQ(program.nextEvent()["event"], "unlocked");
   EXPECT_EQ(program.nextEvent()["ok"], true);
 }
@@ -173,7 +161,7 @@ TEST_F(SampleHost, TellsWhenARequestUnlocksTheVault) {
 TEST_F(SampleHost, CancelsForTheUser) {
   Host program({"--container", container(), "--user-cancels"});
   program.nextEvent();
-  exchange(assertion(true));
+  exchange(assertionRequest({{"allowsUserInteraction", true}}));
   EXPECT_EQ(program.nextEvent()["errorCode"], "userCanceled");
 }
 
@@ -181,8 +169,8 @@ TEST_F(SampleHost, ServesOnWhenNobodyReadsItsEvents) {
   Host program({"--container", container()});
   program.nextEvent();
   program.closeOutput();
-  EXPECT_FALSE(exchange(assertion(false)).empty());
-  EXPECT_FALSE(exchange(assertion(false)).empty());
+  EXPECT_FALSE(exchange(assertionRequest({})).empty());
+  EXPECT_FALSE(exchange(assertionRequest({})).empty());
 }
 
 TEST_F(SampleHost, TakesTheUrlThatItIsOpenedWith) {
