@@ -151,6 +151,8 @@ void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
   auto container = services->appGroupContainers.containerPath(AppGroupIdentifier);
   auto encoded = services->propertyLists.encodeBinary(request);
   std::string socketPath = socketPathIn(std::move(container));
+  // Reported before an encoding error: without a container no request can be served, whatever it
+  // holds.
   if (socketPath.empty()) {
     if (completion) {
       completion(failureResponse(provider_error_code::unavailable,
