@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iterator>
 
+#include <glib.h>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -52,10 +53,14 @@ std::size_t entriesOf(const fs::path& directory) {
       std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
 }
 
+std::size_t spareThreads() {
+  return static_cast<std::size_t>(g_thread_pool_get_max_unused_threads());
+}
+
 std::size_t threadCount() { return entriesOf("/proc/self/task"); }
 
 ProcessCounts settledCounts(std::size_t threads) {
-  awaitThreads(threads + SpareThreads);
+  awaitThreads(threads + spareThreads());
   ::malloc_trim(0);
   return {.descriptors = entriesOf("/proc/self/fd"),
           .threads = threadCount(),
@@ -68,9 +73,9 @@ std::vector<std::string> growthBetween(const ProcessCounts& before, const Proces
     flaws.push_back(grew("The number of open descriptors", before.descriptors, after.descriptors,
                          "none more is right"));
   }
-  if (after.threads > before.threads + SpareThreads) {
+  if (after.threads > before.threads + spareThreads()) {
     flaws.push_back(grew("The number of threads", before.threads, after.threads,
-                         std::to_string(SpareThreads) + " more are right"));
+                         std::to_string(spareThreads()) + " more are right"));
   }
   if (!SanitizersKeepFreedMemory &&
       after.residentBytes > before.residentBytes + ResidentTolerance) {

@@ -14,8 +14,8 @@ struct ProcessCounts {
   std::size_t residentBytes = 0;
 };
 
-/// GLib keeps up to two threads that are done, for later.
-inline constexpr std::size_t SpareThreads = 2;
+/// How many threads that are done GLib keeps for later, at most.
+[[nodiscard]] std::size_t spareThreads();
 
 /// How much more memory than before counts as the same: what the allocator may keep in pieces that
 /// it cannot give back, whatever the number of requests.

@@ -41,7 +41,7 @@ class FlawList {
 
 void printCounts(const ProcessCounts& before, const ProcessCounts& after) {
   std::cout << "descriptors " << before.descriptors << " -> " << after.descriptors << ", threads "
-            << before.threads << " -> " << after.threads << " (at most " << SpareThreads
+            << before.threads << " -> " << after.threads << " (at most " << spareThreads()
             << " more), resident KiB " << before.residentBytes / 1024 << " -> "
             << after.residentBytes / 1024 << " (at most " << ResidentTolerance / 1024 << " more)\n";
 }

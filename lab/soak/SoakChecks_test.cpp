@@ -161,7 +161,7 @@ constexpr ProcessCounts Before{.descriptors = 7, .threads = 1, .residentBytes = 
 TEST(Growth, IsNoneWithinTheTolerances) {
   EXPECT_THAT(growthBetween(Before, Before), IsEmpty());
   ProcessCounts after = Before;
-  after.threads += SpareThreads;
+  after.threads += spareThreads();
   after.residentBytes += ResidentTolerance;
   EXPECT_THAT(growthBetween(Before, after), IsEmpty());
 }
@@ -175,7 +175,7 @@ TEST(Growth, OfOneDescriptorIsNoticed) {
 
 TEST(Growth, OfThreadsBeyondTheSpareOnesIsNoticed) {
   ProcessCounts after = Before;
-  after.threads += SpareThreads + 1;
+  after.threads += spareThreads() + 1;
   EXPECT_THAT(growthBetween(Before, after), ElementsAre(HasSubstr("threads grew from 1 to 4")));
 }
 
