@@ -4,11 +4,12 @@
 #include <csignal>
 #include <fstream>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
+
+#include "lab/support/SystemError.h"
 
 namespace korvan::lab {
 namespace {
@@ -20,9 +21,7 @@ constexpr std::string_view LaunchedProcessName = "launched.pid";
 constexpr std::string_view LaunchedEventsName = "launched.events";
 
 void setAdoption(bool adopts) {
-  if (::prctl(PR_SET_CHILD_SUBREAPER, adopts ? 1 : 0) != 0) {
-    throw std::system_error(errno, std::generic_category(), "adopting processes");
-  }
+  requireSystem(::prctl(PR_SET_CHILD_SUBREAPER, adopts ? 1 : 0) == 0, "adopting processes");
 }
 
 /// Text as one word of the shell.

@@ -10,12 +10,12 @@
 #include <iterator>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "lab/support/SystemError.h"
 #include "lab/support/TemporaryDirectory.h"
 
 namespace korvan::lab {
@@ -24,10 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int SignalExitBase = 128;
-
-[[noreturn]] void fail(const char* what) {
-  throw std::system_error(errno, std::generic_category(), what);
-}
 
 /// Keeps the signals that interrupt, and that tell of an ended child, for waiting.
 class BlockedSignals {
@@ -126,14 +122,10 @@ int runSupervised(const std::function<int(const fs::path& directory)>& body) {
   const TemporaryDirectory directory;
   const BlockedSignals signals;
   // Detached processes become children of this process when their own parents end.
-  if (::prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
-    fail("adopting processes");
-  }
+  requireSystem(::prctl(PR_SET_CHILD_SUBREAPER, 1) == 0, "adopting processes");
   std::cout.flush();
   const pid_t child = ::fork();
-  if (child < 0) {
-    fail("starting a process");
-  }
+  requireSystem(child >= 0, "starting a process");
   if (child == 0) {
     signals.restore();
     runBody(body, directory.path());
