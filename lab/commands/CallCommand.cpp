@@ -90,7 +90,7 @@ NoticeMode noticeModeOf(const CallOptions& options) {
 LabSettings settingsOf(const CallOptions& options) {
   LabSettings settings = options.system.settings();
   settings.noticeMode = noticeModeOf(options);
-  settings.listensToMessages = options.showMessages;
+  settings.recordsMessages = options.showMessages;
   if (!options.operatingSystemVersion.empty()) {
     settings.operatingSystemVersion =
         parseOperatingSystemVersion(options.operatingSystemVersion).value();

@@ -50,7 +50,7 @@ bool configure(const LabSettings& settings) {
 int run(const SystemOptions& options) {
   LabSettings settings = options.settings();
   settings.noticeMode = noticeForPeople();
-  settings.listensToMessages = true;
+  settings.recordsMessages = true;
   if (nameAHost(options)) {
     return useHost(settings, configure);
   }

@@ -91,7 +91,7 @@ Call acceptedCredentials(const ReportOptions& options, const OwnPasskey& passkey
 }
 
 bool send(LabSettings settings, const Call& call) {
-  settings.listensToMessages = true;
+  settings.recordsMessages = true;
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Reporting to the extension");
   CallRunner runner(settings);

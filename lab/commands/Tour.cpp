@@ -52,7 +52,7 @@ RegistrationResult Tour::registerPasskey(const CreationOptions& options,
 
 CallReport Tour::call(const Call& call, std::string_view hostApplication) const {
   LabSettings chosen = settings(hostApplication);
-  chosen.listensToMessages = true;
+  chosen.recordsMessages = true;
   CallRunner runner(chosen);
   CallReport report = runner.run(call);
   narrator_.messages(runner.propertyLists(), report);

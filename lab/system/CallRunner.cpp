@@ -86,10 +86,10 @@ End endOf(const Call& call, CredentialProviderViewController& controller, Sessio
 CallRunner::CallRunner(const LabSettings& settings)
     : platform_(settings),
       noticeMode_(settings.noticeMode),
-      listensToMessages_(settings.listensToMessages) {}
+      recordsMessages_(settings.recordsMessages) {}
 
 CallReport CallRunner::run(const Call& call) {
-  const auto session = std::make_shared<Session>(platform_, noticeMode_, listensToMessages_);
+  const auto session = std::make_shared<Session>(platform_, noticeMode_, recordsMessages_);
   const auto controller = std::make_shared<CredentialProviderViewController>(
       std::shared_ptr<const Services>(session, &session->services));
   const Time start = now();

@@ -24,7 +24,7 @@ class CallRunner {
  private:
   LabPlatform platform_;
   const NoticeMode noticeMode_;
-  const bool listensToMessages_;
+  const bool recordsMessages_;
 };
 
 }  // namespace korvan::lab
