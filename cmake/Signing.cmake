@@ -8,7 +8,7 @@ set(KORVAN_TRUST_ANCHOR ${KORVAN_AUTHORITY}/authority.pem CACHE FILEPATH
 find_program(KORVAN_OPENSSL openssl REQUIRED)
 mark_as_advanced(KORVAN_OPENSSL)
 
-# An authority that is there half is of no use, and the tool never replaces one.
+# A half-made authority is useless, and the tool never replaces one.
 add_custom_command(
   OUTPUT ${KORVAN_AUTHORITY}/authority.pem ${KORVAN_AUTHORITY}/authority.key
   COMMAND ${CMAKE_COMMAND} -E rm -rf ${KORVAN_AUTHORITY}
@@ -17,8 +17,8 @@ add_custom_command(
 add_custom_target(korvan_authority DEPENDS ${KORVAN_AUTHORITY}/authority.pem
                                            ${KORVAN_AUTHORITY}/authority.key)
 
-# korvan_sign(TARGET): signs the program each time it is linked, as the configured host. To be
-# called in the directory that adds the target.
+# korvan_sign(TARGET): signs the program each time it is linked, as the configured host. Call it
+# in the directory that adds the target.
 function(korvan_sign target)
   add_dependencies(${target} korvan_authority)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS
