@@ -31,7 +31,7 @@ if(NOT APPLE)
   # A library that a program does not need takes time when it starts.
   target_link_options(korvan_options INTERFACE LINKER:--as-needed)
 endif()
-# GCC 12's optimiser sees overruns in its own std::string and std::vector, and unset members in its own
+# GCC 12's optimizer sees overruns in its own std::string and std::vector, and unset members in its own
 # std::optional and std::variant, that are not there
 # (https://gcc.gnu.org/bugzilla/show_bug.cgi?id=105329, https://gcc.gnu.org/bugzilla/show_bug.cgi?id=105562).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)

@@ -1,7 +1,7 @@
 # korvan_add_app_extension(EXECUTABLE): the target korvan_appex, which makes "Korvan AutoFill.appex" around the
 # file EXECUTABLE, in the build directory, with the entitlements to sign it with beside it.
 
-include(${PROJECT_SOURCE_DIR}/cmake/Catalogues.cmake)
+include(${PROJECT_SOURCE_DIR}/cmake/Catalogs.cmake)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 set(KORVAN_EXTENSION_BUNDLE_IDENTIFIER "${KORVAN_HOST_BUNDLE_IDENTIFIER}.autofill")
@@ -28,12 +28,12 @@ function(korvan_add_app_extension executable)
   configure_file(${sources}/KorvanAutoFill.entitlements.in ${entitlements} @ONLY)
 
   # English is in the keys, but a bundle says which languages it speaks by what it holds.
-  file(GLOB catalogues CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/localization/*.po)
-  foreach(catalogue IN LISTS catalogues)
-    cmake_path(GET catalogue STEM language)
+  file(GLOB catalogs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/localization/*.po)
+  foreach(catalog IN LISTS catalogs)
+    cmake_path(GET catalog STEM language)
     string(REPLACE "_" "-" language ${language})
     set(table ${CMAKE_CURRENT_BINARY_DIR}/strings/${language}.strings)
-    korvan_table_texts(${catalogue} ${table})
+    korvan_table_texts(${catalog} ${table})
     korvan_compile_strings(${table} ${language} strings)
   endforeach()
 

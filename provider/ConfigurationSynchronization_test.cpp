@@ -37,7 +37,7 @@ TEST_F(ConfigurationSynchronization, AnswerWithoutOkIsAFailure) {
   expectEnding(cancellation(0, "Not now."));
 }
 
-TEST_F(ConfigurationSynchronization, FailureIsCancelledWithItsCodeAndDescription) {
+TEST_F(ConfigurationSynchronization, FailureIsCanceledWithItsCodeAndDescription) {
   hostAnswers(failureResponse("userCanceled", "The user canceled."));
   controller->prepareInterfaceForExtensionConfiguration();
   runAll();

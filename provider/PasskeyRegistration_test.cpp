@@ -161,7 +161,7 @@ TEST_F(PasskeyRegistration, ValuesThatTheHostLeftOutArePassedOnAsAbsent) {
   expectEnding(PasskeyRegistrationCredential());
 }
 
-TEST_F(PasskeyRegistration, MatchedExcludedCredentialIsCancelledWithItsCode) {
+TEST_F(PasskeyRegistration, MatchedExcludedCredentialIsCanceledWithItsCode) {
   hostAnswers(failureResponse("matchedExcludedCredential", "You have one."));
   controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
   runAll();

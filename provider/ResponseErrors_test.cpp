@@ -27,7 +27,7 @@ TEST_F(ResponseErrors, UnknownOrMissingErrorCodeBecomesFailed) {
   EXPECT_EQ(controller->extensionErrorCodeForResponse({}), ExtensionErrorCode::failed);
 }
 
-TEST_F(ResponseErrors, ThePlatformsOwnWordForAMissingCredentialIsNotRecognised) {
+TEST_F(ResponseErrors, ThePlatformsOwnWordForAMissingCredentialIsNotRecognized) {
   EXPECT_EQ(codeFor("credentialIdentityNotFound"), 0);
 }
 

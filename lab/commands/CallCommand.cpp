@@ -24,26 +24,23 @@ constexpr int SomeLineWasNoCall = 2;
 constexpr std::string_view CallHelpPage =
     R"(Usage: korvan-lab call [options] [FILE]
 
-Calls entry points of the extension. Reads one JSON object a line, from FILE or
-standard input, and answers each with one: "entryPoint" is the selector, other
-keys are its arguments, bytes are base64url. Each call has its own controller.
+Calls entry points of the extension. Reads one JSON object per line from FILE or
+standard input, and prints one outcome per line. docs/lab-calls.md lists every
+entry point, key and outcome.
 
-  --container DIR|none     the app group's container; otherwise the user's own
+  --container DIR|none     the app group's container; default: the user's own
   --host-application EXECUTABLE|none
-                           what counts as the host; otherwise the desktop's
-  --trust-anchor FILE.pem  where signatures end; otherwise the build's
-  --os-version VERSION     the macOS to stand in for; otherwise 15.0
+                           the host application; default: the desktop's
+  --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
+  --os-version VERSION     the macOS version to play; default: 15.0
   --notice press-ok|leave|terminal|window
-                           what becomes of the notice; otherwise press-ok. With
+                           what happens to the notice; default: press-ok. With
                            terminal, Return answers it on standard input, or on
                            /dev/tty where standard input brings the calls
-  --show-messages          also shows what went over the socket
+  --show-messages          also prints what went over the socket
   --help                   this page
 
-docs/lab-calls.md lists every entry point, key and outcome.
-
-The exit status is 0, or 2 when a line was not a call, or 1 when the lab could
-not go on.
+Exit status: 0, 2 when a line was not a call, 1 when the lab could not go on.
 
 Example:
   echo '{"entryPoint":"prepareInterfaceForExtensionConfiguration"}' |

@@ -19,17 +19,17 @@ namespace {
 constexpr std::string_view ConfigureHelpPage =
     R"(Usage: korvan-lab configure [options]
 
-Opens the extension's configuration as the system's settings do: the extension
-asks the host application to synchronise its configuration with the system.
-Unless told where the host application is, it brings its own.
+Opens the extension's configuration as the system's settings do. The extension
+then asks the host application to synchronize with the system.
+Starts a sample host of its own unless you name one.
 
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
-                           what counts as the host; otherwise the desktop's
-  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+                           the host application; default: the desktop's
+  --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --help                   this page
 
-The exit status is 0 when the configuration was completed, otherwise 1.
+Exit status: 0 when the configuration was completed, otherwise 1.
 
 Example:
   korvan-lab configure
@@ -39,19 +39,19 @@ bool configure(const LabSettings& settings) {
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Opening the extension's configuration");
   CallRunner runner(settings);
-  const CallReport report = runner.run(configurationCall());
-  narrator.messages(runner.propertyLists(), report);
-  narrator.outcome(report);
-  const bool completed = std::holds_alternative<CompletedConfiguration>(report.outcome);
-  return narrator.verdict(completed, std::string(completed ? "Synchronised" : "Not synchronised") +
-                                         " (" + durationText(report.milliseconds) + ")");
+  const CallResult result = runner.run(configurationCall());
+  narrator.messages(runner.propertyLists(), result);
+  narrator.outcome(result);
+  const bool completed = std::holds_alternative<CompletedConfiguration>(result.outcome);
+  return narrator.verdict(completed, std::string(completed ? "Synchronized" : "Not synchronized") +
+                                         " (" + durationText(result.milliseconds) + ")");
 }
 
 int run(const SystemOptions& options) {
   LabSettings settings = options.settings();
   settings.noticeMode = noticeForPeople();
   settings.recordsMessages = true;
-  if (nameAHost(options)) {
+  if (namesHost(options)) {
     return useHost(settings, configure);
   }
   return useOwnHost(

@@ -31,46 +31,47 @@ bool endVerified(Narrator& narrator, const Result& result, std::string_view word
     }
   }
   return narrator.verdict(result.verified(),
-                          std::string(words) + ", " + durationText(result.report.milliseconds));
+                          std::string(words) + ", " + durationText(result.call.milliseconds));
 }
 
-bool isCancelled(const CallReport& report, ExtensionErrorCode code) {
-  const auto* const cancelled = std::get_if<Cancelled>(&report.outcome);
-  return cancelled != nullptr && cancelled->error.domain == ErrorDomain::extension &&
-         cancelled->error.code == static_cast<std::int64_t>(code);
+bool isCanceled(const CallResult& result, ExtensionErrorCode code) {
+  const auto* const canceled = std::get_if<Canceled>(&result.outcome);
+  return canceled != nullptr && canceled->error.domain == ErrorDomain::extension &&
+         canceled->error.code == static_cast<std::int64_t>(code);
 }
 
-bool endCancelled(Narrator& narrator, const CallReport& report, ExtensionErrorCode code,
-                  std::string_view words) {
-  return narrator.verdict(isCancelled(report, code),
-                          std::string(words) + ", " + durationText(report.milliseconds));
+bool endCanceled(Narrator& narrator, const CallResult& result, ExtensionErrorCode code,
+                 std::string_view words) {
+  return narrator.verdict(isCanceled(result, code),
+                          std::string(words) + ", " + durationText(result.milliseconds));
 }
 
-bool descriptionStartsWith(const CallReport& report, std::string_view words) {
-  const auto* const cancelled = std::get_if<Cancelled>(&report.outcome);
-  return cancelled != nullptr &&
-         cancelled->error.localizedDescription().value_or("").starts_with(words);
+bool descriptionStartsWith(const CallResult& result, std::string_view words) {
+  const auto* const canceled = std::get_if<Canceled>(&result.outcome);
+  return canceled != nullptr &&
+         canceled->error.localizedDescription().value_or("").starts_with(words);
 }
 
 bool signInSilently(Tour& tour) {
   Tour::Host host = tour.startHost(tour.vaultArguments());
-  const SignInResult result = tour.signIn(SignInRoad::silent, tour.passkey());
+  const SignInResult result = tour.signIn(SignInMode::silent, tour.passkey());
   host.process.stop();
   return endVerified(tour.narrator(), result, "The web site accepts the signature");
 }
 
 bool openTheHost(Tour& tour) {
-  tour.narrator().say("No host runs, so it is opened by its URL and asked again until it answers.");
+  tour.narrator().say(
+      "No host runs, so the extension opens it by its URL and retries until it answers.");
   const fs::path launcher = tour.stage().writeLauncher(tour.vaultArguments());
   const SignInResult result =
-      tour.signIn(SignInRoad::interactive, tour.passkey(), launcher.string());
+      tour.signIn(SignInMode::interactive, tour.passkey(), launcher.string());
   tour.stage().stopLaunchedHost();
   return endVerified(tour.narrator(), result, "Opened, and signed in");
 }
 
 bool chooseFromList(Tour& tour) {
   Tour::Host host = tour.startHost(tour.vaultArguments());
-  const SignInResult result = tour.signIn(SignInRoad::list, tour.passkey());
+  const SignInResult result = tour.signIn(SignInMode::list, tour.passkey());
   host.process.stop();
   return endVerified(tour.narrator(), result, "The host chose a passkey that the web site accepts");
 }
@@ -81,7 +82,7 @@ bool registerAndSignIn(Tour& tour, const CreationOptions& options) {
   if (!registration.verified()) {
     return endVerified(tour.narrator(), registration, "The web site does not take the new passkey");
   }
-  const SignInResult result = tour.signIn(SignInRoad::silent, *registration.passkey);
+  const SignInResult result = tour.signIn(SignInMode::silent, *registration.passkey);
   host.process.stop();
   return endVerified(tour.narrator(), result, "The web site accepts the new passkey's signature");
 }
@@ -98,40 +99,40 @@ bool refuseExcluded(Tour& tour) {
   Tour::Host host = tour.startHost({});
   CreationOptions options = optionsOfNewUser();
   options.excludedCredentials = {host.passkey.identity.credentialID.value()};
-  const CallReport report = tour.registerPasskey(options).report;
-  tour.narrator().say("macOS 14 has no list of excluded credentials to pass on:");
+  const CallResult result = tour.registerPasskey(options).call;
+  tour.narrator().say("On macOS 14 requests have no excluded credentials:");
   const RegistrationResult onOlder = tour.registerPasskey(options, {.major = 14, .minor = 6});
   host.process.stop();
   return tour.narrator().verdict(
-      isCancelled(report, ExtensionErrorCode::matchedExcludedCredential) && onOlder.verified(),
+      isCanceled(result, ExtensionErrorCode::matchedExcludedCredential) && onOlder.verified(),
       "From macOS 15 on the web site learns that the user has a passkey, " +
-          durationText(report.milliseconds));
+          durationText(result.milliseconds));
 }
 
 bool refuseUnknownPasskey(Tour& tour) {
   Tour::Host host = tour.startHost(tour.vaultArguments());
   EnrolledPasskey unknown = tour.passkey();
   unknown.identity.recordIdentifier = "00000000-0000-0000-0000-000000000000";
-  const CallReport report = tour.signIn(SignInRoad::silent, unknown).report;
+  const CallResult result = tour.signIn(SignInMode::silent, unknown).call;
   host.process.stop();
-  return endCancelled(tour.narrator(), report, ExtensionErrorCode::credentialIdentityNotFound,
-                      "The system learns that there is no such passkey");
+  return endCanceled(tour.narrator(), result, ExtensionErrorCode::credentialIdentityNotFound,
+                     "The system learns that there is no such passkey");
 }
 
 bool refuseWhileLocked(Tour& tour) {
   Tour::Host host = tour.startHost({"--locked"});
-  const CallReport report = tour.signIn(SignInRoad::silent, host.passkey).report;
+  const CallResult result = tour.signIn(SignInMode::silent, host.passkey).call;
   host.process.stop();
-  return endCancelled(tour.narrator(), report, ExtensionErrorCode::userInteractionRequired,
-                      "The system learns that it has to ask the user");
+  return endCanceled(tour.narrator(), result, ExtensionErrorCode::userInteractionRequired,
+                     "The system learns that the user is needed");
 }
 
 bool letTheUserCancel(Tour& tour) {
   Tour::Host host = tour.startHost({"--user-cancels"});
-  const CallReport report = tour.signIn(SignInRoad::interactive, host.passkey).report;
+  const CallResult result = tour.signIn(SignInMode::interactive, host.passkey).call;
   host.process.stop();
-  return endCancelled(tour.narrator(), report, ExtensionErrorCode::userCanceled,
-                      "The system learns that the user does not want to");
+  return endCanceled(tour.narrator(), result, ExtensionErrorCode::userCanceled,
+                     "The system learns that the user canceled");
 }
 
 bool renameTheUser(Tour& tour) {
@@ -151,10 +152,10 @@ bool removeTheUnknown(Tour& tour) {
   Tour::Host host = tour.startHost({});
   std::ignore = tour.call(unknownCredentialReport(std::string(TourRelyingParty),
                                                   host.passkey.identity.credentialID.value()));
-  const CallReport report = tour.signIn(SignInRoad::silent, host.passkey).report;
+  const CallResult result = tour.signIn(SignInMode::silent, host.passkey).call;
   host.process.stop();
-  return endCancelled(tour.narrator(), report, ExtensionErrorCode::credentialIdentityNotFound,
-                      "The host has it no longer");
+  return endCanceled(tour.narrator(), result, ExtensionErrorCode::credentialIdentityNotFound,
+                     "The host has removed it");
 }
 
 bool keepOnlyTheAccepted(Tour& tour) {
@@ -163,36 +164,36 @@ bool keepOnlyTheAccepted(Tour& tour) {
   const std::string site(TourRelyingParty);
   std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle.value(),
                                                     std::vector{identity.credentialID.value()}));
-  const SignInResult accepted = tour.signIn(SignInRoad::silent, host.passkey);
+  const SignInResult accepted = tour.signIn(SignInMode::silent, host.passkey);
   std::ignore =
       tour.call(acceptedCredentialsReport(site, identity.userHandle.value(), std::vector<Data>()));
-  const CallReport report = tour.signIn(SignInRoad::silent, host.passkey).report;
+  const CallResult result = tour.signIn(SignInMode::silent, host.passkey).call;
   host.process.stop();
   return tour.narrator().verdict(
-      accepted.verified() && isCancelled(report, ExtensionErrorCode::credentialIdentityNotFound),
-      "Kept while it was on the list, and removed when it was not");
+      accepted.verified() && isCanceled(result, ExtensionErrorCode::credentialIdentityNotFound),
+      "Kept while it was on the list, removed when it was not");
 }
 
 bool loseAReport(Tour& tour) {
   const fs::path launcher = tour.stage().writeLauncher(tour.vaultArguments());
-  const CallReport report =
+  const CallResult result =
       tour.call(unknownCredentialReport(std::string(TourRelyingParty),
                                         tour.passkey().identity.credentialID.value()),
                 launcher.string());
   const bool opened = Stage::hasProcesses();
   tour.stage().stopLaunchedHost();
   return tour.narrator().verdict(
-      !wasDelivered(report) && report.failedConnections == 1 && !opened,
-      "One connection failed, and no host was opened, " + durationText(report.milliseconds));
+      !wasDelivered(result) && result.failedConnections == 1 && !opened,
+      "One connection failed, and no host was opened, " + durationText(result.milliseconds));
 }
 
-bool synchronise(Tour& tour) {
+bool synchronize(Tour& tour) {
   Tour::Host host = tour.startHost(tour.vaultArguments());
-  const CallReport report = tour.call(configurationCall());
+  const CallResult result = tour.call(configurationCall());
   host.process.stop();
   return tour.narrator().verdict(
-      std::holds_alternative<CompletedConfiguration>(report.outcome),
-      "The system's settings are done, " + durationText(report.milliseconds));
+      std::holds_alternative<CompletedConfiguration>(result.outcome),
+      "The system's settings are done, " + durationText(result.milliseconds));
 }
 
 bool turnImpostorAway(Tour& tour) {
@@ -201,22 +202,22 @@ bool turnImpostorAway(Tour& tour) {
   fs::copy_file(sampleHostProgram(), copy);
   SampleHostProcess& impostor = tour.stage().startHost(copy, {});
   impostor.nextEvent();
-  const CallReport report = tour.signIn(SignInRoad::silent, tour.passkey()).report;
+  const CallResult result = tour.signIn(SignInMode::silent, tour.passkey()).call;
   const auto received = impostor.nextEvent().at("bytesReceived").get<std::size_t>();
   impostor.stop();
   tour.narrator().say("It was sent " + std::to_string(received) + " bytes.");
   return tour.narrator().verdict(
-      isCancelled(report, ExtensionErrorCode::failed) && received == 0 &&
-          descriptionStartsWith(report, "Validating the Korvan peer code signature failed"),
-      "Turned away before it was told anything, " + durationText(report.milliseconds));
+      isCanceled(result, ExtensionErrorCode::failed) && received == 0 &&
+          descriptionStartsWith(result, "Validating the Korvan peer code signature failed"),
+      "Rejected before anything was sent, " + durationText(result.milliseconds));
 }
 
 bool showTheNotice(Tour& tour) {
-  const CallReport report = tour.signIn(SignInRoad::interactive, tour.passkey()).report;
-  const auto* const cancelled = std::get_if<Cancelled>(&report.outcome);
+  const CallResult result = tour.signIn(SignInMode::interactive, tour.passkey()).call;
+  const auto* const canceled = std::get_if<Canceled>(&result.outcome);
   return tour.narrator().verdict(
-      isCancelled(report, ExtensionErrorCode::failed) && cancelled->noticeShown,
-      "The user knows what to do, " + durationText(report.milliseconds));
+      isCanceled(result, ExtensionErrorCode::failed) && canceled->noticeShown,
+      "The user knows what to do, " + durationText(result.milliseconds));
 }
 
 struct Step {
@@ -225,20 +226,20 @@ struct Step {
 };
 
 constexpr std::array<Step, DemoStepCount> Steps{{
-    {.title = "A sign-in that does not bother the user", .run = signInSilently},
+    {.title = "A silent sign-in", .run = signInSilently},
     {.title = "A sign-in while the host is not running", .run = openTheHost},
     {.title = "A sign-in from the list of credentials", .run = chooseFromList},
     {.title = "A new passkey, and a sign-in with it", .run = registerWithTheUser},
-    {.title = "A new passkey that does not bother the user", .run = registerSilently},
-    {.title = "A passkey where the web site excludes another one", .run = refuseExcluded},
+    {.title = "A new passkey, made silently", .run = registerSilently},
+    {.title = "A new passkey where the web site excludes another", .run = refuseExcluded},
     {.title = "A passkey that the host does not have", .run = refuseUnknownPasskey},
     {.title = "A locked vault", .run = refuseWhileLocked},
     {.title = "A user who cancels", .run = letTheUserCancel},
-    {.title = "A report that the user has another name", .run = renameTheUser},
-    {.title = "A report that the web site does not know a passkey", .run = removeTheUnknown},
-    {.title = "A report of all passkeys that are accepted", .run = keepOnlyTheAccepted},
+    {.title = "A report of a user's new name", .run = renameTheUser},
+    {.title = "A report of an unknown passkey", .run = removeTheUnknown},
+    {.title = "A report of the accepted passkeys", .run = keepOnlyTheAccepted},
     {.title = "A report while the host is not running", .run = loseAReport},
-    {.title = "The extension's configuration", .run = synchronise},
+    {.title = "The extension's configuration", .run = synchronize},
     {.title = "An impostor on the socket", .run = turnImpostorAway},
     {.title = "A host that cannot be opened", .run = showTheNotice},
 }};
@@ -258,9 +259,9 @@ bool runAll(Tour& tour) {
 }
 
 void sayHowToGoOn(Narrator& narrator, const std::string& program) {
-  narrator.heading("To try one by itself:");
+  narrator.heading("To try one step:");
   narrator.say(program + " demo --step 2");
-  narrator.say("or with a host of your own: see " + program + " --help.");
+  narrator.say("With a host of your own: see " + program + " --help.");
 }
 
 }  // namespace

@@ -21,14 +21,14 @@ constexpr std::string_view DemoHelpPage =
     R"(Usage: korvan-lab demo [--step NUMBER]
 
 Shows what the extension does, with sample hosts of its own: sign-ins and new
-passkeys with and without the user, a host that has to be opened first,
-refusals, reports, the configuration, an impostor and the notice. Everything
-happens in a private directory that is removed again.
+passkeys with and without the user, a host that must be opened first, refusals,
+reports, the configuration, an impostor and the notice. Everything happens in a
+private directory, which is removed in the end.
 
-  --step NUMBER  only the step of this number, from 1 to 16
+  --step NUMBER  only the step with this number, 1 to 16
   --help         this page
 
-The exit status is 0 when every step was verified, otherwise 1.
+Exit status: 0 when every step was verified, otherwise 1.
 
 Example:
   korvan-lab demo --step 2

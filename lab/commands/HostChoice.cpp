@@ -18,7 +18,7 @@ void outliveTheReader() { std::ignore = std::signal(SIGPIPE, SIG_IGN); }
 
 }  // namespace
 
-bool nameAHost(const SystemOptions& options) {
+bool namesHost(const SystemOptions& options) {
   return !options.container.empty() || !options.hostApplication.empty();
 }
 

@@ -10,7 +10,7 @@
 namespace korvan::lab {
 
 /// True when the options name the host that a command talks to.
-[[nodiscard]] bool nameAHost(const SystemOptions& options);
+[[nodiscard]] bool namesHost(const SystemOptions& options);
 
 /// What a command does with its host. Returns true on success.
 using HostUser = std::function<bool(const LabSettings& settings)>;

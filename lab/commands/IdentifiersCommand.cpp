@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view IdentifiersHelpPage =
     R"(Usage: korvan-lab identifiers
 
-Prints as JSON whom this build of the extension trusts: the team that signs the
+Prints whom this build of the extension trusts, as JSON: the team that signs the
 host application, its bundle identifier, and the app group of its socket.
 
   --help  this page

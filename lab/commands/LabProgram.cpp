@@ -25,14 +25,14 @@ constexpr std::string_view ProgramHelpPage =
 Plays the operating system for the Korvan AutoFill extension: calls its entry
 points, runs the main loop, and shows what the extension told the system.
 
-  demo         the whole tour, with sample hosts of its own
+  demo         runs the whole tour, with sample hosts of its own
   register     makes a passkey, checks it as a web site does, and signs in
   sign-in      signs in with a passkey, and checks the answer as a web site does
   configure    opens the extension's configuration
-  report       passes on what a web site reports of a user's name or passkeys
-  soak         many requests to hosts that misbehave, each outcome verified
-  call         calls entry points, for scripts: lines of JSON in and out
-  identifiers  whom this build of the extension trusts
+  report       passes on a web site's report about a user's name or passkeys
+  soak         sends many requests to hosts that misbehave, and checks outcomes
+  call         calls entry points for scripts: lines of JSON in and out
+  identifiers  prints whom this build of the extension trusts
 
 Each command has its own --help.
 

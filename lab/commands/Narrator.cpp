@@ -29,12 +29,12 @@ std::string shown(const PropertyListSerialization& propertyLists, const Recorded
       .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
-std::string sentence(const Cancelled& cancelled) {
-  const Error& error = cancelled.error;
+std::string sentence(const Canceled& canceled) {
+  const Error& error = canceled.error;
   const auto description = error.localizedDescription();
-  return std::string(cancelled.noticeShown ? "The notice was shown and OK pressed. The request "
-                                           : "The request ")
-      .append("was cancelled: ")
+  return std::string(canceled.noticeShown ? "The notice was shown and OK pressed. The request "
+                                          : "The request ")
+      .append("was canceled: ")
       .append(nameOfErrorDomain(error.domain))
       .append(" code ")
       .append(std::to_string(error.code))
@@ -54,10 +54,10 @@ struct OutcomeSentence {
   std::string operator()(const CompletedConfiguration& /*completed*/) const {
     return "The extension completed the configuration.";
   }
-  std::string operator()(const Cancelled& cancelled) const { return sentence(cancelled); }
+  std::string operator()(const Canceled& canceled) const { return sentence(canceled); }
   std::string operator()(const NoticePending& /*pending*/) const { return "The notice is up."; }
   std::string operator()(const Returned& /*returned*/) const {
-    return "The report returned; nobody is told what came of it.";
+    return "The report returned; reports have no outcome.";
   }
   std::string operator()(const Refused& refused) const {
     return "The entry point refused its arguments: " + refused.reason;
@@ -80,8 +80,8 @@ std::string durationText(double milliseconds) {
 
 Narrator Narrator::toStandardOutput() { return {std::cout, ::isatty(STDOUT_FILENO) == 1}; }
 
-void Narrator::line(std::string_view colour, std::string_view mark, std::string_view words) {
-  output_ << (colours_ ? colour : "") << mark << words << (colours_ ? Plain : "") << '\n'
+void Narrator::line(std::string_view color, std::string_view mark, std::string_view words) {
+  output_ << (colors_ ? color : "") << mark << words << (colors_ ? Plain : "") << '\n'
           << std::flush;
 }
 
@@ -100,24 +100,24 @@ void Narrator::finding(const Finding& finding) {
   }
 }
 
-void Narrator::outcome(const CallReport& report) {
-  say(std::visit(OutcomeSentence(), report.outcome));
+void Narrator::outcome(const CallResult& result) {
+  say(std::visit(OutcomeSentence(), result.outcome));
 }
 
-void Narrator::result(const CallReport& report, const std::vector<Finding>& findings) {
-  outcome(report);
+void Narrator::result(const CallResult& result, const std::vector<Finding>& findings) {
+  outcome(result);
   for (const Finding& each : findings) {
     finding(each);
   }
 }
 
-void Narrator::messages(const PropertyListSerialization& propertyLists, const CallReport& report) {
-  for (const RecordedFrame& frame : report.frames) {
+void Narrator::messages(const PropertyListSerialization& propertyLists, const CallResult& result) {
+  for (const RecordedFrame& frame : result.frames) {
     say((frame.direction == Direction::request ? "Sent: " : "Answered: ") +
         shown(propertyLists, frame));
   }
-  if (report.frames.empty()) {
-    say("Nothing was sent. Connections that failed: " + std::to_string(report.failedConnections) +
+  if (result.frames.empty()) {
+    say("Nothing was sent. Connections that failed: " + std::to_string(result.failedConnections) +
         ".");
   }
 }

@@ -13,31 +13,31 @@ namespace korvan::lab {
 /// Tells a person what happens, in plain words.
 class Narrator {
  public:
-  /// Writes to `output`, which outlives it, in colours or without.
-  Narrator(std::ostream& output, bool colours) : output_(output), colours_(colours) {}
+  /// Writes to `output`, which outlives it, with or without colors.
+  Narrator(std::ostream& output, bool colors) : output_(output), colors_(colors) {}
 
-  /// To standard output, in colours when it is a terminal.
+  /// Writes to standard output, with colors if that is a terminal.
   static Narrator toStandardOutput();
 
   void heading(std::string_view words);
   void say(std::string_view words);
   void finding(const Finding& finding);
-  void outcome(const CallReport& report);
+  void outcome(const CallResult& result);
 
   /// Prints how a request ended, and what the relying party found.
-  void result(const CallReport& report, const std::vector<Finding>& findings);
+  void result(const CallResult& result, const std::vector<Finding>& findings);
 
   /// Prints what went over the socket during a call whose messages were recorded.
-  void messages(const PropertyListSerialization& propertyLists, const CallReport& report);
+  void messages(const PropertyListSerialization& propertyLists, const CallResult& result);
 
   /// Prints a tick or a cross, and `words`. Returns `verified`.
   bool verdict(bool verified, std::string_view words);
 
  private:
-  void line(std::string_view colour, std::string_view mark, std::string_view words);
+  void line(std::string_view color, std::string_view mark, std::string_view words);
 
   std::ostream& output_;
-  const bool colours_;
+  const bool colors_;
 };
 
 /// Such as "2.35 ms", or "1.5 s" from one second on.

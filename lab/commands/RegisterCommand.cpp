@@ -22,21 +22,21 @@ namespace {
 constexpr std::string_view RegisterHelpPage =
     R"(Usage: korvan-lab register [options]
 
-Makes a passkey as a browser would, checks it as the web site would, and signs
-in with it. Unless told where the host application is, it brings its own.
+Makes a passkey as a browser does, checks it as the web site does, and signs in
+with it. Starts a sample host of its own unless you name one.
 
-  --relying-party DOMAIN   the web site; otherwise example.com
-  --user-name NAME         whose passkey it is; otherwise bob
-  --exclude CREDENTIAL_ID  a passkey that it must not stand beside, as
-                           base64url; may be given more than once
-  --conditional            only if it needs no user
+  --relying-party DOMAIN   the web site; default: example.com
+  --user-name NAME         the user; default: bob
+  --exclude CREDENTIAL_ID  a passkey that the host must not have yet, as
+                           base64url; may be repeated
+  --conditional            without the user, or not at all
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
-                           what counts as the host; otherwise the desktop's
-  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+                           the host application; default: the desktop's
+  --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --help                   this page
 
-The exit status is 0 when passkey and sign-in were verified, otherwise 1.
+Exit status: 0 when the passkey and the sign-in were verified, otherwise 1.
 
 Example:
   korvan-lab register --user-name carol
@@ -73,10 +73,10 @@ RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner,
   narrator.heading("Registering a passkey of " + options.userName + " with " + site.identifier());
   narrator.say("The client data is " + site.clientDataJSON());
   RegistrationResult result = registerPasskey(runner, site, options.creationOptions());
-  narrator.result(result.report, result.findings);
+  narrator.result(result.call, result.findings);
   narrator.verdict(result.verified(),
                    (result.verified() ? "Registered with " : "No verified passkey for ") +
-                       site.identifier() + " (" + durationText(result.report.milliseconds) + ")");
+                       site.identifier() + " (" + durationText(result.call.milliseconds) + ")");
   return result;
 }
 
@@ -84,12 +84,12 @@ bool signInAndTell(Narrator& narrator, CallRunner& runner, const RegisterOptions
                    const EnrolledPasskey& passkey) {
   const RelyingParty site = siteOf(options, RelyingParty::Ceremony::signIn);
   narrator.heading("Signing in with it");
-  const SignInRoad road = options.conditional ? SignInRoad::silent : SignInRoad::interactive;
-  const SignInResult result = signIn(runner, road, site, passkey.identity, passkey.registered);
-  narrator.result(result.report, result.findings);
+  const SignInMode mode = options.conditional ? SignInMode::silent : SignInMode::interactive;
+  const SignInResult result = signIn(runner, mode, site, passkey.identity, passkey.registered);
+  narrator.result(result.call, result.findings);
   return narrator.verdict(result.verified(),
                           (result.verified() ? "Signed in to " : "No verified sign-in to ") +
-                              site.identifier() + " (" + durationText(result.report.milliseconds) +
+                              site.identifier() + " (" + durationText(result.call.milliseconds) +
                               ")");
 }
 
@@ -105,7 +105,7 @@ int run(const RegisterOptions& options) {
   if (!options.conditional) {
     settings.noticeMode = noticeForPeople();
   }
-  if (nameAHost(options.system)) {
+  if (namesHost(options.system)) {
     return useHost(settings, [&options](const LabSettings& chosen) {
       return registerAndSignIn(options, chosen);
     });

@@ -23,22 +23,22 @@ namespace {
 constexpr std::string_view ReportHelpPage =
     R"(Usage: korvan-lab report KIND [options]
 
-Passes on what a web site lets the system know, and shows whether the host was
-sent it. Nobody waits for the answer. Unless told where the host application is,
-it brings its own, and reports of the passkey there. KIND and its options:
+Passes a web site's report on to the extension, and shows whether it was sent to
+the host. Nobody waits for the answer. Unless you name a host, starts a sample
+host and reports about its passkey. KIND and its options:
 
-  updated-user-name        a user is called --new-name NAME; --user-handle ID
-  unknown-credential       the site does not know the --credential ID
-  accepted-credentials     it accepts no --credential ID (may be repeated) but
-                           these; --user-handle ID
-  --relying-party DOMAIN   the web site; otherwise example.com
+  updated-user-name        the user's name is --new-name NAME; --user-handle ID
+  unknown-credential       the site does not know --credential ID
+  accepted-credentials     the site accepts only --credential ID, which may be
+                           repeated; --user-handle ID
+  --relying-party DOMAIN   the web site; default: example.com
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
-                           what counts as the host; otherwise the desktop's
-  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+                           the host application; default: the desktop's
+  --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --help                   this page
 
-An ID is base64url. The exit status is 0 when the host was sent the report.
+IDs are base64url. Exit status: 0 when the report was sent to the host.
 
 Example:
   korvan-lab report updated-user-name --new-name 'Alice B.'
@@ -95,17 +95,17 @@ bool send(LabSettings settings, const Call& call) {
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Reporting to the extension");
   CallRunner runner(settings);
-  const CallReport report = runner.run(call);
-  narrator.messages(runner.propertyLists(), report);
-  narrator.outcome(report);
-  const bool delivered = wasDelivered(report);
-  return narrator.verdict(delivered, delivered ? "The host was sent the report"
-                                               : "The report is lost: it is tried once, and no "
+  const CallResult result = runner.run(call);
+  narrator.messages(runner.propertyLists(), result);
+  narrator.outcome(result);
+  const bool delivered = wasDelivered(result);
+  return narrator.verdict(delivered, delivered ? "The report was sent to the host"
+                                               : "The report is lost: it is sent once, and no "
                                                  "host is opened for it");
 }
 
 int run(const ReportOptions& options, const MakeReport& make) {
-  if (nameAHost(options.system)) {
+  if (namesHost(options.system)) {
     const Call call = make(options, std::nullopt);
     return useHost(options.system.settings(),
                    [&call](const LabSettings& settings) { return send(settings, call); });

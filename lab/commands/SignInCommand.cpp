@@ -21,22 +21,22 @@ namespace {
 constexpr std::string_view SignInHelpPage =
     R"(Usage: korvan-lab sign-in [options]
 
-Signs in with a passkey as a browser would, and checks what comes back as the
-web site would. Unless told where the host application is, it brings its own.
+Signs in with a passkey as a browser does, and checks the answer as the web site
+does. Starts a sample host of its own unless you name one.
 
-  --relying-party DOMAIN   the web site; otherwise example.com
-  --interactive            may open the host application, and show the notice:
-                           in a window, or without a display on the terminal
+  --relying-party DOMAIN   the web site; default: example.com
+  --interactive            may open the host application and show the notice,
+                           in a window, or on the terminal without a display
   --list                   the same, and lets the host choose the passkey
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
-                           what counts as the host; otherwise the desktop's
-  --trust-anchor FILE.pem  where signatures end; otherwise the build's
+                           the host application; default: the desktop's
+  --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --public-key FILE.pem    the passkey's public key, for a host of your own;
                            without it the signature is not checked
   --help                   this page
 
-The exit status is 0 when the sign-in was verified, otherwise 1.
+Exit status: 0 when the sign-in was verified, otherwise 1.
 
 Example:
   korvan-lab sign-in --interactive
@@ -49,11 +49,11 @@ struct SignInOptions {
   bool interactive = false;
   bool list = false;
 
-  [[nodiscard]] SignInRoad road() const {
+  [[nodiscard]] SignInMode mode() const {
     if (list) {
-      return SignInRoad::list;
+      return SignInMode::list;
     }
-    return interactive ? SignInRoad::interactive : SignInRoad::silent;
+    return interactive ? SignInMode::interactive : SignInMode::silent;
   }
 };
 
@@ -78,8 +78,8 @@ PasskeyCredentialIdentity anyPasskeyOf(const std::string& relyingParty) {
 }
 
 bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResult& result) {
-  narrator.result(result.report, result.findings);
-  const std::string duration = " (" + durationText(result.report.milliseconds) + ")";
+  narrator.result(result.call, result.findings);
+  const std::string duration = " (" + durationText(result.call.milliseconds) + ")";
   return narrator.verdict(result.verified(),
                           (result.verified() ? "Signed in to " : "No verified sign-in to ") +
                               relyingParty.identifier() + duration);
@@ -91,22 +91,22 @@ bool signInWith(const SignInOptions& options, const LabSettings& settings,
   Narrator narrator = Narrator::toStandardOutput();
   // A site that lets the user take part asks for the verification too.
   const RelyingParty relyingParty(options.relyingParty,
-                                  options.road() == SignInRoad::silent
+                                  options.mode() == SignInMode::silent
                                       ? RelyingParty::UserVerification::preferred
                                       : RelyingParty::UserVerification::required);
   narrator.heading("Signing in to " + relyingParty.identifier());
   narrator.say("The client data is " + relyingParty.clientDataJSON());
   CallRunner runner(settings);
   return tell(narrator, relyingParty,
-              signIn(runner, options.road(), relyingParty, identity, registered));
+              signIn(runner, options.mode(), relyingParty, identity, registered));
 }
 
 int run(const SignInOptions& options) {
   LabSettings chosen = options.system.settings();
-  if (options.road() != SignInRoad::silent) {
+  if (options.mode() != SignInMode::silent) {
     chosen.noticeMode = noticeForPeople();
   }
-  if (nameAHost(options.system) || !options.publicKeyFile.empty()) {
+  if (namesHost(options.system) || !options.publicKeyFile.empty()) {
     return useHost(chosen, [&options](const LabSettings& settings) {
       return signInWith(options, settings, anyPasskeyOf(options.relyingParty),
                         registeredPasskey(options));

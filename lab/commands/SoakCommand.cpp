@@ -27,17 +27,17 @@ constexpr std::string_view SoakHelpPage =
     R"(Usage: korvan-lab soak --minutes N [--seed S]
 
 Keeps 32 requests of all types in flight, with host applications that answer,
-refuse, stall, lie and die at random. Verifies that each request had the one
-outcome that is right for what the host did, that the hosts' log and the
-extension's agree, and that descriptors, threads and memory stay as they are.
-Everything happens in a private directory that is removed again.
+refuse, stall, lie and die at random. Verifies that each request has the one
+outcome that is right for what the host did, that both sides' records agree, and
+that descriptors, threads and memory do not grow. Everything happens in a
+private directory, which is removed in the end.
 
   --minutes N  how long, such as 10 or 0.5
-  --seed S     chooses the requests and what the hosts do with them, from 0 to
-               18446744073709551615; otherwise one is drawn, and printed
+  --seed S     repeats the run with this seed, 0 to 18446744073709551615;
+               default: a random one, which is printed
   --help       this page
 
-The exit status is 0 when all is well, otherwise 1.
+Exit status: 0 when all is well, otherwise 1.
 
 Example:
   korvan-lab soak --minutes 0.1 --seed 1

@@ -30,12 +30,12 @@ Tour::Host Tour::startHost(const std::vector<std::string>& arguments) const {
   return {.process = process, .passkey = *std::move(passkey)};
 }
 
-SignInResult Tour::signIn(SignInRoad road, const EnrolledPasskey& passkey,
+SignInResult Tour::signIn(SignInMode mode, const EnrolledPasskey& passkey,
                           std::string_view hostApplication) const {
   CallRunner runner(settings(hostApplication));
-  SignInResult result = lab::signIn(runner, road, site(RelyingParty::Ceremony::signIn),
+  SignInResult result = lab::signIn(runner, mode, site(RelyingParty::Ceremony::signIn),
                                     passkey.identity, passkey.registered);
-  narrator_.outcome(result.report);
+  narrator_.outcome(result.call);
   return result;
 }
 
@@ -46,18 +46,18 @@ RegistrationResult Tour::registerPasskey(const CreationOptions& options,
   CallRunner runner(chosen);
   RegistrationResult result =
       lab::registerPasskey(runner, site(RelyingParty::Ceremony::registration), options);
-  narrator_.outcome(result.report);
+  narrator_.outcome(result.call);
   return result;
 }
 
-CallReport Tour::call(const Call& call, std::string_view hostApplication) const {
+CallResult Tour::call(const Call& call, std::string_view hostApplication) const {
   LabSettings chosen = settings(hostApplication);
   chosen.recordsMessages = true;
   CallRunner runner(chosen);
-  CallReport report = runner.run(call);
-  narrator_.messages(runner.propertyLists(), report);
-  narrator_.outcome(report);
-  return report;
+  CallResult result = runner.run(call);
+  narrator_.messages(runner.propertyLists(), result);
+  narrator_.outcome(result);
+  return result;
 }
 
 LabSettings Tour::settings(std::string_view hostApplication) const {

@@ -12,8 +12,8 @@
 
 namespace korvan::lab {
 
-/// What the steps of the tour share: a place for hosts, and a vault with one passkey. No step changes
-/// them; a step that changes a vault has a host of its own.
+/// What the steps of the tour share: a place for hosts, and a vault with one passkey. No step
+/// changes them; a step that changes a vault has a host of its own.
 class Tour {
  public:
   /// A host that is ready, and its passkey for the tour's web site.
@@ -39,7 +39,7 @@ class Tour {
   [[nodiscard]] Host startHost(const std::vector<std::string>& arguments) const;
 
   /// Signs in and prints how it ended. Without `hostApplication` no host can be opened.
-  [[nodiscard]] SignInResult signIn(SignInRoad road, const EnrolledPasskey& passkey,
+  [[nodiscard]] SignInResult signIn(SignInMode mode, const EnrolledPasskey& passkey,
                                     std::string_view hostApplication = LabSettings::None) const;
 
   /// Asks for a new passkey and prints how it ended.
@@ -48,7 +48,7 @@ class Tour {
                                                        .major = 15}) const;
 
   /// Makes another call, and prints what went over the socket and how it ended.
-  [[nodiscard]] CallReport call(const Call& call,
+  [[nodiscard]] CallResult call(const Call& call,
                                 std::string_view hostApplication = LabSettings::None) const;
 
  private:

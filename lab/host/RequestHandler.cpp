@@ -26,7 +26,7 @@ constexpr std::size_t ClientDataHashSize = 32;
 /// The most bytes of a user handle: https://www.w3.org/TR/webauthn-3/#user-handle.
 constexpr std::size_t MaxUserHandleSize = 64;
 
-/// Present and verified, see the class; a passkey in a vault that is synchronised is backed up.
+/// Present and verified, see the class; a passkey in a vault that is synchronized is backed up.
 constexpr std::uint8_t CommonFlags = UserPresent | UserVerified | BackupEligible | BackedUp;
 
 bool contains(const auto& list, const auto& value) {
@@ -132,11 +132,11 @@ Passkey newPasskey(const RequestFields& request) {
 
 }  // namespace
 
-RequestHandler::RequestHandler(Vault& vault, Behaviour behaviour, std::function<void()> unlocked)
+RequestHandler::RequestHandler(Vault& vault, Behavior behavior, std::function<void()> unlocked)
     : vault_(vault),
-      userCancels_(behaviour.userCancels),
+      userCancels_(behavior.userCancels),
       unlocked_(std::move(unlocked)),
-      locked_(behaviour.locked) {}
+      locked_(behavior.locked) {}
 
 PropertyListDictionary RequestHandler::answer(const PropertyListDictionary& request) {
   const std::scoped_lock lock(mutex_);

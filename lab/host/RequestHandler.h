@@ -18,14 +18,14 @@ namespace korvan::lab::host {
 /// verification without allowing user interaction is turned back to be made again with the user.
 class RequestHandler {
  public:
-  struct Behaviour {
+  struct Behavior {
     bool locked = false;       ///< the vault starts out locked
     bool userCancels = false;  ///< the user cancels whatever is asked
   };
 
   /// Keeps its passkeys in `vault`, which outlives it and is its alone meanwhile. `unlocked` is
   /// called, on the thread of the request, when a request unlocks the vault.
-  RequestHandler(Vault& vault, Behaviour behaviour, std::function<void()> unlocked);
+  RequestHandler(Vault& vault, Behavior behavior, std::function<void()> unlocked);
 
   /// The response to `request`, whatever the request is. A request that changes the vault has it
   /// saved before the response is returned; one that is refused has changed nothing. Usable from

@@ -64,7 +64,7 @@ class RequestHandlerTest : public testing::Test {
     return handler_->answer(request);
   }
 
-  void behave(RequestHandler::Behaviour behaviour) { handler_ = handlerThat(behaviour); }
+  void behave(RequestHandler::Behavior behavior) { handler_ = handlerThat(behavior); }
 
   [[nodiscard]] const Passkey& seeded() const { return vault_.passkeys().front(); }
   [[nodiscard]] std::size_t passkeyCount() const { return vault_.passkeys().size(); }
@@ -144,8 +144,8 @@ class RequestHandlerTest : public testing::Test {
   int unlocks_ = 0;
 
  private:
-  std::unique_ptr<RequestHandler> handlerThat(RequestHandler::Behaviour behaviour) {
-    return std::make_unique<RequestHandler>(vault_, behaviour, [this] { ++unlocks_; });
+  std::unique_ptr<RequestHandler> handlerThat(RequestHandler::Behavior behavior) {
+    return std::make_unique<RequestHandler>(vault_, behavior, [this] { ++unlocks_; });
   }
 
   std::unique_ptr<RequestHandler> handler_ = handlerThat({});

@@ -31,18 +31,18 @@ constexpr int UsageError = 2;
 
 constexpr const char* Description =
     "A host application for the Korvan AutoFill extension: keeps passkeys and answers\n"
-    "the extension at the socket acp.sock until SIGTERM, SIGINT or SIGHUP. Standard\n"
-    "output has one JSON object a line: when it is ready (with its passkeys), when a\n"
-    "request unlocks the vault, and what came of each connection.\n\n"
-    "Where a request allows user interaction, the user that it plays agrees. Whoever\n"
-    "unlocked the vault counts as verified; but a silent request that requires user\n"
+    "the extension on the socket acp.sock until SIGTERM, SIGINT or SIGHUP. Prints one\n"
+    "JSON object per line: when it is ready (with its passkeys), when a request\n"
+    "unlocks the vault, and after each connection.\n\n"
+    "It plays a user who agrees whenever a request allows user interaction. Who has\n"
+    "unlocked the vault counts as verified, but a silent request that requires user\n"
     "verification gets \"userInteractionRequired\". A client may stall for 30 seconds.\n";
 
 struct Options {
   std::string container;
   std::string vault;
   std::string url;
-  RequestHandler::Behaviour behaviour;
+  RequestHandler::Behavior behavior;
 };
 
 std::string emptyPathError(const std::string& path) {
@@ -63,11 +63,11 @@ void describe(CLI::App& app, Options& options, const std::string& program) {
   app.add_option("--vault", options.vault, "File that keeps the passkeys (default: memory)")
       ->type_name("FILE")
       ->check(CLI::Validator(emptyPathError, ""));
-  app.add_flag("--locked", options.behaviour.locked,
-               "Locked until a request that allows user interaction");
-  app.add_flag("--user-cancels", options.behaviour.userCancels,
-               "The user cancels sign-ins, registrations, unlocking");
-  app.add_option("url", options.url, "What the extension opens this program with; not used")
+  app.add_flag("--locked", options.behavior.locked,
+               "Start locked, until a request allows user interaction");
+  app.add_flag("--user-cancels", options.behavior.userCancels,
+               "The user cancels whatever is asked");
+  app.add_option("url", options.url, "The URL that opened this program; not used")
       ->type_name("URL")
       ->check(CLI::Validator(launchUrlError, ""));
   app.footer("Example:\n  " + program + " --container \"$(mktemp -d)\" --locked\n");
@@ -104,7 +104,7 @@ void run(const Options& options) {
   Vault vault = options.vault.empty() ? Vault() : Vault(options.vault);
   const HostSocket socket(containerFor(options));
   EventLog log(std::cout);
-  RequestHandler handler(vault, options.behaviour, [&log] { log.unlocked(); });
+  RequestHandler handler(vault, options.behavior, [&log] { log.unlocked(); });
   const LinuxPropertyListSerialization serialization;
   HostServer server(serialization,
                     {.answer = [&handler](const auto& request) { return handler.answer(request); },

@@ -54,10 +54,10 @@ struct OutcomeJson {
   OrderedJson operator()(const CompletedConfiguration& /*completed*/) const {
     return {{"outcome", "completedConfiguration"}};
   }
-  OrderedJson operator()(const Cancelled& cancelled) const {
+  OrderedJson operator()(const Canceled& canceled) const {
     return {{"outcome", "cancelled"},
-            {"error", jsonOf(cancelled.error)},
-            {"noticeShown", cancelled.noticeShown}};
+            {"error", jsonOf(canceled.error)},
+            {"noticeShown", canceled.noticeShown}};
   }
   OrderedJson operator()(const NoticePending& /*pending*/) const {
     return {{"outcome", "noticePending"}};
@@ -91,11 +91,11 @@ std::string textOf(const OrderedJson& json) {
 
 }  // namespace
 
-std::string OutcomeWriter::line(const CallReport& report) const {
-  OrderedJson json = std::visit(OutcomeJson(), report.outcome);
-  json["milliseconds"] = roundedToMicroseconds(report.milliseconds);
+std::string OutcomeWriter::line(const CallResult& result) const {
+  OrderedJson json = std::visit(OutcomeJson(), result.outcome);
+  json["milliseconds"] = roundedToMicroseconds(result.milliseconds);
   if (showMessages_) {
-    json["messages"] = jsonOf(propertyLists_, report.frames);
+    json["messages"] = jsonOf(propertyLists_, result.frames);
   }
   return textOf(json);
 }

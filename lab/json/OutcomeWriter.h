@@ -11,12 +11,12 @@ namespace korvan::lab {
 /// Writes the outcome of a line as one line of JSON, without the newline.
 class OutcomeWriter {
  public:
-  /// Refers to `propertyLists`, which outlives it. With `showMessages` every line lists what went over
-  /// the socket.
+  /// Refers to `propertyLists`, which outlives it. With `showMessages` every line lists what went
+  /// over the socket.
   OutcomeWriter(const PropertyListSerialization& propertyLists, bool showMessages)
       : propertyLists_(propertyLists), showMessages_(showMessages) {}
 
-  [[nodiscard]] std::string line(const CallReport& report) const;
+  [[nodiscard]] std::string line(const CallResult& result) const;
 
   /// For a line that is not a call.
   [[nodiscard]] std::string invalidLine(std::string_view reason) const;

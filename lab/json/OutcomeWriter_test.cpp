@@ -48,11 +48,11 @@ TEST_F(OutcomeWriterTest, WritesACompletedRegistration) {
 TEST_F(OutcomeWriterTest, WritesACancellationWithItsErrorAndWhetherTheNoticeWasShown) {
   const Error described{
       .domain = ErrorDomain::extension, .code = 101, .userInfo = {{.localizedDescription = "no"}}};
-  EXPECT_EQ(line(Cancelled{.error = described, .noticeShown = true}),
+  EXPECT_EQ(line(Canceled{.error = described, .noticeShown = true}),
             R"({"outcome":"cancelled","error":{"domain":"ASExtensionErrorDomain","code":101,)"
             R"("localizedDescription":"no"},"noticeShown":true,"milliseconds":1.235})");
   const Error bare{.domain = ErrorDomain::extension, .code = 0, .userInfo = std::nullopt};
-  EXPECT_EQ(line(Cancelled{.error = bare}),
+  EXPECT_EQ(line(Canceled{.error = bare}),
             R"({"outcome":"cancelled","error":{"domain":"ASExtensionErrorDomain","code":0,)"
             R"("localizedDescription":null},"noticeShown":false,"milliseconds":1.235})");
 }

@@ -97,9 +97,9 @@ std::optional<Point> readCoseKey(const Data& coseKey) {
   const Item item = loadWhole(coseKey);
   const std::vector<cbor_pair> pairs = pairsOf(item);
   const std::array<std::int64_t, 5> labels{1, 3, -1, -2, -3};
-  const bool labelled = std::ranges::equal(
+  const bool labeled = std::ranges::equal(
       pairs, labels, {}, [](const cbor_pair& pair) { return integerOf(pair.key); });
-  if (!labelled || integerOf(pairs[0].value) != 2 || integerOf(pairs[1].value) != -7 ||
+  if (!labeled || integerOf(pairs[0].value) != 2 || integerOf(pairs[1].value) != -7 ||
       integerOf(pairs[2].value) != 1) {
     return std::nullopt;
   }

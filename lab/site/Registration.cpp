@@ -47,10 +47,10 @@ Call registrationCall(const RelyingParty& relyingParty, const CreationOptions& o
 
 RegistrationResult registerPasskey(CallRunner& runner, const RelyingParty& relyingParty,
                                    const CreationOptions& options) {
-  RegistrationResult result{.report = runner.run(registrationCall(relyingParty, options)),
+  RegistrationResult result{.call = runner.run(registrationCall(relyingParty, options)),
                             .findings = {},
                             .passkey = std::nullopt};
-  if (const auto* const completed = std::get_if<CompletedRegistration>(&result.report.outcome)) {
+  if (const auto* const completed = std::get_if<CompletedRegistration>(&result.call.outcome)) {
     RegistrationReview review = relyingParty.verify(completed->credential, options);
     result.findings = std::move(review.findings);
     if (review.passkey) {

@@ -18,7 +18,7 @@ namespace korvan::lab {
 /// The result of a registration, and what the relying party found; no findings if there was no
 /// credential.
 struct RegistrationResult {
-  CallReport report;
+  CallResult call;
   std::vector<Finding> findings;
   /// The new passkey, for a sign-in. Nullopt if the relying party could not read it.
   std::optional<EnrolledPasskey> passkey;

@@ -52,22 +52,21 @@ std::optional<EnrolledPasskey> enrolledPasskey(const nlohmann::json& readyEvent,
   return std::nullopt;
 }
 
-Call signInCall(SignInRoad road, const RelyingParty& relyingParty,
+Call signInCall(SignInMode mode, const RelyingParty& relyingParty,
                 PasskeyCredentialIdentity identity) {
-  if (road == SignInRoad::list) {
+  if (mode == SignInMode::list) {
     return credentialListCall({}, parametersFor(relyingParty));
   }
   auto request = requestFor(relyingParty, std::move(identity));
-  return road == SignInRoad::silent ? silentAssertionCall(std::move(request))
+  return mode == SignInMode::silent ? silentAssertionCall(std::move(request))
                                     : interactiveAssertionCall(std::move(request));
 }
 
-SignInResult signIn(CallRunner& runner, SignInRoad road, const RelyingParty& relyingParty,
+SignInResult signIn(CallRunner& runner, SignInMode mode, const RelyingParty& relyingParty,
                     const PasskeyCredentialIdentity& identity,
                     const std::optional<RegisteredPasskey>& registered) {
-  SignInResult result{.report = runner.run(signInCall(road, relyingParty, identity)),
-                      .findings = {}};
-  if (const auto* const completed = std::get_if<CompletedAssertion>(&result.report.outcome)) {
+  SignInResult result{.call = runner.run(signInCall(mode, relyingParty, identity)), .findings = {}};
+  if (const auto* const completed = std::get_if<CompletedAssertion>(&result.call.outcome)) {
     result.findings = relyingParty.verify(completed->credential, registered);
   }
   return result;

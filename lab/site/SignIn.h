@@ -16,7 +16,7 @@
 namespace korvan::lab {
 
 /// How the operating system asks for a sign-in.
-enum class SignInRoad : std::uint8_t {
+enum class SignInMode : std::uint8_t {
   /// The passkey is known, and the user must not be disturbed.
   silent,
   /// The passkey is known, and the extension may show itself.
@@ -36,18 +36,19 @@ struct EnrolledPasskey {
                                                              std::string_view relyingParty);
 
 /// The call that asks for the sign-in. `identity` is not used with SignInMode::list.
-[[nodiscard]] Call signInCall(SignInRoad road, const RelyingParty& relyingParty,
+[[nodiscard]] Call signInCall(SignInMode mode, const RelyingParty& relyingParty,
                               PasskeyCredentialIdentity identity);
 
-/// The result of a sign-in, and what the relying party found; no findings if there was no credential.
+/// The result of a sign-in, and what the relying party found; no findings if there was no
+/// credential.
 struct SignInResult {
-  CallReport report;
+  CallResult call;
   std::vector<Finding> findings;
 
   [[nodiscard]] bool verified() const { return !findings.empty() && isVerified(findings); }
 };
 
-[[nodiscard]] SignInResult signIn(CallRunner& runner, SignInRoad road,
+[[nodiscard]] SignInResult signIn(CallRunner& runner, SignInMode mode,
                                   const RelyingParty& relyingParty,
                                   const PasskeyCredentialIdentity& identity,
                                   const std::optional<RegisteredPasskey>& registered);

@@ -17,11 +17,11 @@ namespace {
 class SignInTest : public testing::Test {
  protected:
   /// The controller after the sign-in's call.
-  [[nodiscard]] std::shared_ptr<RecordingController> called(SignInRoad road) const {
+  [[nodiscard]] std::shared_ptr<RecordingController> called(SignInMode mode) const {
     auto controller = std::make_shared<RecordingController>();
     PasskeyCredentialIdentity identity;
     identity.recordIdentifier = "record";
-    signInCall(road, site_, identity).invoke(*controller);
+    signInCall(mode, site_, identity).invoke(*controller);
     return controller;
   }
 
@@ -29,9 +29,9 @@ class SignInTest : public testing::Test {
 };
 
 TEST_F(SignInTest, AsksForTheKnownPasskeyOnTheTwoRoadsThatKnowIt) {
-  for (const auto& [road, name] : {std::pair(SignInRoad::silent, "silent assertion"),
-                                   std::pair(SignInRoad::interactive, "interactive assertion")}) {
-    const auto controller = called(road);
+  for (const auto& [mode, name] : {std::pair(SignInMode::silent, "silent assertion"),
+                                   std::pair(SignInMode::interactive, "interactive assertion")}) {
+    const auto controller = called(mode);
     EXPECT_EQ(controller->called, name);
     const PasskeyCredentialRequest* const request = controller->passkeyRequest();
     ASSERT_NE(request, nullptr);
@@ -42,7 +42,7 @@ TEST_F(SignInTest, AsksForTheKnownPasskeyOnTheTwoRoadsThatKnowIt) {
 }
 
 TEST_F(SignInTest, AsksForAnyPasskeyOfTheSiteOnTheListRoad) {
-  const auto parameters = called(SignInRoad::list)->parameters;
+  const auto parameters = called(SignInMode::list)->parameters;
   ASSERT_NE(parameters, nullptr);
   EXPECT_EQ(parameters->relyingPartyIdentifier, "example.com");
   EXPECT_EQ(parameters->clientDataHash, site_.clientDataHash());

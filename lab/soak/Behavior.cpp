@@ -102,9 +102,9 @@ Bytes arrayBody() {
 
 // What is right for the extension to make of it.
 
-Outcome cancelled(ExtensionErrorCode code, std::optional<std::string> description,
-                  bool noticeShown = false) {
-  return Cancelled{
+Outcome canceled(ExtensionErrorCode code, std::optional<std::string> description,
+                 bool noticeShown = false) {
+  return Canceled{
       .error = {.domain = ErrorDomain::extension,
                 .code = static_cast<std::int64_t>(code),
                 .userInfo = ErrorUserInfo{.localizedDescription = std::move(description)}},
@@ -186,13 +186,13 @@ HostPart refuses(const SoakRequest& request, bool showsNotice) {
   }
   return {.script = {.sends = frameOf(encoded(message))},
           .answered =
-              cancelled(codeOf(request.errorCode), std::string(RefusalDescription), showsNotice)};
+              canceled(codeOf(request.errorCode), std::string(RefusalDescription), showsNotice)};
 }
 
 /// Sends all that belongs to a success but its `ok`.
 HostPart fails(const ProviderMessage& message) {
   return {.script = {.sends = frameOf(encoded(message))},
-          .answered = cancelled(ExtensionErrorCode::failed, std::nullopt)};
+          .answered = canceled(ExtensionErrorCode::failed, std::nullopt)};
 }
 
 /// Sends what the extension cannot take.
@@ -331,11 +331,11 @@ constexpr auto Behaviors = std::to_array<Behavior>({
 /// The outcome where the host gives no usable answer.
 Outcome unavailable(const std::string& failure, bool isLaunched) {
   return isLaunched
-             ? cancelled(ExtensionErrorCode::failed,
-                         "Korvan opened, but the credential provider could not connect to it in "
-                         "time.",
-                         true)
-             : cancelled(ExtensionErrorCode::failed, failure);
+             ? canceled(ExtensionErrorCode::failed,
+                        "Korvan opened, but the credential provider could not connect to it in "
+                        "time.",
+                        true)
+             : canceled(ExtensionErrorCode::failed, failure);
 }
 
 std::vector<Outcome> unavailable(const std::vector<std::string>& failures, bool isLaunched) {

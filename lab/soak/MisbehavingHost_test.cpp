@@ -67,7 +67,7 @@ class MisbehavingHost : public testing::TestWithParam<const Behavior*> {
   void expectRight(const nlohmann::json& outcome, bool isLaunched) const {
     std::vector<std::string> right;
     for (const Outcome& each : rightOutcomes(request, isLaunched)) {
-      right.push_back(std::get<Cancelled>(each).error.localizedDescription().value());
+      right.push_back(std::get<Canceled>(each).error.localizedDescription().value());
     }
     EXPECT_EQ(outcome.at("outcome"), "cancelled") << outcome;
     EXPECT_EQ(outcome.at("error").at("code"), 0) << outcome;

@@ -59,8 +59,8 @@ struct Details {
 
   std::string operator()(const CompletedAssertion& completed) const { return party(completed); }
   std::string operator()(const CompletedRegistration& completed) const { return party(completed); }
-  std::string operator()(const Cancelled& cancelled) const {
-    const auto description = cancelled.error.localizedDescription();
+  std::string operator()(const Canceled& canceled) const {
+    const auto description = canceled.error.localizedDescription();
     return description ? " with \"" + *description + "\"" : " with no words";
   }
   std::string operator()(const auto& /*outcome*/) const { return ""; }
@@ -135,9 +135,9 @@ std::string kindOf(const Outcome& outcome) {
     std::string operator()(const CompletedConfiguration&) const {
       return "completed configuration";
     }
-    std::string operator()(const Cancelled& cancelled) const {
-      return "cancelled with code " + std::to_string(cancelled.error.code) +
-             (cancelled.noticeShown ? " after the notice" : "");
+    std::string operator()(const Canceled& canceled) const {
+      return "canceled with code " + std::to_string(canceled.error.code) +
+             (canceled.noticeShown ? " after the notice" : "");
     }
     std::string operator()(const NoticePending&) const { return "notice pending"; }
     std::string operator()(const Returned&) const { return "returned (a report)"; }

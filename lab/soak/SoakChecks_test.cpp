@@ -27,7 +27,7 @@ SoakRecord received(std::uint64_t number, std::uint64_t digest = Digest) {
 SoakRecord at(Event event, std::int64_t time) { return {.event = event, .time = time}; }
 
 Outcome refusedConnection() {
-  return Cancelled{
+  return Canceled{
       .error = {.domain = ErrorDomain::extension,
                 .code = 0,
                 .userInfo = ErrorUserInfo{"Connecting to Korvan failed: Connection refused"}}};

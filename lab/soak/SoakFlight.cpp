@@ -69,7 +69,7 @@ class SoakContext final : public ExtensionContext {
     add(CompletedRegistration{credential});
   }
   void cancelRequest(const Error& error) override {
-    add(Cancelled{.error = error, .noticeShown = noticeShown});
+    add(Canceled{.error = error, .noticeShown = noticeShown});
   }
 
   void add(Outcome outcome) { outcomes.push_back(std::move(outcome)); }

@@ -77,7 +77,7 @@ class ScarceSystem : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(host.nextEvent().at("event"), "ready"); }
 
-  [[nodiscard]] CallReport configure() { return runner.run(configurationCall()); }
+  [[nodiscard]] CallResult configure() { return runner.run(configurationCall()); }
 
   void expectServed() {
     EXPECT_TRUE(std::holds_alternative<CompletedConfiguration>(configure().outcome));
@@ -124,8 +124,8 @@ TEST_F(ScarceSystem, WithoutDescriptorsARequestFailsOnceAndTheNextOneIsServed) {
       const FreeDescriptors few(count);
       outcome = configure().outcome;
     }
-    ASSERT_TRUE(std::holds_alternative<Cancelled>(*outcome)) << count;
-    EXPECT_EQ(std::get<Cancelled>(*outcome).error.localizedDescription(), expected.at(count));
+    ASSERT_TRUE(std::holds_alternative<Canceled>(*outcome)) << count;
+    EXPECT_EQ(std::get<Canceled>(*outcome).error.localizedDescription(), expected.at(count));
     EXPECT_EQ(openDescriptors(), descriptors);
     expectServed();
   }
@@ -144,9 +144,9 @@ TEST_F(ScarceSystem, WithoutThreadsARequestWaitsForOneAndIsServed) {
         return G_SOURCE_REMOVE;
       },
       &limit);
-  const CallReport report = configure();
-  EXPECT_TRUE(std::holds_alternative<CompletedConfiguration>(report.outcome));
-  EXPECT_GE(report.milliseconds, Milliseconds - 1);
+  const CallResult result = configure();
+  EXPECT_TRUE(std::holds_alternative<CompletedConfiguration>(result.outcome));
+  EXPECT_GE(result.milliseconds, Milliseconds - 1);
   EXPECT_FALSE(limit.has_value());
   expectServed();
 }

@@ -56,14 +56,14 @@ End endOfRequest(Session& session, const CountedQueues& queues) {
   }
   if (!session.context.end()) {
     if (!noticeShown) {
-      std::fputs("korvan-lab: the request was neither completed nor cancelled.\n", stderr);
+      std::fputs("korvan-lab: the request was neither completed nor canceled.\n", stderr);
       std::abort();
     }
     return {.outcome = NoticePending(), .time = shown};
   }
   End end = *session.context.end();
-  if (auto* const cancelled = std::get_if<Cancelled>(&end.outcome)) {
-    cancelled->noticeShown = noticeShown;
+  if (auto* const canceled = std::get_if<Canceled>(&end.outcome)) {
+    canceled->noticeShown = noticeShown;
   }
   return end;
 }
@@ -88,7 +88,7 @@ CallRunner::CallRunner(const LabSettings& settings)
       noticeMode_(settings.noticeMode),
       recordsMessages_(settings.recordsMessages) {}
 
-CallReport CallRunner::run(const Call& call) {
+CallResult CallRunner::run(const Call& call) {
   const auto session = std::make_shared<Session>(platform_, noticeMode_, recordsMessages_);
   const auto controller = std::make_shared<CredentialProviderViewController>(
       std::shared_ptr<const Services>(session, &session->services));

@@ -13,9 +13,9 @@ class CallRunner {
   /// Throws std::invalid_argument when the settings' trust anchor is not a certificate.
   explicit CallRunner(const LabSettings& settings);
 
-  /// Makes the call on a new controller, and runs the main loop until the call has an outcome and all
-  /// its background work is done.
-  [[nodiscard]] CallReport run(const Call& call);
+  /// Makes the call on a new controller, and runs the main loop until the call has an outcome and
+  /// all its background work is done.
+  [[nodiscard]] CallResult run(const Call& call);
 
   [[nodiscard]] const PropertyListSerialization& propertyLists() const noexcept {
     return platform_.propertyLists;

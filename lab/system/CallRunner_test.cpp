@@ -20,7 +20,7 @@ using Controller = CredentialProviderViewController;
 /// A system on which nobody listens at the socket and nothing can be opened.
 class CallRunnerTest : public testing::Test {
  protected:
-  [[nodiscard]] CallReport run(const Call& call) const { return CallRunner(settings_).run(call); }
+  [[nodiscard]] CallResult run(const Call& call) const { return CallRunner(settings_).run(call); }
 
   TemporaryDirectory directory_;
   LabSettings settings_{.container = directory_.path(),
@@ -30,31 +30,31 @@ class CallRunnerTest : public testing::Test {
 
 TEST_F(CallRunnerTest, CancelsAtOnceWithoutAContainer) {
   settings_.container = std::string(LabSettings::None);
-  const CallReport report = run(configurationCall());
-  const auto& cancelled = std::get<Cancelled>(report.outcome);
-  EXPECT_EQ(cancelled.error.localizedDescription(), "The Korvan App Group is unavailable.");
-  EXPECT_FALSE(cancelled.noticeShown);
-  EXPECT_GE(report.milliseconds, 0);
+  const CallResult result = run(configurationCall());
+  const auto& canceled = std::get<Canceled>(result.outcome);
+  EXPECT_EQ(canceled.error.localizedDescription(), "The Korvan App Group is unavailable.");
+  EXPECT_FALSE(canceled.noticeShown);
+  EXPECT_GE(result.milliseconds, 0);
 }
 
 TEST_F(CallRunnerTest, PressesOkWhenTheNoticeIsUp) {
-  const CallReport report = run(configurationCall());
-  const auto& cancelled = std::get<Cancelled>(report.outcome);
-  EXPECT_TRUE(cancelled.noticeShown);
-  EXPECT_EQ(cancelled.error.code, 0);
-  EXPECT_EQ(cancelled.error.localizedDescription(), "Korvan could not be opened.");
+  const CallResult result = run(configurationCall());
+  const auto& canceled = std::get<Canceled>(result.outcome);
+  EXPECT_TRUE(canceled.noticeShown);
+  EXPECT_EQ(canceled.error.code, 0);
+  EXPECT_EQ(canceled.error.localizedDescription(), "Korvan could not be opened.");
 }
 
 TEST_F(CallRunnerTest, LeavesTheNoticeWhenToldTo) {
   settings_.noticeMode = NoticeMode::leave;
-  const CallReport report = run(configurationCall());
-  EXPECT_TRUE(std::holds_alternative<NoticePending>(report.outcome));
-  EXPECT_GT(report.milliseconds, 0);
+  const CallResult result = run(configurationCall());
+  EXPECT_TRUE(std::holds_alternative<NoticePending>(result.outcome));
+  EXPECT_GT(result.milliseconds, 0);
 }
 
 TEST_F(CallRunnerTest, NeverShowsTheNoticeToWhoIsNotToBeBothered) {
-  const CallReport report = run(silentRegistrationCall(nullptr));
-  EXPECT_FALSE(std::get<Cancelled>(report.outcome).noticeShown);
+  const CallResult result = run(silentRegistrationCall(nullptr));
+  EXPECT_FALSE(std::get<Canceled>(result.outcome).noticeShown);
 }
 
 TEST_F(CallRunnerTest, ReturnsFromAReportOnceItsExchangeIsOver) {
@@ -75,9 +75,9 @@ TEST_F(CallRunnerTest, MakesEachCallOnANewController) {
     controller.prepareInterfaceForExtensionConfiguration();
   }});
   EXPECT_TRUE(first.expired());
-  const CallReport second =
+  const CallResult second =
       runner.run(silentAssertionCall(std::make_shared<PasswordCredentialRequest>()));
-  EXPECT_EQ(std::get<Cancelled>(second.outcome).error.code, 101);
+  EXPECT_EQ(std::get<Canceled>(second.outcome).error.code, 101);
 }
 
 TEST_F(CallRunnerTest, RefusesATrustAnchorThatIsNoCertificate) {
@@ -90,7 +90,7 @@ TEST(CallRunnerDeathTest, StopsTheProgramOnACallThatNeverEnds) {
                              .hostApplication = std::string(LabSettings::None),
                              .trustAnchorPem = std::string(TrustAnchorPem)};
   EXPECT_DEATH((void)CallRunner(settings).run({.invoke = [](Controller&) {}}),
-               "neither completed nor cancelled");
+               "neither completed nor canceled");
 }
 
 }  // namespace

@@ -19,11 +19,11 @@ void LabExtensionContext::completeRegistrationRequest(
   endWith(CompletedRegistration{credential});
 }
 
-void LabExtensionContext::cancelRequest(const Error& error) { endWith(Cancelled{.error = error}); }
+void LabExtensionContext::cancelRequest(const Error& error) { endWith(Canceled{.error = error}); }
 
 void LabExtensionContext::endWith(Outcome outcome) {
   if (end_) {
-    std::fputs("korvan-lab: the request was completed or cancelled a second time.\n", stderr);
+    std::fputs("korvan-lab: the request was completed or canceled a second time.\n", stderr);
     std::abort();
   }
   end_ = End{.outcome = std::move(outcome), .time = std::chrono::steady_clock::now()};

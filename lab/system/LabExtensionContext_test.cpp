@@ -31,15 +31,15 @@ TEST(LabExtensionContext, KeepsHowTheRequestEnded) {
   EXPECT_EQ(std::get<CompletedRegistration>(registered.end()->outcome).credential.relyingParty,
             "example.com");
 
-  LabExtensionContext cancelled;
-  cancelled.cancelRequest({.domain = ErrorDomain::extension, .code = 1, .userInfo = {}});
-  EXPECT_EQ(std::get<Cancelled>(cancelled.end()->outcome).error.code, 1);
+  LabExtensionContext canceled;
+  canceled.cancelRequest({.domain = ErrorDomain::extension, .code = 1, .userInfo = {}});
+  EXPECT_EQ(std::get<Canceled>(canceled.end()->outcome).error.code, 1);
 }
 
 TEST(LabExtensionContextDeathTest, StopsTheProgramThatEndsARequestTwice) {
   LabExtensionContext context;
   context.completeExtensionConfigurationRequest();
-  EXPECT_DEATH(context.cancelRequest({}), "completed or cancelled a second time");
+  EXPECT_DEATH(context.cancelRequest({}), "completed or canceled a second time");
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ LinuxAppGroupContainers containersFor(const LabSettings& settings) {
 }
 
 /// Beside the folder that the program is in, as the build puts it.
-std::filesystem::path catalogueDirectory() {
+std::filesystem::path catalogDirectory() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "locale";
 }
 
@@ -38,7 +38,7 @@ LabPlatform::LabPlatform(const LabSettings& settings)
       queues(systemQueues, mainContext.get()),
       appGroupContainers(containersFor(settings)),
       codeSigning(settings.trustAnchorPem),
-      localizedStrings(catalogueDirectory()),
+      localizedStrings(catalogDirectory()),
       operatingSystem(settings.operatingSystemVersion),
       workspace(hostFor(settings)) {}
 

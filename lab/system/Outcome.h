@@ -26,11 +26,11 @@ struct CompletedConfiguration {
   friend bool operator==(const CompletedConfiguration&, const CompletedConfiguration&) = default;
 };
 
-struct Cancelled {
+struct Canceled {
   Error error;
   /// The notice was up before the cancellation.
   bool noticeShown = false;
-  friend bool operator==(const Cancelled&, const Cancelled&) = default;
+  friend bool operator==(const Canceled&, const Canceled&) = default;
 };
 
 /// The notice is up, and nobody presses OK.
@@ -51,10 +51,10 @@ struct Refused {
 
 /// How a call ended.
 using Outcome = std::variant<CompletedAssertion, CompletedRegistration, CompletedConfiguration,
-                             Cancelled, NoticePending, Returned, Refused>;
+                             Canceled, NoticePending, Returned, Refused>;
 
 /// The result of a call.
-struct CallReport {
+struct CallResult {
   Outcome outcome;
   /// From the call of the entry point to the outcome.
   double milliseconds = 0;
@@ -64,9 +64,9 @@ struct CallReport {
   std::size_t failedConnections = 0;
 };
 
-/// True when a host was sent the call's request; somebody listened in.
-[[nodiscard]] inline bool wasDelivered(const CallReport& report) {
-  return std::ranges::any_of(report.frames, [](const RecordedFrame& frame) {
+/// True when the call's request was sent to a host. Needs recorded messages.
+[[nodiscard]] inline bool wasDelivered(const CallResult& result) {
+  return std::ranges::any_of(result.frames, [](const RecordedFrame& frame) {
     return frame.direction == Direction::request;
   });
 }

@@ -58,13 +58,13 @@ void show(const std::string& file) {
     const std::string flaw = decoded.error
                                  ? decoded.error->localizedDescription.value_or("it is damaged")
                                  : "its top level is not a dictionary";
-    throw std::runtime_error(file + " holds no message: " + flaw);
+    throw std::runtime_error(file + " does not hold a message: " + flaw);
   }
   std::cout << readable(body);
 }
 
 void describe(CLI::App& app, std::string& directory, std::string& file) {
-  app.description("The host protocol's example messages, as the extension and a host write them.");
+  app.description("Writes and shows the host protocol's example messages.");
   app.require_subcommand(1);
   CLI::App& write = *app.add_subcommand(
       "write", "writes each message's body, NAME.plist, and a readable form, NAME.json");

@@ -51,7 +51,7 @@ class GtkViewsTest : public NoticeFixture {
     return color.red + color.green + color.blue;
   }
 
-  void expectCentred(GtkWidget* widget) const {
+  void expectCentered(GtkWidget* widget) const {
     const graphene_rect_t place = bounds(widget);
     EXPECT_LE(std::abs(place.origin.x + right(place) - viewWidth()), 2);
   }
@@ -61,7 +61,7 @@ class GtkViewsTest : public NoticeFixture {
     const graphene_rect_t place = bounds(stack());
     EXPECT_LE(std::abs(place.origin.y + bottom(place) - viewHeight()), 2);
     for (GtkWidget* const element : {stack(), title(), message(), button()}) {
-      expectCentred(element);
+      expectCentered(element);
       EXPECT_GE(bounds(element).origin.x, Margin);
       EXPECT_LE(right(bounds(element)), viewWidth() - Margin);
     }
@@ -156,7 +156,7 @@ TEST_F(GtkViewsTest, TheMessageHasTheUsersFont) {
   EXPECT_EQ(gtk_label_get_attributes(GTK_LABEL(message())), nullptr);
 }
 
-TEST_F(GtkViewsTest, TextIsCentred) {
+TEST_F(GtkViewsTest, TextIsCentered) {
   showNotice();
   for (GtkWidget* const each : {title(), message()}) {
     EXPECT_EQ(gtk_label_get_justify(GTK_LABEL(each)), GTK_JUSTIFY_CENTER);

@@ -78,7 +78,7 @@ class KorvanLabTest : public testing::Test {
     return lines.empty() ? json() : lines.front();
   }
 
-  static void expectCancelled(const json& line, int code, const std::string& description) {
+  static void expectCanceled(const json& line, int code, const std::string& description) {
     EXPECT_EQ(line.at("outcome"), "cancelled") << line;
     EXPECT_EQ(line.at("error").at("domain"), "ASExtensionErrorDomain");
     EXPECT_EQ(line.at("error").at("code"), code) << line;
@@ -109,7 +109,7 @@ TEST_F(KorvanLabTest, RejectsRequestsOfAnotherKindWithoutTellingTheHost) {
 TEST_F(KorvanLabTest, CancelsWithoutAContainer) {
   const auto result = runLab({"call", "--container", "none"}, interactiveCall().dump());
   const json line = json::parse(result.output);
-  expectCancelled(line, 0, "The Korvan App Group is unavailable.");
+  expectCanceled(line, 0, "The Korvan App Group is unavailable.");
   EXPECT_EQ(line.at("noticeShown"), false);
 }
 
@@ -241,7 +241,7 @@ TEST_F(KorvanLabTest, OpensTheHostThatDoesNotRunAndSignsIn) {
 TEST_F(KorvanLabTest, ShowsTheNoticeWhenTheHostCannotBeOpened) {
   for (const std::string& host : {std::string("none"), stage_.file("missing").string()}) {
     const json line = answer(interactiveCall(), {"--host-application", host});
-    expectCancelled(line, 0, "Korvan could not be opened.");
+    expectCanceled(line, 0, "Korvan could not be opened.");
     EXPECT_EQ(line.at("noticeShown"), true);
   }
 }

@@ -74,7 +74,7 @@ TEST_F(LabCommands, ConfigureShowsWhatWasAskedAndWhatCameOfIt) {
   const auto result = runLab({"configure"});
   EXPECT_EQ(result.status, 0) << result.errors;
   EXPECT_THAT(result.output, HasSubstr(R"(Sent: {"allowsUserInteraction":true,"type":"synchr)"));
-  EXPECT_THAT(result.output, HasSubstr("✓ Synchronised"));
+  EXPECT_THAT(result.output, HasSubstr("✓ Synchronized"));
 }
 
 TEST_F(LabCommands, ConfigureTellsOfTheNoticeWithoutAHost) {
@@ -82,7 +82,7 @@ TEST_F(LabCommands, ConfigureTellsOfTheNoticeWithoutAHost) {
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.output, HasSubstr("Nothing was sent."));
   EXPECT_THAT(result.output, HasSubstr("The notice was shown and OK pressed."));
-  EXPECT_THAT(result.output, HasSubstr("✗ Not synchronised"));
+  EXPECT_THAT(result.output, HasSubstr("✗ Not synchronized"));
 }
 
 TEST_F(LabCommands, ReportOfEachKindReachesTheHost) {
@@ -96,8 +96,8 @@ TEST_F(LabCommands, ReportOfEachKindReachesTheHost) {
     const auto result = runLab(arguments);
     EXPECT_EQ(result.status, 0) << type << result.errors;
     EXPECT_THAT(result.output, HasSubstr(type));
-    EXPECT_THAT(result.output, HasSubstr("nobody is told what came of it"));
-    EXPECT_THAT(result.output, HasSubstr("✓ The host was sent the report"));
+    EXPECT_THAT(result.output, HasSubstr("reports have no outcome"));
+    EXPECT_THAT(result.output, HasSubstr("✓ The report was sent to the host"));
   }
 }
 

@@ -61,7 +61,7 @@ class NoticeScreens : public testing::Test {
     return jsonLines({std::istreambuf_iterator<char>(file), {}});
   }
 
-  static void expectCancelledByThePerson(const std::vector<json>& lines, std::size_t count) {
+  static void expectCanceledByThePerson(const std::vector<json>& lines, std::size_t count) {
     EXPECT_EQ(lines.size(), count);
     for (const json& line : lines) {
       EXPECT_EQ(line.at("outcome"), "cancelled");
@@ -83,13 +83,13 @@ TEST_F(NoticeScreens, ATerminalShowsTheNoticeAndTakesALineForOk) {
   EXPECT_EQ(result.status, 0);
   const std::string notice = std::string("\n  ") + Title + "\n\n  " + Message + "\n\n  [ OK ]\n\n";
   EXPECT_EQ(result.errors, notice + notice);
-  expectCancelledByThePerson(jsonLines(result.output), 2);
+  expectCanceledByThePerson(jsonLines(result.output), 2);
 }
 
 TEST_F(NoticeScreens, TheEndOfTheInputCountsAsOk) {
   const auto result = runLab(arguments("terminal", file("calls")), "\n");
   EXPECT_EQ(result.status, 0);
-  expectCancelledByThePerson(jsonLines(result.output), 2);
+  expectCanceledByThePerson(jsonLines(result.output), 2);
 }
 
 TEST_F(NoticeScreens, ATerminalIsNotAskedBeforeThereIsANotice) {
@@ -107,7 +107,7 @@ TEST_F(NoticeScreens, TheControllingTerminalAnswersWhereStandardInputBringsTheCa
     session.write("\n");
   }
   EXPECT_EQ(session.finish(), 0);
-  expectCancelledByThePerson(answers(), 2);
+  expectCanceledByThePerson(answers(), 2);
 }
 
 TEST_F(NoticeScreens, TheNoticeWaitsForThePerson) {
@@ -117,7 +117,7 @@ TEST_F(NoticeScreens, TheNoticeWaitsForThePerson) {
   EXPECT_THAT(answers(), IsEmpty());
   session.write("\n");
   session.readUntil("[ OK ]");
-  expectCancelledByThePerson(answers(), 1);
+  expectCanceledByThePerson(answers(), 1);
 }
 
 TEST_F(NoticeScreens, SaysThatThereIsNoTerminal) {
@@ -205,7 +205,7 @@ TEST_F(NoticeInAWindow, ReturnCancels) {
   for (int call = 0; call < 2; ++call) {
     program.write(Call + "\n");
     pressReturn();
-    expectCancelledByThePerson(jsonLines(program.readLine()), 1);
+    expectCanceledByThePerson(jsonLines(program.readLine()), 1);
   }
   const auto result = program.finish();
   EXPECT_EQ(result.status, 0);

@@ -138,7 +138,7 @@ TEST_F(NoticeWindowTest, IsAnAlertThatSaysWhatItIsAbout) {
 }
 
 /// By a text of its own or, as newer versions of GTK have it with a button, by the label in it.
-bool isLabelled(GtkAccessible* element, const char* text) {
+bool isLabeled(GtkAccessible* element, const char* text) {
   if (gtk_test_accessible_has_relation(element, GTK_ACCESSIBLE_RELATION_LABELLED_BY) != FALSE) {
     return std::string(gtk_button_get_label(GTK_BUTTON(element))) == text;
   }
@@ -161,7 +161,7 @@ TEST_F(NoticeWindowTest, HasARoleAndALabelForEachElement) {
                          Row{button(), GTK_ACCESSIBLE_ROLE_BUTTON, "OK"}}) {
     auto* const element = GTK_ACCESSIBLE(row.widget);
     EXPECT_TRUE(gtk_test_accessible_has_role(element, row.role)) << row.label;
-    EXPECT_TRUE(isLabelled(element, row.label)) << row.label;
+    EXPECT_TRUE(isLabeled(element, row.label)) << row.label;
   }
 }
 

@@ -9,19 +9,19 @@
 
 namespace korvan {
 
-/// Texts from the gettext catalogue `korvan-autofill`, in the language of the program's LC_MESSAGES
+/// Texts from the gettext catalog `korvan-autofill`, in the language of the program's LC_MESSAGES
 /// locale, which is the program's to set, and in UTF-8 whatever the locale's encoding.
 /// https://www.gnu.org/software/gettext/manual/html_node/Ambiguities.html
 class LinuxLocalizedStrings final : public LocalizedStrings {
  public:
-  /// `catalogueDirectory` holds `LANGUAGE/LC_MESSAGES/korvan-autofill.mo`; without one each text is
+  /// `catalogDirectory` holds `LANGUAGE/LC_MESSAGES/korvan-autofill.mo`; without one each text is
   /// its key. gettext keeps one directory for the process: the last object's.
-  explicit LinuxLocalizedStrings(const std::optional<std::filesystem::path>& catalogueDirectory);
+  explicit LinuxLocalizedStrings(const std::optional<std::filesystem::path>& catalogDirectory);
 
   [[nodiscard]] std::string localizedString(std::string_view key) const override;
 
  private:
-  const bool hasCatalogue_;
+  const bool hasCatalog_;
 };
 
 }  // namespace korvan

@@ -17,11 +17,11 @@
 namespace korvan {
 namespace {
 
-/// A gettext catalogue as msgfmt writes it, in this machine's byte order.
+/// A gettext catalog as msgfmt writes it, in this machine's byte order.
 /// https://www.gnu.org/software/gettext/manual/html_node/MO-Files.html
-class Catalogue {
+class Catalog {
  public:
-  explicit Catalogue(const std::map<std::string, std::string>& texts) {
+  explicit Catalog(const std::map<std::string, std::string>& texts) {
     const auto count = static_cast<std::uint32_t>(texts.size());
     constexpr std::uint32_t HeaderSize = 28;
     for (const std::uint32_t word : {std::uint32_t{0x950412de}, std::uint32_t{0}, count, HeaderSize,
@@ -58,9 +58,9 @@ class Catalogue {
 class LinuxLocalizedStringsTest : public testing::Test {
  protected:
   void SetUp() override {
-    Catalogue({{"", "Content-Type: text/plain; charset=UTF-8\n"},
-               {"OK", "In Ordnung"},
-               {"Open Korvan, then try again.", "\u00d6ffne Korvan und versuche es erneut."}})
+    Catalog({{"", "Content-Type: text/plain; charset=UTF-8\n"},
+             {"OK", "In Ordnung"},
+             {"Open Korvan, then try again.", "\u00d6ffne Korvan und versuche es erneut."}})
         .writeTo(temporary_.path() / "de" / "LC_MESSAGES" / "korvan-autofill.mo");
     EXPECT_NE(setLocale(LC_MESSAGES, ""), nullptr);
   }
@@ -92,12 +92,12 @@ TEST_F(LinuxLocalizedStringsTest, TakesOnlyThePartOfAViewThatTheKeyIs) {
   EXPECT_EQ(strings.localizedString(std::string_view("OKAY").substr(0, 2)), "In Ordnung");
 }
 
-TEST_F(LinuxLocalizedStringsTest, GivesTheKeyOfATextThatIsNotInTheCatalogue) {
+TEST_F(LinuxLocalizedStringsTest, GivesTheKeyOfATextThatIsNotInTheCatalog) {
   const LinuxLocalizedStrings strings(temporary_.path());
   EXPECT_EQ(strings.localizedString("Korvan isn\u2019t running"), "Korvan isn\u2019t running");
 }
 
-TEST_F(LinuxLocalizedStringsTest, GivesTheKeyInALanguageWithoutACatalogue) {
+TEST_F(LinuxLocalizedStringsTest, GivesTheKeyInALanguageWithoutACatalog) {
   const ScopedEnvironment french("LANGUAGE", "fr");
   // gettext keeps what it found for a language; another directory makes it look again.
   const TemporaryDirectory empty;
@@ -110,7 +110,7 @@ TEST_F(LinuxLocalizedStringsTest, GivesTheEmptyTextForTheEmptyKey) {
   EXPECT_EQ(strings.localizedString(""), "");
 }
 
-TEST_F(LinuxLocalizedStringsTest, GivesTheKeyWithoutACatalogueDirectory) {
+TEST_F(LinuxLocalizedStringsTest, GivesTheKeyWithoutACatalogDirectory) {
   const LinuxLocalizedStrings bound(temporary_.path());
   EXPECT_EQ(bound.localizedString("OK"), "In Ordnung");
   EXPECT_EQ(LinuxLocalizedStrings(std::nullopt).localizedString("OK"), "OK");

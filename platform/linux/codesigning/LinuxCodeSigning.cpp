@@ -143,7 +143,7 @@ std::expected<std::vector<std::uint8_t>, OSStatus> readSignature(const std::stri
 /// Gives no password. Without it, OpenSSL asks for one at the terminal.
 int refusePassword(char* /*buffer*/, int /*size*/, int /*writing*/, void* /*data*/) { return -1; }
 
-X509* readOnlyCertificate(std::string_view pem) {
+X509* onlyCertificateIn(std::string_view pem) {
   const std::unique_ptr<BIO, decltype([](BIO* stream) { BIO_free(stream); })> stream(
       BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
   X509* const certificate = PEM_read_bio_X509(stream.get(), nullptr, refusePassword, nullptr);
@@ -164,7 +164,7 @@ void LinuxCodeSigning::FreeCertificate::operator()(X509* certificate) const {
 }
 
 LinuxCodeSigning::LinuxCodeSigning(std::string_view trustAnchorPem)
-    : trustAnchor_(readOnlyCertificate(trustAnchorPem)) {}
+    : trustAnchor_(onlyCertificateIn(trustAnchorPem)) {}
 
 LinuxCodeSigning::~LinuxCodeSigning() = default;
 

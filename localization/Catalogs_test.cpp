@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 using testing::IsSupersetOf;
 using Table = std::map<std::string, std::string>;
 
-class CataloguesTest : public ControllerFixture {
+class CatalogsTest : public ControllerFixture {
  protected:
   /// The texts that the notice asks for, in English.
   std::vector<std::string> keys() {
@@ -32,20 +32,20 @@ class CataloguesTest : public ControllerFixture {
 
   static std::vector<std::string> languages() {
     std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(KORVAN_CATALOGUES)) {
+    for (const auto& entry : fs::directory_iterator(KORVAN_CATALOGS)) {
       found.push_back(entry.path().filename());
     }
     return found;
   }
 
-  /// The text in the language's catalogue; none when it is missing there.
-  static std::optional<std::string> catalogueText(const std::string& language,
+  /// The text in the language's catalog; none when it is missing there.
+  static std::optional<std::string> catalogText(const std::string& language,
                                                   const std::string& key) {
     const PersonsLanguage person(language);
     // gettext keeps what it found until the locale changes.
     std::setlocale(LC_MESSAGES, "C");
     EXPECT_NE(std::setlocale(LC_MESSAGES, ""), nullptr);
-    ::bindtextdomain("korvan-autofill", KORVAN_CATALOGUES);
+    ::bindtextdomain("korvan-autofill", KORVAN_CATALOGS);
     ::bind_textdomain_codeset("korvan-autofill", "UTF-8");
     const char* const text = ::dgettext("korvan-autofill", key.c_str());
     // The very key comes back, not an equal text, when there is none.
@@ -70,57 +70,57 @@ class CataloguesTest : public ControllerFixture {
   }
 };
 
-TEST_F(CataloguesTest, ExistInEnglishGermanAndFrench) {
+TEST_F(CatalogsTest, ExistInEnglishGermanAndFrench) {
   EXPECT_THAT(languages(), IsSupersetOf({"de", "en", "fr"}));
 }
 
-TEST_F(CataloguesTest, HaveEveryTextInEveryLanguage) {
+TEST_F(CatalogsTest, HaveEveryTextInEveryLanguage) {
   const auto asked = keys();
   ASSERT_FALSE(asked.empty());
   for (const std::string& language : languages()) {
     for (const std::string& key : asked) {
-      EXPECT_NE(catalogueText(language, key).value_or(""), "") << language << ": " << key;
+      EXPECT_NE(catalogText(language, key).value_or(""), "") << language << ": " << key;
     }
   }
 }
 
-TEST_F(CataloguesTest, HaveTheSameTextsAsStringsTables) {
+TEST_F(CatalogsTest, HaveTheSameTextsAsStringsTables) {
   const auto asked = keys();
   for (const std::string& language : languages()) {
     Table expected;
     for (const std::string& key : asked) {
-      expected[key] = catalogueText(language, key).value_or("");
+      expected[key] = catalogText(language, key).value_or("");
     }
     EXPECT_EQ(table(language), expected) << language;
   }
 }
 
-TEST_F(CataloguesTest, AreTheKeysThemselvesInEnglish) {
+TEST_F(CatalogsTest, AreTheKeysThemselvesInEnglish) {
   for (const std::string& key : keys()) {
-    EXPECT_EQ(catalogueText("en", key), key);
+    EXPECT_EQ(catalogText("en", key), key);
   }
 }
 
-TEST_F(CataloguesTest, AreNotEnglishInOtherLanguages) {
+TEST_F(CatalogsTest, AreNotEnglishInOtherLanguages) {
   const std::string title = keys().front();
   for (const std::string& language : languages()) {
     if (language != "en") {
-      EXPECT_NE(catalogueText(language, title), title) << language;
+      EXPECT_NE(catalogText(language, title), title) << language;
     }
   }
 }
 
-TEST_F(CataloguesTest, KeepTheNameOfTheApplication) {
+TEST_F(CatalogsTest, KeepTheNameOfTheApplication) {
   for (const std::string& key : keys()) {
     for (const std::string& language : languages()) {
       EXPECT_EQ(key.contains("Korvan"),
-                catalogueText(language, key).value_or("").contains("Korvan"))
+                catalogText(language, key).value_or("").contains("Korvan"))
           << language << ": " << key;
     }
   }
 }
 
-TEST_F(CataloguesTest, StartAStringsTableWithoutAByteOrderMarkOrAHeader) {
+TEST_F(CatalogsTest, StartAStringsTableWithoutAByteOrderMarkOrAHeader) {
   for (const std::string& language : languages()) {
     std::ifstream file(tableFile(language));
     std::string start;
