@@ -8,7 +8,6 @@
 #include "fuzz/Fuzzing.h"
 #include "platform/linux/propertylist/BinaryPropertyListFormat.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
-#include "platform/linux/propertylist/PropertyListLimits.h"
 
 // Any bytes are an error with a description, or a property list. The writer takes what was read
 // unless it holds null or a set, and the reader reads the same value from what was written.

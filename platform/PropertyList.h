@@ -1,6 +1,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -21,6 +22,11 @@ class PropertyListValue;
 /// Values by their keys, in the keys' byte order: equal dictionaries are encoded alike.
 using PropertyListDictionary = std::map<Text, PropertyListValue, std::less<>>;
 
+/// Containers inside one another, the outermost included, that a property list has at most, in any
+/// format. Every platform refuses to read or write more, which keeps what recurses with the nesting
+/// within any thread's stack.
+inline constexpr std::size_t MaxPropertyListNesting = 512;
+
 /// A point in time: seconds since 2001-01-01 00:00:00 UTC, the epoch of property-list dates.
 struct PropertyListDate {
   double secondsSinceReferenceDate = 0;
@@ -38,10 +44,9 @@ struct PropertyListUid {
 ///
 /// Reading is by kind: a reader of another kind answers "absent", it does not convert.
 ///
-/// Comparing and releasing a value recurse with its nesting. Every platform refuses to read or
-/// write a nesting of more than 512 containers, so no message makes that deep; who nests values by
-/// other means keeps to the same bound. Comparing follows every way to a container, and so takes
-/// exponential time where each level refers to the next one twice.
+/// Comparing and releasing a value recurse with its nesting, which MaxPropertyListNesting bounds:
+/// whoever nests values keeps to it, as every reader does. Comparing follows each reference to a
+/// shared container, so it takes exponential time where every level refers to the next one twice.
 class PropertyListValue {
  public:
   using Array = std::vector<PropertyListValue>;
@@ -76,7 +81,7 @@ class PropertyListValue {
   template <std::convertible_to<std::string_view> Characters>
   PropertyListValue(const Characters& value) : value_(Text(value)) {}
 
-  // Containers; see above for how deep they may be nested.
+  // Containers, at most MaxPropertyListNesting inside one another.
   PropertyListValue(Array value);
   PropertyListValue(PropertyListDictionary value);
 

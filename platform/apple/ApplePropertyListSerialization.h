@@ -6,7 +6,8 @@
 
 namespace korvan {
 
-/// NSPropertyListSerialization.
+/// NSPropertyListSerialization, which has no documented bound for nesting; this has
+/// MaxPropertyListNesting.
 class ApplePropertyListSerialization final : public PropertyListSerialization {
  public:
   /// A value without a counterpart among the platform's objects, which is null, a text that is not

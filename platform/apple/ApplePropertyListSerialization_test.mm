@@ -91,6 +91,45 @@ TEST(ApplePropertyListSerialization, ReadsSharedContainersOnceEach) {
   EXPECT_NE(ApplePropertyListSerialization().decode(dataOf(bytes)).value().array(), nullptr);
 }
 
+/// `count` arrays inside one another.
+PropertyListValue nestedArrays(std::size_t count) {
+  PropertyListValue value = true;
+  for (std::size_t depth = 0; depth < count; ++depth) {
+    value = PropertyListValue::Array{value};
+  }
+  return value;
+}
+
+TEST(ApplePropertyListSerialization, EncodesAsManyNestedContainersAsTheBound) {
+  const ApplePropertyListSerialization serialization;
+  const auto encoded = [&](std::size_t arrays) {
+    return serialization.encodeBinary({{"value", nestedArrays(arrays)}});
+  };
+
+  EXPECT_TRUE(encoded(MaxPropertyListNesting - 1).has_value());
+  const auto refused = encoded(MaxPropertyListNesting);
+  ASSERT_FALSE(refused.has_value());
+  EXPECT_EQ(refused.error().localizedDescription,
+            "A value is part of a nesting of more than 512 arrays and dictionaries.");
+}
+
+TEST(ApplePropertyListSerialization, DecodesAsManyNestedContainersAsTheBound) {
+  const auto decoded = [](std::size_t arrays) {
+    std::string text = "<plist version=\"1.0\">";
+    for (std::size_t depth = 0; depth < arrays; ++depth) {
+      text += "<array>";
+    }
+    for (std::size_t depth = 0; depth < arrays; ++depth) {
+      text += "</array>";
+    }
+    return ApplePropertyListSerialization().decode(dataOf(text + "</plist>"));
+  };
+
+  EXPECT_TRUE(decoded(MaxPropertyListNesting).has_value());
+  // The platform may refuse it before we do, in words of its own.
+  EXPECT_FALSE(decoded(MaxPropertyListNesting + 1).has_value());
+}
+
 TEST(ApplePropertyListSerialization, AKeyedArchiversReferenceBecomesNull) {
   // An array that holds the reference 1: the object, the table of offsets, the trailer of 32 bytes.
   const std::string_view archived(

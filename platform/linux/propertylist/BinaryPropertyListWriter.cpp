@@ -22,7 +22,6 @@
 #include <vector>
 
 #include "platform/linux/propertylist/BinaryPropertyListFormat.h"
-#include "platform/linux/propertylist/PropertyListLimits.h"
 #include "platform/linux/propertylist/Unicode.h"
 
 namespace korvan {

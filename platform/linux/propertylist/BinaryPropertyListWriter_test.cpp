@@ -13,7 +13,6 @@
 #include "platform/linux/propertylist/BinaryPropertyListFormat.h"
 #include "platform/linux/propertylist/BinaryPropertyListReader.h"
 #include "platform/linux/propertylist/PropertyListBytes_testing.h"
-#include "platform/linux/propertylist/PropertyListLimits.h"
 
 namespace korvan {
 namespace {

@@ -11,7 +11,6 @@
 
 #include "platform/linux/propertylist/NextStepEncoding.h"
 #include "platform/linux/propertylist/PropertyListCharacters.h"
-#include "platform/linux/propertylist/PropertyListLimits.h"
 #include "platform/linux/propertylist/Unicode.h"
 
 namespace korvan {

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/propertylist/PropertyListBytes_testing.h"
-#include "platform/linux/propertylist/PropertyListLimits.h"
 
 namespace korvan {
 namespace {

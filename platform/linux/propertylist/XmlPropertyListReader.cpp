@@ -16,7 +16,6 @@
 #include <expat.h>
 
 #include "platform/linux/propertylist/PropertyListCharacters.h"
-#include "platform/linux/propertylist/PropertyListLimits.h"
 #include "platform/linux/propertylist/XmlPropertyListScalars.h"
 
 namespace korvan {
