@@ -44,6 +44,7 @@ std::optional<Error> Connection::send(std::span<const std::uint8_t> bytes) const
     if (sent > 0) {
       bytes = bytes.subspan(static_cast<std::size_t>(sent));
     } else if (sent == 0 || errno != EINTR) {
+      // Sending nothing sets no errno: the error then carries that of an earlier call.
       return systemCallError("Writing to Korvan");
     }
   }
@@ -114,6 +115,7 @@ ProviderExchange exchangeProviderMessage(const LocalSockets& sockets,
   if (!connection.isOpen()) {
     return {.response = std::unexpected(systemCallError("Opening the Korvan connection"))};
   }
+  // Checked only now: of two failures the socket's is the one to report.
   if (socketPath.size() > LocalSockets::MaxPathSize) {
     return {.response = std::unexpected(
                 posixError(ENAMETOOLONG, "The Korvan connection path is too long."))};

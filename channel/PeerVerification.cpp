@@ -12,6 +12,7 @@ namespace {
 /// The peer's process id, or none when it is unknown or the peer is another user's.
 std::optional<std::int32_t> processIdentifierOfSameUser(const LocalSockets& sockets,
                                                         int descriptor) {
+  // No user, group or process has the identifier -1. Nobody reads the group; the call writes both.
   std::int64_t userIdentifier = -1;
   std::int64_t groupIdentifier = -1;
   std::int32_t processIdentifier = -1;
@@ -24,6 +25,7 @@ std::optional<std::int32_t> processIdentifierOfSameUser(const LocalSockets& sock
 }
 
 std::string requirementText(std::string_view identifier) {
+  // Both identifiers are fixed at build time and hold nothing that would need quoting.
   std::string text = R"(anchor apple generic and certificate leaf[subject.OU] = ")";
   text.append(HostTeamIdentifier).append(R"(" and identifier ")").append(identifier).append("\"");
   return text;
@@ -64,6 +66,7 @@ PeerVerdict verifyPeer(const LocalSockets& sockets, const CodeSigning& codeSigni
     return {.matchedIdentifier = std::nullopt,
             .error = statusError(codeSigning, "Reading the Korvan peer code signature", copied)};
   }
+  // Where nothing is accepted, no requirement is met.
   OSStatus lastStatus = CodeRequirementFailed;
   for (const std::string_view identifier : acceptedHostIdentifiers) {
     const IdentifierCheck check = checkIdentifier(codeSigning, *code, identifier);
@@ -72,6 +75,8 @@ PeerVerdict verifyPeer(const LocalSockets& sockets, const CodeSigning& codeSigni
     }
     lastStatus = check.status;
   }
+  // No check needs the code any longer: the platform gets it back before it is called again, for
+  // the status's words.
   code.reset();
   return {
       .matchedIdentifier = std::nullopt,

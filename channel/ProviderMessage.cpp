@@ -4,6 +4,8 @@
 
 namespace korvan {
 
+namespace key = provider_message_key;
+
 bool booleanForKey(const ProviderMessage& message, std::string_view key) {
   const PropertyListValue* const value = valueForKey(message, key);
   return value != nullptr && value->truthValue();
@@ -23,9 +25,9 @@ std::optional<Data> dataForKey(const ProviderMessage& message, std::string_view 
 
 ProviderMessage failureResponse(std::string_view errorCode, std::string_view errorDescription) {
   return {
-      {provider_message_key::ok, false},
-      {provider_message_key::errorCode, errorCode},
-      {provider_message_key::errorDescription, errorDescription},
+      {key::ok, false},
+      {key::errorCode, errorCode},
+      {key::errorDescription, errorDescription},
   };
 }
 

@@ -13,13 +13,36 @@ namespace korvan {
 /// The one request or the one response of an exchange with the host application.
 using ProviderMessage = PropertyListDictionary;
 
-/// The keys that every request or every response may carry; a flow's own keys stand with the flow.
+/// The keys of every message. What a value has to be, and which message has which keys, stands in
+/// docs/host-protocol.md.
 namespace provider_message_key {
-// Requests.
+// Of every request.
 inline constexpr std::string_view type = "type";
 inline constexpr std::string_view allowsUserInteraction = "allowsUserInteraction";
-// Responses.
+
+// Of requests, and of the answers that repeat some of them.
+inline constexpr std::string_view acceptedCredentialIDs = "acceptedCredentialIDs";
+inline constexpr std::string_view allowedCredentials = "allowedCredentials";
+inline constexpr std::string_view clientDataHash = "clientDataHash";
+inline constexpr std::string_view conditional = "conditional";
+inline constexpr std::string_view credentialID = "credentialID";
+inline constexpr std::string_view excludedCredentials = "excludedCredentials";
+inline constexpr std::string_view recordIdentifier = "recordIdentifier";
+inline constexpr std::string_view relyingPartyIdentifier = "relyingPartyIdentifier";
+inline constexpr std::string_view supportedAlgorithms = "supportedAlgorithms";
+inline constexpr std::string_view userHandle = "userHandle";
+inline constexpr std::string_view userName = "userName";
+inline constexpr std::string_view userVerificationPreference = "userVerificationPreference";
+
+// Of every response.
 inline constexpr std::string_view ok = "ok";
+
+// Of credentials.
+inline constexpr std::string_view attestationObject = "attestationObject";
+inline constexpr std::string_view authenticatorData = "authenticatorData";
+inline constexpr std::string_view signature = "signature";
+
+// Of failures.
 inline constexpr std::string_view errorCode = "errorCode";
 inline constexpr std::string_view errorDescription = "errorDescription";
 inline constexpr std::string_view showUnavailableUI = "showUnavailableUI";

@@ -16,6 +16,8 @@
 namespace korvan {
 namespace {
 
+namespace key = provider_message_key;
+
 constexpr std::string_view SocketName = "acp.sock";
 constexpr std::string_view HostLaunchURL = "korvan:///launch?source=credential-provider";
 constexpr std::uint32_t RetryIntervalMicroseconds = 200'000;
@@ -58,8 +60,7 @@ ProviderExchange exchange(const PendingRequest& pending) {
 
 bool mayLaunchHost(const PendingRequest& pending, bool connectFailed) {
   // A host that runs but does not listen is left alone: opening it again would change nothing.
-  return connectFailed &&
-         booleanForKey(pending.request, provider_message_key::allowsUserInteraction) &&
+  return connectFailed && booleanForKey(pending.request, key::allowsUserInteraction) &&
          pending.services->workspace.runningApplicationCount(HostBundleIdentifier) == 0;
 }
 
@@ -74,6 +75,8 @@ ProviderExchange pollLaunchedHost(const PendingRequest& pending) {
   const Clock& clock = pending.services->clock;
   const double deadline = clock.systemUptime() + LaunchBudgetSeconds;
   while (true) {
+    // The host was opened just now and needs time first. The deadline is looked at after the
+    // attempt, so that there is always one.
     clock.usleep(RetryIntervalMicroseconds);
     ProviderExchange attempt = exchange(pending);
     if (!attempt.connectFailed || !(clock.systemUptime() < deadline)) {
@@ -100,6 +103,7 @@ void obtainAnswer(PendingRequest& pending) {
 }
 
 std::string failureDescription(const PendingRequest& pending) {
+  // What became of the launch tells the user more than the error of the last attempt.
   if (pending.launchAttempted) {
     return pending.hostLaunched
                ? "Korvan opened, but the credential provider could not connect to it in time."
@@ -118,7 +122,7 @@ ProviderMessage unavailableResponse(const PendingRequest& pending) {
   ProviderMessage response =
       failureResponse(provider_error_code::unavailable, failureDescription(pending));
   if (pending.launchAttempted) {
-    response.insert_or_assign(provider_message_key::showUnavailableUI, true);
+    response.insert_or_assign(key::showUnavailableUI, true);
   }
   return response;
 }
@@ -148,6 +152,8 @@ void completeOnMain(std::shared_ptr<PendingRequest> pending) {
 void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
                              std::weak_ptr<const void> controller, ProviderMessage request,
                              ProviderCompletion completion) {
+  // Both calls are made before either result is judged, so that the platform sees the same calls
+  // for every request.
   auto container = services->appGroupContainers.containerPath(AppGroupIdentifier);
   auto encoded = services->propertyLists.encodeBinary(request);
   std::string socketPath = socketPathIn(std::move(container));

@@ -4,11 +4,13 @@
 
 namespace korvan {
 
+namespace key = provider_message_key;
+
 void CredentialProviderViewController::requestConfigurationSynchronization() {
   performRequest(
       {
-          {"allowsUserInteraction", true},
-          {"type", provider_request_type::synchronize},
+          {key::allowsUserInteraction, true},
+          {key::type, provider_request_type::synchronize},
       },
       flowCompletion(shared_from_this(),
                      [](CredentialProviderViewController& self, const ProviderMessage&) {

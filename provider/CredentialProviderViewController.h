@@ -27,8 +27,9 @@ namespace korvan {
 /// nothing catches std::bad_alloc during a request, and the callers of entry points and actions let
 /// no exception pass. Until then the request has one outcome or none.
 ///
-/// Methods are virtual because they are messages: each may be overridden, and they call each other
-/// through the object. Null means nil.
+/// Every method is virtual because it is a message on the platform: who derives from the principal
+/// class may override any of them, and the others then call the override. The extension itself
+/// overrides performRequest alone. Null means nil.
 class CredentialProviderViewController
     : public std::enable_shared_from_this<CredentialProviderViewController> {
  public:

@@ -8,6 +8,8 @@
 namespace korvan {
 namespace {
 
+namespace key = provider_message_key;
+
 /// The argument, which a report cannot do without.
 template <typename Argument>
 const Argument& required(std::string_view name, const std::optional<Argument>& argument) {
@@ -20,7 +22,8 @@ const Argument& required(std::string_view name, const std::optional<Argument>& a
 }  // namespace
 
 void CredentialProviderViewController::sendCredentialUpdate(ProviderMessage request) {
-  request.insert_or_assign(provider_message_key::allowsUserInteraction, false);
+  // Whatever the caller put there: a report must never open the host.
+  request.insert_or_assign(key::allowsUserInteraction, false);
   performRequest(std::move(request), nullptr);
 }
 
@@ -28,19 +31,19 @@ void CredentialProviderViewController::reportPublicKeyCredentialUpdateForRelying
     const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
     const std::optional<std::string>& newName) {
   sendCredentialUpdate({
-      {"relyingPartyIdentifier", required("relyingParty", relyingParty)},
-      {"type", provider_request_type::updateUserName},
-      {"userHandle", required("userHandle", userHandle)},
-      {"userName", required("newName", newName)},
+      {key::relyingPartyIdentifier, required("relyingParty", relyingParty)},
+      {key::type, provider_request_type::updateUserName},
+      {key::userHandle, required("userHandle", userHandle)},
+      {key::userName, required("newName", newName)},
   });
 }
 
 void CredentialProviderViewController::reportUnknownPublicKeyCredentialForRelyingParty(
     const std::optional<std::string>& relyingParty, const std::optional<Data>& credentialID) {
   sendCredentialUpdate({
-      {"credentialID", required("credentialID", credentialID)},
-      {"relyingPartyIdentifier", required("relyingParty", relyingParty)},
-      {"type", provider_request_type::removeUnknownCredential},
+      {key::credentialID, required("credentialID", credentialID)},
+      {key::relyingPartyIdentifier, required("relyingParty", relyingParty)},
+      {key::type, provider_request_type::removeUnknownCredential},
   });
 }
 
@@ -48,11 +51,11 @@ void CredentialProviderViewController::reportAllAcceptedPublicKeyCredentialsForR
     const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
     const std::optional<std::vector<Data>>& acceptedCredentialIDs) {
   sendCredentialUpdate({
-      {"acceptedCredentialIDs",
+      {key::acceptedCredentialIDs,
        arrayOrEmpty(&required("acceptedCredentialIDs", acceptedCredentialIDs))},
-      {"relyingPartyIdentifier", required("relyingParty", relyingParty)},
-      {"type", provider_request_type::acceptedCredentials},
-      {"userHandle", required("userHandle", userHandle)},
+      {key::relyingPartyIdentifier, required("relyingParty", relyingParty)},
+      {key::type, provider_request_type::acceptedCredentials},
+      {key::userHandle, required("userHandle", userHandle)},
   });
 }
 

@@ -13,14 +13,16 @@
 namespace korvan {
 namespace {
 
+namespace key = provider_message_key;
+
 using Identity = PasskeyCredentialIdentity;
 using Parameters = PasskeyCredentialRequestParameters;
 
 ProviderMessage recordOf(const PasskeyCredentialRequest* request) {
   const Identity* const identity = fieldOf(request, &PasskeyCredentialRequest::credentialIdentity);
   return {
-      {"credentialID", dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
-      {"recordIdentifier", stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
+      {key::credentialID, dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
+      {key::recordIdentifier, stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
   };
 }
 
@@ -41,10 +43,11 @@ ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
   const PasskeyRequest request = credentialRequest();
   const Identity* const identity =
       fieldOf(request.get(), &PasskeyCredentialRequest::credentialIdentity);
-  const PropertyListValue* const recordIdentifier = valueForKey(record, "recordIdentifier");
-  const PropertyListValue* const credentialID = valueForKey(record, "credentialID");
+  const PropertyListValue* const recordIdentifier = valueForKey(record, key::recordIdentifier);
+  const PropertyListValue* const credentialID = valueForKey(record, key::credentialID);
 
-  // Request parameters, when there are any, count even where they leave a field none.
+  // Request parameters come with a credential list, where no credential request counts. They decide
+  // even where they leave a field none: a fallback would mix the fields of two requests.
   const std::string* const relyingPartyIdentifier =
       parameters != nullptr ? fieldOf(parameters, &Parameters::relyingPartyIdentifier)
                             : fieldOf(identity, &Identity::relyingPartyIdentifier);
@@ -57,43 +60,46 @@ ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
           : fieldOf(request.get(), &PasskeyCredentialRequest::userVerificationPreference);
 
   return {
-      {"allowedCredentials", arrayOrEmpty(fieldOf(parameters, &Parameters::allowedCredentials))},
-      {"allowsUserInteraction", allowsUserInteraction},
-      {"clientDataHash", dataOrEmpty(clientDataHash)},
-      {"credentialID", credentialID != nullptr
-                           ? *credentialID
-                           : dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
-      {"recordIdentifier", recordIdentifier != nullptr
-                               ? *recordIdentifier
-                               : stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
-      {"relyingPartyIdentifier", stringOrEmpty(relyingPartyIdentifier)},
-      {"type", interactive ? provider_request_type::interactiveAssertion
-                           : provider_request_type::assertion},
-      {"userVerificationPreference", preferenceOrPreferred(userVerificationPreference)},
+      {key::allowedCredentials, arrayOrEmpty(fieldOf(parameters, &Parameters::allowedCredentials))},
+      {key::allowsUserInteraction, allowsUserInteraction},
+      {key::clientDataHash, dataOrEmpty(clientDataHash)},
+      {key::credentialID, credentialID != nullptr
+                              ? *credentialID
+                              : dataOrEmpty(fieldOf(identity, &Identity::credentialID))},
+      {key::recordIdentifier, recordIdentifier != nullptr
+                                  ? *recordIdentifier
+                                  : stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
+      {key::relyingPartyIdentifier, stringOrEmpty(relyingPartyIdentifier)},
+      {key::type, interactive ? provider_request_type::interactiveAssertion
+                              : provider_request_type::assertion},
+      {key::userVerificationPreference, preferenceOrPreferred(userVerificationPreference)},
   };
 }
 
 void CredentialProviderViewController::completeAssertionWithResponse(
     const ProviderMessage& response) {
   services_->extensionContext.completeAssertionRequest({
-      .userHandle = dataForKey(response, "userHandle"),
-      .relyingParty = stringForKey(response, "relyingPartyIdentifier"),
-      .signature = dataForKey(response, "signature"),
-      .clientDataHash = dataForKey(response, "clientDataHash"),
-      .authenticatorData = dataForKey(response, "authenticatorData"),
-      .credentialID = dataForKey(response, "credentialID"),
+      .userHandle = dataForKey(response, key::userHandle),
+      .relyingParty = stringForKey(response, key::relyingPartyIdentifier),
+      .signature = dataForKey(response, key::signature),
+      .clientDataHash = dataForKey(response, key::clientDataHash),
+      .authenticatorData = dataForKey(response, key::authenticatorData),
+      .credentialID = dataForKey(response, key::credentialID),
   });
 }
 
 void CredentialProviderViewController::requestInteractiveAssertion() {
   const PasskeyRequest request = credentialRequest();
   const ProviderMessage record = request ? recordOf(request.get()) : ProviderMessage();
-  performRequest(assertionRequestForRecord(record, true, true),
+  const bool allowsUserInteraction = true;
+  const bool interactive = true;
+  performRequest(assertionRequestForRecord(record, allowsUserInteraction, interactive),
                  assertionCompletion(shared_from_this()));
 }
 
 void CredentialProviderViewController::prepareCredentialListForServiceIdentifiers(
     const std::vector<std::string>& /*serviceIdentifiers*/, RequestParameters requestParameters) {
+  // The parameters name the relying party, so the service identifiers add nothing.
   setRequestParameters(std::move(requestParameters));
   setCredentialRequest(nullptr);
   setRegistrationRequest(nullptr);
@@ -108,10 +114,15 @@ void CredentialProviderViewController::provideCredentialWithoutUserInteractionFo
         rejection(ExtensionErrorCode::credentialIdentityNotFound));
     return;
   }
+  // Unlike the interactive entry points, this one leaves the registration request alone: it takes
+  // over no view, and its message is made of the other two properties only.
   setRequestParameters(nullptr);
   setCredentialRequest(request);
-  performRequest(assertionRequestForRecord(recordOf(request.get()), false, false),
-                 assertionCompletion(shared_from_this()));
+  const bool allowsUserInteraction = false;
+  const bool interactive = false;
+  performRequest(
+      assertionRequestForRecord(recordOf(request.get()), allowsUserInteraction, interactive),
+      assertionCompletion(shared_from_this()));
 }
 
 void CredentialProviderViewController::prepareInterfaceToProvideCredentialForRequest(

@@ -11,6 +11,8 @@
 namespace korvan {
 namespace {
 
+namespace key = provider_message_key;
+
 using Identity = PasskeyCredentialIdentity;
 using Request = PasskeyCredentialRequest;
 
@@ -44,18 +46,18 @@ ProviderMessage CredentialProviderViewController::registrationRequestDictionary(
     const PasskeyCredentialRequest* request, bool allowsUserInteraction, bool conditional) const {
   const Identity* const identity = fieldOf(request, &Request::credentialIdentity);
   return {
-      {"allowsUserInteraction", allowsUserInteraction},
-      {"clientDataHash", dataOrEmpty(fieldOf(request, &Request::clientDataHash))},
-      {"conditional", conditional},
-      {"excludedCredentials", excludedCredentialIDs(services_->operatingSystem, request)},
-      {"recordIdentifier", stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
-      {"relyingPartyIdentifier",
+      {key::allowsUserInteraction, allowsUserInteraction},
+      {key::clientDataHash, dataOrEmpty(fieldOf(request, &Request::clientDataHash))},
+      {key::conditional, conditional},
+      {key::excludedCredentials, excludedCredentialIDs(services_->operatingSystem, request)},
+      {key::recordIdentifier, stringOrEmpty(fieldOf(identity, &Identity::recordIdentifier))},
+      {key::relyingPartyIdentifier,
        stringOrEmpty(fieldOf(identity, &Identity::relyingPartyIdentifier))},
-      {"supportedAlgorithms", arrayOrEmpty(fieldOf(request, &Request::supportedAlgorithms))},
-      {"type", provider_request_type::registration},
-      {"userHandle", dataOrEmpty(fieldOf(identity, &Identity::userHandle))},
-      {"userName", stringOrEmpty(fieldOf(identity, &Identity::userName))},
-      {"userVerificationPreference",
+      {key::supportedAlgorithms, arrayOrEmpty(fieldOf(request, &Request::supportedAlgorithms))},
+      {key::type, provider_request_type::registration},
+      {key::userHandle, dataOrEmpty(fieldOf(identity, &Identity::userHandle))},
+      {key::userName, stringOrEmpty(fieldOf(identity, &Identity::userName))},
+      {key::userVerificationPreference,
        preferenceOrPreferred(fieldOf(request, &Request::userVerificationPreference))},
   };
 }
@@ -63,15 +65,18 @@ ProviderMessage CredentialProviderViewController::registrationRequestDictionary(
 void CredentialProviderViewController::completeRegistrationWithResponse(
     const ProviderMessage& response) {
   services_->extensionContext.completeRegistrationRequest({
-      .relyingParty = stringForKey(response, "relyingPartyIdentifier"),
-      .clientDataHash = dataForKey(response, "clientDataHash"),
-      .credentialID = dataForKey(response, "credentialID"),
-      .attestationObject = dataForKey(response, "attestationObject"),
+      .relyingParty = stringForKey(response, key::relyingPartyIdentifier),
+      .clientDataHash = dataForKey(response, key::clientDataHash),
+      .credentialID = dataForKey(response, key::credentialID),
+      .attestationObject = dataForKey(response, key::attestationObject),
   });
 }
 
 void CredentialProviderViewController::requestInteractiveRegistration() {
-  performRequest(registrationRequestDictionary(registrationRequest().get(), true, false),
+  const PasskeyRequest request = registrationRequest();
+  const bool allowsUserInteraction = true;
+  const bool conditional = false;
+  performRequest(registrationRequestDictionary(request.get(), allowsUserInteraction, conditional),
                  registrationCompletion(shared_from_this()));
 }
 
@@ -79,6 +84,7 @@ void CredentialProviderViewController::prepareInterfaceForPasskeyRegistration(
     AnyRequest registrationRequest) {
   auto request = passkeyRequest(std::move(registrationRequest));
   if (!request) {
+    // A registration has no credential identity that could be reported as not found.
     services_->extensionContext.cancelRequest(rejection(ExtensionErrorCode::failed));
     return;
   }
@@ -88,11 +94,15 @@ void CredentialProviderViewController::prepareInterfaceForPasskeyRegistration(
   requestInteractiveRegistration();
 }
 
-// Keeps nothing in the properties, unlike the interactive registration.
+// Keeps nothing in the properties, unlike the interactive registration: the message is made at
+// once, and nothing asks for the request again.
 void CredentialProviderViewController::performPasskeyRegistrationWithoutUserInteractionIfPossible(
     const PasskeyRequest& registrationRequest) {
-  performRequest(registrationRequestDictionary(registrationRequest.get(), false, true),
-                 registrationCompletion(shared_from_this()));
+  const bool allowsUserInteraction = false;
+  const bool conditional = true;
+  performRequest(
+      registrationRequestDictionary(registrationRequest.get(), allowsUserInteraction, conditional),
+      registrationCompletion(shared_from_this()));
 }
 
 }  // namespace korvan

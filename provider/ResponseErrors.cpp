@@ -7,9 +7,11 @@
 
 namespace korvan {
 
+namespace key = provider_message_key;
+
 ExtensionErrorCode CredentialProviderViewController::extensionErrorCodeForResponse(
     const ProviderMessage& response) const {
-  const auto errorCode = stringForKey(response, provider_message_key::errorCode);
+  const auto errorCode = stringForKey(response, key::errorCode);
   // A locked vault can only be opened by the user.
   if (errorCode == provider_error_code::vaultLocked ||
       errorCode == provider_error_code::userInteractionRequired) {
@@ -21,6 +23,7 @@ ExtensionErrorCode CredentialProviderViewController::extensionErrorCodeForRespon
   if (errorCode == provider_error_code::credentialNotFound) {
     return ExtensionErrorCode::credentialIdentityNotFound;
   }
+  // The platform's code exists from macOS 15 on.
   if (errorCode == provider_error_code::matchedExcludedCredential &&
       services_->operatingSystem.isAtLeast({.major = 15})) {
     return ExtensionErrorCode::matchedExcludedCredential;
@@ -30,8 +33,9 @@ ExtensionErrorCode CredentialProviderViewController::extensionErrorCodeForRespon
 
 void CredentialProviderViewController::finishCancellationForResponse(
     const ProviderMessage& response) {
-  auto description = stringForKey(response, provider_message_key::errorDescription);
+  auto description = stringForKey(response, key::errorDescription);
   ErrorUserInfo userInfo;
+  // Without a description the platform puts the code into words; an empty one would silence it.
   if (description && !description->empty()) {
     userInfo.localizedDescription = std::move(description);
   }
@@ -42,7 +46,7 @@ void CredentialProviderViewController::finishCancellationForResponse(
 }
 
 void CredentialProviderViewController::cancelForResponse(const ProviderMessage& response) {
-  if (booleanForKey(response, provider_message_key::showUnavailableUI)) {
+  if (booleanForKey(response, key::showUnavailableUI)) {
     showUnavailableUIForResponse(response);
   } else {
     finishCancellationForResponse(response);

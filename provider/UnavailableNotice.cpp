@@ -105,7 +105,7 @@ void CredentialProviderViewController::showUnavailableUIForResponse(
 
   const auto title = makeTitle(views, strings);
   const auto message = makeMessage(views, strings);
-  // The button does not own its target.
+  // Weak, since the view holds the button: the notice alone must not keep the controller alive.
   const auto button = makeButton(views, strings, [controller = weak_from_this()] {
     if (const auto self = controller.lock()) {
       self->dismissUnavailableUI();
@@ -118,6 +118,7 @@ void CredentialProviderViewController::showUnavailableUIForResponse(
 
 void CredentialProviderViewController::dismissUnavailableUI() {
   const auto response = pendingUnavailableResponse();
+  // Forgotten before it is used, so that a second press cancels nothing.
   setPendingUnavailableResponse(std::nullopt);
   if (response) {
     finishCancellationForResponse(*response);
