@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds Patience = std::chrono::seconds(30);
 void unblockSignals(gpointer /*nothing*/) noexcept {
   sigset_t none{};
   sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
 }  // namespace
@@ -31,6 +31,7 @@ SampleHostProcess::SampleHostProcess(const std::filesystem::path& program,
   std::vector<std::string> command = {program};
   command.insert(command.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
+  pointers.reserve(command.size() + 1);
   for (std::string& word : command) {
     pointers.push_back(word.data());
   }

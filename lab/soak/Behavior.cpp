@@ -340,6 +340,7 @@ Outcome unavailable(const std::string& failure, bool isLaunched) {
 
 std::vector<Outcome> unavailable(const std::vector<std::string>& failures, bool isLaunched) {
   std::vector<Outcome> outcomes;
+  outcomes.reserve(failures.size());
   for (const std::string& failure : failures) {
     outcomes.push_back(unavailable(failure, isLaunched));
   }

@@ -19,15 +19,21 @@ struct HostPart {
   std::optional<Outcome> answered = std::nullopt;
   /// Where it gets none that it can take: in which words it may say so. One, or where the kernel
   /// may report the same in several ways, a few.
+  // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
   std::vector<std::string> failures = {};
 };
 
 /// A way in which hosts behave.
 struct Behavior {
+  using PartIn = HostPart (*)(const SoakRequest& request);
+
+  constexpr Behavior(std::string_view itsName, unsigned itsWeight, PartIn part)
+      : name(itsName), weight(itsWeight), partIn(part) {}
+
   std::string_view name;
   /// How often it is chosen, out of all the weights' sum.
   unsigned weight;
-  HostPart (*partIn)(const SoakRequest& request);
+  PartIn partIn;
 };
 
 /// All of them: those that answer, that answer what is no answer, that close, and that die.

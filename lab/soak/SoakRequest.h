@@ -15,12 +15,17 @@ namespace korvan::lab::soak {
 struct Ask {
   enum class Kind : std::uint8_t { assertion, registration, configuration, report };
 
+  using CallFor = Call (*)(std::uint64_t number);
+
+  constexpr Ask(std::string_view itsName, Kind itsKind, std::string_view type, CallFor callFor)
+      : name(itsName), kind(itsKind), messageType(type), call(callFor) {}
+
   std::string_view name;
   Kind kind;
   /// The `type` of the message that the host gets.
   std::string_view messageType;
   /// The call of the request of this number.
-  Call (*call)(std::uint64_t number);
+  CallFor call;
 };
 
 /// All of them.

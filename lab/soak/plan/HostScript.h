@@ -21,6 +21,7 @@ struct HostScript {
   /// Ends its process with SIGKILL.
   bool dies = false;
   /// As they go over the socket, frame and all.
+  // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
   std::vector<std::uint8_t> sends = {};
 
   /// None when there is no such file.
