@@ -13,7 +13,7 @@
 namespace korvan {
 namespace {
 
-/// Owns one socket from its creation on, whether or not that succeeded.
+/// Creates a socket and owns it, if that succeeded.
 class Connection {
  public:
   explicit Connection(const LocalSockets& sockets)
@@ -73,7 +73,7 @@ std::optional<Error> refusalOfPeer(const LocalSockets& sockets, const CodeSignin
   if (verdict.matchedIdentifier) {
     return std::nullopt;
   }
-  // No verdict without a reason is known, but trust must not rest on that.
+  // Every known rejection has a reason, but trust must not depend on that.
   return std::move(verdict.error)
       .value_or(posixError(EACCES, "The Korvan application failed code-signature validation."));
 }

@@ -9,7 +9,7 @@
 namespace korvan {
 namespace {
 
-/// The peer's process id, or none when it is unknown or the peer is another user's.
+/// The peer's process id, or nullopt when it is unknown or the peer belongs to another user.
 std::optional<std::int32_t> processIdentifierOfSameUser(const LocalSockets& sockets,
                                                         int descriptor) {
   // No user, group or process has the identifier -1. Nobody reads the group; the call writes both.
@@ -33,11 +33,11 @@ std::string requirementText(std::string_view identifier) {
 
 struct IdentifierCheck {
   bool matched = false;
-  /// Why it did not match; can be 0, when a requirement is missing without a reason.
+  /// Why it did not match. 0 when there is no requirement and no reason.
   OSStatus status = 0;
 };
 
-/// Whether the code's signature is valid and carries the identifier.
+/// Whether the code's signature is valid and has the identifier.
 IdentifierCheck checkIdentifier(const CodeSigning& codeSigning, const CodeSigning::Code& code,
                                 std::string_view identifier) {
   std::unique_ptr<CodeSigning::Requirement> requirement;

@@ -13,8 +13,8 @@ namespace korvan {
 /// The one request or the one response of an exchange with the host application.
 using ProviderMessage = PropertyListDictionary;
 
-/// The keys of every message. What a value has to be, and which message has which keys, stands in
-/// docs/host-protocol.md.
+/// The keys of all messages. docs/host-protocol.md says which message has which keys, with which
+/// values.
 namespace provider_message_key {
 // Of every request.
 inline constexpr std::string_view type = "type";
@@ -70,23 +70,23 @@ inline constexpr std::string_view credentialNotFound = "credentialNotFound";
 inline constexpr std::string_view matchedExcludedCredential = "matchedExcludedCredential";
 }  // namespace provider_error_code
 
-// Reading a message: an absent value, and one of another type, read as false or none.
+// These read an absent value, and a value of another type, as false or nullopt.
 
 [[nodiscard]] bool booleanForKey(const ProviderMessage& message, std::string_view key);
 [[nodiscard]] std::optional<std::string> stringForKey(const ProviderMessage& message,
                                                       std::string_view key);
 [[nodiscard]] std::optional<Data> dataForKey(const ProviderMessage& message, std::string_view key);
 
-/// A failure response such as the host itself would give: `ok` false with a code and a description.
-/// `errorCode` is one of provider_error_code.
+/// A failure response like the host's: `ok` false, a code and a description. `errorCode` is one of
+/// provider_error_code.
 [[nodiscard]] ProviderMessage failureResponse(std::string_view errorCode,
                                               std::string_view errorDescription);
 
-/// What came of decoding a response body.
+/// The result of decoding a response body.
 struct DecodedProviderMessage {
-  /// None when the bytes do not decode, or decode to something other than a dictionary.
+  /// Nullopt when the bytes do not decode, or do not decode to a dictionary.
   std::optional<ProviderMessage> message;
-  /// The decoder's error, if it had one. A property list that is no dictionary gives none.
+  /// The decoder's error. Nullopt for a property list that is not a dictionary.
   std::optional<PropertyListError> error;
 };
 

@@ -23,8 +23,8 @@ constexpr std::string_view HostLaunchURL = "korvan:///launch?source=credential-p
 constexpr std::uint32_t RetryIntervalMicroseconds = 200'000;
 constexpr double LaunchBudgetSeconds = 5.0;
 
-/// One request on its way: made on the caller's thread, worked on in the background, finished on
-/// the main thread; at any time one of them has it.
+/// A pending request. The caller's thread makes it, a background thread works on it, and the main
+/// thread finishes it; only one of them uses it at a time.
 struct PendingRequest {
   std::shared_ptr<const Services> services;
   std::string socketPath;
@@ -40,7 +40,7 @@ struct PendingRequest {
   DecodedProviderMessage answer = {};
 };
 
-/// Empty when there is no place for the socket.
+/// Empty without a container.
 std::string socketPathIn(std::optional<std::string> container) {
   if (!container || container->empty()) {
     return {};
@@ -59,7 +59,7 @@ ProviderExchange exchange(const PendingRequest& pending) {
 }
 
 bool mayLaunchHost(const PendingRequest& pending, bool connectFailed) {
-  // A host that runs but does not listen is left alone: opening it again would change nothing.
+  // Opening a host that runs but does not listen would change nothing.
   return connectFailed && booleanForKey(pending.request, key::allowsUserInteraction) &&
          pending.services->workspace.runningApplicationCount(HostBundleIdentifier) == 0;
 }
@@ -70,7 +70,7 @@ void launchHost(PendingRequest& pending) {
       [&] { pending.hostLaunched = services.workspace.openURL(HostLaunchURL); });
 }
 
-/// Tries again until the host answers, fails after connecting, or has had its time to come up.
+/// Retries until the host answers, fails after connecting, or has had its time to start.
 ProviderExchange pollLaunchedHost(const PendingRequest& pending) {
   const Clock& clock = pending.services->clock;
   const double deadline = clock.systemUptime() + LaunchBudgetSeconds;
@@ -117,7 +117,7 @@ std::string failureDescription(const PendingRequest& pending) {
   return description.value_or("Korvan returned an invalid response.");
 }
 
-/// The response in the host's place, when the host gave none.
+/// The failure response when the host gave no response.
 ProviderMessage unavailableResponse(const PendingRequest& pending) {
   ProviderMessage response =
       failureResponse(provider_error_code::unavailable, failureDescription(pending));
@@ -140,8 +140,8 @@ void complete(const PendingRequest& pending) {
   }
 }
 
-/// Ends the background part. The main thread gets its reference with nothing kept back here, since
-/// what the completion owns must be released there, and with it often the services themselves.
+/// Ends the background part. Gives the main thread the only reference, because what the completion
+/// owns, and often the services with it, must be released there.
 void completeOnMain(std::shared_ptr<PendingRequest> pending) {
   const Queues& queues = pending->services->queues;
   queues.asyncMain([pending = std::move(pending)] { complete(*pending); });
@@ -158,7 +158,7 @@ void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
   auto encoded = services->propertyLists.encodeBinary(request);
   std::string socketPath = socketPathIn(std::move(container));
   // Reported before an encoding error: without a container no request can be served, whatever it
-  // holds.
+  // contains.
   if (socketPath.empty()) {
     if (completion) {
       completion(failureResponse(provider_error_code::unavailable,

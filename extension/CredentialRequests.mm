@@ -42,7 +42,7 @@ std::optional<PasskeyCredentialRequest::Descriptors> descriptorsOf(id descriptor
 
 std::optional<PasskeyCredentialRequest::Descriptors> excludedCredentialsOf(
     ASPasskeyCredentialRequest* request) {
-  // Whoever reads them has asked for the system's version.
+  // Callers have checked the system's version.
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wunguarded-availability-new"
   return descriptorsOf(request.excludedCredentials);

@@ -11,14 +11,16 @@
 #include "platform/apple/Conversions.h"
 
 @implementation CredentialProviderViewController {
-  // The runtime keeps the types of instance variables as text, so this one names none of ours.
+  // The type is void because the runtime keeps the names of instance variables' types in the
+  // binary.
   std::shared_ptr<void> _controller;
   std::once_flag _controllerMade;
 }
 
 namespace {
 
-/// The object's controller, made when it is first asked for: reports come on any thread.
+/// The object's controller, made on first use. Under a once flag, because reports come on any
+/// thread.
 korvan::AppleController& controllerOf(CredentialProviderViewController* self) {
   std::call_once(self->_controllerMade, [self] {
     self->_controller = std::make_shared<korvan::AppleController>(
@@ -27,13 +29,13 @@ korvan::AppleController& controllerOf(CredentialProviderViewController* self) {
   return *static_cast<korvan::AppleController*>(self->_controller.get());
 }
 
-/// Calls the controller. No exception leaves: one ends the process.
+/// Calls the controller. An exception ends the process.
 template <typename Message>
 void send(CredentialProviderViewController* self, const Message& message) noexcept {
   message(controllerOf(self));
 }
 
-/// The same for a report: what was wrong with its arguments, or nil.
+/// The same for a report. Returns what was wrong with its arguments, or nil.
 template <typename Report>
 NSString* reasonOfRefusal(CredentialProviderViewController* self, const Report& report) noexcept {
   try {
@@ -44,7 +46,7 @@ NSString* reasonOfRefusal(CredentialProviderViewController* self, const Report& 
   }
 }
 
-/// Sends a report, and raises when it was refused; by then no C++ exception is under way.
+/// Sends a report, and raises if it was refused, outside any C++ exception handler.
 template <typename Report>
 void sendReport(CredentialProviderViewController* self, const Report& report) {
   if (NSString* const reason = reasonOfRefusal(self, report)) {

@@ -6,8 +6,7 @@
 #include "lab/commands/LabProgram.h"
 
 int main(int argc, char** argv) {
-  // The notice speaks the language of whoever runs this; numbers stay as they are. There are no
-  // threads yet.
+  // The notice is in the user's language; numbers keep the C locale. There are no threads yet.
   std::setlocale(LC_MESSAGES, "");  // NOLINT(concurrency-mt-unsafe)
   try {
     return korvan::lab::runLabProgram(argc, argv);

@@ -9,17 +9,17 @@
 
 namespace korvan {
 
-/// An immutable run of bytes that copies share: a copy costs a reference count, never the bytes.
+/// Immutable bytes that copies share. A copy costs a reference count.
 ///
 /// Copies may be used on any thread.
 class Data {
  public:
   Data() noexcept = default;
 
-  /// Takes the bytes over without copying them.
+  /// Takes the bytes without copying them.
   Data(std::vector<std::uint8_t> bytes);
 
-  /// Shares `size` bytes at `first`. What `first` owns lives as long as any copy or slice does.
+  /// Shares `size` bytes at `first`. Copies and slices keep alive what `first` owns.
   Data(std::shared_ptr<const std::uint8_t> first, std::size_t size) noexcept
       : first_(std::move(first)), size_(size) {}
 
@@ -27,8 +27,7 @@ class Data {
     return std::vector(bytes.begin(), bytes.end());
   }
 
-  /// The `size` bytes from `offset` on, sharing these bytes. The caller has checked that they
-  /// exist.
+  /// The `size` bytes from `offset` on, which must exist. Shares them.
   [[nodiscard]] Data slice(std::size_t offset, std::size_t size) const noexcept {
     return {std::shared_ptr<const std::uint8_t>(first_, first_.get() + offset), size};
   }
@@ -39,7 +38,7 @@ class Data {
   [[nodiscard]] std::size_t size() const noexcept { return size_; }
   [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
 
-  /// Compares the bytes, wherever they are kept.
+  /// Compares the bytes.
   friend bool operator==(const Data& left, const Data& right) noexcept;
 
  private:

@@ -33,7 +33,7 @@ struct PropertyListDate {
   friend bool operator==(const PropertyListDate&, const PropertyListDate&) = default;
 };
 
-/// A keyed archiver's reference number.
+/// A keyed archiver's reference.
 struct PropertyListUid {
   std::uint64_t value = 0;
   friend bool operator==(const PropertyListUid&, const PropertyListUid&) = default;
@@ -42,7 +42,8 @@ struct PropertyListUid {
 /// One immutable value of a property list. Copies share texts, data and containers, so copying
 /// costs a reference count however large the value is; copies may be used on any thread.
 ///
-/// Reading is by kind: a reader of another kind answers "absent", it does not convert.
+/// Read a value by its kind: a reader for another kind returns nullopt or null, and converts
+/// nothing.
 ///
 /// Comparing and releasing a value recurse with its nesting, which MaxPropertyListNesting bounds:
 /// whoever nests values keeps to it, as every reader does. Comparing follows each reference to a
@@ -51,7 +52,7 @@ class PropertyListValue {
  public:
   using Array = std::vector<PropertyListValue>;
 
-  /// Null: a value that memory can hold and no property list can.
+  /// Null, which cannot be encoded.
   PropertyListValue() noexcept = default;
 
   template <std::same_as<bool> Boolean>
@@ -60,7 +61,7 @@ class PropertyListValue {
   template <std::signed_integral Integer>
   PropertyListValue(Integer value) noexcept : value_(std::int64_t{value}) {}
 
-  /// An integer in the signed range is the same value whichever way it was given.
+  /// An integer in the signed range is the same value whichever constructor made it.
   template <std::unsigned_integral Integer>
     requires(!std::same_as<Integer, bool>)
   PropertyListValue(Integer value) noexcept {
@@ -77,7 +78,7 @@ class PropertyListValue {
   PropertyListValue(Text value) noexcept : value_(std::move(value)) {}
   PropertyListValue(Data value) noexcept : value_(std::move(value)) {}
 
-  /// A text with a copy of the characters.
+  /// Copies the characters into a text.
   template <std::convertible_to<std::string_view> Characters>
   PropertyListValue(const Characters& value) : value_(Text(value)) {}
 
@@ -85,8 +86,8 @@ class PropertyListValue {
   PropertyListValue(Array value);
   PropertyListValue(PropertyListDictionary value);
 
-  /// A collection without order, which only the binary format knows and no message has. Equal sets
-  /// here are those whose items also come in the same order.
+  /// A set, which only the binary format has, and no message. Two sets are equal only if their
+  /// items are in the same order.
   static PropertyListValue setOf(Array items);
 
   [[nodiscard]] bool isNull() const noexcept {
@@ -108,7 +109,7 @@ class PropertyListValue {
     return alternative<PropertyListUid>();
   }
 
-  // The pointers are null when the value is of another kind, and good while this value lives.
+  // The pointers are null when the value is of another kind. They are valid as long as this value.
   [[nodiscard]] const Text* text() const noexcept { return std::get_if<Text>(&value_); }
   [[nodiscard]] const Data* data() const noexcept { return std::get_if<Data>(&value_); }
   [[nodiscard]] const Array* array() const noexcept { return container<Array>(); }
@@ -120,8 +121,8 @@ class PropertyListValue {
     return container<PropertyListDictionary>();
   }
 
-  /// What a boolean read of the value gives: a boolean's own value, whether a number differs from
-  /// zero, and false for everything else.
+  /// The value read as a boolean: a boolean's own value, whether a number is not zero, and false
+  /// for everything else.
   [[nodiscard]] bool truthValue() const noexcept;
 
   friend bool operator==(const PropertyListValue& left, const PropertyListValue& right);
@@ -132,7 +133,7 @@ class PropertyListValue {
     friend bool operator==(const Set&, const Set&) = default;
   };
 
-  /// A container that copies share, and that is compared by what it holds.
+  /// A container that copies share, and that is compared by its contents.
   template <typename Container>
   struct Shared {
     std::shared_ptr<const Container> container;
@@ -159,7 +160,7 @@ class PropertyListValue {
       value_;
 };
 
-/// The key's value, or null when there is none. Good until the dictionary changes.
+/// The key's value, or null when there is none. Valid until the dictionary changes.
 [[nodiscard]] const PropertyListValue* valueForKey(const PropertyListDictionary& dictionary,
                                                    std::string_view key) noexcept;
 

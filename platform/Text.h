@@ -9,9 +9,10 @@
 
 namespace korvan {
 
-/// An immutable UTF-8 text that copies share. What is not UTF-8 can be held, but not encoded.
+/// An immutable UTF-8 text that copies share. It may hold bytes that are not UTF-8, but those
+/// cannot be encoded.
 ///
-/// Texts are equal when their bytes are, and ordered by their bytes.
+/// Texts are compared by their bytes.
 class Text {
  public:
   Text() noexcept = default;
@@ -23,7 +24,7 @@ class Text {
   /// Shares the bytes.
   explicit Text(Data utf8) noexcept : utf8_(std::move(utf8)) {}
 
-  /// Good while a copy of this text lives.
+  /// Valid as long as any copy of this text.
   [[nodiscard]] std::string_view view() const noexcept;
 
   friend bool operator==(const Text& left, const Text& right) noexcept {
@@ -33,7 +34,7 @@ class Text {
     return left.view() <=> right.view();
   }
 
-  // With anything that a text can be made of, without making it.
+  // Compare with anything that a text can be made from, without making it.
 
   template <std::convertible_to<std::string_view> Characters>
   friend bool operator==(const Text& left, const Characters& right) noexcept {

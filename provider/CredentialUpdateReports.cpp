@@ -10,7 +10,7 @@ namespace {
 
 namespace key = provider_message_key;
 
-/// The argument, which a report cannot do without.
+/// The argument, which must not be nil.
 template <typename Argument>
 const Argument& required(std::string_view name, const std::optional<Argument>& argument) {
   if (!argument) {

@@ -10,10 +10,10 @@
 
 namespace korvan {
 
-// From the platform's records to a message's values. A field of an object that is not there is not
-// there either; and a request never leaves a key out: what is not there is sent as an empty value.
+// From the platform's records to a message's values. A field of an absent object is absent too. A
+// request never leaves out a key: for an absent value it has an empty one.
 
-/// The object's field, or null when the object or the field is not there. Good while the object is.
+/// The object's field, or null when the object or the field is absent. Valid as long as the object.
 template <typename Object, typename Field>
 [[nodiscard]] const Field* fieldOf(const Object* object, std::optional<Field> Object::* field) {
   return object != nullptr && (object->*field) ? &*(object->*field) : nullptr;
@@ -27,12 +27,12 @@ template <typename Object, typename Field>
   return data != nullptr ? *data : Data();
 }
 
-/// The relying party's wish, or the platform's default.
+/// The relying party's preference, or the platform's default.
 [[nodiscard]] inline PropertyListValue preferenceOrPreferred(const std::string* preference) {
   return preference != nullptr ? Text(*preference) : UserVerificationPreferencePreferred;
 }
 
-/// The list's elements, in its order.
+/// The list's elements, in order.
 template <typename Element>
 [[nodiscard]] PropertyListValue arrayOrEmpty(const std::vector<Element>* list) {
   return list != nullptr ? PropertyListValue::Array(list->begin(), list->end())

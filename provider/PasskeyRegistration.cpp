@@ -16,8 +16,8 @@ namespace key = provider_message_key;
 using Identity = PasskeyCredentialIdentity;
 using Request = PasskeyCredentialRequest;
 
-/// The IDs of the request's excluded credentials, in its order; before macOS 15.0 the request has
-/// none to ask for.
+/// The IDs of the request's excluded credentials, in order. Before macOS 15.0 requests do not have
+/// them, and must not be asked.
 PropertyListValue::Array excludedCredentialIDs(const OperatingSystem& operatingSystem,
                                                const Request* request) {
   if (!operatingSystem.isAtLeast({.major = 15}) || request == nullptr) {

@@ -12,7 +12,7 @@ namespace key = provider_message_key;
 ExtensionErrorCode CredentialProviderViewController::extensionErrorCodeForResponse(
     const ProviderMessage& response) const {
   const auto errorCode = stringForKey(response, key::errorCode);
-  // A locked vault can only be opened by the user.
+  // Only the user can unlock a vault.
   if (errorCode == provider_error_code::vaultLocked ||
       errorCode == provider_error_code::userInteractionRequired) {
     return ExtensionErrorCode::userInteractionRequired;

@@ -62,7 +62,7 @@ LayoutAnchor anchor(const std::shared_ptr<View>& view, LayoutAttribute attribute
   return {.view = view, .attribute = attribute};
 }
 
-/// Centered, never closer to the sides than the margin, the message no wider than is good to read.
+/// Centered, no closer to the sides than the margin, and with a message narrow enough to read.
 std::array<LayoutConstraint, 5> constraintsFor(const std::shared_ptr<View>& stack,
                                                const std::shared_ptr<View>& view,
                                                const std::shared_ptr<View>& message) {

@@ -43,7 +43,7 @@ void addDemoCommand(CLI::App& app, int& exitStatus) {
       ->check(CLI::Range(std::size_t{1}, DemoStepCount).description(""));
   setHelpPage(command, DemoHelpPage);
   command.callback([&app, &exitStatus, step] {
-    // Who reads the story may go away; the hosts are ended all the same.
+    // The reader may go away; the hosts must be ended nevertheless.
     std::ignore = std::signal(SIGPIPE, SIG_IGN);
     exitStatus = runSupervised([&app, step](const std::filesystem::path& directory) {
       Narrator narrator = Narrator::toStandardOutput();

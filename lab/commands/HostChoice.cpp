@@ -13,7 +13,7 @@ namespace {
 
 int exitStatus(bool wentWell) { return wentWell ? EXIT_SUCCESS : EXIT_FAILURE; }
 
-/// Who reads the story may go away; the command goes on to its end all the same.
+/// The reader of the output may go away; the command must finish nevertheless.
 void outliveTheReader() { std::ignore = std::signal(SIGPIPE, SIG_IGN); }
 
 }  // namespace

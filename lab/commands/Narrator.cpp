@@ -24,7 +24,7 @@ std::string shown(const std::optional<Data>& data) {
 }
 
 std::string shown(const PropertyListSerialization& propertyLists, const RecordedFrame& frame) {
-  // What came from the host may hold what is not UTF-8.
+  // A host may send what is not UTF-8.
   return messageJson(propertyLists, frame.body)
       .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
@@ -41,7 +41,7 @@ std::string sentence(const Canceled& canceled) {
       .append(description ? ", \"" + *description + "\"" : ".");
 }
 
-/// One function an outcome.
+/// One function per outcome.
 struct OutcomeSentence {
   std::string operator()(const CompletedAssertion& completed) const {
     return "The extension completed the sign-in with the passkey " +

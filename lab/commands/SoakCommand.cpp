@@ -81,7 +81,7 @@ int run(const SoakOptions& options) {
       options.seed.empty() ? drawnSeed() : numberIn<std::uint64_t>(options.seed).value();
   const double seconds = numberIn<double>(options.minutes).value() * SecondsPerMinute;
   std::cout << "seed " << seed << '\n' << std::flush;
-  // Who reads the summary may go away; the hosts are ended all the same.
+  // The reader may go away; the hosts must be ended nevertheless.
   std::ignore = std::signal(SIGPIPE, SIG_IGN);
   return runSupervised([seed, seconds](const std::filesystem::path& directory) {
     return soak::runSoak(directory, seed, seconds);

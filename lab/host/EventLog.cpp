@@ -33,7 +33,7 @@ void EventLog::connection(const ConnectionReport& report) {
 }
 
 void EventLog::write(const Json& event) {
-  // What a client sent may not be UTF-8; the line is JSON all the same.
+  // A client may send what is not UTF-8; the line must be JSON nevertheless.
   const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace);
   const std::scoped_lock lock(mutex_);
   stream_ << line << '\n' << std::flush;

@@ -85,8 +85,8 @@ std::filesystem::path containerFor(const Options& options) {
   return *path;
 }
 
-/// Turns the signals that end a program into something to wait for. Called before there are
-/// threads, which inherit that the signals are blocked.
+/// A descriptor that becomes readable on a signal to end. Call it before there are threads, because
+/// they inherit the signal mask.
 Descriptor stopSignals() {
   sigset_t signals;
   sigemptyset(&signals);
@@ -117,7 +117,7 @@ void run(const Options& options) {
 
 int main(int argc, char** argv) {
   try {
-    // Whoever read the events may go away; the clients are served all the same.
+    // The reader of the events may go away; the clients must be served nevertheless.
     std::ignore = std::signal(SIGPIPE, SIG_IGN);
     CLI::App app;
     Options options;

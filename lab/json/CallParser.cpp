@@ -23,23 +23,23 @@ using AnyRequest = Controller::AnyRequest;
 constexpr std::string_view PasskeyClass = "ASPasskeyCredentialRequest";
 constexpr std::string_view PasswordClass = "ASPasswordCredentialRequest";
 
-// JSON text to a tree.
+// Parsing.
 
-/// The library's words without the names and positions that mean nothing to who wrote the line.
+/// The library's message without the names and positions that mean nothing to the user.
 std::string reasonOf(const Json::parse_error& error) {
   const std::string_view words = error.what();
   const std::size_t start = words.find("syntax error");
   return std::string(words.substr(start == std::string_view::npos ? 0 : start));
 }
 
-/// The number that is too large to be read, which the library's words have in quotes.
+/// The number that is too large, which the library's message has in quotes.
 std::string numberOf(const Json::out_of_range& error) {
   const std::string_view words = error.what();
   const std::size_t quote = words.find('\'');
   return std::string(words.substr(quote + 1, words.rfind('\'') - quote - 1));
 }
 
-/// Hears of every key while the library reads, which itself would keep the last of equal ones.
+/// Refuses a repeated key while the library parses; the library itself would keep the last value.
 class RepeatedKeys {
  public:
   bool operator()(int /*depth*/, Json::parse_event_t event, const Json& parsed) {
@@ -162,7 +162,7 @@ Call readRequestCall(const JsonFields& line) {
 
 Call readSilentRegistration(const JsonFields& line) {
   line.allowOnly({"entryPoint", "request"});
-  // The selector is declared for passkey requests only, so nothing else can be handed over.
+  // The platform declares this argument as a passkey request, so nothing else can be passed.
   return silentRegistrationCall(
       std::dynamic_pointer_cast<const PasskeyCredentialRequest>(readRequest(line)));
 }

@@ -20,8 +20,8 @@ class TooLarge : public std::length_error {
   TooLarge() : std::length_error("far more values than the message has bytes") {}
 };
 
-/// Writes values out one by one. A body can refer to one value from many places, and those places
-/// to each other, so that it stands for far more than it holds; that is not followed without end.
+/// Writes values one by one, up to a limit: repeated references can make a small body stand for a
+/// huge number of values.
 class Writer {
  public:
   explicit Writer(std::size_t bodySize) : left_(2 * bodySize + Grace) {}
@@ -36,7 +36,7 @@ class Writer {
   }
 
  private:
-  // With twice the body's size, enough for every message that repeats few references.
+  // Together with twice the body's size, enough for any message with few repeated references.
   static constexpr std::size_t Grace = 65'536;
 
   void spend(std::size_t size) {

@@ -43,7 +43,7 @@ OrderedJson jsonOf(const PasskeyRegistrationCredential& credential) {
           {"attestationObject", jsonOf(credential.attestationObject)}};
 }
 
-/// One function an outcome.
+/// One function per outcome.
 struct OutcomeJson {
   OrderedJson operator()(const CompletedAssertion& completed) const {
     return {{"outcome", "completedAssertion"}, {"credential", jsonOf(completed.credential)}};
@@ -85,7 +85,7 @@ double roundedToMicroseconds(double milliseconds) {
 }
 
 std::string textOf(const OrderedJson& json) {
-  // What came from the host may hold what is not UTF-8; the line is JSON all the same.
+  // A host may send what is not UTF-8; the line must be JSON nevertheless.
   return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
 }
 

@@ -12,18 +12,18 @@
 
 namespace korvan::lab::soak {
 
-/// What the host does with one request, and what is right for the extension to make of it.
+/// What the host does with one request, and the right outcomes.
 struct HostPart {
   HostScript script;
-  /// The right outcome where the extension takes the host's answer.
+  /// The right outcome if the extension accepts the host's answer.
   std::optional<Outcome> answered = std::nullopt;
-  /// Where it gets none that it can take: in which words it may say so. One, or where the kernel
-  /// may report the same in several ways, a few.
+  /// Otherwise the right error descriptions: one, or several where the kernel may report the same
+  /// failure in several ways.
   // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
   std::vector<std::string> failures = {};
 };
 
-/// A way in which hosts behave.
+/// A way for a host to behave.
 struct Behavior {
   using PartIn = HostPart (*)(const SoakRequest& request);
 
@@ -31,20 +31,20 @@ struct Behavior {
       : name(itsName), weight(itsWeight), partIn(part) {}
 
   std::string_view name;
-  /// How often it is chosen, out of all the weights' sum.
+  /// How often it is chosen, relative to the sum of all weights.
   unsigned weight;
   PartIn partIn;
 };
 
-/// All of them: those that answer, that answer what is no answer, that close, and that die.
+/// All of them: hosts that answer, that send invalid answers, that close, and that die.
 [[nodiscard]] std::span<const Behavior> behaviors() noexcept;
 
-/// The right outcomes of a request with which the host did its part. `isLaunched`: the extension
-/// had the host opened for it.
+/// The right outcomes of a request if the host did its part. `isLaunched`: the extension opened the
+/// host for it.
 [[nodiscard]] std::vector<Outcome> rightOutcomes(const SoakRequest& request, bool isLaunched);
 
-/// The right outcomes, besides those, of a request while which the host was down, came up or died:
-/// each way in which a connection that cannot be made or is cut is told.
+/// The other right outcomes of a request during which the host was down, started or died: every way
+/// to report a connection that fails or breaks.
 [[nodiscard]] std::vector<Outcome> outcomesOfOutage(const SoakRequest& request, bool isLaunched);
 
 }  // namespace korvan::lab::soak

@@ -10,50 +10,49 @@
 
 namespace korvan::lab::soak {
 
-/// One connection that the extension made for a request, or tried to.
+/// A connection that the extension made for a request, or tried to make.
 struct SoakAttempt {
-  /// A whole frame was sent, and its message is the request's.
+  /// A whole frame with the request was sent.
   bool isRequestSent = false;
-  /// Of what was sent.
+  /// The digest of what was sent.
   std::uint64_t digest = 0;
 };
 
-/// What was seen of one request on the extension's side. Times are of now().
+/// What was recorded of one request on the extension's side. Times are those of now().
 struct SoakEvidence {
   SoakRequest request;
   std::int64_t start = 0;
   std::int64_t end = 0;
-  /// The extension had the host opened.
+  /// The extension opened the host.
   bool isLaunched = false;
-  /// All that the system was told: one, if all is well.
+  /// All outcomes that the system was told. One, if all is well.
   std::vector<Outcome> outcomes;
   std::vector<SoakAttempt> attempts;
-  /// Something still held the request when its work was over.
+  /// Something still owned the request when its work was done.
   bool isKept = false;
 };
 
-/// The requests that went to one host application in one round, and what its hosts say they did.
+/// The requests to one host application in one round, and what its hosts logged.
 struct SoakRound {
-  /// A host served when the round began.
+  /// A host was serving when the round began.
   bool isUpAtStart = false;
   std::vector<SoakEvidence> requests;
   std::vector<SoakRecord> records;
 };
 
-/// The outcome in a few words, alike for outcomes that differ in their data only.
+/// The outcome in a few words, which are the same for outcomes that differ only in their data.
 [[nodiscard]] std::string kindOf(const Outcome& outcome);
 
-/// Whether a host served after these records, when it did before them.
+/// Whether a host was serving after these records.
 [[nodiscard]] bool isUpAfter(bool isUpBefore, const std::vector<SoakRecord>& records);
 
-/// What is wrong with a round, a sentence for each; none when all is well. In detail:
+/// A sentence for each thing that is wrong with a round. Checks that
 ///
-/// Every request had one outcome, and the right one. That is what rightOutcomes() says when the
-/// host served from the request's start to its end, and otherwise, when it died meanwhile or was
-/// not up yet, also what outcomesOfOutage() says.
-///
-/// Every request that the extension sent whole is in the hosts' log as received, except where the
-/// host does not read that far or was down; and every one in the log was sent, byte for byte.
+/// - every request had exactly one outcome, and a right one: one of rightOutcomes(), or also of
+///   outcomesOfOutage() if the host was not serving from the request's start to its end;
+/// - every request that the extension sent whole is in the hosts' log, unless the host did not read
+/// that
+///   far or was down, and every request in the log was sent, byte for byte.
 [[nodiscard]] std::vector<std::string> flawsOf(const SoakRound& round);
 
 }  // namespace korvan::lab::soak

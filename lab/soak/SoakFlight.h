@@ -9,10 +9,10 @@
 
 namespace korvan::lab::soak {
 
-/// One request in flight, with the services that are its own. Main thread.
+/// A request in flight, with its own services. Main thread.
 class SoakFlight {
  public:
-  /// Tells the site's host what its part is. Refers to the platform and the site, which outlive it.
+  /// Writes the script for the site's host. Refers to the platform and the site, which outlive it.
   SoakFlight(const SoakRequest& request, LabPlatform& platform, SoakSite& site);
   SoakFlight(const SoakFlight&) = delete;
   SoakFlight& operator=(const SoakFlight&) = delete;
@@ -21,10 +21,10 @@ class SoakFlight {
   /// Calls the entry point.
   void start();
 
-  /// True once all of the request's work is over; a notice that is up has then been answered.
+  /// True once all of the request's work is done, and the notice, if there was one, is answered.
   [[nodiscard]] bool isOver();
 
-  /// What was seen of the request, once it is over. To be called once, at its end.
+  /// What was recorded. Call it once, when the request is over.
   [[nodiscard]] SoakEvidence evidence();
 
  private:

@@ -11,7 +11,7 @@
 
 namespace korvan::lab::soak {
 
-/// What the system asks of the extension.
+/// A kind of request that the system makes.
 struct Ask {
   enum class Kind : std::uint8_t { assertion, registration, configuration, report };
 
@@ -22,9 +22,9 @@ struct Ask {
 
   std::string_view name;
   Kind kind;
-  /// The `type` of the message that the host gets.
+  /// The `type` of the message to the host.
   std::string_view messageType;
-  /// The call of the request of this number.
+  /// The call for the request with this number.
   CallFor call;
 };
 
@@ -39,19 +39,19 @@ struct SoakRequest {
   std::uint64_t number = 0;
   const Ask* ask = nullptr;
   const Behavior* behavior = nullptr;
-  /// With which the host refuses it, if it does.
+  /// The code of the refusal, if the host refuses it.
   std::string_view errorCode = "failed";
-  /// A host that dies of it comes back by itself, and not when the extension opens it.
+  /// If the host dies, it is restarted by itself, and not when the extension opens it.
   bool revives = false;
 };
 
-/// The relying party in the request of this number and in the answer to it.
+/// The relying party in the request with this number, and in the answer.
 [[nodiscard]] std::string relyingPartyOf(std::uint64_t number);
 
-/// The data of this name in the request of this number and in the answer to it.
+/// The data with this name in the request with this number, and in the answer.
 [[nodiscard]] Data dataOf(std::uint64_t number, std::string_view name);
 
-/// The requests of a soak, numbered from 0 on: the same for the same seed.
+/// The requests of a soak, numbered from 0 on. The same for the same seed.
 class SoakPlan {
  public:
   explicit SoakPlan(std::uint64_t seed) : random_(seed) {}

@@ -22,13 +22,13 @@ class SoakRunner {
   static constexpr std::size_t MaxInFlight = 32;
   static constexpr std::size_t SiteCount = 4;
 
-  /// The hosts' files go into `directory`. Throws std::runtime_error when they cannot be made.
+  /// The hosts' files go into `directory`. Throws std::runtime_error when they cannot be created.
   SoakRunner(const std::filesystem::path& directory, std::uint64_t seed,
              const LabSettings& settings);
 
-  /// Makes requests until `end`, in now()'s time, and returns when all are over. Their
-  /// numbers go on from those of the last round. Gives what was wrong, a sentence for each, and
-  /// counts in `summary`.
+  /// Makes requests until `end`, in now()'s time, and returns when all are over. Numbering
+  /// continues from the last round. Counts in `summary`, and returns a sentence for each thing that
+  /// was wrong.
   [[nodiscard]] std::vector<std::string> runRound(std::int64_t end, SoakSummary& summary);
 
  private:

@@ -9,16 +9,16 @@
 
 namespace korvan::lab::soak {
 
-/// A host application of its own with its container, and what its hosts do in the course of time.
+/// A host application with its own container, and the log of its hosts.
 struct SoakSite {
-  /// Makes the directory, with a copy in it of the misbehaving host that is built with the lab.
-  /// Throws std::filesystem::filesystem_error when it cannot, and std::runtime_error, naming the
-  /// places, when the host is neither beside the lab's own program nor in the folder of the build.
+  /// Creates the directory, with a copy of the misbehaving host that was built with the lab.
+  /// Throws std::filesystem::filesystem_error on failure, and std::runtime_error that names the
+  /// places when the host is neither beside the lab's own program nor in the folder of the build.
   explicit SoakSite(const std::filesystem::path& directory);
 
-  /// Where the host is told what to do with the request of this number.
+  /// The host's script for the request with this number.
   [[nodiscard]] std::filesystem::path scriptOf(std::uint64_t number) const;
-  /// And with the requests of clients that give no number.
+  /// The host's script for clients without a number.
   [[nodiscard]] std::filesystem::path scriptOfAny() const;
 
   std::filesystem::path program;

@@ -9,12 +9,12 @@
 
 namespace korvan::lab::soak {
 
-/// How many requests there were of what sort.
+/// Counts requests by kind.
 class SoakSummary {
  public:
   void count(const SoakRound& round);
 
-  /// Writes tables for people.
+  /// Prints tables for people.
   void print(std::ostream& stream, double seconds) const;
 
  private:

@@ -19,7 +19,7 @@ using Time = std::chrono::steady_clock::time_point;
 
 Time now() { return std::chrono::steady_clock::now(); }
 
-/// What belongs to one request, and the services that refer to it.
+/// The objects of one request, and the services that refer to them.
 struct Session {
   Session(LabPlatform& platform, NoticeMode noticeMode, bool listens)
       : screen(makeScreen(noticeMode)),
@@ -44,7 +44,7 @@ struct Session {
 
 using End = LabExtensionContext::End;
 
-/// The outcome of an entry point that has nothing more to wait for but a user.
+/// The outcome of an entry point whose work is done, after the user has answered the notice.
 End endOfRequest(Session& session, const CountedQueues& queues) {
   bool noticeShown = false;
   Time shown = {};

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::string_view ReturnKey = "\r";
 
-/// Nobody sees it.
+/// Not shown to anybody.
 class HeadlessScreen final : public Screen {
  public:
   explicit HeadlessScreen(bool pressesReturn) : pressesReturn_(pressesReturn) {}

@@ -57,7 +57,7 @@ fs::path withoutTrailingSlash(fs::path path) {
 
 std::optional<fs::path> absolutePath(const std::string& path) {
   std::error_code error;
-  // With a slash at its end, a link would be followed where it is to be refused.
+  // With a trailing slash a symbolic link would be followed instead of refused.
   const fs::path absolute = withoutTrailingSlash(fs::absolute(path, error));
   return error ? std::nullopt : std::optional(absolute);
 }
@@ -67,7 +67,7 @@ bool isFileName(std::string_view name) {
          !name.contains('\0');
 }
 
-/// False when there is nothing at `path` afterwards. What there is may be no directory.
+/// Creates the directory if there is nothing at `path`. False if there is still nothing.
 bool makeDirectory(const fs::path& path) {
   if (::mkdir(path.c_str(), OwnerOnly) == 0 || errno == EEXIST) {
     return true;
@@ -76,7 +76,7 @@ bool makeDirectory(const fs::path& path) {
          (::mkdir(path.c_str(), OwnerOnly) == 0 || errno == EEXIST);
 }
 
-/// The status of what is at `path`: a directory made now, when there was nothing.
+/// The status of what is at `path`, after creating a directory if there was nothing.
 std::optional<struct stat> statusOfDirectoryAt(const fs::path& path) {
   struct stat status{};
   if (::lstat(path.c_str(), &status) == 0 ||

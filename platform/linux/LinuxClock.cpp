@@ -30,7 +30,7 @@ double LinuxClock::systemUptime() const {
 }
 
 void LinuxClock::usleep(std::uint32_t microseconds) const {
-  // Until a point in time, so that the time between a signal and the next call is not slept twice.
+  // Until a point in time, so that signals do not prolong the sleep.
   const timespec end = after(now(), microseconds * NanosecondsPerMicrosecond);
   while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
   }

@@ -20,9 +20,9 @@ class LinuxQueues final : public Queues {
   LinuxQueues(const LinuxQueues&) = delete;
   LinuxQueues& operator=(const LinuxQueues&) = delete;
 
-  /// Waits until all background work has run. On the main thread, and when no background work is
-  /// left that calls syncMain(), which could then not return, or asyncBackground(). Main-thread
-  /// work stays with the context.
+  /// Waits until all background work has run. Main thread. No remaining background work may call
+  /// syncMain(), which could not return, or asyncBackground(). Main-thread work stays with the
+  /// context.
   ~LinuxQueues() override;
 
   /// Work runs in iterations of the context at G_PRIORITY_DEFAULT, in order of submission, never
@@ -31,11 +31,11 @@ class LinuxQueues final : public Queues {
 
   void syncMain(const std::function<void()>& work) const override;
 
-  /// As many threads run as there is work. Linux has no quality-of-service class: they run with the
-  /// ordinary priority.
+  /// Each piece of work has a thread. Linux has no quality-of-service classes: threads have normal
+  /// priority.
   ///
-  /// When the system refuses a new thread, the work waits for the next thread that is done or that
-  /// can be had: a new attempt is made every 100 ms in the main context.
+  /// When the system refuses a new thread, the work waits for the next thread that becomes free or
+  /// can be created: the main context retries every 100 ms.
   void asyncBackground(std::function<void()> work) const override;
 
  private:
@@ -43,8 +43,8 @@ class LinuxQueues final : public Queues {
 
   GMainContext* const mainContext_;
   GThreadPool* backgroundPool_;
-  /// Background work that has not yet been run and released: none when the destructor has waited,
-  /// which tools that watch threads see only from this.
+  /// Background work that has not yet been run and released. The destructor waits for 0, which
+  /// tools that watch threads can follow only here.
   mutable std::atomic<std::size_t> unfinished_ = 0;
 };
 

@@ -88,8 +88,8 @@ std::optional<fs::path> executableOfDesktopEntry(const std::string& identifier) 
   return path ? std::optional<fs::path>(path.get()) : std::nullopt;
 }
 
-/// Starts the program as a child of a process that ends at once: the program then belongs to init
-/// or the session's reaper, and never becomes a zombie of ours.
+/// Starts the program as a child of a process that ends at once, so that init or the session's
+/// reaper adopts it, and it never becomes a zombie of this process.
 bool start(const HostExecutable& host, std::string argument) {
   const SpawnSettings settings;
   std::string path = host.path;

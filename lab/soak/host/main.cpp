@@ -1,8 +1,8 @@
 // A host application that answers, refuses, stalls, lies and dies, as it is told.
 //
-// It takes no options, so that it can be opened by the extension's URL: what it needs lies beside
-// its program, its log in "log", the app group's container in "container", and in "scripts" what to
-// do with each request: a file named by its number, or "any" for clients that have none.
+// It takes no options, because the extension opens it with a URL. Beside its program are its log
+// "log", the app group's container "container", and the folder "scripts", which says what to do
+// with each request: a file named by its number, or "any" for clients without one.
 
 #include <algorithm>
 #include <cerrno>

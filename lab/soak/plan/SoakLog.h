@@ -11,13 +11,13 @@
 
 namespace korvan::lab::soak {
 
-/// Nanoseconds of the monotonic clock, which all processes share.
+/// The monotonic clock in nanoseconds, the same in all processes.
 [[nodiscard]] std::int64_t now() noexcept;
 
-/// Tells frames apart: 64-bit FNV-1a (http://www.isthe.com/chongo/tech/comp/fnv/).
+/// A hash to tell frames apart: 64-bit FNV-1a (http://www.isthe.com/chongo/tech/comp/fnv/).
 [[nodiscard]] std::uint64_t digestOf(std::span<const std::uint8_t> frame) noexcept;
 
-/// One thing that the misbehaving host did.
+/// An event of the misbehaving host.
 struct SoakRecord {
   enum class Event : std::uint32_t {
     ready,     ///< it serves clients from now on
@@ -26,24 +26,23 @@ struct SoakRecord {
   };
 
   Event event = Event::ready;
-  /// Which attempt of the request, from 1 on.
+  /// The attempt at the request, from 1 on.
   std::uint32_t attempt = 0;
   std::uint64_t number = 0;
-  /// Of the request's frame, with its prefix.
+  /// The digest of the request's frame, including its prefix.
   std::uint64_t digest = 0;
   std::int64_t time = now();
 };
 
-/// The file in which a host, however often it is started, says what it did.
+/// The file in which a host logs what it does, across restarts.
 ///
-/// Records are of one size that divides a page's, so that SIGKILL leaves whole ones only; what is
-/// written stays when the process ends.
+/// All records have the same size, which divides a page, so that SIGKILL leaves only whole ones.
 class SoakLog {
  public:
-  /// Makes the file when it is not there. Throws std::system_error when it cannot.
+  /// Creates the file when missing. Throws std::system_error on failure.
   explicit SoakLog(const std::filesystem::path& file);
 
-  /// From any thread.
+  /// Thread-safe.
   void write(const SoakRecord& record) const;
 
  private:
@@ -55,7 +54,7 @@ class SoakLogReader {
  public:
   explicit SoakLogReader(std::filesystem::path file) : file_(std::move(file)) {}
 
-  /// The records since the last call.
+  /// The records written since the last call.
   [[nodiscard]] std::vector<SoakRecord> next();
 
  private:

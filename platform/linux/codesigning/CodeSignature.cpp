@@ -30,7 +30,7 @@ using Certificates = std::unique_ptr<STACK_OF(X509), FreeWith<freeCertificates>>
 using Store = std::unique_ptr<X509_STORE, FreeWith<X509_STORE_free>>;
 using StoreContext = std::unique_ptr<X509_STORE_CTX, FreeWith<X509_STORE_CTX_free>>;
 
-/// Leaves the thread's queue of OpenSSL errors as it was.
+/// Restores the thread's queue of OpenSSL errors.
 class QuietErrors {
  public:
   QuietErrors() { ERR_set_mark(); }
@@ -39,7 +39,7 @@ class QuietErrors {
   ~QuietErrors() { ERR_pop_to_mark(); }
 };
 
-/// The signature's structure: detached, with nothing after it; else null.
+/// Parses a detached signature with nothing after it, or returns null.
 ContentInfo parseSignature(std::span<const std::uint8_t> signature) {
   const unsigned char* next = signature.data();
   ContentInfo content(d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(signature.size())));
@@ -50,7 +50,7 @@ ContentInfo parseSignature(std::span<const std::uint8_t> signature) {
   return content;
 }
 
-/// The one signer, or null when there are none or several, or it is not signed data at all.
+/// The signer, or null unless there is exactly one.
 CMS_SignerInfo* onlySigner(CMS_ContentInfo* content) {
   STACK_OF(CMS_SignerInfo)* const signers = CMS_get0_SignerInfos(content);
   return sk_CMS_SignerInfo_num(signers) == 1 ? sk_CMS_SignerInfo_value(signers, 0) : nullptr;
@@ -65,15 +65,14 @@ bool hasStrongDigest(CMS_SignerInfo* signer) {
   return std::ranges::find(StrongDigests, OBJ_obj2nid(algorithm)) != StrongDigests.end();
 }
 
-/// Whether the signature is the signer's over the bytes of the open file; the signer itself is not
-/// looked at.
+/// Whether the signature matches the open file. Does not check the signer.
 bool isSignatureOf(CMS_ContentInfo* content, int descriptor) {
   const Stream program(BIO_new_fd(descriptor, BIO_NOCLOSE));
   return program && CMS_verify(content, nullptr, nullptr, program.get(), nullptr,
                                CMS_BINARY | CMS_DETACHED | CMS_NO_SIGNER_CERT_VERIFY) == 1;
 }
 
-/// A certificate that does not limit its uses may be used for this one.
+/// True also for a certificate that does not restrict its uses.
 bool maySignCode(X509* certificate) {
   return (X509_get_key_usage(certificate) & KU_DIGITAL_SIGNATURE) != 0 &&
          (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) != 0;
@@ -98,7 +97,7 @@ int chainError(X509* certificate, STACK_OF(X509) * others, X509& trustAnchor) {
     return X509_V_ERR_OUT_OF_MEM;
   }
   X509_VERIFY_PARAM_set_auth_level(X509_STORE_CTX_get0_param(context.get()), SecurityLevel);
-  // Whoever issued the trust anchor has no say in whether it is trusted.
+  // The trust anchor is trusted whoever issued it.
   X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_PARTIAL_CHAIN);
   return X509_verify_cert(context.get()) == 1 ? X509_V_OK : X509_STORE_CTX_get_error(context.get());
 }

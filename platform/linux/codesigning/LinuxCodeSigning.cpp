@@ -140,7 +140,7 @@ std::expected<std::vector<std::uint8_t>, OSStatus> readSignature(const std::stri
   return std::unexpected(CodeSignatureFailed);
 }
 
-/// Gives no password. Without it, OpenSSL asks for one at the terminal.
+/// Returns no password. Without this OpenSSL asks for one on the terminal.
 int refusePassword(char* /*buffer*/, int /*size*/, int /*writing*/, void* /*data*/) { return -1; }
 
 X509* onlyCertificateIn(std::string_view pem) {
