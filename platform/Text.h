@@ -25,7 +25,9 @@ class Text {
   explicit Text(Data utf8) noexcept : utf8_(std::move(utf8)) {}
 
   /// Valid as long as any copy of this text.
-  [[nodiscard]] std::string_view view() const noexcept;
+  [[nodiscard]] std::string_view view() const noexcept {
+    return {reinterpret_cast<const char*>(utf8_.bytes().data()), utf8_.size()};
+  }
 
   friend bool operator==(const Text& left, const Text& right) noexcept {
     return left.view() == right.view();

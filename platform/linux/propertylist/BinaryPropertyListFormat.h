@@ -18,6 +18,11 @@ inline constexpr std::size_t NameSize = 6;
 /// Five unused bytes, a sort version, the widths of an offset and of a reference, one byte each;
 /// then eight bytes each: the number of objects, the top object, the offset table's offset.
 inline constexpr std::size_t TrailerSize = 32;
+inline constexpr std::size_t OffsetWidthPlace = 6;
+inline constexpr std::size_t ReferenceWidthPlace = 7;
+inline constexpr std::size_t CountPlace = 8;
+inline constexpr std::size_t TopPlace = 16;
+inline constexpr std::size_t TableOffsetPlace = 24;
 
 /// A count in the low half of the first byte is below this; this itself says that an integer object
 /// with the count follows.

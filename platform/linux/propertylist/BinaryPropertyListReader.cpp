@@ -2,16 +2,18 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
-#include <functional>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <limits>
-#include <optional>
-#include <ranges>
-#include <span>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "platform/linux/propertylist/BinaryPropertyListFormat.h"
+#include "platform/linux/propertylist/PropertyListCharacters.h"
+#include "platform/linux/propertylist/PropertyListDamage.h"
 #include "platform/linux/propertylist/Unicode.h"
 
 namespace korvan {
@@ -25,541 +27,386 @@ constexpr std::size_t MaxWidth = sizeof(std::uint64_t);
   return std::to_string(count) + ' ' + std::string(thing) + (count == 1 ? "" : "s");
 }
 
-}  // namespace
-
-struct BinaryPropertyListReader::Key {
-  /// Where an ASCII key's bytes are, and how many.
-  std::size_t contents = 0;
-  std::size_t size = 0;
-  /// Of a converted key, the place in `stored_` plus one.
-  std::size_t stored = 0;
-  std::size_t valuePlace = 0;
-};
-
-bool BinaryPropertyListReader::recognizes(const Data& bytes) noexcept {
-  const std::string_view name = format::Magic.substr(0, format::NameSize);
-  return bytes.size() >= name.size() &&
-         std::memcmp(bytes.bytes().data(), name.data(), name.size()) == 0;
+[[noreturn, gnu::cold]] void throwDamage(std::size_t offset, std::string what) {
+  throw PropertyListDamage{.offset = offset, .what = std::move(what)};
 }
 
-std::expected<PropertyListValue, PropertyListError> BinaryPropertyListReader::read(
-    const Data& bytes) {
-  BinaryPropertyListReader reader(bytes);
-  if (reader.readTrailer()) {
-    constexpr std::size_t TopFromEnd = 16;
-    auto top = reader.readObject(bytes.size() - TopFromEnd, reader.top_);
-    if (!reader.hasFailed()) {
-      return top;
+void requireWidth(std::size_t offset, std::string_view kind, std::size_t width, bool isRight) {
+  if (!isRight) {
+    throwDamage(offset, std::string(kind) + " cannot be " + counted(width, "byte") + " wide");
+  }
+}
+
+/// Reads each container and each converted text once, and keeps it for the other references. Its
+/// functions throw PropertyListDamage.
+class BinaryReader {
+ public:
+  explicit BinaryReader(const Data& bytes) : bytes_(bytes), first_(bytes.bytes().data()) {
+    if (bytes.size() < format::Magic.size() + format::TrailerSize) {
+      throwDamage(bytes.size(), "it ends before its trailer is complete");
+    }
+    if (!viewOf(bytes).starts_with(format::Magic)) {
+      throwDamage(0, "it does not begin with \"bplist00\"");
+    }
+    readTrailer(bytes.size() - format::TrailerSize);
+  }
+
+  PropertyListValue readTop() {
+    const std::size_t referrer = bytes_.size() - format::TrailerSize + format::TopPlace;
+    return read(objectAt(referrer, MaxWidth), referrer);
+  }
+
+ private:
+  /// What is known of an object.
+  struct Object {
+    enum class State : std::uint8_t {
+      unread,
+      /// A container whose members are being read: a reference to it is a cycle.
+      open,
+      /// Read before, and cheaper to read again than to keep.
+      read,
+      kept,
+    };
+    State state = State::unread;
+    /// Containers inside one another from this one on; 0 when it is none.
+    std::uint16_t height = 0;
+    std::size_t offset = 0;
+    /// Of an object that is kept: the place of its value.
+    std::size_t keptPlace = 0;
+    /// The dictionary that had this object for a key last, and the key's value in it.
+    const Object* dictionary = nullptr;
+    PropertyListValue* valueInDictionary = nullptr;
+  };
+
+  /// What follows an object's first byte, and the integer object with its count if there is one.
+  struct Contents {
+    std::size_t offset = 0;
+    /// Bytes, units of UTF-16, references or pairs of references.
+    std::size_t count = 0;
+  };
+
+  void readTrailer(std::size_t trailer) {
+    offsetWidth_ = first_[trailer + format::OffsetWidthPlace];
+    referenceWidth_ = first_[trailer + format::ReferenceWidthPlace];
+    const std::uint64_t count = numberAt(trailer + format::CountPlace, MaxWidth);
+    const std::uint64_t tableOffset = numberAt(trailer + format::TableOffsetPlace, MaxWidth);
+    requireWidth(trailer + format::OffsetWidthPlace, "an offset", offsetWidth_,
+                 offsetWidth_ >= 1 && offsetWidth_ <= MaxWidth);
+    requireWidth(trailer + format::ReferenceWidthPlace, "a reference", referenceWidth_,
+                 referenceWidth_ >= 1 && referenceWidth_ <= MaxWidth);
+    if (tableOffset < format::Magic.size() || tableOffset > trailer) {
+      throwDamage(trailer + format::TableOffsetPlace,
+                  "the offset table cannot begin at " + std::to_string(tableOffset));
+    }
+    // By division, so that no count is too large to be checked.
+    const std::size_t tableSize = trailer - tableOffset;
+    if (tableSize % offsetWidth_ != 0 || count != tableSize / offsetWidth_) {
+      throwDamage(trailer + format::CountPlace, "the offset table's " + counted(tableSize, "byte") +
+                                                    " do not hold one offset each for " +
+                                                    counted(count, "object"));
+    }
+    tableOffset_ = tableOffset;
+    unclaimed_ = tableOffset_ - format::Magic.size();
+    objects_.resize(count);
+  }
+
+  /// The object that the `width` bytes at `referrer` refer to.
+  Object& objectAt(std::size_t referrer, std::size_t width) {
+    const std::uint64_t number = numberAt(referrer, width);
+    if (number >= objects_.size()) {
+      throwDamage(referrer, "there is no object " + std::to_string(number) + " among " +
+                                counted(objects_.size(), "object"));
+    }
+    Object& object = objects_[number];
+    if (object.state == Object::State::unread) {
+      const std::size_t place = tableOffset_ + (number * offsetWidth_);
+      object.offset = numberAt(place, offsetWidth_);
+      if (object.offset < format::Magic.size() || object.offset >= tableOffset_) {
+        throwDamage(place, "no object can be at byte " + std::to_string(object.offset));
+      }
+    }
+    return object;
+  }
+
+  /// The object, to which the bytes at `referrer` refer.
+  PropertyListValue read(Object& object, std::size_t referrer) {
+    if (object.state == Object::State::open) {
+      throwDamage(referrer,
+                  "the container at byte " + std::to_string(object.offset) + " is inside itself");
+    }
+    if (object.state == Object::State::kept) {
+      return kept_[object.keptPlace];
+    }
+    switch (first_[object.offset] & 0xF0) {
+      case format::IntegerMarker:
+        return readInteger(object);
+      case format::RealMarker:
+        return readReal(object);
+      case format::DateMarker & 0xF0:
+        return readDate(object);
+      case format::DataMarker:
+        return readData(object);
+      case format::AsciiMarker:
+        return readAscii(object);
+      case format::Utf16Marker:
+        return readUtf16(object);
+      case format::UidMarker:
+        return readUid(object);
+      case format::ArrayMarker:
+        return keep(object, readItems(object));
+      case format::SetMarker:
+        return keep(object, PropertyListValue::setOf(readItems(object)));
+      case format::DictionaryMarker:
+        return keep(object, readDictionary(object));
+      default:
+        return readSingleByte(object);
     }
   }
-  return std::unexpected(PropertyListError{std::move(reader.error_)});
-}
 
-BinaryPropertyListReader::BinaryPropertyListReader(const Data& bytes) noexcept
-    : bytes_(bytes), first_(bytes.bytes().data()) {}
+  PropertyListValue keep(Object& object, PropertyListValue value) {
+    // Nothing is read after the outermost container that could refer to it.
+    if (nesting_ > 0) {
+      object.state = Object::State::kept;
+      object.keptPlace = kept_.size();
+      kept_.push_back(value);
+    }
+    return value;
+  }
 
-bool BinaryPropertyListReader::readTrailer() {
-  constexpr std::size_t LeastSize = format::Magic.size() + format::TrailerSize;
-  if (bytes_.size() < LeastSize) {
-    return fail(bytes_.size(), "it ends before its trailer is complete");
+  PropertyListValue readSingleByte(Object& object) {
+    claim(object, object.offset + 1, 0);
+    switch (const std::uint8_t byte = first_[object.offset]) {
+      case format::NullMarker:
+        return {};
+      case format::FalseMarker:
+        return false;
+      case format::TrueMarker:
+        return true;
+      default:
+        throwDamage(object.offset,
+                    "no kind of object begins with the byte " + std::to_string(byte));
+    }
   }
-  if (viewAt(0, format::Magic.size()) != format::Magic) {
-    return fail(0, "it does not begin with \"bplist00\"");
-  }
-  const std::size_t trailer = bytes_.size() - format::TrailerSize;
-  offsetWidth_ = first_[trailer + 6];
-  referenceWidth_ = first_[trailer + 7];
-  objectCount_ = wordAt(trailer + 8);
-  top_ = wordAt(trailer + 16);
-  const std::uint64_t tableOffset = wordAt(trailer + 24);
-  if (offsetWidth_ < 1 || offsetWidth_ > MaxWidth) {
-    return fail(trailer + 6, "an offset cannot be " + counted(offsetWidth_, "byte") + " wide");
-  }
-  if (referenceWidth_ < 1 || referenceWidth_ > MaxWidth) {
-    return fail(trailer + 7, "a reference cannot be " + counted(referenceWidth_, "byte") + " wide");
-  }
-  if (tableOffset < format::Magic.size() || tableOffset > trailer) {
-    return fail(trailer + 24, "the offset table cannot begin at " + std::to_string(tableOffset));
-  }
-  tableOffset_ = tableOffset;
-  // By division, so that no count is too large to be checked.
-  const std::size_t tableSize = trailer - tableOffset_;
-  if (tableSize % offsetWidth_ != 0 || objectCount_ != tableSize / offsetWidth_) {
-    return fail(trailer + 8, "the offset table's " + counted(tableSize, "byte") +
-                                 " do not hold one offset each for " +
-                                 counted(objectCount_, "object"));
-  }
-  if (objectCount_ >= std::numeric_limits<std::uint32_t>::max() - FirstStored) {
-    return fail(trailer + 8, counted(objectCount_, "object") + " are more than can be read");
-  }
-  unclaimed_ = tableOffset_ - format::Magic.size();
-  progress_.resize(objectCount_);
-  return true;
-}
 
-// All that it takes to read a key or a small value is compiled into one piece. Containers stay out
-// of it: each that is inside another takes a frame of the stack.
-[[gnu::flatten]] PropertyListValue BinaryPropertyListReader::readObject(std::size_t referrer,
-                                                                        std::uint64_t index) {
-  Object object;
-  if (!locate(referrer, index, object)) {
-    return {};
-  }
-  const std::uint32_t state = progress_[object.index].state;
-  if (state == Unread || state == Leaf) {
-    return readNew(object);
-  }
-  if (state == Open) {
-    failForCycle(referrer, object);
-    return {};
-  }
-  const Stored& stored = stored_[state - FirstStored];
-  tallest_ = std::max(tallest_, stored.height);
-  return stored.value;
-}
-
-PropertyListValue BinaryPropertyListReader::readNew(Object& object) {
-  switch (object.marker) {
-    case format::IntegerMarker:
-      return readInteger(object);
-    case format::RealMarker:
-      return readReal(object);
-    case format::DateMarker & 0xF0:
-      return readDate(object);
-    case format::DataMarker:
-      return readData(object);
-    case format::AsciiMarker:
-    case format::Utf16Marker:
-      return readText(object);
-    case format::UidMarker:
-      return readUid(object);
-    case format::ArrayMarker:
-    case format::SetMarker:
-      return readItems(object);
-    case format::DictionaryMarker:
-      return readDictionary(object);
-    default:
-      return readSingleByte(object);
-  }
-}
-
-PropertyListValue BinaryPropertyListReader::readSingleByte(const Object& object) {
-  claim(object, 0);
-  const auto byte = static_cast<std::uint8_t>(object.marker | object.detail);
-  if (byte == format::FalseMarker || byte == format::TrueMarker) {
-    return byte == format::TrueMarker;
-  }
-  if (byte != format::NullMarker) {
-    fail(object.offset, "no kind of object begins with the byte " + std::to_string(byte));
-  }
-  return {};
-}
-
-PropertyListValue BinaryPropertyListReader::readInteger(const Object& object) {
-  constexpr std::uint8_t LargestDetail = 4;
-  const std::size_t width = std::size_t{1} << object.detail;
-  if (object.detail > LargestDetail) {
-    failForWidth(object, "an integer", width);
-    return {};
-  }
-  if (!claim(object, width)) {
-    return {};
-  }
-  if (width < MaxWidth) {
-    return numberAt(object.contents, width);
-  }
-  const auto number = static_cast<std::int64_t>(wordAt(object.contents));
-  return width == MaxWidth ? PropertyListValue(number) : readWideInteger(object);
-}
-
-PropertyListValue BinaryPropertyListReader::readWideInteger(const Object& object) {
-  const std::uint64_t high = wordAt(object.contents);
-  const std::uint64_t low = wordAt(object.contents + MaxWidth);
-  const auto negative = static_cast<std::int64_t>(low);
-  if (high == 0) {
+  PropertyListValue readInteger(Object& object) {
+    const std::size_t width = std::size_t{1} << detailOf(object);
+    claimFixed(object, "an integer", width, width <= 2 * MaxWidth);
+    const std::size_t contents = object.offset + 1;
+    if (width < MaxWidth) {
+      return numberAt(contents, width);
+    }
+    const std::uint64_t low = numberAt(contents + width - MaxWidth, MaxWidth);
+    const auto number = static_cast<std::int64_t>(low);
+    const std::uint64_t high = numberAt(contents, MaxWidth);
+    const bool isNegative = high == std::numeric_limits<std::uint64_t>::max() && number < 0;
+    if (width == MaxWidth || isNegative) {
+      return number;
+    }
+    if (high != 0) {
+      throwDamage(object.offset, "an integer does not fit in 64 bits");
+    }
     return low;
   }
-  if (high != std::numeric_limits<std::uint64_t>::max() || negative >= 0) {
-    fail(object.offset, "an integer does not fit in 64 bits");
-  }
-  return negative;
-}
 
-PropertyListValue BinaryPropertyListReader::readReal(const Object& object) {
-  const std::size_t width = std::size_t{1} << object.detail;
-  if (width != sizeof(float) && width != sizeof(double)) {
-    failForWidth(object, "a real number", width);
-    return {};
+  PropertyListValue readReal(Object& object) {
+    const std::size_t width = std::size_t{1} << detailOf(object);
+    claimFixed(object, "a real number", width, width == sizeof(float) || width == sizeof(double));
+    const std::uint64_t bits = numberAt(object.offset + 1, width);
+    return width == sizeof(double) ? std::bit_cast<double>(bits)
+                                   : double{std::bit_cast<float>(static_cast<std::uint32_t>(bits))};
   }
-  if (!claim(object, width)) {
-    return {};
-  }
-  const std::uint64_t bits = numberAt(object.contents, width);
-  return width == sizeof(double) ? std::bit_cast<double>(bits)
-                                 : double{std::bit_cast<float>(static_cast<std::uint32_t>(bits))};
-}
 
-PropertyListValue BinaryPropertyListReader::readDate(const Object& object) {
-  const std::size_t width = std::size_t{1} << object.detail;
-  if (width != sizeof(double)) {
-    failForWidth(object, "a date", width);
-    return {};
+  PropertyListValue readDate(Object& object) {
+    const std::size_t width = std::size_t{1} << detailOf(object);
+    claimFixed(object, "a date", width, width == sizeof(double));
+    return PropertyListDate{std::bit_cast<double>(numberAt(object.offset + 1, width))};
   }
-  if (!claim(object, width)) {
-    return {};
-  }
-  return PropertyListDate{std::bit_cast<double>(numberAt(object.contents, width))};
-}
 
-PropertyListValue BinaryPropertyListReader::readUid(const Object& object) {
-  const std::size_t width = std::size_t{object.detail} + 1;
-  if (width > MaxWidth) {
-    failForWidth(object, "a UID", width);
-    return {};
+  PropertyListValue readUid(Object& object) {
+    const std::size_t width = detailOf(object) + 1;
+    claimFixed(object, "a UID", width, width <= MaxWidth);
+    return PropertyListUid{numberAt(object.offset + 1, width)};
   }
-  if (!claim(object, width)) {
-    return {};
-  }
-  return PropertyListUid{numberAt(object.contents, width)};
-}
 
-PropertyListValue BinaryPropertyListReader::readData(Object& object) {
-  if (!claimCounted(object, 1)) {
-    return {};
+  PropertyListValue readData(Object& object) {
+    const Contents contents = claimCounted(object, 1);
+    return bytes_.slice(contents.offset, contents.count);
   }
-  return bytes_.slice(object.contents, object.count);
-}
 
-PropertyListValue BinaryPropertyListReader::readText(Object& object) {
-  if (object.marker == format::Utf16Marker) {
-    return readUtf16(object);
-  }
-  if (!openAscii(object)) {
-    return {};
-  }
-  return Text(bytes_.slice(object.contents, object.count));
-}
-
-bool BinaryPropertyListReader::openAscii(Object& object) {
-  const bool isNew = progress_[object.index].state == Unread;
-  if (!claimCounted(object, 1)) {
-    return false;
-  }
-  if (isNew && !unicode::isAscii(viewAt(object.contents, object.count))) {
-    return fail(object.offset, "an ASCII string holds a byte above 127");
-  }
-  return true;
-}
-
-[[gnu::noinline]] PropertyListValue BinaryPropertyListReader::readUtf16(Object& object) {
-  const std::uint32_t state = progress_[object.index].state;
-  if (state >= FirstStored) {
-    return stored_[state - FirstStored].value;
-  }
-  if (!claimCounted(object, 2)) {
-    return {};
-  }
-  const auto utf16 = bytes_.bytes().subspan(object.contents, 2 * object.count);
-  std::size_t size = 0;
-  for (auto rest = utf16; !rest.empty();) {
-    const auto codePoint = unicode::takeUtf16(rest);
-    if (!codePoint) {
-      fail(object.contents + (utf16.size() - rest.size()),
-           "a UTF-16 string holds half a surrogate pair");
-      return {};
+  Text readAscii(Object& object) {
+    const bool isNew = object.state == Object::State::unread;
+    const Contents contents = claimCounted(object, 1);
+    if (isNew && !isAscii(viewOf(bytes_).substr(contents.offset, contents.count))) {
+      throwDamage(object.offset, "an ASCII string holds a byte above 127");
     }
-    size += unicode::utf8SizeOf(*codePoint);
+    return Text(bytes_.slice(contents.offset, contents.count));
   }
-  std::vector<std::uint8_t> utf8(size);
-  std::uint8_t* next = utf8.data();
-  for (auto rest = utf16; !rest.empty();) {
-    unicode::putUtf8(next, unicode::takeUtf16(rest).value_or(0));
-  }
-  const PropertyListValue text = Text(std::move(utf8));
-  store(object, text, 0);
-  return text;
-}
 
-[[gnu::noinline]] PropertyListValue BinaryPropertyListReader::readItems(Object& object) {
-  const std::size_t outerTallest = std::exchange(tallest_, 0);
-  if (!open(object, referenceWidth_)) {
-    return {};
+  PropertyListValue readUtf16(Object& object) {
+    const Contents contents = claimCounted(object, 2);
+    const auto utf16 = bytes_.bytes().subspan(contents.offset, 2 * contents.count);
+    const auto [utf8, size] = utf8OfUtf16(utf16, std::endian::big);
+    if (size < utf16.size()) {
+      throwDamage(contents.offset + size, "a UTF-16 string holds half a surrogate pair");
+    }
+    return keep(object, utf8);
   }
-  PropertyListValue::Array items;
-  items.reserve(object.count);
-  for (std::size_t place = 0; place < object.count && !hasFailed(); ++place) {
-    items.push_back(readObject(referrerAt(object, place), referenceAt(object, place)));
-  }
-  return close(object, outerTallest,
-               object.marker == format::SetMarker ? PropertyListValue::setOf(std::move(items))
-                                                  : PropertyListValue(std::move(items)));
-}
 
-[[gnu::noinline]] PropertyListValue BinaryPropertyListReader::readDictionary(Object& object) {
-  const std::size_t outerTallest = std::exchange(tallest_, 0);
-  if (!open(object, 2 * referenceWidth_)) {
-    return {};
+  /// The items of an array or a set.
+  PropertyListValue::Array readItems(Object& container) {
+    const Contents contents = enterContainer(container, 1);
+    PropertyListValue::Array items;
+    items.reserve(contents.count);
+    for (std::size_t index = 0; index < contents.count; ++index) {
+      items.push_back(readMember(container, contents.offset + (index * referenceWidth_)));
+    }
+    leaveContainer(container);
+    return items;
   }
-  std::pmr::vector<Key> keys(&memory_);
-  readKeys(object, keys);
-  PropertyListDictionary dictionary;
-  for (auto key = keys.begin(); key != keys.end() && !hasFailed(); ++key) {
-    const std::size_t place = object.count + key->valuePlace;
-    dictionary.emplace_hint(dictionary.end(), textOf(*key),
-                            readObject(referrerAt(object, place), referenceAt(object, place)));
-  }
-  return close(object, outerTallest, std::move(dictionary));
-}
 
-void BinaryPropertyListReader::readKeys(const Object& dictionary, std::pmr::vector<Key>& keys) {
-  keys.reserve(dictionary.count);
-  for (std::size_t place = 0; place < dictionary.count && !hasFailed(); ++place) {
-    readKey(dictionary, place, keys);
+  PropertyListDictionary readDictionary(Object& container) {
+    const Contents contents = enterContainer(container, 2);
+    PropertyListDictionary dictionary;
+    for (std::size_t index = 0; index < contents.count; ++index) {
+      const std::size_t referrer = contents.offset + (index * referenceWidth_);
+      Object& key = objectAt(referrer, referenceWidth_);
+      // A thousand references to one long text must not take as many comparisons of it.
+      if (key.dictionary != &container) {
+        key.dictionary = &container;
+        key.valueInDictionary =
+            &dictionary.emplace_hint(dictionary.end(), readKey(key, referrer), 0)->second;
+      }
+      // Of a repeated key only the last value is read: the place of its reference stands for it.
+      *key.valueInDictionary = referrer + (contents.count * referenceWidth_);
+    }
+    for (auto& [key, value] : dictionary) {
+      value = readMember(container, static_cast<std::size_t>(*value.integer()));
+    }
+    leaveContainer(container);
+    return dictionary;
   }
-  const auto orderOf = [this](const Key& left, const Key& right) {
-    return viewOf(left) <=> viewOf(right);
-  };
-  const auto isOutOfOrder = [=](const Key& left, const Key& right) {
-    return orderOf(left, right) >= 0;
-  };
-  // As a writer that sorts them leaves them.
-  if (std::ranges::adjacent_find(keys, isOutOfOrder) == keys.end()) {
-    return;
-  }
-  // By text; keys with the same text in the order of their places.
-  const auto isBefore = [=](const Key& left, const Key& right) {
-    const auto order = orderOf(left, right);
-    return order < 0 || (order == 0 && left.valuePlace < right.valuePlace);
-  };
-  std::ranges::sort(keys, isBefore);
-  const auto isRepeat = [=](const Key& left, const Key& right) {
-    return orderOf(left, right) == 0;
-  };
-  // Of a run of equal keys the one to stay is the last, which is the first from behind.
-  const auto repeats = std::ranges::unique(std::views::reverse(keys), isRepeat);
-  keys.erase(keys.begin(), repeats.begin().base());
-}
 
-[[gnu::flatten]] void BinaryPropertyListReader::readKey(const Object& dictionary, std::size_t place,
-                                                        std::pmr::vector<Key>& keys) {
-  const std::size_t referrer = referrerAt(dictionary, place);
-  Object object;
-  if (!locate(referrer, referenceAt(dictionary, place), object)) {
-    return;
+  Text readKey(Object& key, std::size_t referrer) {
+    switch (first_[key.offset] & 0xF0) {
+      case format::AsciiMarker:
+        return readAscii(key);
+      case format::Utf16Marker:
+        return *read(key, referrer).text();
+      default:
+        throwDamage(referrer, "a dictionary's key is not a string");
+    }
   }
-  if (object.marker != format::AsciiMarker && object.marker != format::Utf16Marker) {
-    fail(referrer, "a dictionary's key is not a string");
-    return;
+
+  PropertyListValue readMember(Object& container, std::size_t referrer) {
+    Object& member = objectAt(referrer, referenceWidth_);
+    PropertyListValue value = read(member, referrer);
+    container.height = std::max(container.height, member.height);
+    return value;
   }
-  // A key that is referred to again is found by its number: a thousand references to one long key
-  // must not be sorted by comparing it a thousand times.
-  Progress& progress = progress_[object.index];
-  if (progress.keyOwner == dictionary.index + 1) {
-    keys[progress.keyPlace].valuePlace = place;
-    return;
+
+  /// The container's references, of which each member takes so many.
+  Contents enterContainer(Object& container, std::size_t references) {
+    checkPropertyListNesting(++nesting_, container.offset);
+    const Contents contents = claimCounted(container, references * referenceWidth_);
+    container.state = Object::State::open;
+    return contents;
   }
-  progress.keyOwner = static_cast<std::uint32_t>(dictionary.index + 1);
-  progress.keyPlace = static_cast<std::uint32_t>(keys.size());
-  Key& key = keys.emplace_back();
-  key.valuePlace = place;
-  if (object.marker == format::AsciiMarker) {
-    if (!openAscii(object)) {
+
+  void leaveContainer(Object& container) {
+    // A shared container may be read first where it is shallow: its own height adds up as well.
+    checkPropertyListNesting(++container.height, container.offset);
+    --nesting_;
+  }
+
+  /// Claims `width` bytes behind the object's first one, when objects of its kind can have them.
+  void claimFixed(Object& object, std::string_view kind, std::size_t width, bool isRight) {
+    requireWidth(object.offset, kind, width, isRight);
+    claim(object, object.offset + 1, width);
+  }
+
+  /// Reads an object's count, and claims as many times `unit` bytes.
+  Contents claimCounted(Object& object, std::size_t unit) {
+    Contents contents{.offset = object.offset + 1, .count = detailOf(object)};
+    if (contents.count == format::ExtendedCount) {
+      contents = readExtendedCount(object.offset + 1);
+    }
+    // A count above the number of bytes cannot be right, and below it no product can overflow.
+    claim(object, contents.offset,
+          contents.count <= bytes_.size() ? contents.count * unit : contents.count);
+    return contents;
+  }
+
+  [[nodiscard]] Contents readExtendedCount(std::size_t offset) const {
+    const std::size_t room = tableOffset_ - offset;
+    const std::size_t width = std::size_t{1} << (first_[offset] & 0x0F);
+    if (room == 0 || (first_[offset] & 0xF0) != format::IntegerMarker || width > MaxWidth) {
+      throwDamage(offset, "a count is not an integer of at most 8 bytes");
+    }
+    if (room - 1 < width) {
+      throwDamage(offset, "a count is cut off by the offset table");
+    }
+    return {.offset = offset + 1 + width, .count = numberAt(offset + 1, width)};
+  }
+
+  /// Checks that `size` bytes of contents exist, and the first time also that the object leaves
+  /// enough bytes for those read before, which is so when no two overlap.
+  void claim(Object& object, std::size_t contents, std::size_t size) {
+    const std::size_t room = tableOffset_ - contents;
+    if (size > room) {
+      throwDamage(object.offset, "contents of " + counted(size, "byte") + " do not fit in the " +
+                                     counted(room, "byte") + " before the offset table");
+    }
+    if (object.state != Object::State::unread) {
       return;
     }
-    key.contents = object.contents;
-    key.size = object.count;
-  } else {
-    readUtf16(object);
-    if (hasFailed()) {
-      return;
+    const std::size_t wholeSize = contents - object.offset + size;
+    if (wholeSize > unclaimed_) {
+      throwDamage(object.offset, "objects overlap");
     }
-    key.stored = progress.state - FirstStored + 1;
+    unclaimed_ -= wholeSize;
+    object.state = Object::State::read;
   }
-}
 
-std::string_view BinaryPropertyListReader::viewAt(std::size_t offset,
-                                                  std::size_t size) const noexcept {
-  return {reinterpret_cast<const char*>(first_) + offset, size};
-}
-
-std::string_view BinaryPropertyListReader::viewOf(const Key& key) const noexcept {
-  return key.stored == 0 ? viewAt(key.contents, key.size)
-                         : stored_[key.stored - 1].value.text()->view();
-}
-
-Text BinaryPropertyListReader::textOf(const Key& key) const noexcept {
-  return key.stored == 0 ? Text(bytes_.slice(key.contents, key.size))
-                         : *stored_[key.stored - 1].value.text();
-}
-
-bool BinaryPropertyListReader::locate(std::size_t referrer, std::uint64_t index, Object& object) {
-  if (index >= objectCount_) {
-    return failForIndex(referrer, index);
+  /// The low half of the object's first byte.
+  [[nodiscard]] std::size_t detailOf(const Object& object) const {
+    return first_[object.offset] & 0x0FU;
   }
-  const std::size_t place = tableOffset_ + (index * offsetWidth_);
-  const std::uint64_t offset = numberAt(place, offsetWidth_);
-  if (offset < format::Magic.size() || offset >= tableOffset_) {
-    return failForOffset(place, offset);
-  }
-  const std::uint8_t first = first_[offset];
-  object.index = index;
-  object.offset = offset;
-  object.marker = first & 0xF0;
-  object.detail = first & 0x0F;
-  object.contents = offset + 1;
-  return true;
-}
 
-bool BinaryPropertyListReader::claimCounted(Object& object, std::size_t unit) {
-  object.count = object.detail;
-  if (object.detail == format::ExtendedCount && !readExtendedCount(object)) {
-    return false;
-  }
-  // A count above the number of bytes cannot be right, and below it no product can overflow.
-  return claim(object, object.count <= bytes_.size() ? object.count * unit : object.count);
-}
-
-bool BinaryPropertyListReader::readExtendedCount(Object& object) {
-  const std::size_t room = tableOffset_ - object.contents;
-  const std::uint8_t first = first_[object.contents];
-  const std::size_t width = std::size_t{1} << (first & 0x0F);
-  if (room == 0 || (first & 0xF0) != format::IntegerMarker || width > MaxWidth) {
-    return fail(object.contents, "a count is not an integer of at most 8 bytes");
-  }
-  if (room - 1 < width) {
-    return fail(object.contents, "a count is cut off by the offset table");
-  }
-  object.count = numberAt(object.contents + 1, width);
-  object.contents += 1 + width;
-  return true;
-}
-
-bool BinaryPropertyListReader::claim(const Object& object, std::size_t size) {
-  const std::size_t room = tableOffset_ - object.contents;
-  if (size > room) {
-    return failForSize(object, size);
-  }
-  Progress& progress = progress_[object.index];
-  if (progress.state != Unread) {
-    return true;
-  }
-  const std::size_t wholeSize = (object.contents - object.offset) + size;
-  if (wholeSize > unclaimed_) {
-    return failForOverlap(object);
-  }
-  unclaimed_ -= wholeSize;
-  progress.state = Leaf;
-  return true;
-}
-
-bool BinaryPropertyListReader::open(Object& object, std::size_t unit) {
-  if (depth_ == MaxPropertyListNesting) {
-    return failAsTooDeep(object);
-  }
-  if (!claimCounted(object, unit)) {
-    return false;
-  }
-  progress_[object.index].state = Open;
-  ++depth_;
-  return true;
-}
-
-PropertyListValue BinaryPropertyListReader::close(const Object& object, std::size_t outerTallest,
-                                                  PropertyListValue value) {
-  // A shared container may be read first where it is shallow: its own depth adds up as well.
-  const std::size_t height = tallest_ + 1;
-  if (height > MaxPropertyListNesting) {
-    failAsTooDeep(object);
-  }
-  --depth_;
-  // Nothing is read after the outermost container that could refer to it.
-  if (depth_ > 0) {
-    store(object, value, height);
-  }
-  tallest_ = std::max(outerTallest, height);
-  return value;
-}
-
-void BinaryPropertyListReader::store(const Object& object, const PropertyListValue& value,
-                                     std::size_t height) {
-  progress_[object.index].state = FirstStored + static_cast<std::uint32_t>(stored_.size());
-  stored_.emplace_back(value, height);
-}
-
-bool BinaryPropertyListReader::fail(std::size_t offset, std::string_view what) {
-  // What comes first is the cause.
-  if (!hasFailed()) {
-    error_ = "The binary property list is damaged at byte " + std::to_string(offset) + ": " +
-             std::string(what) + '.';
-  }
-  return false;
-}
-
-bool BinaryPropertyListReader::failForIndex(std::size_t referrer, std::uint64_t index) {
-  return fail(referrer, "there is no object " + std::to_string(index) + " among " +
-                            counted(objectCount_, "object"));
-}
-
-bool BinaryPropertyListReader::failForOffset(std::size_t place, std::uint64_t offset) {
-  return fail(place, "no object can be at byte " + std::to_string(offset));
-}
-
-bool BinaryPropertyListReader::failForSize(const Object& object, std::size_t size) {
-  return fail(object.offset, "contents of " + counted(size, "byte") + " do not fit in the " +
-                                 counted(tableOffset_ - object.contents, "byte") +
-                                 " before the offset table");
-}
-
-bool BinaryPropertyListReader::failForWidth(const Object& object, std::string_view kind,
-                                            std::size_t width) {
-  return fail(object.offset, std::string(kind) + " cannot be " + counted(width, "byte") + " wide");
-}
-
-bool BinaryPropertyListReader::failForCycle(std::size_t referrer, const Object& object) {
-  return fail(referrer,
-              "the container at byte " + std::to_string(object.offset) + " is inside itself");
-}
-
-bool BinaryPropertyListReader::failForOverlap(const Object& object) {
-  return fail(object.offset, "objects overlap");
-}
-
-bool BinaryPropertyListReader::failAsTooDeep(const Object& object) {
-  return fail(object.offset,
-              "more than " + std::to_string(MaxPropertyListNesting) + " containers are nested");
-}
-
-std::uint64_t BinaryPropertyListReader::numberAt(std::size_t offset,
-                                                 std::size_t width) const noexcept {
-  const std::uint8_t* next = first_ + offset;
-  std::uint64_t number = *next;
-  // Nearly all offsets and references of messages.
-  if (width == 1) {
+  [[nodiscard]] std::uint64_t numberAt(std::size_t offset, std::size_t width) const {
+    const std::uint8_t* next = first_ + offset;
+    std::uint64_t number = *next;
+    while (--width > 0) {
+      number = (number << 8) | *++next;
+    }
     return number;
   }
-  if (width == 2) {
-    return (number << 8) | next[1];
+
+  const Data& bytes_;
+  const std::uint8_t* first_;
+  std::size_t offsetWidth_ = 0;
+  std::size_t referenceWidth_ = 0;
+  std::size_t tableOffset_ = 0;
+  /// Bytes in front of the offset table that no object has taken yet.
+  std::size_t unclaimed_ = 0;
+  std::size_t nesting_ = 0;
+  std::vector<Object> objects_;
+  std::vector<PropertyListValue> kept_;
+};
+
+}  // namespace
+
+bool isBinaryPropertyList(const Data& bytes) noexcept {
+  return viewOf(bytes).starts_with(format::Magic.substr(0, format::NameSize));
+}
+
+std::expected<PropertyListValue, PropertyListError> readBinaryPropertyList(const Data& bytes) {
+  try {
+    return BinaryReader(bytes).readTop();
+  } catch (const PropertyListDamage& damage) {
+    return std::unexpected(PropertyListError{"The binary property list is damaged at byte " +
+                                             std::to_string(damage.offset) + ": " + damage.what +
+                                             '.'});
   }
-  while (--width > 0) {
-    number = (number << 8) | *++next;
-  }
-  return number;
-}
-
-std::uint64_t BinaryPropertyListReader::wordAt(std::size_t offset) const noexcept {
-  std::uint64_t word = 0;
-  std::memcpy(&word, first_ + offset, sizeof word);
-  return std::endian::native == std::endian::little ? std::byteswap(word) : word;
-}
-
-std::size_t BinaryPropertyListReader::referrerAt(const Object& object,
-                                                 std::size_t place) const noexcept {
-  return object.contents + (place * referenceWidth_);
-}
-
-std::uint64_t BinaryPropertyListReader::referenceAt(const Object& object,
-                                                    std::size_t place) const noexcept {
-  return numberAt(referrerAt(object, place), referenceWidth_);
 }
 
 }  // namespace korvan

@@ -51,7 +51,7 @@ struct Parts {
 };
 
 PropertyListValue valueOf(const std::string& bytes) {
-  const auto value = BinaryPropertyListReader::read(dataOf(bytes));
+  const auto value = readBinaryPropertyList(dataOf(bytes));
   if (!value) {
     ADD_FAILURE() << value.error().localizedDescription.value_or("no description");
     return {};
@@ -64,7 +64,7 @@ PropertyListValue valueOfObjects(const std::vector<std::string>& objects) {
 }
 
 std::string errorOf(const std::string& bytes) {
-  const auto value = BinaryPropertyListReader::read(dataOf(bytes));
+  const auto value = readBinaryPropertyList(dataOf(bytes));
   return value ? "no error" : value.error().localizedDescription.value_or("no description");
 }
 
@@ -89,11 +89,11 @@ std::string arrayOfEqual(std::size_t count, std::uint64_t reference) {
 }
 
 TEST(BinaryPropertyListReader, RecognizesTheFormatByItsFirstBytes) {
-  EXPECT_TRUE(BinaryPropertyListReader::recognizes(dataOf("bplist00")));
-  EXPECT_TRUE(BinaryPropertyListReader::recognizes(dataOf("bplist00...")));
-  EXPECT_TRUE(BinaryPropertyListReader::recognizes(dataOf("bplist01...")));
-  EXPECT_FALSE(BinaryPropertyListReader::recognizes(dataOf("bplis")));
-  EXPECT_FALSE(BinaryPropertyListReader::recognizes(Data()));
+  EXPECT_TRUE(isBinaryPropertyList(dataOf("bplist00")));
+  EXPECT_TRUE(isBinaryPropertyList(dataOf("bplist00...")));
+  EXPECT_TRUE(isBinaryPropertyList(dataOf("bplist01...")));
+  EXPECT_FALSE(isBinaryPropertyList(dataOf("bplis")));
+  EXPECT_FALSE(isBinaryPropertyList(Data()));
 }
 
 TEST(BinaryPropertyListReader, ReadsEachKindOfObject) {
@@ -173,7 +173,7 @@ TEST(BinaryPropertyListReader, ReadsOffsetsAndReferencesOfAnyWidth) {
 TEST(BinaryPropertyListReader, SharesDataAndAsciiTextWithTheBytes) {
   const Data bytes =
       dataOf(Parts{.objects = {"\xA2\x01\x02", object(0x43, "xyz"), object(0x54, "text")}}.bytes());
-  const PropertyListValue value = BinaryPropertyListReader::read(bytes).value_or(Array{});
+  const PropertyListValue value = readBinaryPropertyList(bytes).value_or(Array{});
   ASSERT_EQ(value.array()->size(), 2U);
   const auto* const data = value.array()->front().data();
   const auto* const text = value.array()->back().text();
@@ -336,7 +336,7 @@ TEST(BinaryPropertyListReader, ReadsAsManyNestedContainersAsItsBound) {
     return parts.bytes();
   };
 
-  EXPECT_TRUE(BinaryPropertyListReader::read(dataOf(nested(512))).has_value());
+  EXPECT_TRUE(readBinaryPropertyList(dataOf(nested(512))).has_value());
   EXPECT_EQ(errorOf(nested(513)), damagedAt(8 + (512 * 3), "more than 512 containers are nested"));
   EXPECT_EQ(errorOf(nested(60'000)),
             damagedAt(8 + (512 * 3), "more than 512 containers are nested"));
@@ -357,7 +357,7 @@ TEST(BinaryPropertyListReader, RefusesDeepNestingThatIsReadPieceByPiece) {
     return parts.bytes();
   };
 
-  EXPECT_TRUE(BinaryPropertyListReader::read(dataOf(pieces(511))).has_value());
+  EXPECT_TRUE(readBinaryPropertyList(dataOf(pieces(511))).has_value());
   EXPECT_NE(errorOf(pieces(512)).find("more than 512 containers are nested"), std::string::npos);
   EXPECT_NE(errorOf(pieces(60'000)).find("more than 512 containers are nested"), std::string::npos);
 }
@@ -386,7 +386,7 @@ template <typename MakeBytes>
 std::clock_t growthOfReading(std::size_t count, MakeBytes makeBytes) {
   return growthOf(count, [&](std::size_t size) {
     const Data data = dataOf(makeBytes(size));
-    return leastTicks([&] { EXPECT_TRUE(BinaryPropertyListReader::read(data).has_value()); });
+    return leastTicks([&] { EXPECT_TRUE(readBinaryPropertyList(data).has_value()); });
   });
 }
 
@@ -443,7 +443,7 @@ std::vector<std::string> wellFormedSamples() {
       {"texts", Array{"ascii", "gr\xC3\xBC\xC3\x9F \xF0\x9F\x94\x91"}},
       {"bytes", dataOf("twenty bytes of data")},
       {"shared", PropertyListDictionary{{"bool", Array{Array{}, "ascii"}}}}};
-  const Data bytes = BinaryPropertyListWriter::write(mixed).value_or(Data());
+  const Data bytes = writeBinaryPropertyList(mixed).value_or(Data());
   return {
       {bytes.bytes().begin(), bytes.bytes().end()},
       Parts{.objects = {"\xA2\x01\x01", "\xD2\x02\x02\x03\x04", object(0x51, "x"), "\0"s, "\x09"},
@@ -457,10 +457,10 @@ std::vector<std::string> wellFormedSamples() {
 
 /// Reads the bytes and looks at everything that was read.
 void expectValueOrError(const std::string& bytes) {
-  const auto value = BinaryPropertyListReader::read(dataOf(bytes));
+  const auto value = readBinaryPropertyList(dataOf(bytes));
   if (value) {
-    const auto written = BinaryPropertyListWriter::write({{"k", *value}});
-    EXPECT_TRUE(!written || BinaryPropertyListReader::read(*written));
+    const auto written = writeBinaryPropertyList({{"k", *value}});
+    EXPECT_TRUE(!written || readBinaryPropertyList(*written));
   } else {
     EXPECT_TRUE(value.error().localizedDescription.value_or("").starts_with(
         "The binary property list is damaged at byte "));

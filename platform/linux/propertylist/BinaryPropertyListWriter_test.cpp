@@ -24,7 +24,7 @@ using namespace std::string_view_literals;
 constexpr std::size_t TrailerSize = binaryPropertyList::TrailerSize;
 
 std::string encoded(const PropertyListDictionary& root) {
-  const auto bytes = BinaryPropertyListWriter::write(root);
+  const auto bytes = writeBinaryPropertyList(root);
   if (!bytes) {
     ADD_FAILURE() << bytes.error().localizedDescription.value_or("no description");
     return {};
@@ -35,13 +35,13 @@ std::string encoded(const PropertyListDictionary& root) {
 std::string encodedValue(const PropertyListValue& value) { return encoded({{"k", value}}); }
 
 std::string errorOfWriting(const PropertyListDictionary& root) {
-  const auto bytes = BinaryPropertyListWriter::write(root);
+  const auto bytes = writeBinaryPropertyList(root);
   return bytes ? "no error" : bytes.error().localizedDescription.value_or("no description");
 }
 
 PropertyListValue decoded(const PropertyListDictionary& root) {
-  const auto bytes = BinaryPropertyListWriter::write(root);
-  const auto value = BinaryPropertyListReader::read(bytes.value_or(Data()));
+  const auto bytes = writeBinaryPropertyList(root);
+  const auto value = readBinaryPropertyList(bytes.value_or(Data()));
   return value ? *value : PropertyListValue();
 }
 
@@ -90,7 +90,7 @@ template <typename MakeRoot>
 std::clock_t growthOfWriting(std::size_t count, MakeRoot makeRoot) {
   return growthOf(count, [&](std::size_t size) {
     const PropertyListDictionary root = makeRoot(size);
-    return leastTicks([&] { EXPECT_TRUE(BinaryPropertyListWriter::write(root).has_value()); });
+    return leastTicks([&] { EXPECT_TRUE(writeBinaryPropertyList(root).has_value()); });
   });
 }
 

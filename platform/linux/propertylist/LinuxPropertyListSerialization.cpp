@@ -10,13 +10,13 @@ namespace korvan {
 
 std::expected<Data, PropertyListError> LinuxPropertyListSerialization::encodeBinary(
     const PropertyListDictionary& propertyList) const {
-  return BinaryPropertyListWriter::write(propertyList);
+  return writeBinaryPropertyList(propertyList);
 }
 
 std::expected<PropertyListValue, PropertyListError> LinuxPropertyListSerialization::decode(
     const Data& bytes) const {
-  if (BinaryPropertyListReader::recognizes(bytes)) {
-    return BinaryPropertyListReader::read(bytes);
+  if (isBinaryPropertyList(bytes)) {
+    return readBinaryPropertyList(bytes);
   }
   if (bytes.empty()) {
     return std::unexpected(PropertyListError{"There are no bytes to read a property list from."});
@@ -25,9 +25,8 @@ std::expected<PropertyListValue, PropertyListError> LinuxPropertyListSerializati
   if (!characters) {
     return std::unexpected(characters.error());
   }
-  return XmlPropertyListReader::recognizes(viewOf(*characters))
-             ? XmlPropertyListReader::read(*characters)
-             : OpenStepPropertyListReader::read(*characters);
+  return isXmlPropertyList(viewOf(*characters)) ? readXmlPropertyList(*characters)
+                                                : readOpenStepPropertyList(*characters);
 }
 
 }  // namespace korvan

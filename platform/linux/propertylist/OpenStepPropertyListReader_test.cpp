@@ -17,7 +17,7 @@ using Array = PropertyListValue::Array;
 using namespace std::string_view_literals;
 
 PropertyListValue valueOfOpenStep(std::string_view text) {
-  const auto value = OpenStepPropertyListReader::read(dataOf(text));
+  const auto value = readOpenStepPropertyList(dataOf(text));
   if (!value) {
     ADD_FAILURE() << text << "\n" << value.error().localizedDescription.value_or("no description");
     return {};
@@ -26,7 +26,7 @@ PropertyListValue valueOfOpenStep(std::string_view text) {
 }
 
 std::string errorOfOpenStep(std::string_view text) {
-  const auto value = OpenStepPropertyListReader::read(dataOf(text));
+  const auto value = readOpenStepPropertyList(dataOf(text));
   return value ? "no error" : value.error().localizedDescription.value_or("no description");
 }
 
@@ -121,7 +121,7 @@ TEST(OpenStepPropertyListReader, CountsTheLastOfARepeatedKey) {
 
 TEST(OpenStepPropertyListReader, SharesTheCharactersOfTextWithoutEscapes) {
   const Data characters = dataOf("(\"a text that is not a short one\")");
-  const auto value = OpenStepPropertyListReader::read(characters);
+  const auto value = readOpenStepPropertyList(characters);
 
   ASSERT_TRUE(value && value->array() != nullptr);
   EXPECT_EQ(static_cast<const void*>(value->array()->at(0).text()->view().data()),
@@ -199,7 +199,7 @@ TEST(OpenStepPropertyListReader, GivesAValueOrAnErrorWhereverCharactersAreMissin
       std::string changed = text;
       changed[size] = other;
       for (const auto& candidate : {changed, text.substr(0, size)}) {
-        const auto value = OpenStepPropertyListReader::read(dataOf(candidate));
+        const auto value = readOpenStepPropertyList(dataOf(candidate));
         EXPECT_TRUE(value || !value.error().localizedDescription->empty());
       }
     }

@@ -1,11 +1,7 @@
 #include "platform/linux/propertylist/PropertyListCharacters.h"
 
-#include <algorithm>
+#include <bit>
 #include <cstdint>
-#include <optional>
-#include <span>
-#include <utility>
-#include <vector>
 
 #include "platform/linux/propertylist/Unicode.h"
 
@@ -23,49 +19,35 @@ std::unexpected<PropertyListError> noTextAfter(std::string_view characters, std:
       ", a character is not valid " + std::string(form) + '.'});
 }
 
-std::expected<Data, PropertyListError> checkedUtf8(const Data& bytes, std::size_t markSize) {
-  Data characters = bytes.slice(markSize, bytes.size() - markSize);
-  std::string_view rest = viewOf(characters);
-  if (!unicode::isAscii(rest)) {
-    while (!rest.empty()) {
-      if (!unicode::takeUtf8(rest)) {
-        return noTextAfter(viewOf(characters).substr(0, characters.size() - rest.size()), "UTF-8");
-      }
+std::expected<Data, PropertyListError> checkedUtf8(Data characters) {
+  const std::string_view view = viewOf(characters);
+  for (std::string_view rest = view; !rest.empty();) {
+    if (!takeUtf8(rest)) {
+      return noTextAfter(view.substr(0, view.size() - rest.size()), "UTF-8");
     }
   }
   return characters;
 }
 
-std::expected<Data, PropertyListError> fromUtf16(const Data& bytes, unicode::ByteOrder order) {
-  const auto utf16 = bytes.bytes().subspan(BigEndianMark.size());
-  // The most that a unit of two bytes becomes.
-  constexpr std::size_t MaxUtf8SizeOfUnit = 3;
-  std::vector<std::uint8_t> characters(utf16.size() / 2 * MaxUtf8SizeOfUnit);
-  const std::uint8_t* const first = characters.data();
-  std::uint8_t* next = characters.data();
-  for (auto rest = utf16; !rest.empty();) {
-    const auto codePoint = unicode::takeUtf16(rest, order);
-    if (!codePoint) {
-      return noTextAfter(
-          {reinterpret_cast<const char*>(first), static_cast<std::size_t>(next - first)}, "UTF-16");
-    }
-    unicode::putUtf8(next, *codePoint);
+std::expected<Data, PropertyListError> fromUtf16(std::span<const std::uint8_t> utf16,
+                                                 std::endian order) {
+  const auto [utf8, size] = utf8OfUtf16(utf16, order);
+  if (size < utf16.size()) {
+    return noTextAfter(utf8, "UTF-16");
   }
-  characters.resize(static_cast<std::size_t>(next - first));
-  return characters;
+  return std::vector<std::uint8_t>(utf8.begin(), utf8.end());
 }
 
 }  // namespace
 
 std::expected<Data, PropertyListError> propertyListCharacters(const Data& bytes) {
   const std::string_view view = viewOf(bytes);
-  if (view.starts_with(BigEndianMark)) {
-    return fromUtf16(bytes, unicode::ByteOrder::bigEndian);
+  if (view.starts_with(BigEndianMark) || view.starts_with(LittleEndianMark)) {
+    return fromUtf16(bytes.bytes().subspan(BigEndianMark.size()),
+                     view.starts_with(BigEndianMark) ? std::endian::big : std::endian::little);
   }
-  if (view.starts_with(LittleEndianMark)) {
-    return fromUtf16(bytes, unicode::ByteOrder::littleEndian);
-  }
-  return checkedUtf8(bytes, view.starts_with(Utf8Mark) ? Utf8Mark.size() : 0);
+  const std::size_t markSize = view.starts_with(Utf8Mark) ? Utf8Mark.size() : 0;
+  return checkedUtf8(bytes.slice(markSize, bytes.size() - markSize));
 }
 
 std::string_view viewOf(const Data& characters) noexcept {
@@ -75,26 +57,28 @@ std::string_view viewOf(const Data& characters) noexcept {
 std::string placeIn(std::string_view characters, std::size_t offset) {
   std::size_t line = 1;
   std::size_t column = 1;
-  for (std::size_t place = 0; place < std::min(offset, characters.size()); ++place) {
-    const char character = characters[place];
-    const bool isLineFeedOfPair = character == '\n' && place > 0 && characters[place - 1] == '\r';
-    if (isLineFeedOfPair) {
+  char last = '\0';
+  for (const char character : characters.substr(0, offset)) {
+    const bool isLineFeedOfPair = character == '\n' && last == '\r';
+    const bool isContinued = (static_cast<std::uint8_t>(character) & 0xC0) == 0x80;
+    last = character;
+    if (isLineFeedOfPair || isContinued) {
       continue;
     }
     if (character == '\n' || character == '\r') {
       ++line;
       column = 1;
-    } else if ((static_cast<std::uint8_t>(character) & 0xC0) != 0x80) {
+    } else {
       ++column;
     }
   }
   return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
-PropertyListError damageAt(std::string_view format, std::string_view characters, std::size_t offset,
-                           std::string_view what) {
+PropertyListError errorOfDamage(std::string_view format, std::string_view characters,
+                                const PropertyListDamage& damage) {
   return {"The " + std::string(format) + " property list is damaged at " +
-          placeIn(characters, offset) + ": " + std::string(what) + '.'};
+          placeIn(characters, damage.offset) + ": " + damage.what + '.'};
 }
 
 }  // namespace korvan

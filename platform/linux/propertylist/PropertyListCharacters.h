@@ -7,6 +7,7 @@
 
 #include "platform/Data.h"
 #include "platform/PropertyListSerialization.h"
+#include "platform/linux/propertylist/PropertyListDamage.h"
 
 namespace korvan {
 
@@ -14,7 +15,7 @@ namespace korvan {
 /// mark.
 ///
 /// The bytes are UTF-8, with or without a byte-order mark, or UTF-16 with one. UTF-8 is shared and
-/// not copied. The error names the line and column of what is no text.
+/// not copied. The error names the line and column of what is not text.
 [[nodiscard]] std::expected<Data, PropertyListError> propertyListCharacters(const Data& bytes);
 
 /// The same characters as a view, good as long as the data is.
@@ -25,7 +26,7 @@ namespace korvan {
 [[nodiscard]] std::string placeIn(std::string_view characters, std::size_t offset);
 
 /// "The XML property list is damaged at line 2, column 7: …."
-[[nodiscard]] PropertyListError damageAt(std::string_view format, std::string_view characters,
-                                         std::size_t offset, std::string_view what);
+[[nodiscard]] PropertyListError errorOfDamage(std::string_view format, std::string_view characters,
+                                              const PropertyListDamage& damage);
 
 }  // namespace korvan

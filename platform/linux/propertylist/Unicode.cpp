@@ -2,16 +2,30 @@
 
 #include <array>
 
-namespace korvan::unicode {
+namespace korvan {
 namespace {
 
 constexpr char32_t FirstHighSurrogate = 0xD800;
 constexpr char32_t FirstLowSurrogate = 0xDC00;
 constexpr char32_t LastSurrogate = 0xDFFF;
+constexpr char32_t FirstOfPairs = 0x10000;
 
 bool isSurrogate(char32_t unit) { return unit >= FirstHighSurrogate && unit <= LastSurrogate; }
 
+void appendUnit(std::string& utf16, char32_t unit) {
+  utf16 += static_cast<char>(unit >> 8);
+  utf16 += static_cast<char>(unit);
+}
+
 }  // namespace
+
+bool isAscii(std::string_view text) noexcept {
+  std::uint8_t seen = 0;
+  for (const char byte : text) {
+    seen |= static_cast<std::uint8_t>(byte);
+  }
+  return seen < 0x80;
+}
 
 std::optional<char32_t> takeUtf8(std::string_view& utf8) noexcept {
   const auto lead = static_cast<std::uint8_t>(utf8.front());
@@ -35,26 +49,17 @@ std::optional<char32_t> takeUtf8(std::string_view& utf8) noexcept {
   return codePoint;
 }
 
-std::optional<char32_t> takeUtf16(std::span<const std::uint8_t>& utf16, ByteOrder order) noexcept {
-  const auto unitAt = [&](std::size_t offset) {
-    const bool isBig = order == ByteOrder::bigEndian;
-    const std::uint8_t high = utf16[offset + (isBig ? 0 : 1)];
-    const std::uint8_t low = utf16[offset + (isBig ? 1 : 0)];
-    return static_cast<char32_t>((high << 8) | low);
-  };
-  if (utf16.size() < 2) {
-    return std::nullopt;
+void appendUtf8(std::string& utf8, char32_t codePoint) {
+  if (codePoint < 0x80) {
+    utf8 += static_cast<char>(codePoint);
+    return;
   }
-  const char32_t unit = unitAt(0);
-  if (!isSurrogate(unit)) {
-    utf16 = utf16.subspan(2);
-    return unit;
+  const unsigned following = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
+  constexpr std::array<unsigned, 4> Lead = {0, 0xC0, 0xE0, 0xF0};
+  utf8 += static_cast<char>(Lead[following] | (codePoint >> (6 * following)));
+  for (unsigned left = following; left-- > 0;) {
+    utf8 += static_cast<char>(0x80 | ((codePoint >> (6 * left)) & 0x3F));
   }
-  const auto codePoint = utf16.size() < 4 ? std::nullopt : codePointOfPair(unit, unitAt(2));
-  if (codePoint) {
-    utf16 = utf16.subspan(4);
-  }
-  return codePoint;
 }
 
 std::optional<char32_t> codePointOfPair(char32_t high, char32_t low) noexcept {
@@ -63,17 +68,50 @@ std::optional<char32_t> codePointOfPair(char32_t high, char32_t low) noexcept {
   if (!isPair) {
     return std::nullopt;
   }
-  return 0x10000 + ((high - FirstHighSurrogate) << 10) + (low - FirstLowSurrogate);
+  return FirstOfPairs + ((high - FirstHighSurrogate) << 10) + (low - FirstLowSurrogate);
 }
 
-void putUtf8(std::uint8_t*& next, char32_t codePoint) noexcept {
-  constexpr std::array<std::uint8_t, 5> Lead = {0, 0, 0xC0, 0xE0, 0xF0};
-  const std::size_t size = utf8SizeOf(codePoint);
-  for (std::size_t index = size; --index > 0; codePoint >>= 6) {
-    next[index] = static_cast<std::uint8_t>(0x80 | (codePoint & 0x3F));
+ConvertedUtf16 utf8OfUtf16(std::span<const std::uint8_t> utf16, std::endian order) {
+  const auto unitAt = [&](std::size_t offset) {
+    const bool isBig = order == std::endian::big;
+    const unsigned high = utf16[offset + (isBig ? 0 : 1)];
+    const unsigned low = utf16[offset + (isBig ? 1 : 0)];
+    return static_cast<char32_t>((high << 8) | low);
+  };
+  ConvertedUtf16 converted;
+  while (utf16.size() - converted.size >= 2) {
+    const char32_t unit = unitAt(converted.size);
+    if (!isSurrogate(unit)) {
+      appendUtf8(converted.utf8, unit);
+      converted.size += 2;
+      continue;
+    }
+    const bool hasSecond = utf16.size() - converted.size >= 4;
+    const auto pair = hasSecond ? codePointOfPair(unit, unitAt(converted.size + 2)) : std::nullopt;
+    if (!pair) {
+      break;
+    }
+    appendUtf8(converted.utf8, *pair);
+    converted.size += 4;
   }
-  *next = static_cast<std::uint8_t>(Lead[size] | codePoint);
-  next += size;
+  return converted;
 }
 
-}  // namespace korvan::unicode
+std::optional<std::string> utf16OfUtf8(std::string_view utf8) {
+  std::string utf16;
+  while (!utf8.empty()) {
+    const auto codePoint = takeUtf8(utf8);
+    if (!codePoint) {
+      return std::nullopt;
+    }
+    if (*codePoint < FirstOfPairs) {
+      appendUnit(utf16, *codePoint);
+    } else {
+      appendUnit(utf16, FirstHighSurrogate + ((*codePoint - FirstOfPairs) >> 10));
+      appendUnit(utf16, FirstLowSurrogate + (*codePoint & 0x3FF));
+    }
+  }
+  return utf16;
+}
+
+}  // namespace korvan

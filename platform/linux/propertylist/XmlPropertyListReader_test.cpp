@@ -16,7 +16,7 @@ namespace {
 using Array = PropertyListValue::Array;
 
 PropertyListValue valueOfXml(const std::string& xml) {
-  const auto value = XmlPropertyListReader::read(dataOf(xml));
+  const auto value = readXmlPropertyList(dataOf(xml));
   if (!value) {
     ADD_FAILURE() << xml << "\n" << value.error().localizedDescription.value_or("no description");
     return {};
@@ -25,7 +25,7 @@ PropertyListValue valueOfXml(const std::string& xml) {
 }
 
 std::string errorOfXml(const std::string& xml) {
-  const auto value = XmlPropertyListReader::read(dataOf(xml));
+  const auto value = readXmlPropertyList(dataOf(xml));
   return value ? "no error" : value.error().localizedDescription.value_or("no description");
 }
 
@@ -46,11 +46,11 @@ TEST(XmlPropertyListReader, RecognizesTheFormatByItsFirstCharacters) {
   for (const auto* const xml :
        {"<?xml version='1.0'?>", "<!DOCTYPE plist>", "<!-- -->", "<plist>", "<dict/>", "<data>",
         "<date>", "<false/>", "<array>", " \r\n\t<plist>", "<abc def/>"}) {
-    EXPECT_TRUE(XmlPropertyListReader::recognizes(xml)) << xml;
+    EXPECT_TRUE(isXmlPropertyList(xml)) << xml;
   }
   for (const auto* const other :
        {"", "<", "<>", "<ab cd>", "<0badCAFE>", "{a = b;}", "plist", "<ab\n", "// <plist>"}) {
-    EXPECT_FALSE(XmlPropertyListReader::recognizes(other)) << other;
+    EXPECT_FALSE(isXmlPropertyList(other)) << other;
   }
 }
 
@@ -192,7 +192,7 @@ TEST(XmlPropertyListReader, GivesAValueOrAnErrorWhereverCharactersAreMissingOrCh
     for (const char other : {'<', '>', '/', 'x', '&', ' ', '\0'}) {
       std::string changed = xml;
       changed[size] = other;
-      const auto value = XmlPropertyListReader::read(dataOf(changed));
+      const auto value = readXmlPropertyList(dataOf(changed));
       EXPECT_TRUE(value || !value.error().localizedDescription->empty());
     }
   }

@@ -1,26 +1,20 @@
 #include "platform/linux/propertylist/XmlPropertyListScalars.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <system_error>
 #include <utility>
 #include <vector>
 
-#include "platform/Data.h"
-
-namespace korvan::xml {
+namespace korvan {
 namespace {
 
-constexpr std::string_view Space = " \t\r\n";
-
 std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(Space), text.size()));
-  return text.substr(0, text.find_last_not_of(Space) + 1);
+  text.remove_prefix(std::min(text.find_first_not_of(XmlSpace), text.size()));
+  return text.substr(0, text.find_last_not_of(XmlSpace) + 1);
 }
 
 /// Takes a sign off the front; whether it was a minus.
@@ -51,22 +45,9 @@ std::optional<int> takeField(std::string_view& text, std::size_t digits, char ma
   return field;
 }
 
-constexpr std::string_view Digits =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::uint8_t NoDigit = 0xFF;
-
-constexpr std::array<std::uint8_t, 256> ValueOfDigit = [] {
-  std::array<std::uint8_t, 256> values{};
-  values.fill(NoDigit);
-  for (std::size_t value = 0; value < Digits.size(); ++value) {
-    values[static_cast<std::uint8_t>(Digits[value])] = static_cast<std::uint8_t>(value);
-  }
-  return values;
-}();
-
 }  // namespace
 
-std::optional<PropertyListValue> integerOf(std::string_view text) {
+std::optional<PropertyListValue> integerOfXml(std::string_view text) {
   text = trimmed(text);
   const bool isNegative = takeSign(text);
   const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
@@ -80,7 +61,7 @@ std::optional<PropertyListValue> integerOf(std::string_view text) {
                     : PropertyListValue(*magnitude);
 }
 
-std::optional<PropertyListValue> realOf(std::string_view text) {
+std::optional<PropertyListValue> realOfXml(std::string_view text) {
   text = trimmed(text);
   const bool isNegative = takeSign(text);
   const auto magnitude = numberOf<double>(text, std::chars_format::general);
@@ -90,7 +71,7 @@ std::optional<PropertyListValue> realOf(std::string_view text) {
   return PropertyListValue(isNegative ? -*magnitude : *magnitude);
 }
 
-std::optional<PropertyListValue> dateOf(std::string_view text) {
+std::optional<PropertyListValue> dateOfXml(std::string_view text) {
   text = trimmed(text);
   const bool isNegative = text.starts_with('-');
   text.remove_prefix(isNegative ? 1 : 0);
@@ -103,38 +84,38 @@ std::optional<PropertyListValue> dateOf(std::string_view text) {
   if (!year || !month || !day || !hour || !minute || !second || !text.empty()) {
     return std::nullopt;
   }
-  const std::chrono::year_month_day date(std::chrono::year(isNegative ? -*year : *year),
-                                         std::chrono::month(static_cast<unsigned>(*month)),
-                                         std::chrono::day(static_cast<unsigned>(*day)));
+  using namespace std::chrono;
+  const year_month_day date(std::chrono::year(isNegative ? -*year : *year),
+                            std::chrono::month(static_cast<unsigned>(*month)),
+                            std::chrono::day(static_cast<unsigned>(*day)));
   if (!date.ok() || *hour > 23 || *minute > 59 || *second > 59) {
     return std::nullopt;
   }
-  constexpr std::chrono::sys_days ReferenceDate =
-      std::chrono::January / 1 / std::chrono::year(2001);
-  const std::chrono::seconds sinceReferenceDate =
-      (std::chrono::sys_days(date) - ReferenceDate) + std::chrono::hours(*hour) +
-      std::chrono::minutes(*minute) + std::chrono::seconds(*second);
+  constexpr sys_days ReferenceDate = January / 1 / 2001;
+  const seconds sinceReferenceDate =
+      (sys_days(date) - ReferenceDate) + hours(*hour) + minutes(*minute) + seconds(*second);
   return PropertyListDate{static_cast<double>(sinceReferenceDate.count())};
 }
 
-std::optional<PropertyListValue> dataOf(std::string_view text) {
+std::optional<PropertyListValue> dataOfXml(std::string_view text) {
+  constexpr std::string_view Digits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   constexpr std::size_t GroupSize = 4;
-  std::vector<std::uint8_t> bytes((text.size() / GroupSize * 3) + 3);
-  std::size_t count = 0;
+  std::vector<std::uint8_t> bytes;
   std::size_t digits = 0;
   std::size_t padding = 0;
-  std::uint32_t bits = 0;
+  std::size_t bits = 0;
   for (const char character : text) {
-    const std::uint8_t value = ValueOfDigit[static_cast<std::uint8_t>(character)];
+    const std::size_t value = Digits.find(character);
     if (character == '=') {
       ++padding;
-    } else if (value != NoDigit && padding == 0) {
+    } else if (value != std::string_view::npos && padding == 0) {
       bits = (bits << 6) | value;
-      if (++digits % GroupSize != 1) {
-        const std::size_t spare = (GroupSize - digits % GroupSize) % GroupSize * 2;
-        bytes[count++] = static_cast<std::uint8_t>(bits >> spare);
+      // Each digit but the first of a group completes a byte.
+      if (const std::size_t place = digits++ % GroupSize; place != 0) {
+        bytes.push_back(static_cast<std::uint8_t>(bits >> (2 * (GroupSize - 1 - place))));
       }
-    } else if (!Space.contains(character)) {
+    } else if (!XmlSpace.contains(character)) {
       return std::nullopt;
     }
   }
@@ -142,8 +123,7 @@ std::optional<PropertyListValue> dataOf(std::string_view text) {
   if (padding != missing || missing == 3) {
     return std::nullopt;
   }
-  bytes.resize(count);
-  return Data(std::move(bytes));
+  return PropertyListValue(Data(std::move(bytes)));
 }
 
-}  // namespace korvan::xml
+}  // namespace korvan

@@ -13,7 +13,7 @@
 #include "platform/Data.h"
 #include "platform/linux/propertylist/PropertyListBytes_testing.h"
 
-namespace korvan::xml {
+namespace korvan {
 namespace {
 
 using Rows = std::vector<std::pair<std::string_view, PropertyListValue>>;
@@ -30,11 +30,11 @@ TEST(XmlPropertyListScalars, ReadsIntegers) {
                      {"-9223372036854775808", INT64_MIN},
                      {"18446744073709551615", UINT64_MAX}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(integerOf(text), expected) << text;
+    EXPECT_EQ(integerOfXml(text), expected) << text;
   }
   for (const auto* const text : {"", " ", "-", "+-1", "--1", "1 2", "1.0", "0x", "x", "1x",
                                  "18446744073709551616", "-9223372036854775809"}) {
-    EXPECT_EQ(integerOf(text), std::nullopt) << text;
+    EXPECT_EQ(integerOfXml(text), std::nullopt) << text;
   }
 }
 
@@ -44,13 +44,13 @@ TEST(XmlPropertyListScalars, ReadsRealNumbers) {
                      {"+.5", 0.5},       {"inf", Infinity}, {"-infinity", -Infinity},
                      {"+INF", Infinity}, {"1E300", 1e300}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(realOf(text), expected) << text;
+    EXPECT_EQ(realOfXml(text), expected) << text;
   }
-  const auto nan = realOf("NaN");
+  const auto nan = realOfXml("NaN");
   ASSERT_TRUE(nan && nan->real());
   EXPECT_TRUE(std::isnan(*nan->real()));
   for (const auto* const text : {"", "-", "--1", "+-1", "1,5", "1.5x", "0x10", "1e999"}) {
-    EXPECT_EQ(realOf(text), std::nullopt) << text;
+    EXPECT_EQ(realOfXml(text), std::nullopt) << text;
   }
 }
 
@@ -62,14 +62,14 @@ TEST(XmlPropertyListScalars, ReadsDates) {
                      {"2024-02-29T12:00:00Z", PropertyListDate{730900800}},
                      {"-0001-01-01T00:00:00Z", PropertyListDate{-63177062400}}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(dateOf(text), expected) << text;
+    EXPECT_EQ(dateOfXml(text), expected) << text;
   }
   for (const auto* const text :
        {"", "2001-01-01", "2001-01-01T00:00:00", "2001-1-01T00:00:00Z", "2001-01-01T00:00:00+01:00",
         "2023-02-29T00:00:00Z", "2001-13-01T00:00:00Z", "2001-01-01T24:00:00Z",
         "2001-01-01T00:60:00Z", "2001-01-01T00:00:60Z", "2001-01-01T00:00:00Zx",
         "2001-01--1T00:00:00Z", "20010-01-01T00:00:00Z", "2001-01-01 00:00:00Z"}) {
-    EXPECT_EQ(dateOf(text), std::nullopt) << text;
+    EXPECT_EQ(dateOfXml(text), std::nullopt) << text;
   }
 }
 
@@ -85,13 +85,13 @@ TEST(XmlPropertyListScalars, ReadsBase64) {
       {"+/+/", "\xFB\xFF\xBF"},
       {"Zg= =", "f"}};
   for (const auto& [text, expected] : rows) {
-    EXPECT_EQ(dataOf(text), PropertyListValue(korvan::dataOf(expected))) << text;
+    EXPECT_EQ(dataOfXml(text), PropertyListValue(dataOf(expected))) << text;
   }
   for (const std::string_view text : {"Z", "Zg", "Zg=", "Zg===", "Zm9v=", "Zm9vY", "Z===", "====",
                                       "Zg==Zg==", "Zm_v", "Zm-v", "Zm9v!", "\xC3\xA9"}) {
-    EXPECT_EQ(dataOf(text), std::nullopt) << text;
+    EXPECT_EQ(dataOfXml(text), std::nullopt) << text;
   }
 }
 
 }  // namespace
-}  // namespace korvan::xml
+}  // namespace korvan
