@@ -90,7 +90,7 @@ TEST(ProviderMessage, DecodesADictionary) {
   EXPECT_FALSE(decoded.error);
 }
 
-TEST(ProviderMessage, APropertyListThatIsNoDictionaryIsNoMessageAndNoError) {
+TEST(ProviderMessage, APropertyListThatIsNotADictionaryIsNoMessageAndNoError) {
   const FakePropertyListSerialization propertyLists;
   for (const PropertyListValue& value :
        {PropertyListValue(PropertyListValue::Array{true}), PropertyListValue("text"),

@@ -187,7 +187,7 @@ TEST_F(RequestDispatcher, DecodingErrorWithoutWordsGetsAFixedDescription) {
   expectOnlyResponse(unavailable("Korvan returned an invalid response."));
 }
 
-TEST_F(RequestDispatcher, AnswerThatIsNoDictionaryIsUnavailable) {
+TEST_F(RequestDispatcher, AnswerThatIsNotADictionaryIsUnavailable) {
   for (const PropertyListValue& value : {PropertyListValue(PropertyListValue::Array{true}),
                                          PropertyListValue("text"), PropertyListValue(7)}) {
     responses.clear();

@@ -36,7 +36,7 @@ TEST(CredentialRequests, NilIsNull) {
   EXPECT_TRUE(serviceIdentifiersOf(nil).empty());
 }
 
-TEST(CredentialRequests, AnotherClassIsNoPasskeyRequest) {
+TEST(CredentialRequests, AnotherClassIsNotAPasskeyRequest) {
   EXPECT_EQ(passkeyCredentialRequestOf(@"text"), nullptr);
   EXPECT_EQ(requestParametersOf(@"text"), nullptr);
   EXPECT_TRUE(serviceIdentifiersOf(@[ @"text" ]).empty());
@@ -62,7 +62,7 @@ TEST(CredentialRequests, APasskeyRequestKeepsEveryField) {
   EXPECT_EQ(passkey->credentialIdentity->recordIdentifier, std::nullopt);
 }
 
-TEST(CredentialRequests, ExcludedCredentialsAreReadWhenAskedForAndNilIsNone) {
+TEST(CredentialRequests, ExcludedCredentialsAreReadOnDemandAndNilIsNullopt) {
   if (!AppleOperatingSystem().isAtLeast({.major = 15})) {
     GTEST_SKIP() << "The property is not there before macOS 15.0.";
   }

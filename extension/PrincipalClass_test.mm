@@ -49,7 +49,7 @@ Object* absent() {
   return nil;
 }
 
-TEST_F(PrincipalClassTest, ARequestThatIsNoPasskeyRequestIsCanceledAtOnce) {
+TEST_F(PrincipalClassTest, ARequestThatIsNotAPasskeyRequestIsCanceledAtOnce) {
   [principal() provideCredentialWithoutUserInteractionForRequest:(id)NSNull.null];
   EXPECT_EQ(stringOf(context_.error.domain), stringOf(ASExtensionErrorDomain));
   EXPECT_EQ(context_.error.code, 101);

@@ -108,7 +108,7 @@ TEST(PropertyListValue, EqualsByContents) {
   EXPECT_NE(PropertyListValue::setOf({1, 2}), PropertyListValue::setOf({2, 1}));
 }
 
-TEST(PropertyListValue, IsUnequalToItselfAsARealThatIsNoNumber) {
+TEST(PropertyListValue, IsUnequalToItselfAsARealThatIsNotANumber) {
   const PropertyListValue value = Array{std::numeric_limits<double>::quiet_NaN()};
   const PropertyListValue copy = value;  // NOLINT(performance-unnecessary-copy-initialization)
 

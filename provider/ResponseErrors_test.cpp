@@ -39,7 +39,7 @@ TEST_F(ResponseErrors, ComparisonIsExactAndCaseSensitive) {
   }
 }
 
-TEST_F(ResponseErrors, ErrorCodeThatIsNoStringCountsAsAbsent) {
+TEST_F(ResponseErrors, ErrorCodeThatIsNotAStringCountsAsAbsent) {
   EXPECT_EQ(codeFor(100), 0);
   EXPECT_EQ(codeFor(bytes("vaultLocked")), 0);
 }
@@ -79,7 +79,7 @@ TEST_F(ResponseErrors, MissingDescriptionLeavesTheUserInfoEmptyButThere) {
   expectEnding(cancellation(0, std::nullopt));
 }
 
-TEST_F(ResponseErrors, DescriptionThatIsNoStringCountsAsAbsent) {
+TEST_F(ResponseErrors, DescriptionThatIsNotAStringCountsAsAbsent) {
   controller->cancelForResponse({{"errorDescription", 7}});
   expectEnding(cancellation(0, std::nullopt));
 }

@@ -24,12 +24,12 @@ void EventLog::ready(std::string_view socketPath, std::span<const Passkey> passk
 
 void EventLog::unlocked() { write({{"event", "unlocked"}}); }
 
-void EventLog::connection(const ConnectionReport& report) {
+void EventLog::connection(const ConnectionSummary& summary) {
   write({{"event", "connection"},
-         {"bytesReceived", report.bytesReceived},
-         {"type", nullable(report.type)},
-         {"ok", nullable(report.ok)},
-         {"errorCode", nullable(report.errorCode)}});
+         {"bytesReceived", summary.bytesReceived},
+         {"type", nullable(summary.type)},
+         {"ok", nullable(summary.ok)},
+         {"errorCode", nullable(summary.errorCode)}});
 }
 
 void EventLog::write(const Json& event) {

@@ -25,7 +25,7 @@ class EventLog {
   void unlocked();
 
   /// {"event":"connection","bytesReceived","type","ok","errorCode"}: a connection was closed.
-  void connection(const ConnectionReport& report);
+  void connection(const ConnectionSummary& summary);
 
  private:
   void write(const nlohmann::ordered_json& event);

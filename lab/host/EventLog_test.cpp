@@ -36,7 +36,7 @@ TEST(EventLog, TellsOfAnUnlockedVault) {
   EXPECT_EQ(stream.str(), "{\"event\":\"unlocked\"}\n");
 }
 
-TEST(EventLog, TellsWhatCameOfAConnection) {
+TEST(EventLog, TellsHowAConnectionEnded) {
   std::ostringstream stream;
   EventLog(stream).connection(
       {.bytesReceived = 99, .type = "assertion", .ok = false, .errorCode = "vaultLocked"});

@@ -151,20 +151,20 @@ void HostServer::endAll() {
 
 void HostServer::serve(Connection& connection) const {
   const int socket = connection.socket.get();
-  ConnectionReport report;
+  ConnectionSummary summary;
   if (isOfThisUser(socket)) {
     setTimeout(socket, timeout_);
-    converse(socket, report);
+    converse(socket, summary);
   }
   ::shutdown(socket, SHUT_RDWR);
-  callbacks_.closed(report);
+  callbacks_.closed(summary);
   connection.finished = true;
   ::eventfd_write(finished_.get(), 1);
 }
 
-void HostServer::converse(int socket, ConnectionReport& report) const {
+void HostServer::converse(int socket, ConnectionSummary& summary) const {
   std::array<std::uint8_t, PrefixSize> prefix{};
-  if (!receive(socket, prefix, report.bytesReceived)) {
+  if (!receive(socket, prefix, summary.bytesReceived)) {
     return;
   }
   const std::uint32_t size = sizeFrom(prefix);
@@ -174,19 +174,19 @@ void HostServer::converse(int socket, ConnectionReport& report) const {
                        " bytes instead of 1 to 4194304.");
   } else {
     std::vector<std::uint8_t> body(size);
-    if (!receive(socket, body, report.bytesReceived)) {
+    if (!receive(socket, body, summary.bytesReceived)) {
       return;
     }
-    response = respond(body, report);
+    response = respond(body, summary);
   }
   const Data encoded = encode(response);
   if (send(socket, prefixOf(encoded.size())) && send(socket, encoded.bytes())) {
-    report.ok = valueForKey(response, "ok")->truthValue();
-    report.errorCode = stringIn(response, "errorCode");
+    summary.ok = valueForKey(response, "ok")->truthValue();
+    summary.errorCode = stringIn(response, "errorCode");
   }
 }
 
-PropertyListDictionary HostServer::respond(const Data& body, ConnectionReport& report) const {
+PropertyListDictionary HostServer::respond(const Data& body, ConnectionSummary& summary) const {
   const auto request = serialization_.decode(body);
   if (!request) {
     return failure("The request is not a property list: " +
@@ -195,7 +195,7 @@ PropertyListDictionary HostServer::respond(const Data& body, ConnectionReport& r
   if (request->dictionary() == nullptr) {
     return failure("The request is a property list, but not a dictionary.");
   }
-  report.type = stringIn(*request->dictionary(), "type");
+  summary.type = stringIn(*request->dictionary(), "type");
   return callbacks_.answer(*request->dictionary());
 }
 

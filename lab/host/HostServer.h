@@ -15,7 +15,7 @@
 namespace korvan::lab::host {
 
 /// What happened on one connection. A nullopt part was not reached.
-struct ConnectionReport {
+struct ConnectionSummary {
   std::size_t bytesReceived = 0;         ///< of the request's frame, with its prefix
   std::optional<std::string> type;       ///< the request's `type`
   std::optional<bool> ok;                ///< of the response, once it is sent
@@ -41,7 +41,7 @@ class HostServer {
     std::function<PropertyListDictionary(const PropertyListDictionary&)> answer;
 
     /// Called on the connection's thread when it is closed.
-    std::function<void(const ConnectionReport&)> closed;
+    std::function<void(const ConnectionSummary&)> closed;
   };
 
   /// Refers to `serialization`, which outlives it. Both callbacks are set, and do not throw. Throws
@@ -68,8 +68,8 @@ class HostServer {
   void endAll();
 
   void serve(Connection& connection) const;
-  void converse(int socket, ConnectionReport& report) const;
-  [[nodiscard]] PropertyListDictionary respond(const Data& body, ConnectionReport& report) const;
+  void converse(int socket, ConnectionSummary& summary) const;
+  [[nodiscard]] PropertyListDictionary respond(const Data& body, ConnectionSummary& summary) const;
   [[nodiscard]] Data encode(PropertyListDictionary& response) const;
 
   const PropertyListSerialization& serialization_;

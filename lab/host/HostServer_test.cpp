@@ -36,7 +36,7 @@ class HostServerTest : public testing::Test {
     server_ = std::make_unique<HostServer>(
         serialization_,
         HostServer::Callbacks{.answer = [](const auto& request) { return reply(request); },
-                              .closed = [this](const auto& report) { note(report); }},
+                              .closed = [this](const auto& summary) { note(summary); }},
         timeout);
     thread_ = std::jthread([this] { server_->run(socket_.descriptor(), stop_.get()); });
   }
@@ -68,19 +68,19 @@ class HostServerTest : public testing::Test {
     EXPECT_EQ(valueForKey(response, "errorCode")->text()->view(), "failed");
     EXPECT_THAT(std::string(valueForKey(response, "errorDescription")->text()->view()),
                 HasSubstr(description));
-    EXPECT_EQ(nextReport().ok, std::optional(false));
+    EXPECT_EQ(nextSummary().ok, std::optional(false));
   }
 
-  ConnectionReport nextReport() {
+  ConnectionSummary nextSummary() {
     std::unique_lock lock(mutex_);
-    reported_.wait(lock, [this] { return !reports_.empty(); });
-    ConnectionReport report = reports_.front();
-    reports_.pop_front();
-    return report;
+    added_.wait(lock, [this] { return !summaries_.empty(); });
+    ConnectionSummary summary = summaries_.front();
+    summaries_.pop_front();
+    return summary;
   }
 
-  /// Has the server wait with its next report for as long as the result lives.
-  [[nodiscard]] std::unique_lock<std::mutex> holdingReports() { return std::unique_lock(mutex_); }
+  /// Has the server wait with its next summary for as long as the result lives.
+  [[nodiscard]] std::unique_lock<std::mutex> holdingSummaries() { return std::unique_lock(mutex_); }
 
   TemporaryDirectory directory_;
   HostSocket socket_{directory_.path()};
@@ -92,15 +92,15 @@ class HostServerTest : public testing::Test {
     return {{"ok", true}, {"echo", type == nullptr ? PropertyListValue("none") : *type}};
   }
 
-  void note(const ConnectionReport& report) {
+  void note(const ConnectionSummary& summary) {
     const std::scoped_lock lock(mutex_);
-    reports_.push_back(report);
-    reported_.notify_one();
+    summaries_.push_back(summary);
+    added_.notify_one();
   }
 
   std::mutex mutex_;
-  std::condition_variable reported_;
-  std::deque<ConnectionReport> reports_;
+  std::condition_variable added_;
+  std::deque<ConnectionSummary> summaries_;
   Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
   std::unique_ptr<HostServer> server_;
   std::jthread thread_;
@@ -111,16 +111,16 @@ TEST_F(HostServerTest, AnswersARequestAndCloses) {
   const Data body = request("greeting");
   client.sendFrame(body);
   EXPECT_EQ(receive(client), (PropertyListDictionary{{"ok", true}, {"echo", "greeting"}}));
-  const ConnectionReport report = nextReport();
-  EXPECT_EQ(report.bytesReceived, body.size() + 4);
-  EXPECT_EQ(report.type, "greeting");
-  EXPECT_EQ(report.ok, true);
-  EXPECT_EQ(report.errorCode, std::nullopt);
+  const ConnectionSummary summary = nextSummary();
+  EXPECT_EQ(summary.bytesReceived, body.size() + 4);
+  EXPECT_EQ(summary.type, "greeting");
+  EXPECT_EQ(summary.ok, true);
+  EXPECT_EQ(summary.errorCode, std::nullopt);
 }
 
-TEST_F(HostServerTest, ClosesAConnectionBeforeItReportsIt) {
+TEST_F(HostServerTest, ClosesAConnectionBeforeItsSummary) {
   Client client(socket_.path());
-  const auto lock = holdingReports();
+  const auto lock = holdingSummaries();
   client.sendFrame(request("greeting"));
   EXPECT_FALSE(receive(client).empty());
 }
@@ -146,7 +146,7 @@ TEST_F(HostServerTest, ServesOthersWhileAClientStalls) {
     Client client(socket_.path());
     client.sendFrame(request("meanwhile"));
     EXPECT_EQ(valueForKey(receive(client), "echo")->text()->view(), "meanwhile");
-    EXPECT_EQ(nextReport().type, "meanwhile");
+    EXPECT_EQ(nextSummary().type, "meanwhile");
   }
 }
 
@@ -156,10 +156,10 @@ TEST_F(HostServerTest, EndsAStalledClientWhenItStops) {
   ASSERT_TRUE(stalled.send(std::array<std::uint8_t, 2>{0, 0}));
   // Clients are accepted in turn: once the second one is served, the first one is being served.
   other.sendFrame(request("other"));
-  EXPECT_EQ(nextReport().type, "other");
+  EXPECT_EQ(nextSummary().type, "other");
   stop();
   EXPECT_TRUE(stalled.receiveAll().empty());
-  EXPECT_EQ(nextReport().ok, std::nullopt);
+  EXPECT_EQ(nextSummary().ok, std::nullopt);
 }
 
 TEST_F(HostServerTest, DropsAClientThatStallsForTooLong) {
@@ -168,10 +168,10 @@ TEST_F(HostServerTest, DropsAClientThatStallsForTooLong) {
   Client stalled(socket_.path());
   ASSERT_TRUE(stalled.send(std::array<std::uint8_t, 6>{0, 0, 0, 9, 'b', 'p'}));
   EXPECT_TRUE(stalled.receiveAll().empty());
-  const ConnectionReport report = nextReport();
-  EXPECT_EQ(report.bytesReceived, 6U);
-  EXPECT_EQ(report.type, std::nullopt);
-  EXPECT_EQ(report.ok, std::nullopt);
+  const ConnectionSummary summary = nextSummary();
+  EXPECT_EQ(summary.bytesReceived, 6U);
+  EXPECT_EQ(summary.type, std::nullopt);
+  EXPECT_EQ(summary.ok, std::nullopt);
 }
 
 TEST_F(HostServerTest, GivesNoAnswerToARequestThatIsCutShort) {
@@ -183,9 +183,9 @@ TEST_F(HostServerTest, GivesNoAnswerToARequestThatIsCutShort) {
     client.send(std::span(frame).first(size));
     client.finishSending();
     EXPECT_TRUE(client.receiveAll().empty()) << size;
-    const ConnectionReport report = nextReport();
-    EXPECT_EQ(report.bytesReceived, size);
-    EXPECT_EQ(report.ok, std::nullopt);
+    const ConnectionSummary summary = nextSummary();
+    EXPECT_EQ(summary.bytesReceived, size);
+    EXPECT_EQ(summary.ok, std::nullopt);
   }
 }
 
@@ -216,13 +216,13 @@ TEST_F(HostServerTest, TakesTheLargestFrame) {
   expectRefusal(client, "cannot be encoded");
 }
 
-TEST_F(HostServerTest, RefusesWhatIsNoPropertyList) {
+TEST_F(HostServerTest, RefusesWhatIsNotAPropertyList) {
   Client client(socket_.path());
   client.sendFrame(Data::copyOf(std::vector<std::uint8_t>{'b', 'p', 'l', 'i', 's', 't', '0', '0'}));
   expectRefusal(client, "The request is not a property list: ");
 }
 
-TEST_F(HostServerTest, RefusesAPropertyListThatIsNoDictionary) {
+TEST_F(HostServerTest, RefusesAPropertyListThatIsNotADictionary) {
   std::vector<std::uint8_t> emptyArray{'b', 'p', 'l', 'i', 's', 't', '0', '0', 0xA0, 8};
   emptyArray.insert(emptyArray.end(), {0, 0, 0, 0, 0, 0, 1, 1});  // sizes in the trailer
   emptyArray.insert(emptyArray.end(), {0, 0, 0, 0, 0, 0, 0, 1});  // objects
@@ -251,7 +251,7 @@ TEST_F(HostServerTest, ServesNobodyElsesClients) {
   }).join();
   EXPECT_TRUE(connected);
   EXPECT_TRUE(received.empty());
-  EXPECT_EQ(nextReport().bytesReceived, 0U);
+  EXPECT_EQ(nextSummary().bytesReceived, 0U);
 }
 
 TEST_F(HostServerTest, ServesMoreClientsThanItHasTurnsFor) {

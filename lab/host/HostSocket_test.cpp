@@ -81,7 +81,7 @@ TEST_F(HostSocketTest, GivesWayToAHostThatListens) {
   EXPECT_TRUE(Client(file_).connected()) << "the first one is undisturbed";
 }
 
-TEST_F(HostSocketTest, LeavesAloneWhatIsNoSocket) {
+TEST_F(HostSocketTest, LeavesAloneWhatIsNotASocket) {
   std::ofstream(file_) << "precious";
   expectRefused(directory_.path(), "not a socket");
   EXPECT_EQ(std::filesystem::file_size(file_), 8U);

@@ -58,7 +58,7 @@ TEST(SigningKey, GivesTheCoordinatesOfItsPublicKey) {
   EXPECT_EQ(info.slice(info.size() - 65, 65), point);
 }
 
-TEST(SigningKey, RefusesWhatIsNoP256PrivateKeyInPkcs8) {
+TEST(SigningKey, RefusesWhatIsNotAP256PrivateKeyInPkcs8) {
   const Data good = SigningKey::generate().pkcs8();
   const Data longer = joined({good, testBytes(1, 0)});
   const std::vector<Data> rows{Data(),

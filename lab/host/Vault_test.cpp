@@ -138,7 +138,7 @@ TEST_F(VaultInFile, StaysAsItWasWhenItCannotBeSaved) {
   EXPECT_THAT(namesIn(directory_.path()), ElementsAre("vault.json"));
 }
 
-TEST_F(VaultInFile, IsRefusedWhenItIsNoJson) {
+TEST_F(VaultInFile, IsRefusedWhenItIsNotJson) {
   for (const char* contents : {"", "{", "[1,", "\xFF"}) {
     expectMalformed(contents, "parse error");
   }

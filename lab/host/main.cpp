@@ -106,9 +106,10 @@ void run(const Options& options) {
   EventLog log(std::cout);
   RequestHandler handler(vault, options.behavior, [&log] { log.unlocked(); });
   const LinuxPropertyListSerialization serialization;
-  HostServer server(serialization,
-                    {.answer = [&handler](const auto& request) { return handler.answer(request); },
-                     .closed = [&log](const ConnectionReport& report) { log.connection(report); }});
+  HostServer server(
+      serialization,
+      {.answer = [&handler](const auto& request) { return handler.answer(request); },
+       .closed = [&log](const ConnectionSummary& summary) { log.connection(summary); }});
   log.ready(socket.path(), vault.passkeys());
   server.run(socket.descriptor(), stop.get());
 }

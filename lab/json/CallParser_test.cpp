@@ -169,7 +169,7 @@ TEST(CallParser, HandsOverTheArgumentsOfReports) {
   EXPECT_EQ(controller->accepted, std::vector<Data>());
 }
 
-TEST(CallParser, RefusesWhatIsNoCallAndSaysWhy) {
+TEST(CallParser, RefusesWhatIsNotACallAndSaysWhy) {
   using Row = std::pair<const char*, const char*>;
   for (
       const auto& [line, reason] : {

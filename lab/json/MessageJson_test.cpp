@@ -39,12 +39,12 @@ TEST_F(MessageJsonTest, ShowsEveryKindOfValue) {
               "real":0.25,"text":"é","uid":{"uid":3}})"));
 }
 
-TEST_F(MessageJsonTest, ShowsTheBytesOfWhatIsNoPropertyList) {
+TEST_F(MessageJsonTest, ShowsTheBytesOfWhatIsNotAPropertyList) {
   const std::vector<std::uint8_t> bytes = {0xFF};
   EXPECT_EQ(messageJson(propertyLists_, Data::copyOf(bytes)), (OrderedJson{{"data", "_w"}}));
 }
 
-TEST_F(MessageJsonTest, ShowsTheBytesOfAPropertyListThatIsNoDictionary) {
+TEST_F(MessageJsonTest, ShowsTheBytesOfAPropertyListThatIsNotADictionary) {
   // "bplist00", the object true, its offset, and the trailer.
   std::vector<std::uint8_t> bytes = {'b', 'p', 'l', 'i', 's', 't', '0', '0', 0x09, 8};
   bytes.insert(bytes.end(), {0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, 1});

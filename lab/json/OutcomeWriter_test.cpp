@@ -65,7 +65,7 @@ TEST_F(OutcomeWriterTest, WritesTheOtherOutcomes) {
   EXPECT_EQ(line(Refused{"nil"}), R"({"outcome":"exception","reason":"nil","milliseconds":1.235})");
 }
 
-TEST_F(OutcomeWriterTest, WritesWhyALineIsNoCall) {
+TEST_F(OutcomeWriterTest, WritesWhyALineIsNotACall) {
   EXPECT_EQ(OutcomeWriter(propertyLists_, false).invalidLine("why"),
             R"({"outcome":"invalid","reason":"why","milliseconds":0})");
   EXPECT_EQ(OutcomeWriter(propertyLists_, true).invalidLine("why"),

@@ -57,7 +57,7 @@ TEST(PublicKey, RefusesAPointThatIsNotOnTheCurve) {
                std::invalid_argument);
 }
 
-TEST(PublicKey, RefusesWhatIsNoPublicKey) {
+TEST(PublicKey, RefusesWhatIsNotAPublicKey) {
   const std::vector<std::uint8_t> garbage = {0x30, 0x03, 0x02, 0x01, 0x00};
   EXPECT_THROW(PublicKey::fromDer(garbage), std::invalid_argument);
   EXPECT_THROW(PublicKey::fromDer({}), std::invalid_argument);

@@ -80,7 +80,7 @@ TEST_F(CallRunnerTest, MakesEachCallOnANewController) {
   EXPECT_EQ(std::get<Canceled>(second.outcome).error.code, 101);
 }
 
-TEST_F(CallRunnerTest, RefusesATrustAnchorThatIsNoCertificate) {
+TEST_F(CallRunnerTest, RefusesATrustAnchorThatIsNotACertificate) {
   settings_.trustAnchorPem = "no certificate";
   EXPECT_THROW(CallRunner{settings_}, std::invalid_argument);
 }

@@ -135,7 +135,7 @@ TEST_F(KorvanLabTest, ShowsWhatWentOverTheSocket) {
             line.at("credential").at("signature"));
 }
 
-TEST_F(KorvanLabTest, ServesLaterLinesAfterOneThatIsNoCall) {
+TEST_F(KorvanLabTest, ServesLaterLinesAfterOneThatIsNotACall) {
   const auto result =
       runLab(callArguments(), "\nnonsense\n  \t\r\n" + silentCall(nullptr).dump() + "\r\n[]");
   EXPECT_EQ(result.status, 2);

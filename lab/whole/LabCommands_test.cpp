@@ -70,7 +70,7 @@ TEST_F(LabCommands, RegisterIsRefusedWhereAPasskeyIsExcluded) {
   EXPECT_THAT(result.output, Not(HasSubstr("Signing in")));
 }
 
-TEST_F(LabCommands, ConfigureShowsWhatWasAskedAndWhatCameOfIt) {
+TEST_F(LabCommands, ConfigureShowsTheRequestAndTheOutcome) {
   const auto result = runLab({"configure"});
   EXPECT_EQ(result.status, 0) << result.errors;
   EXPECT_THAT(result.output, HasSubstr(R"(Sent: {"allowsUserInteraction":true,"type":"synchr)"));

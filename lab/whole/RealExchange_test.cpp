@@ -147,7 +147,7 @@ TEST_F(RealSocket, FileWithoutAListenerIsAFailedConnection) {
   EXPECT_TRUE(result.connectFailed);
 }
 
-TEST_F(RealSocket, FileThatIsNoSocketIsAFailedConnection) {
+TEST_F(RealSocket, FileThatIsNotASocketIsAFailedConnection) {
   std::ofstream(path) << "text";
   EXPECT_TRUE(exchangeAt(path).connectFailed);
 }

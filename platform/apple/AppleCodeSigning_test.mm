@@ -24,7 +24,7 @@ TEST(AppleCodeSigning, CompilesARequirement) {
   EXPECT_NE(requirement, nullptr);
 }
 
-TEST(AppleCodeSigning, RefusesWhatIsNoRequirement) {
+TEST(AppleCodeSigning, RefusesWhatIsNotARequirement) {
   for (const std::string_view text : {"anchor grape", "\xFF"}) {
     std::unique_ptr<CodeSigning::Requirement> requirement;
     EXPECT_NE(AppleCodeSigning().createRequirement(text, requirement), 0) << text;

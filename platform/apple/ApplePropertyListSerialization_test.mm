@@ -64,7 +64,7 @@ TEST(ApplePropertyListSerialization, RefusesWhatHasNoPlaceInAPropertyList) {
   }
 }
 
-TEST(ApplePropertyListSerialization, RefusesBytesThatAreNone) {
+TEST(ApplePropertyListSerialization, RefusesOtherBytes) {
   for (const std::string_view bytes : {"", "bplist00", "\x01\x02\x03"}) {
     const auto value = ApplePropertyListSerialization().decode(dataOf(bytes));
     EXPECT_FALSE(value.has_value()) << testing::PrintToString(bytes);

@@ -45,7 +45,7 @@ TEST(AppleOperatingSystem, IsAtLeastWhatTheExtensionNeeds) {
   EXPECT_FALSE(AppleOperatingSystem().isAtLeast({.major = 1000}));
 }
 
-TEST(AppleWorkspace, DoesNotOpenWhatIsNoURL) {
+TEST(AppleWorkspace, DoesNotOpenWhatIsNotAURL) {
   EXPECT_FALSE(AppleWorkspace().openURL("\xFF"));
   EXPECT_FALSE(AppleWorkspace().openURL("korvan-test-without-an-application:"));
 }

@@ -18,19 +18,19 @@ NSString* halfOfASurrogatePair() {
   return [[NSString alloc] initWithCharacters:&half length:1];
 }
 
-TEST(Conversions, NilIsNone) {
+TEST(Conversions, NilIsNullopt) {
   EXPECT_EQ(stringOf(nil), std::nullopt);
   EXPECT_EQ(dataOf(nil), std::nullopt);
   EXPECT_EQ(dataArrayOf(nil), std::nullopt);
   EXPECT_EQ(integerArrayOf(nil), std::nullopt);
 }
 
-TEST(Conversions, NoneIsNil) {
+TEST(Conversions, NulloptIsNil) {
   EXPECT_EQ(toNSString(std::optional<std::string>()), nil);
   EXPECT_EQ(toNSData(std::optional<Data>()), nil);
 }
 
-TEST(Conversions, EmptyIsNotNone) {
+TEST(Conversions, EmptyIsNotNullopt) {
   EXPECT_EQ(stringOf(@""), "");
   EXPECT_EQ(dataOf(toNSData(Data())), Data());
   EXPECT_TRUE(dataArrayOf([NSArray array]).value().empty());
@@ -39,7 +39,7 @@ TEST(Conversions, EmptyIsNotNone) {
   EXPECT_EQ(stringOf(toNSString(std::string_view())), "");
 }
 
-TEST(Conversions, AnotherClassIsNone) {
+TEST(Conversions, AnotherClassIsNullopt) {
   EXPECT_EQ(stringOf(@1), std::nullopt);
   EXPECT_EQ(dataOf(@"text"), std::nullopt);
   EXPECT_EQ(dataArrayOf(@"text"), std::nullopt);
@@ -64,7 +64,7 @@ TEST(Conversions, WhatIsNotUTF8IsNil) {
   EXPECT_EQ(stringOf(toNSStringOrEmpty("\xFF"sv)), "");
 }
 
-TEST(Conversions, AStringThatUnicodeCannotEncodeIsNone) {
+TEST(Conversions, AStringThatUnicodeCannotEncodeIsNullopt) {
   EXPECT_EQ(stringOf(halfOfASurrogatePair()), std::nullopt);
 }
 

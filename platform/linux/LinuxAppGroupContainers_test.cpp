@@ -165,7 +165,7 @@ TEST_F(LinuxAppGroupContainersTest, RefusesALink) {
   EXPECT_EQ(fixed(link / ""), std::nullopt);
 }
 
-TEST_F(LinuxAppGroupContainersTest, RefusesWhatIsNoDirectory) {
+TEST_F(LinuxAppGroupContainersTest, RefusesWhatIsNotADirectory) {
   const fs::path file = temporary_.path() / "file";
   std::ofstream(file) << "text";
   ASSERT_EQ(::chmod(file.c_str(), 0700), 0);
@@ -183,7 +183,7 @@ TEST_F(LinuxAppGroupContainersTest, RefusesADirectoryOfSomebodyElse) {
   EXPECT_EQ(fixed(path), std::nullopt);
 }
 
-TEST_F(LinuxAppGroupContainersTest, NoDirectoryIsNoContainer) {
+TEST_F(LinuxAppGroupContainersTest, WithoutADirectoryThereIsNoContainer) {
   EXPECT_EQ(LinuxAppGroupContainers(std::nullopt).containerPath(Group), std::nullopt);
 }
 

@@ -66,7 +66,7 @@ TEST_F(LinuxWorkspaceTest, StartsTheExecutableWithTheUrlAsItsOneArgument) {
   EXPECT_THAT(report, Contains(StartsWith("argument")).Times(1));
 }
 
-TEST_F(LinuxWorkspaceTest, TheStartedProgramIsNobodysChildHere) {
+TEST_F(LinuxWorkspaceTest, TheStartedProgramIsNotAChild) {
   ASSERT_TRUE(workspaceOf(application_.executable()).openURL(Url));
   expectNoChildren();
   const auto report = application_.readReport();

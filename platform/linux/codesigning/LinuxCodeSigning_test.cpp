@@ -253,14 +253,14 @@ TEST_F(LinuxCodeSigningTest, FileNamedAsADeletedProgramDoesNotStandForIt) {
   EXPECT_EQ(checkProcess(process.id()), -67034);
 }
 
-TEST_F(LinuxCodeSigningTest, ProcessThatHasEndedIsNoCode) {
+TEST_F(LinuxCodeSigningTest, ProcessThatHasEndedHasNoCode) {
   authority.sign(program);
   WaitingProcess process(program);
   process.end();
   EXPECT_EQ(checkProcess(process.id()), -67065);
 }
 
-TEST_F(LinuxCodeSigningTest, ProcessThatCannotBeIsNoCode) {
+TEST_F(LinuxCodeSigningTest, ImpossibleProcessHasNoCode) {
   for (const pid_t process : {-1, 0, 1 << 30}) {
     EXPECT_EQ(checkProcess(process), -67065);
   }

@@ -43,7 +43,7 @@ TEST(PropertyListCharacters, SharesTheBytesOfUtf8) {
   EXPECT_EQ(propertyListCharacters(bytes)->bytes().data(), bytes.bytes().data() + 3);
 }
 
-TEST(PropertyListCharacters, RefusesWhatIsNoTextAndSaysWhere) {
+TEST(PropertyListCharacters, RefusesWhatIsNotTextAndSaysWhere) {
   const std::string utf8 = ", a character is not valid UTF-8.";
   const std::string utf16 = ", a character is not valid UTF-16.";
   const std::string prefix = "The bytes are no property list: at line 1, column ";
