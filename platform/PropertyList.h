@@ -22,9 +22,8 @@ class PropertyListValue;
 /// Values by their keys, in the keys' byte order: equal dictionaries are encoded alike.
 using PropertyListDictionary = std::map<Text, PropertyListValue, std::less<>>;
 
-/// Containers inside one another, the outermost included, that a property list has at most, in any
-/// format. Every platform refuses to read or write more, which keeps what recurses with the nesting
-/// within any thread's stack.
+/// How deep the containers of a property list may nest, including the outermost, in any format.
+/// Every platform refuses to read or write deeper ones, so that recursion fits any thread's stack.
 inline constexpr std::size_t MaxPropertyListNesting = 512;
 
 /// A point in time: seconds since 2001-01-01 00:00:00 UTC, the epoch of property-list dates.
@@ -45,9 +44,9 @@ struct PropertyListUid {
 /// Read a value by its kind: a reader for another kind returns nullopt or null, and converts
 /// nothing.
 ///
-/// Comparing and releasing a value recurse with its nesting, which MaxPropertyListNesting bounds:
-/// whoever nests values keeps to it, as every reader does. Comparing follows each reference to a
-/// shared container, so it takes exponential time where every level refers to the next one twice.
+/// Comparing and releasing a value recurse into its containers. All code that nests values must
+/// keep to MaxPropertyListNesting, as every reader does. Comparing follows each reference to a
+/// shared container, so it takes exponential time if every level refers to the next one twice.
 class PropertyListValue {
  public:
   using Array = std::vector<PropertyListValue>;
@@ -82,7 +81,7 @@ class PropertyListValue {
   template <std::convertible_to<std::string_view> Characters>
   PropertyListValue(const Characters& value) : value_(Text(value)) {}
 
-  // Containers, at most MaxPropertyListNesting inside one another.
+  // Containers, nested at most MaxPropertyListNesting deep.
   PropertyListValue(Array value);
   PropertyListValue(PropertyListDictionary value);
 

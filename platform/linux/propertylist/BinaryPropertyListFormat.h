@@ -12,7 +12,7 @@
 namespace korvan::binaryPropertyList {
 
 inline constexpr std::string_view Magic = "bplist00";
-/// What the magic begins with in every version.
+/// How the magic begins in every version.
 inline constexpr std::size_t NameSize = 6;
 
 /// Five unused bytes, a sort version, the widths of an offset and of a reference, one byte each;
@@ -24,8 +24,8 @@ inline constexpr std::size_t CountPlace = 8;
 inline constexpr std::size_t TopPlace = 16;
 inline constexpr std::size_t TableOffsetPlace = 24;
 
-/// A count in the low half of the first byte is below this; this itself says that an integer object
-/// with the count follows.
+/// A count in the low half of the first byte is below this. This value itself means that an integer
+/// object with the count follows.
 inline constexpr std::uint8_t ExtendedCount = 0x0F;
 
 inline constexpr std::uint8_t NullMarker = 0x00;

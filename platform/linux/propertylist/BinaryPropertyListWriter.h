@@ -10,13 +10,13 @@ namespace korvan {
 
 /// Writes the binary format, version 1.0; see BinaryPropertyListFormat.h.
 ///
-/// Equal strings, data and numbers are written once each, and so is a container that values share:
-/// the output follows what the values hold in memory, not the number of ways that lead to it. The
-/// same property list gives the same bytes. Time and memory are proportional to the members of the
-/// distinct containers, whatever the values are.
+/// Writes equal strings, data and numbers once each, and a shared container once: the size of the
+/// output follows that of the values in memory, not the number of references. The same property
+/// list gives the same bytes. Time and memory are proportional to the members of the distinct
+/// containers, for any values.
 ///
-/// Fails, naming the place in the property list, for null, for a set, for a text that is not UTF-8
-/// and for containers nested deeper than MaxPropertyListNesting.
+/// Fails for null, for a set, for a text that is not UTF-8 and for containers nested deeper than
+/// MaxPropertyListNesting. The error names the place in the property list.
 [[nodiscard]] std::expected<Data, PropertyListError> writeBinaryPropertyList(
     const PropertyListDictionary& root);
 

@@ -8,8 +8,7 @@
 
 namespace korvan {
 
-/// Property lists where the system offers none. It writes the binary format, version 1.0, and reads
-/// that, the XML format and the OpenStep format.
+/// Writes the binary format, version 1.0. Reads that, the XML format and the OpenStep format.
 class LinuxPropertyListSerialization final : public PropertyListSerialization {
  public:
   [[nodiscard]] std::expected<Data, PropertyListError> encodeBinary(

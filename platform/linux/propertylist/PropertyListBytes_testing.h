@@ -12,7 +12,7 @@
 
 namespace korvan {
 
-/// The bytes of a text, as tests write them down.
+/// The bytes of a literal.
 [[nodiscard]] inline Data dataOf(std::string_view bytes) {
   return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
@@ -22,7 +22,7 @@ namespace korvan {
   return std::string(1, static_cast<char>(first)).append(rest);
 }
 
-/// Processor time; the least of a few runs, which the rest of the machine disturbs least.
+/// Processor time: the minimum of a few runs, because other processes disturb that least.
 template <typename Action>
 [[nodiscard]] std::clock_t leastTicks(Action action) {
   std::clock_t least = std::numeric_limits<std::clock_t>::max();
@@ -34,8 +34,8 @@ template <typename Action>
   return least;
 }
 
-/// How many times longer `ticksFor` says that 64 times as much takes: some 64 when the work is
-/// linear, some 4096 when it is quadratic. Outgrown caches and a coarse clock blur both.
+/// How many times longer 64 times as much takes, by `ticksFor`: about 64 if the work is linear,
+/// about 4096 if it is quadratic. Caches and a coarse clock blur both.
 template <typename TicksFor>
 [[nodiscard]] std::clock_t growthOf(std::size_t count, TicksFor ticksFor) {
   const std::clock_t least = std::max<std::clock_t>(1, ticksFor(count));

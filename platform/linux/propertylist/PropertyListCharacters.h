@@ -11,18 +11,17 @@
 
 namespace korvan {
 
-/// The characters of a property list in one of the text formats, as UTF-8 without a byte-order
-/// mark.
+/// Decodes a property list in one of the text formats into UTF-8 without a byte-order mark.
 ///
-/// The bytes are UTF-8, with or without a byte-order mark, or UTF-16 with one. UTF-8 is shared and
-/// not copied. The error names the line and column of what is not text.
+/// The bytes are UTF-8, with or without a byte-order mark, or UTF-16 with one. UTF-8 is shared, not
+/// copied. The error names the line and column of what is not text.
 [[nodiscard]] std::expected<Data, PropertyListError> propertyListCharacters(const Data& bytes);
 
-/// The same characters as a view, good as long as the data is.
+/// The same characters as a view, valid as long as the data.
 [[nodiscard]] std::string_view viewOf(const Data& characters) noexcept;
 
-/// Where the offset into the characters is: "line 2, column 7", both counted from one. A column is
-/// a code point, a line ends with LF, CR or both.
+/// The place of an offset: "line 2, column 7", both counted from one. A column is a code point; a
+/// line ends with LF, CR or both.
 [[nodiscard]] std::string placeIn(std::string_view characters, std::size_t offset);
 
 /// "The XML property list is damaged at line 2, column 7: …."

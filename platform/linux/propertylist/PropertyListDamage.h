@@ -7,14 +7,15 @@
 
 namespace korvan {
 
-/// What is wrong with a property list. Readers throw it from within and never to their callers.
+/// What is wrong with a property list. Readers use it internally, and never throw it to their
+/// callers.
 struct PropertyListDamage {
-  /// Bytes from the beginning.
+  /// The offset in bytes.
   std::size_t offset = 0;
   std::string what;
 };
 
-/// Throws when the container at `offset` makes so many, itself included, that are nested.
+/// Throws if the container at `offset` makes the nesting too deep. `nesting` includes it.
 inline void checkPropertyListNesting(std::size_t nesting, std::size_t offset) {
   if (nesting > MaxPropertyListNesting) {
     throw PropertyListDamage{

@@ -5,8 +5,8 @@
 
 #include "platform/PropertyList.h"
 
-// The values that the text of an XML property list's elements stands for. None when it stands for
-// none. Space around the text does not count.
+// Parse the text of an XML property list's elements. Nullopt if it is malformed. Space around the
+// text is ignored.
 
 namespace korvan {
 
@@ -18,7 +18,7 @@ inline constexpr std::string_view XmlSpace = " \t\r\n";
 /// A decimal number, or "nan", "inf" or "infinity" in any case, with or without a sign.
 [[nodiscard]] std::optional<PropertyListValue> realOfXml(std::string_view text);
 
-/// A date and time in UTC in the one form of ISO 8601 that property lists use:
+/// A date and time in UTC, in the only form of ISO 8601 that property lists use:
 /// "2001-01-01T00:00:00Z".
 [[nodiscard]] std::optional<PropertyListValue> dateOfXml(std::string_view text);
 
