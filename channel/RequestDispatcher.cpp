@@ -103,7 +103,7 @@ void obtainAnswer(PendingRequest& pending) {
 }
 
 std::string failureDescription(const PendingRequest& pending) {
-  // What became of the launch tells the user more than the error of the last attempt.
+  // Whether the launch succeeded tells the user more than the error of the last attempt.
   if (pending.launchAttempted) {
     return pending.hostLaunched
                ? "Korvan opened, but the credential provider could not connect to it in time."

@@ -1,4 +1,4 @@
-// The exchange as it is in life: the kernel's sockets, real processes, real signatures.
+// The exchange with the real system: the kernel's sockets, real processes, real signatures.
 
 #include <algorithm>
 #include <cerrno>
