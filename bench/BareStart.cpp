@@ -14,7 +14,9 @@ int main(int argc, char** argv) {
   const int connection = ::socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  return ::connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+  return connection >= 0 &&
+                 ::connect(connection, reinterpret_cast<const sockaddr*>(&address),
+                           sizeof address) == 0 &&
                  ::send(connection, "x", 1, 0) == 1
              ? 0
              : 1;

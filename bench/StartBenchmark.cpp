@@ -44,6 +44,7 @@ Descriptor listenAt(const std::string& path) {
 
 pid_t start(std::vector<std::string> command) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (std::string& argument : command) {
     arguments.push_back(argument.data());
   }

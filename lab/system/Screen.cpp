@@ -66,7 +66,9 @@ Function* inNoticeWindowModule(const char* name) {
   void* const module = ::dlopen(file.c_str(), RTLD_NOW);
   void* const function = module == nullptr ? nullptr : ::dlsym(module, name);
   if (function == nullptr) {
-    throw std::runtime_error(std::string("the notice's window cannot be loaded: ") + ::dlerror());
+    // The text is this thread's own.
+    const char* const why = ::dlerror();  // NOLINT(concurrency-mt-unsafe)
+    throw std::runtime_error(std::string("the notice's window cannot be loaded: ") + why);
   }
   return reinterpret_cast<Function*>(function);
 }
