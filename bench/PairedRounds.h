@@ -18,14 +18,6 @@ struct PairedRoundsSize {
   std::size_t callsPerRound = 1;
 };
 
-/// What a comparison found.
-struct PairedRoundsResult {
-  double productNanoseconds = 0;
-  double floorNanoseconds = 0;
-  /// The median over the rounds of product over floor, which one slow round does not move.
-  double ratio = 0;
-};
-
 template <typename Call>
 double nanosecondsPerCall(Call& call, std::size_t calls) {
   const auto start = std::chrono::steady_clock::now();
@@ -43,10 +35,10 @@ inline double medianOf(std::vector<double> values) {
 }
 
 /// Times `product` against `floor`, the least that the work could cost elsewhere, in alternating
-/// rounds after one round each to warm up; prints one line and answers with its figures.
+/// rounds after one round each to warm up. Prints a line with the medians of both, and the median
+/// of the rounds' ratios, which one slow round does not move.
 template <typename Product, typename Floor>
-PairedRoundsResult runPairedRounds(std::string_view name, PairedRoundsSize size, Product product,
-                                   Floor floor) {
+void runPairedRounds(std::string_view name, PairedRoundsSize size, Product product, Floor floor) {
   nanosecondsPerCall(product, size.callsPerRound);
   nanosecondsPerCall(floor, size.callsPerRound);
   std::vector<double> products;
@@ -57,15 +49,10 @@ PairedRoundsResult runPairedRounds(std::string_view name, PairedRoundsSize size,
     floors.push_back(nanosecondsPerCall(floor, size.callsPerRound));
     ratios.push_back(products.back() / floors.back());
   }
-  const PairedRoundsResult result{.productNanoseconds = medianOf(products),
-                                  .floorNanoseconds = medianOf(floors),
-                                  .ratio = medianOf(ratios)};
   std::cout << std::left << std::setw(44) << name << std::right << std::fixed
-            << std::setprecision(0) << std::setw(14) << result.productNanoseconds << " ns"
-            << std::setw(14) << result.floorNanoseconds << " ns  ratio " << std::setprecision(3)
-            << result.ratio << '\n'
+            << std::setprecision(0) << std::setw(14) << medianOf(products) << " ns" << std::setw(14)
+            << medianOf(floors) << " ns  ratio " << std::setprecision(3) << medianOf(ratios) << '\n'
             << std::flush;
-  return result;
 }
 
 }  // namespace korvan::bench

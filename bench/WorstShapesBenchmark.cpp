@@ -141,22 +141,6 @@ bool show(const WorstShape& shape) {
   return isWithin;
 }
 
-/// A data value against a copy of its bytes.
-void compareDataWithACopy() {
-  const LinuxPropertyListSerialization serialization;
-  Data body;
-  for (const auto& shape : worstShapes()) {
-    if (shape.name() == "binary: one data") {
-      body = dataOf(shape.bytes(MaxSize));
-    }
-  }
-  std::cout << '\n';
-  runPairedRounds(
-      "decode one data of 4 MiB; copy it", {.rounds = 21, .callsPerRound = 5},
-      [&] { static_cast<void>(serialization.decode(body)); },
-      [&] { static_cast<void>(Data::copyOf(body.bytes())); });
-}
-
 bool showBombs() {
   bool areWithin = true;
   for (const std::size_t levels : {18U, 22U, 30U, 60U}) {
@@ -183,6 +167,5 @@ int main(int argc, char** argv) {
     }
   }
   areWithin = korvan::bench::showBombs() && areWithin;
-  korvan::bench::compareDataWithACopy();
   return areWithin ? EXIT_SUCCESS : EXIT_FAILURE;
 }
