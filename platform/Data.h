@@ -23,9 +23,7 @@ class Data {
   Data(std::shared_ptr<const std::uint8_t> first, std::size_t size) noexcept
       : first_(std::move(first)), size_(size) {}
 
-  static Data copyOf(std::span<const std::uint8_t> bytes) {
-    return std::vector(bytes.begin(), bytes.end());
-  }
+  static Data copyOf(std::span<const std::uint8_t> bytes);
 
   /// The `size` bytes from `offset` on, which must exist. Shares them.
   [[nodiscard]] Data slice(std::size_t offset, std::size_t size) const noexcept {

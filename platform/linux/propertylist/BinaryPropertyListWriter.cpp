@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory_resource>
 #include <optional>
 #include <random>
 #include <string>
@@ -163,6 +164,7 @@ class ObjectTable {
 
   std::size_t addArray(const PropertyListValue::Array& array) {
     const auto addMembers = [&](std::vector<std::size_t>& references) {
+      references.reserve(array.size());
       for (std::size_t index = 0; index < array.size(); ++index) {
         path_.push_back({.index = index});
         references.push_back(add(array[index]));
@@ -240,9 +242,11 @@ class ObjectTable {
   }
 
   std::vector<Row> rows_;
-  std::unordered_map<Object, std::size_t, SecretHash> leaves_;
+  /// The maps' nodes go together, with the table.
+  std::pmr::monotonic_buffer_resource memory_;
+  std::pmr::unordered_map<Object, std::size_t, SecretHash> leaves_{&memory_};
   /// Containers are told apart by where they are in memory.
-  std::unordered_map<const void*, std::size_t> containers_;
+  std::pmr::unordered_map<const void*, std::size_t> containers_{&memory_};
   std::size_t nesting_ = 0;
   /// The way to the value that is being added.
   std::vector<Step> path_;
