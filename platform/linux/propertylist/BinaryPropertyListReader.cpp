@@ -1,5 +1,3 @@
-#include "platform/linux/propertylist/BinaryPropertyListReader.h"
-
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -14,6 +12,7 @@
 #include "platform/linux/propertylist/BinaryPropertyListFormat.h"
 #include "platform/linux/propertylist/PropertyListCharacters.h"
 #include "platform/linux/propertylist/PropertyListDamage.h"
+#include "platform/linux/propertylist/PropertyListFormats.h"
 #include "platform/linux/propertylist/Unicode.h"
 
 namespace korvan {
@@ -23,18 +22,8 @@ namespace format = binaryPropertyList;
 
 constexpr std::size_t MaxWidth = sizeof(std::uint64_t);
 
-[[gnu::cold]] std::string counted(std::uint64_t count, std::string_view thing) {
-  return std::to_string(count) + ' ' + std::string(thing) + (count == 1 ? "" : "s");
-}
-
-[[noreturn, gnu::cold]] void throwDamage(std::size_t offset, std::string what) {
-  throw PropertyListDamage{.offset = offset, .what = std::move(what)};
-}
-
 void requireWidth(std::size_t offset, std::string_view kind, std::size_t width, bool isRight) {
-  if (!isRight) {
-    throwDamage(offset, std::string(kind) + " cannot be " + counted(width, "byte") + " wide");
-  }
+  require(isRight, offset, kind, " cannot be ", Counted{width, "byte"}, " wide");
 }
 
 /// Reads each container and each converted text once, and keeps it for the other references. Its
@@ -42,12 +31,9 @@ void requireWidth(std::size_t offset, std::string_view kind, std::size_t width, 
 class BinaryReader {
  public:
   explicit BinaryReader(const Data& bytes) : bytes_(bytes), first_(bytes.bytes().data()) {
-    if (bytes.size() < format::Magic.size() + format::TrailerSize) {
-      throwDamage(bytes.size(), "it ends before its trailer is complete");
-    }
-    if (!viewOf(bytes).starts_with(format::Magic)) {
-      throwDamage(0, "it does not begin with \"bplist00\"");
-    }
+    require(bytes.size() >= format::Magic.size() + format::TrailerSize, bytes.size(),
+            "it ends before its trailer is complete");
+    require(viewOf(bytes).starts_with(format::Magic), 0, "it does not begin with \"bplist00\"");
     readTrailer(bytes.size() - format::TrailerSize);
   }
 
@@ -94,17 +80,13 @@ class BinaryReader {
                  offsetWidth_ >= 1 && offsetWidth_ <= MaxWidth);
     requireWidth(trailer + format::ReferenceWidthPlace, "a reference", referenceWidth_,
                  referenceWidth_ >= 1 && referenceWidth_ <= MaxWidth);
-    if (tableOffset < format::Magic.size() || tableOffset > trailer) {
-      throwDamage(trailer + format::TableOffsetPlace,
-                  "the offset table cannot begin at " + std::to_string(tableOffset));
-    }
+    require(tableOffset >= format::Magic.size() && tableOffset <= trailer,
+            trailer + format::TableOffsetPlace, "the offset table cannot begin at ", tableOffset);
     // By division, so that no count is too large to be checked.
     const std::size_t tableSize = trailer - tableOffset;
-    if (tableSize % offsetWidth_ != 0 || count != tableSize / offsetWidth_) {
-      throwDamage(trailer + format::CountPlace, "the offset table's " + counted(tableSize, "byte") +
-                                                    " do not hold one offset each for " +
-                                                    counted(count, "object"));
-    }
+    require(tableSize % offsetWidth_ == 0 && count == tableSize / offsetWidth_,
+            trailer + format::CountPlace, "the offset table's ", Counted{tableSize, "byte"},
+            " do not hold one offset each for ", Counted{count, "object"});
     tableOffset_ = tableOffset;
     unclaimed_ = tableOffset_ - format::Magic.size();
     objects_.resize(count);
@@ -113,27 +95,22 @@ class BinaryReader {
   /// The object that the `width` bytes at `referrer` refer to.
   Object& objectAt(std::size_t referrer, std::size_t width) {
     const std::uint64_t number = numberAt(referrer, width);
-    if (number >= objects_.size()) {
-      throwDamage(referrer, "there is no object " + std::to_string(number) + " among " +
-                                counted(objects_.size(), "object"));
-    }
+    require(number < objects_.size(), referrer, "there is no object ", number, " among ",
+            Counted{objects_.size(), "object"});
     Object& object = objects_[number];
     if (object.state == Object::State::unread) {
       const std::size_t place = tableOffset_ + (number * offsetWidth_);
       object.offset = numberAt(place, offsetWidth_);
-      if (object.offset < format::Magic.size() || object.offset >= tableOffset_) {
-        throwDamage(place, "no object can be at byte " + std::to_string(object.offset));
-      }
+      require(object.offset >= format::Magic.size() && object.offset < tableOffset_, place,
+              "no object can be at byte ", object.offset);
     }
     return object;
   }
 
   /// The object, to which the bytes at `referrer` refer.
   PropertyListValue read(Object& object, std::size_t referrer) {
-    if (object.state == Object::State::open) {
-      throwDamage(referrer,
-                  "the container at byte " + std::to_string(object.offset) + " is inside itself");
-    }
+    require(object.state != Object::State::open, referrer, "the container at byte ", object.offset,
+            " is inside itself");
     if (object.state == Object::State::kept) {
       return kept_[object.keptPlace];
     }
@@ -183,8 +160,7 @@ class BinaryReader {
       case format::TrueMarker:
         return true;
       default:
-        throwDamage(object.offset,
-                    "no kind of object begins with the byte " + std::to_string(byte));
+        throwDamage(object.offset, "no kind of object begins with the byte ", std::uint64_t{byte});
     }
   }
 
@@ -202,9 +178,7 @@ class BinaryReader {
     if (width == MaxWidth || isNegative) {
       return number;
     }
-    if (high != 0) {
-      throwDamage(object.offset, "an integer does not fit in 64 bits");
-    }
+    require(high == 0, object.offset, "an integer does not fit in 64 bits");
     return low;
   }
 
@@ -236,9 +210,8 @@ class BinaryReader {
   Text readAscii(Object& object) {
     const bool isNew = object.state == Object::State::unread;
     const Contents contents = claimCounted(object, 1);
-    if (isNew && !isAscii(viewOf(bytes_).substr(contents.offset, contents.count))) {
-      throwDamage(object.offset, "an ASCII string holds a byte above 127");
-    }
+    require(!isNew || isAscii(viewOf(bytes_).substr(contents.offset, contents.count)),
+            object.offset, "an ASCII string holds a byte above 127");
     return Text(bytes_.slice(contents.offset, contents.count));
   }
 
@@ -246,9 +219,8 @@ class BinaryReader {
     const Contents contents = claimCounted(object, 2);
     const auto utf16 = bytes_.bytes().subspan(contents.offset, 2 * contents.count);
     const auto [utf8, size] = utf8OfUtf16(utf16, std::endian::big);
-    if (size < utf16.size()) {
-      throwDamage(contents.offset + size, "a UTF-16 string holds half a surrogate pair");
-    }
+    require(size == utf16.size(), contents.offset + size,
+            "a UTF-16 string holds half a surrogate pair");
     return keep(object, utf8);
   }
 
@@ -339,12 +311,9 @@ class BinaryReader {
   [[nodiscard]] Contents readExtendedCount(std::size_t offset) const {
     const std::size_t room = tableOffset_ - offset;
     const std::size_t width = std::size_t{1} << (first_[offset] & 0x0F);
-    if (room == 0 || (first_[offset] & 0xF0) != format::IntegerMarker || width > MaxWidth) {
-      throwDamage(offset, "a count is not an integer of at most 8 bytes");
-    }
-    if (room - 1 < width) {
-      throwDamage(offset, "a count is cut off by the offset table");
-    }
+    require(room > 0 && (first_[offset] & 0xF0) == format::IntegerMarker && width <= MaxWidth,
+            offset, "a count is not an integer of at most 8 bytes");
+    require(width < room, offset, "a count is cut off by the offset table");
     return {.offset = offset + 1 + width, .count = numberAt(offset + 1, width)};
   }
 
@@ -352,17 +321,13 @@ class BinaryReader {
   /// enough bytes for those read before, which is so when no two overlap.
   void claim(Object& object, std::size_t contents, std::size_t size) {
     const std::size_t room = tableOffset_ - contents;
-    if (size > room) {
-      throwDamage(object.offset, "contents of " + counted(size, "byte") + " do not fit in the " +
-                                     counted(room, "byte") + " before the offset table");
-    }
+    require(size <= room, object.offset, "contents of ", Counted{size, "byte"},
+            " do not fit in the ", Counted{room, "byte"}, " before the offset table");
     if (object.state != Object::State::unread) {
       return;
     }
     const std::size_t wholeSize = contents - object.offset + size;
-    if (wholeSize > unclaimed_) {
-      throwDamage(object.offset, "objects overlap");
-    }
+    require(wholeSize <= unclaimed_, object.offset, "objects overlap");
     unclaimed_ -= wholeSize;
     object.state = Object::State::read;
   }
@@ -375,6 +340,10 @@ class BinaryReader {
   [[nodiscard]] std::uint64_t numberAt(std::size_t offset, std::size_t width) const {
     const std::uint8_t* next = first_ + offset;
     std::uint64_t number = *next;
+    // Nearly all references and offsets of messages have one byte.
+    if (width == 1) {
+      return number;
+    }
     while (--width > 0) {
       number = (number << 8) | *++next;
     }

@@ -1,5 +1,3 @@
-#include "platform/linux/propertylist/BinaryPropertyListReader.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
@@ -10,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/propertylist/BinaryPropertyListWriter.h"
 #include "platform/linux/propertylist/PropertyListBytes_testing.h"
+#include "platform/linux/propertylist/PropertyListFormats.h"
 
 namespace korvan {
 namespace {

@@ -1,5 +1,3 @@
-#include "platform/linux/propertylist/BinaryPropertyListWriter.h"
-
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -17,7 +15,7 @@
 
 #include "platform/linux/propertylist/BinaryPropertyListFormat.h"
 #include "platform/linux/propertylist/PropertyListCharacters.h"
-#include "platform/linux/propertylist/PropertyListDamage.h"
+#include "platform/linux/propertylist/PropertyListFormats.h"
 #include "platform/linux/propertylist/Unicode.h"
 
 namespace korvan {
@@ -61,22 +59,24 @@ struct SecretHash {
     static std::random_device randomDevice;
     static const std::uint64_t Point =
         std::uniform_int_distribution(Prime / 2, Prime - 1)(randomDevice);
-    std::uint64_t hash = object.marker;
+    std::uint64_t hash = object.marker + (object.bytes.size() << 8);
     const auto add = [&](std::uint64_t word) {
       const Wide sum = (Wide{hash} * Point) + word;
       hash = static_cast<std::uint64_t>(sum & Prime) + static_cast<std::uint64_t>(sum >> 61);
     };
     add(object.number);
-    add(object.bytes.size());
     std::string_view bytes = object.bytes;
+    std::uint64_t word = 0;
     constexpr std::size_t WordSize = 7;
-    while (!bytes.empty()) {
-      std::uint64_t word = 0;
-      const std::size_t size = std::min(bytes.size(), WordSize);
-      std::memcpy(&word, bytes.data(), size);
+    for (; bytes.size() >= WordSize; bytes.remove_prefix(WordSize)) {
+      std::memcpy(&word, bytes.data(), WordSize);
       add(word);
-      bytes.remove_prefix(size);
     }
+    word = 0;
+    for (const char byte : bytes) {
+      word = (word << 8) | static_cast<std::uint8_t>(byte);
+    }
+    add(word);
     return hash;
   }
 };
@@ -252,9 +252,11 @@ class ObjectTable {
   std::vector<Step> path_;
 };
 
-void appendInteger(std::string& bytes, std::uint64_t number) {
+/// An integer or a UID, in 1, 2, 4 or 8 bytes.
+void appendNumber(std::string& bytes, std::uint8_t marker, std::uint64_t number) {
   const std::size_t width = std::bit_ceil(widthOf(number));
-  append(bytes, format::IntegerMarker | static_cast<unsigned>(std::countr_zero(width)), 1);
+  const std::size_t logarithm = static_cast<unsigned>(std::countr_zero(width));
+  append(bytes, marker | (marker == format::UidMarker ? width - 1 : logarithm), 1);
   append(bytes, number, width);
 }
 
@@ -263,7 +265,7 @@ void appendHead(std::string& bytes, std::uint8_t marker, std::size_t count) {
     append(bytes, marker | count, 1);
   } else {
     append(bytes, marker | format::ExtendedCount, 1);
-    appendInteger(bytes, count);
+    appendNumber(bytes, format::IntegerMarker, count);
   }
 }
 
@@ -273,20 +275,14 @@ void appendObject(std::string& bytes, const Object& object) {
     case format::TrueMarker:
       return append(bytes, object.marker, 1);
     case format::IntegerMarker:
-      return appendInteger(bytes, object.number);
+    case format::UidMarker:
+      return appendNumber(bytes, object.marker, object.number);
     case LargeIntegerMarker:
-      append(bytes, object.marker, 1);
-      append(bytes, 0, 8);
-      return append(bytes, object.number, 8);
     case LargeRealMarker:
     case format::DateMarker:
       append(bytes, object.marker, 1);
+      append(bytes, 0, object.marker == LargeIntegerMarker ? 8 : 0);
       return append(bytes, object.number, 8);
-    case format::UidMarker: {
-      const std::size_t width = std::bit_ceil(widthOf(object.number));
-      append(bytes, object.marker | (width - 1), 1);
-      return append(bytes, object.number, width);
-    }
     case format::Utf16Marker: {
       const std::string utf16 = utf16OfUtf8(object.bytes).value_or("");
       appendHead(bytes, object.marker, utf16.size() / 2);

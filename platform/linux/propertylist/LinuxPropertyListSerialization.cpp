@@ -1,10 +1,7 @@
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
-#include "platform/linux/propertylist/BinaryPropertyListReader.h"
-#include "platform/linux/propertylist/BinaryPropertyListWriter.h"
-#include "platform/linux/propertylist/OpenStepPropertyListReader.h"
 #include "platform/linux/propertylist/PropertyListCharacters.h"
-#include "platform/linux/propertylist/XmlPropertyListReader.h"
+#include "platform/linux/propertylist/PropertyListFormats.h"
 
 namespace korvan {
 

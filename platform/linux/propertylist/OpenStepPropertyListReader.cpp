@@ -1,5 +1,3 @@
-#include "platform/linux/propertylist/OpenStepPropertyListReader.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -14,6 +12,7 @@
 
 #include "platform/linux/propertylist/PropertyListCharacters.h"
 #include "platform/linux/propertylist/PropertyListDamage.h"
+#include "platform/linux/propertylist/PropertyListFormats.h"
 #include "platform/linux/propertylist/Unicode.h"
 
 namespace korvan {
@@ -21,28 +20,16 @@ namespace {
 
 /// The NeXTSTEP character set, which octal escapes are in, from 128 on; what is below is ASCII. See
 /// https://www.unicode.org/Public/MAPPINGS/VENDORS/NEXT/NEXTSTEP.TXT.
-constexpr std::array<char16_t, 128> UpperNextStep = {
-    0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5, 0x00C7, 0x00C8, 0x00C9, 0x00CA, 0x00CB,
-    0x00CC, 0x00CD, 0x00CE, 0x00CF, 0x00D0, 0x00D1, 0x00D2, 0x00D3, 0x00D4, 0x00D5, 0x00D6, 0x00D9,
-    0x00DA, 0x00DB, 0x00DC, 0x00DD, 0x00DE, 0x00B5, 0x00D7, 0x00F7, 0x00A9, 0x00A1, 0x00A2, 0x00A3,
-    0x2044, 0x00A5, 0x0192, 0x00A7, 0x00A4, 0x2019, 0x201C, 0x00AB, 0x2039, 0x203A, 0xFB01, 0xFB02,
-    0x00AE, 0x2013, 0x2020, 0x2021, 0x00B7, 0x00A6, 0x00B6, 0x2022, 0x201A, 0x201E, 0x201D, 0x00BB,
-    0x2026, 0x2030, 0x00AC, 0x00BF, 0x00B9, 0x02CB, 0x00B4, 0x02C6, 0x02DC, 0x00AF, 0x02D8, 0x02D9,
-    0x00A8, 0x00B2, 0x02DA, 0x00B8, 0x00B3, 0x02DD, 0x02DB, 0x02C7, 0x2014, 0x00B1, 0x00BC, 0x00BD,
-    0x00BE, 0x00E0, 0x00E1, 0x00E2, 0x00E3, 0x00E4, 0x00E5, 0x00E7, 0x00E8, 0x00E9, 0x00EA, 0x00EB,
-    0x00EC, 0x00C6, 0x00ED, 0x00AA, 0x00EE, 0x00EF, 0x00F0, 0x00F1, 0x0141, 0x00D8, 0x0152, 0x00BA,
-    0x00F2, 0x00F3, 0x00F4, 0x00F5, 0x00F6, 0x00E6, 0x00F9, 0x00FA, 0x00FB, 0x0131, 0x00FC, 0x00FD,
-    0x0142, 0x00F8, 0x0153, 0x00DF, 0x00FE, 0x00FF, 0xFFFD, 0xFFFD};
+constexpr std::u16string_view UpperNextStep =
+    u"\u00A0ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏÐÑÒÓÔÕÖÙÚÛÜÝÞµ×÷©¡¢£\u2044¥ƒ§¤\u2019\u201C«\u2039\u203A\uFB01\uFB02®"
+    u"\u2013†‡\u00B7¦¶•\u201A\u201E\u201D»…‰¬¿\u00B9\u02CB\u00B4\u02C6\u02DC\u00AF\u02D8\u02D9"
+    u"\u00A8²\u02DA\u00B8³\u02DD\u02DB\u02C7\u2014±¼½¾àáâãäåçèéêëìÆíªîïðñŁØŒºòóôõöæùúû\u0131üýłøœß"
+    u"þÿ\uFFFD\uFFFD";
+static_assert(UpperNextStep.size() == 128);
 
-bool isBare(char character) {
-  constexpr std::string_view Marks = "_$/:.-";
-  return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'z') ||
-         (character >= 'A' && character <= 'Z') || Marks.contains(character);
-}
-
-bool isOpenStepSpace(char character) {
-  return character == ' ' || (character >= '\t' && character <= '\r');
-}
+constexpr std::string_view BareCharacters =
+    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$/:.-";
+constexpr std::string_view OpenStepSpace = " \t\n\v\f\r";
 
 bool isQuote(char character) { return character == '"' || character == '\''; }
 
@@ -127,7 +114,7 @@ class OpenStepReader {
   /// Entries up to the character that ends them, which stays, or up to the end.
   PropertyListDictionary readEntries() {
     PropertyListDictionary entries;
-    while (skipSpace() && (isQuote(next()) || isBare(next()))) {
+    while (skipSpace() && (isQuote(next()) || BareCharacters.contains(next()))) {
       Text key = readText();
       skipSpace();
       // A key alone is its own value.
@@ -145,7 +132,7 @@ class OpenStepReader {
     ++next_;
     std::vector<std::uint8_t> bytes;
     while (next_ < end) {
-      if (isOpenStepSpace(next())) {
+      if (OpenStepSpace.contains(next())) {
         ++next_;
         continue;
       }
@@ -163,8 +150,7 @@ class OpenStepReader {
 
   Text readBareText() {
     const std::size_t first = next_;
-    next_ = static_cast<std::size_t>(std::ranges::find_if_not(view_.substr(first), isBare) -
-                                     view_.begin());
+    next_ = std::min(view_.find_first_not_of(BareCharacters, first), view_.size());
     require(next_ > first, first, "no value can begin like this");
     return Text(characters_.slice(first, next_ - first));
   }
@@ -243,7 +229,7 @@ class OpenStepReader {
   /// Moves past space and comments. Whether anything is left after them.
   bool skipSpace() {
     while (!isAtEnd()) {
-      if (isOpenStepSpace(next())) {
+      if (OpenStepSpace.contains(next())) {
         ++next_;
       } else if (isNext("\u2028") || isNext("\u2029")) {
         // Unicode's separators of lines and paragraphs.
@@ -273,12 +259,6 @@ class OpenStepReader {
   [[nodiscard]] char next() const { return view_[next_]; }
   [[nodiscard]] bool isNext(std::string_view text) const {
     return view_.substr(next_).starts_with(text);
-  }
-
-  static void require(bool isRight, std::size_t offset, const char* what) {
-    if (!isRight) {
-      throw PropertyListDamage{.offset = offset, .what = what};
-    }
   }
 
   const Data& characters_;

@@ -1,5 +1,3 @@
-#include "platform/linux/propertylist/OpenStepPropertyListReader.h"
-
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -9,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/propertylist/PropertyListBytes_testing.h"
+#include "platform/linux/propertylist/PropertyListFormats.h"
 
 namespace korvan {
 namespace {

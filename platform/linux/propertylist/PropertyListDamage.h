@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/PropertyList.h"
 
@@ -15,13 +17,35 @@ struct PropertyListDamage {
   std::string what;
 };
 
+/// "1 byte" or "2 bytes" in a sentence.
+struct Counted {
+  std::uint64_t count = 0;
+  std::string_view thing;
+};
+
+inline std::string textOf(std::string_view text) { return std::string(text); }
+inline std::string textOf(std::uint64_t number) { return std::to_string(number); }
+inline std::string textOf(const Counted& counted) {
+  return textOf(counted.count) + ' ' + textOf(counted.thing) + (counted.count == 1 ? "" : "s");
+}
+
+/// Throws PropertyListDamage, with the sentence that the parts make.
+template <typename... Parts>
+[[noreturn, gnu::cold]] void throwDamage(std::size_t offset, Parts... parts) {
+  throw PropertyListDamage{.offset = offset, .what = (textOf(parts) + ...)};
+}
+
+template <typename... Parts>
+void require(bool isRight, std::size_t offset, Parts... parts) {
+  if (!isRight) {
+    throwDamage(offset, parts...);
+  }
+}
+
 /// Throws if the container at `offset` makes the nesting too deep. `nesting` includes it.
 inline void checkPropertyListNesting(std::size_t nesting, std::size_t offset) {
-  if (nesting > MaxPropertyListNesting) {
-    throw PropertyListDamage{
-        .offset = offset,
-        .what = "more than " + std::to_string(MaxPropertyListNesting) + " containers are nested"};
-  }
+  require(nesting <= MaxPropertyListNesting, offset, "more than ", MaxPropertyListNesting,
+          " containers are nested");
 }
 
 }  // namespace korvan

@@ -1,6 +1,7 @@
 #include "platform/linux/propertylist/Unicode.h"
 
 #include <array>
+#include <cstring>
 
 namespace korvan {
 namespace {
@@ -20,11 +21,16 @@ void appendUnit(std::string& utf16, char32_t unit) {
 }  // namespace
 
 bool isAscii(std::string_view text) noexcept {
-  std::uint8_t seen = 0;
+  std::uint64_t seen = 0;
+  for (; text.size() >= sizeof seen; text.remove_prefix(sizeof seen)) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof word);
+    seen |= word;
+  }
   for (const char byte : text) {
     seen |= static_cast<std::uint8_t>(byte);
   }
-  return seen < 0x80;
+  return (seen & 0x8080808080808080) == 0;
 }
 
 std::optional<char32_t> takeUtf8(std::string_view& utf8) noexcept {
@@ -73,26 +79,24 @@ std::optional<char32_t> codePointOfPair(char32_t high, char32_t low) noexcept {
 
 ConvertedUtf16 utf8OfUtf16(std::span<const std::uint8_t> utf16, std::endian order) {
   const auto unitAt = [&](std::size_t offset) {
-    const bool isBig = order == std::endian::big;
-    const unsigned high = utf16[offset + (isBig ? 0 : 1)];
-    const unsigned low = utf16[offset + (isBig ? 1 : 0)];
-    return static_cast<char32_t>((high << 8) | low);
+    const unsigned first = utf16[offset];
+    const unsigned second = utf16[offset + 1];
+    return char32_t{order == std::endian::big ? first << 8 | second : second << 8 | first};
   };
   ConvertedUtf16 converted;
-  while (utf16.size() - converted.size >= 2) {
-    const char32_t unit = unitAt(converted.size);
-    if (!isSurrogate(unit)) {
-      appendUtf8(converted.utf8, unit);
-      converted.size += 2;
-      continue;
+  while (converted.size + 2 <= utf16.size()) {
+    std::optional<char32_t> codePoint = unitAt(converted.size);
+    const std::size_t size = isSurrogate(*codePoint) ? 4 : 2;
+    if (size == 4) {
+      codePoint = converted.size + size <= utf16.size()
+                      ? codePointOfPair(*codePoint, unitAt(converted.size + 2))
+                      : std::nullopt;
     }
-    const bool hasSecond = utf16.size() - converted.size >= 4;
-    const auto pair = hasSecond ? codePointOfPair(unit, unitAt(converted.size + 2)) : std::nullopt;
-    if (!pair) {
+    if (!codePoint) {
       break;
     }
-    appendUtf8(converted.utf8, *pair);
-    converted.size += 4;
+    appendUtf8(converted.utf8, *codePoint);
+    converted.size += size;
   }
   return converted;
 }

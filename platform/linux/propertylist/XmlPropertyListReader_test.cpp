@@ -1,6 +1,8 @@
-#include "platform/linux/propertylist/XmlPropertyListReader.h"
-
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -9,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/propertylist/PropertyListBytes_testing.h"
+#include "platform/linux/propertylist/PropertyListFormats.h"
 
 namespace korvan {
 namespace {
@@ -77,6 +80,90 @@ TEST(XmlPropertyListReader, ReadsEachElement) {
   for (const auto& [xml, expected] : rows) {
     EXPECT_EQ(valueOfXml("<plist>" + xml + "</plist>"), expected) << xml;
     EXPECT_EQ(valueOfXml(xml), expected) << xml;
+  }
+}
+
+using Rows = std::vector<std::pair<std::string_view, PropertyListValue>>;
+
+/// The value of an element; none when its text stands for none.
+std::optional<PropertyListValue> scalarOf(const std::string& element, std::string_view text) {
+  const auto value =
+      readXmlPropertyList(dataOf("<" + element + ">" + std::string(text) + "</" + element + ">"));
+  return value ? std::optional(*value) : std::nullopt;
+}
+
+TEST(XmlPropertyListReader, ReadsIntegers) {
+  const Rows rows = {{"0", 0},
+                     {" \t\r\n12 ", 12},
+                     {"+12", 12},
+                     {"-12", -12},
+                     {"007", 7},
+                     {"0xFf", 255},
+                     {"-0X10", -16},
+                     {"9223372036854775807", INT64_MAX},
+                     {"-9223372036854775808", INT64_MIN},
+                     {"18446744073709551615", UINT64_MAX}};
+  for (const auto& [text, expected] : rows) {
+    EXPECT_EQ(scalarOf("integer", text), expected) << text;
+  }
+  for (const auto* const text : {"", " ", "-", "+-1", "--1", "1 2", "1.0", "0x", "x", "1x",
+                                 "18446744073709551616", "-9223372036854775809"}) {
+    EXPECT_EQ(scalarOf("integer", text), std::nullopt) << text;
+  }
+}
+
+TEST(XmlPropertyListReader, ReadsRealNumbers) {
+  constexpr double Infinity = std::numeric_limits<double>::infinity();
+  const Rows rows = {{"0", 0.0},         {"1.5", 1.5},      {" -1.5e-3 ", -1.5e-3},
+                     {"+.5", 0.5},       {"inf", Infinity}, {"-infinity", -Infinity},
+                     {"+INF", Infinity}, {"1E300", 1e300}};
+  for (const auto& [text, expected] : rows) {
+    EXPECT_EQ(scalarOf("real", text), expected) << text;
+  }
+  const auto nan = scalarOf("real", "NaN");
+  ASSERT_TRUE(nan && nan->real());
+  EXPECT_TRUE(std::isnan(*nan->real()));
+  for (const auto* const text : {"", "-", "--1", "+-1", "1,5", "1.5x", "0x10", "1e999"}) {
+    EXPECT_EQ(scalarOf("real", text), std::nullopt) << text;
+  }
+}
+
+TEST(XmlPropertyListReader, ReadsDates) {
+  const Rows rows = {{"2001-01-01T00:00:00Z", PropertyListDate{0}},
+                     {" 2001-01-02T03:04:05Z\n", PropertyListDate{97445}},
+                     {"2000-12-31T23:59:59Z", PropertyListDate{-1}},
+                     {"1970-01-01T00:00:00Z", PropertyListDate{-978307200}},
+                     {"2024-02-29T12:00:00Z", PropertyListDate{730900800}},
+                     {"-0001-01-01T00:00:00Z", PropertyListDate{-63177062400}}};
+  for (const auto& [text, expected] : rows) {
+    EXPECT_EQ(scalarOf("date", text), expected) << text;
+  }
+  for (const auto* const text :
+       {"", "2001-01-01", "2001-01-01T00:00:00", "2001-1-01T00:00:00Z", "2001-01-01T00:00:00+01:00",
+        "2023-02-29T00:00:00Z", "2001-13-01T00:00:00Z", "2001-01-01T24:00:00Z",
+        "2001-01-01T00:60:00Z", "2001-01-01T00:00:60Z", "2001-01-01T00:00:00Zx",
+        "2001-01--1T00:00:00Z", "20010-01-01T00:00:00Z", "2001-01-01 00:00:00Z"}) {
+    EXPECT_EQ(scalarOf("date", text), std::nullopt) << text;
+  }
+}
+
+TEST(XmlPropertyListReader, ReadsBase64) {
+  const std::vector<std::pair<std::string_view, std::string_view>> rows = {
+      {"", ""},
+      {" \n", ""},
+      {"Zg==", "f"},
+      {"Zm8=", "fo"},
+      {"Zm9v", "foo"},
+      {"Zm9vYg==", "foob"},
+      {" Zm\t9v\r\nYmFy ", "foobar"},
+      {"+/+/", "\xFB\xFF\xBF"},
+      {"Zg= =", "f"}};
+  for (const auto& [text, expected] : rows) {
+    EXPECT_EQ(scalarOf("data", text), PropertyListValue(dataOf(expected))) << text;
+  }
+  for (const std::string_view text : {"Z", "Zg", "Zg=", "Zg===", "Zm9v=", "Zm9vY", "Z===", "====",
+                                      "Zg==Zg==", "Zm_v", "Zm-v", "Zm9v!", "\xC3\xA9"}) {
+    EXPECT_EQ(scalarOf("data", text), std::nullopt) << text;
   }
 }
 
