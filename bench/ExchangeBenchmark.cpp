@@ -32,7 +32,7 @@ void exchangeOnce(const std::string& socketPath, const Data& request) {
   }
 }
 
-Data bodyOf(std::size_t size) { return Data(std::vector<std::uint8_t>(size)); }
+Data bodyOf(std::size_t size) { return std::vector<std::uint8_t>(size); }
 
 void compareExchanges(std::size_t size, std::size_t callsPerRound) {
   const Data body = bodyOf(size);

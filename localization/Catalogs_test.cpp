@@ -40,7 +40,7 @@ class CatalogsTest : public ControllerFixture {
 
   /// The text in the language's catalog; none when it is missing there.
   static std::optional<std::string> catalogText(const std::string& language,
-                                                  const std::string& key) {
+                                                const std::string& key) {
     const PersonsLanguage person(language);
     // gettext keeps what it found until the locale changes.
     std::setlocale(LC_MESSAGES, "C");
@@ -113,8 +113,7 @@ TEST_F(CatalogsTest, AreNotEnglishInOtherLanguages) {
 TEST_F(CatalogsTest, KeepTheNameOfTheApplication) {
   for (const std::string& key : keys()) {
     for (const std::string& language : languages()) {
-      EXPECT_EQ(key.contains("Korvan"),
-                catalogText(language, key).value_or("").contains("Korvan"))
+      EXPECT_EQ(key.contains("Korvan"), catalogText(language, key).value_or("").contains("Korvan"))
           << language << ": " << key;
     }
   }

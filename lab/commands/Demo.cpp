@@ -138,8 +138,8 @@ bool letTheUserCancel(Tour& tour) {
 bool renameTheUser(Tour& tour) {
   const std::vector<std::string> vault = {"--vault", tour.stage().file("renamed.json")};
   Tour::Host host = tour.startHost(vault);
-  std::ignore = tour.call(updatedUserNameReport(
-      std::string(TourRelyingParty), host.passkey.identity.userHandle.value(), "alice.b"));
+  std::ignore = tour.call(updatedUserNameReport(std::string(TourRelyingParty),
+                                                host.passkey.identity.userHandle, "alice.b"));
   host.process.stop();
   Tour::Host again = tour.startHost(vault);
   again.process.stop();
@@ -150,8 +150,8 @@ bool renameTheUser(Tour& tour) {
 
 bool removeTheUnknown(Tour& tour) {
   Tour::Host host = tour.startHost({});
-  std::ignore = tour.call(unknownCredentialReport(std::string(TourRelyingParty),
-                                                  host.passkey.identity.credentialID.value()));
+  std::ignore = tour.call(
+      unknownCredentialReport(std::string(TourRelyingParty), host.passkey.identity.credentialID));
   const CallResult result = tour.signIn(SignInMode::silent, host.passkey).call;
   host.process.stop();
   return endCanceled(tour.narrator(), result, ExtensionErrorCode::credentialIdentityNotFound,
@@ -162,11 +162,11 @@ bool keepOnlyTheAccepted(Tour& tour) {
   Tour::Host host = tour.startHost({});
   const PasskeyCredentialIdentity& identity = host.passkey.identity;
   const std::string site(TourRelyingParty);
-  std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle.value(),
-                                                    std::vector{identity.credentialID.value()}));
+  std::ignore = tour.call(
+      acceptedCredentialsReport(site, identity.userHandle, std::vector{identity.credentialID}));
   const SignInResult accepted = tour.signIn(SignInMode::silent, host.passkey);
   std::ignore =
-      tour.call(acceptedCredentialsReport(site, identity.userHandle.value(), std::vector<Data>()));
+      tour.call(acceptedCredentialsReport(site, identity.userHandle, std::vector<Data>()));
   const CallResult result = tour.signIn(SignInMode::silent, host.passkey).call;
   host.process.stop();
   return tour.narrator().verdict(
@@ -176,10 +176,9 @@ bool keepOnlyTheAccepted(Tour& tour) {
 
 bool loseAReport(Tour& tour) {
   const fs::path launcher = tour.stage().writeLauncher(tour.vaultArguments());
-  const CallResult result =
-      tour.call(unknownCredentialReport(std::string(TourRelyingParty),
-                                        tour.passkey().identity.credentialID.value()),
-                launcher.string());
+  const CallResult result = tour.call(
+      unknownCredentialReport(std::string(TourRelyingParty), tour.passkey().identity.credentialID),
+      launcher.string());
   const bool opened = Stage::hasProcesses();
   tour.stage().stopLaunchedHost();
   return tour.narrator().verdict(

@@ -18,8 +18,9 @@ namespace korvan::lab {
 /// The sample host among them.
 [[nodiscard]] std::filesystem::path sampleHostProgram();
 
-/// A directory with a container, and the sample hosts that listen in it, which end with this object.
-/// A process has one at a time, and meanwhile becomes the reaper of its detached descendants.
+/// A directory with a container, and the sample hosts that listen in it, which end with this
+/// object. A process has one at a time, and meanwhile becomes the reaper of its detached
+/// descendants.
 class Stage {
  public:
   /// Throws std::system_error when the process cannot become a reaper.
@@ -38,8 +39,9 @@ class Stage {
   SampleHostProcess& startHost(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments);
 
-  /// Writes a launcher, a script that becomes `program` when it is opened, and returns its path. The
-  /// program gets container() and `arguments`, and writes its events to the file "launched.events".
+  /// Writes a launcher, a script that becomes `program` when it is opened, and returns its path.
+  /// The program gets container() and `arguments`, and writes its events to the file
+  /// "launched.events".
   [[nodiscard]] std::filesystem::path writeLauncher(
       const std::vector<std::string>& arguments,
       const std::filesystem::path& program = sampleHostProgram()) const;

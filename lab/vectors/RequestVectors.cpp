@@ -100,6 +100,7 @@ std::vector<MessageVector> requestVectors() {
       {"accepted-credentials-none",
        acceptedCredentialsReport(party, userHandle(), std::vector<Data>())}};
   std::vector<MessageVector> vectors;
+  vectors.reserve(calls.size());
   for (const auto& [name, call] : calls) {
     vectors.push_back({.name = std::string("request-") + name, .message = sent(call)});
   }
