@@ -162,8 +162,8 @@ bool keepOnlyTheAccepted(Tour& tour) {
   Tour::Host host = tour.startHost({});
   const PasskeyCredentialIdentity& identity = host.passkey.identity;
   const std::string site(TourRelyingParty);
-  std::ignore = tour.call(
-      acceptedCredentialsReport(site, identity.userHandle, std::vector{identity.credentialID}));
+  std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle,
+                                                    std::vector{identity.credentialID.value()}));
   const SignInResult accepted = tour.signIn(SignInMode::silent, host.passkey);
   std::ignore =
       tour.call(acceptedCredentialsReport(site, identity.userHandle, std::vector<Data>()));
