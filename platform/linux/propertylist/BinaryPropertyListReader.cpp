@@ -23,7 +23,7 @@ namespace format = binaryPropertyList;
 constexpr std::size_t MaxWidth = sizeof(std::uint64_t);
 
 void requireWidth(std::size_t offset, std::string_view kind, std::size_t width, bool isRight) {
-  require(isRight, offset, kind, " cannot be ", Counted{width, "byte"}, " wide");
+  require(isRight, offset, kind, " cannot be ", counted(width, "byte"), " wide");
 }
 
 /// Reads each container and each converted text once, and keeps it for the other references. Its
@@ -85,8 +85,8 @@ class BinaryReader {
     // By division, so that no count is too large to be checked.
     const std::size_t tableSize = trailer - tableOffset;
     require(tableSize % offsetWidth_ == 0 && count == tableSize / offsetWidth_,
-            trailer + format::CountPlace, "the offset table's ", Counted{tableSize, "byte"},
-            " do not hold one offset each for ", Counted{count, "object"});
+            trailer + format::CountPlace, "the offset table's ", counted(tableSize, "byte"),
+            " do not hold one offset each for ", counted(count, "object"));
     tableOffset_ = tableOffset;
     unclaimed_ = tableOffset_ - format::Magic.size();
     objects_.resize(count);
@@ -96,7 +96,7 @@ class BinaryReader {
   Object& objectAt(std::size_t referrer, std::size_t width) {
     const std::uint64_t number = numberAt(referrer, width);
     require(number < objects_.size(), referrer, "there is no object ", number, " among ",
-            Counted{objects_.size(), "object"});
+            counted(objects_.size(), "object"));
     Object& object = objects_[number];
     if (object.state == Object::State::unread) {
       const std::size_t place = tableOffset_ + (number * offsetWidth_);
@@ -321,8 +321,8 @@ class BinaryReader {
   /// enough bytes for those read before, which is so when no two overlap.
   void claim(Object& object, std::size_t contents, std::size_t size) {
     const std::size_t room = tableOffset_ - contents;
-    require(size <= room, object.offset, "contents of ", Counted{size, "byte"},
-            " do not fit in the ", Counted{room, "byte"}, " before the offset table");
+    require(size <= room, object.offset, "contents of ", counted(size, "byte"),
+            " do not fit in the ", counted(room, "byte"), " before the offset table");
     if (object.state != Object::State::unread) {
       return;
     }

@@ -43,7 +43,7 @@ struct Object {
   /// A number's bits, or a container's members.
   std::uint64_t number = 0;
   /// Of data and text, which belong to the value; a text's are UTF-8.
-  std::string_view bytes = {};
+  std::string_view bytes;
   friend bool operator==(const Object&, const Object&) = default;
 };
 
@@ -57,11 +57,11 @@ struct SecretHash {
     __extension__ using Wide = unsigned __int128;
     constexpr std::uint64_t Prime = (std::uint64_t{1} << 61) - 1;
     static std::random_device randomDevice;
-    static const std::uint64_t Point =
+    static const std::uint64_t point =
         std::uniform_int_distribution(Prime / 2, Prime - 1)(randomDevice);
     std::uint64_t hash = object.marker + (object.bytes.size() << 8);
     const auto add = [&](std::uint64_t word) {
-      const Wide sum = (Wide{hash} * Point) + word;
+      const Wide sum = (Wide{hash} * point) + word;
       hash = static_cast<std::uint64_t>(sum & Prime) + static_cast<std::uint64_t>(sum >> 61);
     };
     add(object.number);
@@ -90,7 +90,7 @@ class ObjectTable {
   struct Row {
     Object object;
     /// The numbers of an array's items, or of a dictionary's keys and then of its values.
-    std::vector<std::size_t> references = {};
+    std::vector<std::size_t> references;
     /// Containers inside one another from this one on; 0 when it is none.
     std::size_t height = 0;
   };
@@ -109,7 +109,7 @@ class ObjectTable {
       return addText(*text, "The text at");
     }
     if (const auto* const data = value.data()) {
-      return addLeaf({.marker = format::DataMarker, .bytes = viewOf(*data)});
+      return addLeaf(format::DataMarker, 0, viewOf(*data));
     }
     if (const auto* const array = value.array()) {
       return addArray(*array);
@@ -122,23 +122,23 @@ class ObjectTable {
 
   std::size_t addNumber(const PropertyListValue& value) {
     if (const auto boolean = value.boolean()) {
-      return addLeaf({.marker = *boolean ? format::TrueMarker : format::FalseMarker});
+      return addLeaf(*boolean ? format::TrueMarker : format::FalseMarker, 0);
     }
     if (const auto integer = value.integer()) {
-      return addLeaf({format::IntegerMarker, static_cast<std::uint64_t>(*integer)});
+      return addLeaf(format::IntegerMarker, static_cast<std::uint64_t>(*integer));
     }
     if (const auto integer = value.largeInteger()) {
-      return addLeaf({LargeIntegerMarker, *integer});
+      return addLeaf(LargeIntegerMarker, *integer);
     }
     if (const auto real = value.real()) {
-      return addLeaf({LargeRealMarker, std::bit_cast<std::uint64_t>(*real)});
+      return addLeaf(LargeRealMarker, std::bit_cast<std::uint64_t>(*real));
     }
     if (const auto date = value.date()) {
-      return addLeaf(
-          {format::DateMarker, std::bit_cast<std::uint64_t>(date->secondsSinceReferenceDate)});
+      const double seconds = date->secondsSinceReferenceDate;
+      return addLeaf(format::DateMarker, std::bit_cast<std::uint64_t>(seconds));
     }
     if (const auto uid = value.uid()) {
-      return addLeaf({format::UidMarker, uid->value});
+      return addLeaf(format::UidMarker, uid->value);
     }
     fail("The value at", value.isNull() ? " is null, which a property list cannot hold."
                                         : " is a set, which a property list cannot hold.");
@@ -146,18 +146,19 @@ class ObjectTable {
 
   std::size_t addText(const Text& text, const char* subject) {
     if (isAscii(text.view())) {
-      return addLeaf({.marker = format::AsciiMarker, .bytes = text.view()});
+      return addLeaf(format::AsciiMarker, 0, text.view());
     }
     if (!utf16OfUtf8(text.view())) {
       fail(subject, " is not valid UTF-8.");
     }
-    return addLeaf({.marker = format::Utf16Marker, .bytes = text.view()});
+    return addLeaf(format::Utf16Marker, 0, text.view());
   }
 
-  std::size_t addLeaf(const Object& leaf) {
+  std::size_t addLeaf(std::uint8_t marker, std::uint64_t number, std::string_view bytes = {}) {
+    const Object leaf{.marker = marker, .number = number, .bytes = bytes};
     const auto [known, isNew] = leaves_.try_emplace(leaf, rows_.size());
     if (isNew) {
-      rows_.push_back({.object = leaf});
+      rows_.emplace_back().object = leaf;
     }
     return known->second;
   }
@@ -171,7 +172,7 @@ class ObjectTable {
         path_.pop_back();
       }
     };
-    return addContainer(&array, {format::ArrayMarker, array.size()}, addMembers);
+    return addContainer(&array, format::ArrayMarker, array.size(), addMembers);
   }
 
   std::size_t addDictionary(const PropertyListDictionary& dictionary) {
@@ -185,17 +186,18 @@ class ObjectTable {
       }
       references.insert(references.end(), values.begin(), values.end());
     };
-    return addContainer(&dictionary, {format::DictionaryMarker, dictionary.size()}, addMembers);
+    return addContainer(&dictionary, format::DictionaryMarker, dictionary.size(), addMembers);
   }
 
   template <typename AddMembers>
-  std::size_t addContainer(const void* identity, const Object& container, AddMembers addMembers) {
+  std::size_t addContainer(const void* identity, std::uint8_t marker, std::size_t size,
+                           AddMembers addMembers) {
     const std::size_t next = rows_.size();
     const auto [known, isNew] = containers_.try_emplace(identity, next);
     if (!isNew) {
       return known->second;
     }
-    rows_.push_back({.object = container});
+    rows_.emplace_back().object = {.marker = marker, .number = size, .bytes = {}};
     checkNesting(++nesting_);
     std::vector<std::size_t> references;
     addMembers(references);

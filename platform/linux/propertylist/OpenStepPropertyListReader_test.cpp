@@ -51,7 +51,7 @@ TEST(OpenStepPropertyListReader, ReadsEachKindOfValue) {
       {"((a),())", Array{Array{"a"}, Array{}}},
       {"{}", PropertyListDictionary{}},
       {"{a=1;b=2;}", dictionary},
-      {"{ \"b\" = 2 ; 'a' = \"1\" ; }", dictionary},
+      {R"({ "b" = 2 ; 'a' = "1" ; })", dictionary},
       {"{a = {b = (c);};}",
        PropertyListDictionary{{"a", PropertyListDictionary{{"b", Array{"c"}}}}}},
       {"{key;}", PropertyListDictionary{{"key", "key"}}}};
@@ -161,7 +161,7 @@ TEST(OpenStepPropertyListReader, RefusesMalformedPropertyListsAndSaysWhere) {
       {"<00", openStepDamagedAt(1, 1, "data is not closed")},
       {"\"a", openStepDamagedAt(1, 1, "a quoted string is not closed")},
       {"\"a\\", openStepDamagedAt(1, 1, "a quoted string is not closed")},
-      {"\"a\\\"", openStepDamagedAt(1, 1, "a quoted string is not closed")},
+      {R"("a\")", openStepDamagedAt(1, 1, "a quoted string is not closed")},
       {"a /* b", openStepDamagedAt(1, 3, "a comment is not closed")},
       {R"("\400")", openStepDamagedAt(1, 3, "an octal escape is above 377")},
       {R"("\Ux")", openStepDamagedAt(1, 3, "no hexadecimal digit follows \\U")},

@@ -23,10 +23,14 @@ struct Counted {
   std::string_view thing;
 };
 
+inline Counted counted(std::uint64_t count, std::string_view thing) {
+  return {.count = count, .thing = thing};
+}
+
 inline std::string textOf(std::string_view text) { return std::string(text); }
 inline std::string textOf(std::uint64_t number) { return std::to_string(number); }
-inline std::string textOf(const Counted& counted) {
-  return textOf(counted.count) + ' ' + textOf(counted.thing) + (counted.count == 1 ? "" : "s");
+inline std::string textOf(const Counted& things) {
+  return textOf(things.count) + ' ' + textOf(things.thing) + (things.count == 1 ? "" : "s");
 }
 
 /// Throws PropertyListDamage, with the sentence that the parts make.

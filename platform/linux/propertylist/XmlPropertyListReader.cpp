@@ -161,14 +161,14 @@ std::optional<PropertyListValue> textOfXml(std::string_view text) {
 }
 
 constexpr std::array<XmlScalar, 8> XmlScalars = {
-    {{"key", &textOfXml, ""},
-     {"string", &textOfXml, ""},
-     {"integer", &integerOfXml, "integer of at most 64 bits"},
-     {"real", &realOfXml, "real number"},
-     {"true", &booleanOfXml<true>, "part of a boolean"},
-     {"false", &booleanOfXml<false>, "part of a boolean"},
-     {"date", &dateOfXml, "date such as 2001-01-01T00:00:00Z"},
-     {"data", &dataOfXml, "base64"}}};
+    {{.name = "key", .valueOf = &textOfXml, .noun = ""},
+     {.name = "string", .valueOf = &textOfXml, .noun = ""},
+     {.name = "integer", .valueOf = &integerOfXml, .noun = "integer of at most 64 bits"},
+     {.name = "real", .valueOf = &realOfXml, .noun = "real number"},
+     {.name = "true", .valueOf = &booleanOfXml<true>, .noun = "part of a boolean"},
+     {.name = "false", .valueOf = &booleanOfXml<false>, .noun = "part of a boolean"},
+     {.name = "date", .valueOf = &dateOfXml, .noun = "date such as 2001-01-01T00:00:00Z"},
+     {.name = "data", .valueOf = &dataOfXml, .noun = "base64"}}};
 constexpr const XmlScalar* XmlKey = &XmlScalars.front();
 
 /// The keyed archiver's reference number that the dictionary stands for.
