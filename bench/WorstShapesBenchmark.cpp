@@ -1,6 +1,5 @@
 // What the costliest bodies take to decode, or to be refused: time and memory of 4 MiB, and how
-// both grow from 64 KiB on. Each is decoded, compared with itself and released in a process of its
-// own.
+// both grow from 64 KiB on. Each is decoded and released in a process of its own.
 
 #include <array>
 #include <chrono>

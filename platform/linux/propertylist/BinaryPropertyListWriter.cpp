@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -28,12 +27,18 @@ std::size_t widthOf(std::uint64_t number) {
   return std::max<std::size_t>(1, (static_cast<std::size_t>(std::bit_width(number)) + 7) / 8);
 }
 
-void append(std::string& bytes, std::uint64_t number, std::size_t width) {
-  std::array<char, sizeof number> bigEndian{};
-  for (std::size_t place = width; place-- > 0; number >>= 8) {
-    bigEndian[place] = static_cast<char>(number);
+using Bytes = std::vector<std::uint8_t>;
+
+void append(Bytes& bytes, std::uint64_t number, std::size_t width) {
+  for (std::size_t shift = 8 * width; shift > 0;) {
+    shift -= 8;
+    bytes.push_back(static_cast<std::uint8_t>(number >> shift));
   }
-  bytes.append(bigEndian.data(), width);
+}
+
+void append(Bytes& bytes, std::string_view text) {
+  const auto* const first = reinterpret_cast<const std::uint8_t*>(text.data());
+  bytes.insert(bytes.end(), first, first + text.size());
 }
 
 /// An object of the stream, but for a container's references.
@@ -255,14 +260,14 @@ class ObjectTable {
 };
 
 /// An integer or a UID, in 1, 2, 4 or 8 bytes.
-void appendNumber(std::string& bytes, std::uint8_t marker, std::uint64_t number) {
+void appendNumber(Bytes& bytes, std::uint8_t marker, std::uint64_t number) {
   const std::size_t width = std::bit_ceil(widthOf(number));
   const std::size_t logarithm = static_cast<unsigned>(std::countr_zero(width));
   append(bytes, marker | (marker == format::UidMarker ? width - 1 : logarithm), 1);
   append(bytes, number, width);
 }
 
-void appendHead(std::string& bytes, std::uint8_t marker, std::size_t count) {
+void appendHead(Bytes& bytes, std::uint8_t marker, std::size_t count) {
   if (count < format::ExtendedCount) {
     append(bytes, marker | count, 1);
   } else {
@@ -271,7 +276,7 @@ void appendHead(std::string& bytes, std::uint8_t marker, std::size_t count) {
   }
 }
 
-void appendObject(std::string& bytes, const Object& object) {
+void appendObject(Bytes& bytes, const Object& object) {
   switch (object.marker) {
     case format::FalseMarker:
     case format::TrueMarker:
@@ -288,7 +293,7 @@ void appendObject(std::string& bytes, const Object& object) {
     case format::Utf16Marker: {
       const std::string utf16 = utf16OfUtf8(object.bytes).value_or("");
       appendHead(bytes, object.marker, utf16.size() / 2);
-      bytes += utf16;
+      append(bytes, utf16);
       return;
     }
     case format::ArrayMarker:
@@ -296,7 +301,7 @@ void appendObject(std::string& bytes, const Object& object) {
       return appendHead(bytes, object.marker, object.number);
     default:
       appendHead(bytes, object.marker, object.bytes.size());
-      bytes += object.bytes;
+      append(bytes, object.bytes);
   }
 }
 
@@ -304,7 +309,12 @@ Data assembled(const std::vector<ObjectTable::Row>& rows) {
   // The originator's reader wants the widths to hold the number of objects and the table's offset,
   // which are one past what has to be written in them.
   const std::size_t referenceWidth = widthOf(rows.size());
-  std::string bytes(format::Magic);
+  Bytes bytes(format::Magic.begin(), format::Magic.end());
+  std::size_t roughSize = 0;
+  for (const ObjectTable::Row& row : rows) {
+    roughSize += 8 + row.object.bytes.size() + (2 * row.references.size());
+  }
+  bytes.reserve(roughSize);
   std::vector<std::size_t> offsets;
   offsets.reserve(rows.size());
   for (const ObjectTable::Row& row : rows) {
@@ -325,7 +335,7 @@ Data assembled(const std::vector<ObjectTable::Row>& rows) {
   append(bytes, rows.size(), 8);
   append(bytes, 0, 8);
   append(bytes, tableOffset, 8);
-  return Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  return bytes;
 }
 
 }  // namespace

@@ -344,8 +344,8 @@ TEST(BinaryPropertyListWriter, TakesTimeInProportionToManySmallContainers) {
   EXPECT_LT(growth, MaxGrowth);
 }
 
-/// Texts that the writer cannot tell apart by their ends.
-PropertyListDictionary collidingTexts(std::size_t count) {
+/// Texts that begin and end alike.
+PropertyListDictionary similarTexts(std::size_t count) {
   Array items;
   for (std::size_t index = 0; index < count; ++index) {
     const std::string digits = std::to_string(1'000'000 + index);
@@ -354,12 +354,12 @@ PropertyListDictionary collidingTexts(std::size_t count) {
   return PropertyListDictionary{{"items", Array{items, Array(items)}}};
 }
 
-TEST(BinaryPropertyListWriter, TakesTimeInProportionToValuesThatCollide) {
-  EXPECT_LT(growthOfWriting(200, collidingTexts), MaxGrowth);
+TEST(BinaryPropertyListWriter, TakesTimeInProportionToTextsThatBeginAndEndAlike) {
+  EXPECT_LT(growthOfWriting(200, similarTexts), MaxGrowth);
 }
 
-TEST(BinaryPropertyListWriter, WritesValuesThatCollideOnceEach) {
-  const PropertyListDictionary root = collidingTexts(1'000);
+TEST(BinaryPropertyListWriter, WritesTextsThatBeginAndEndAlikeOnceEach) {
+  const PropertyListDictionary root = similarTexts(1'000);
   const std::string bytes = encoded(root);
 
   EXPECT_EQ(countOf("1000000", bytes), 1U);

@@ -19,35 +19,26 @@ std::unexpected<PropertyListError> noTextAfter(std::string_view characters, std:
       ", a character is not valid " + std::string(form) + '.'});
 }
 
-std::expected<Data, PropertyListError> checkedUtf8(Data characters) {
-  const std::string_view view = viewOf(characters);
-  for (std::string_view rest = view; !rest.empty();) {
-    if (!takeUtf8(rest)) {
-      return noTextAfter(view.substr(0, view.size() - rest.size()), "UTF-8");
-    }
-  }
-  return characters;
-}
-
-std::expected<Data, PropertyListError> fromUtf16(std::span<const std::uint8_t> utf16,
-                                                 std::endian order) {
-  const auto [utf8, size] = utf8OfUtf16(utf16, order);
-  if (size < utf16.size()) {
-    return noTextAfter(utf8, "UTF-16");
-  }
-  return std::vector<std::uint8_t>(utf8.begin(), utf8.end());
-}
-
 }  // namespace
 
 std::expected<Data, PropertyListError> propertyListCharacters(const Data& bytes) {
   const std::string_view view = viewOf(bytes);
   if (view.starts_with(BigEndianMark) || view.starts_with(LittleEndianMark)) {
-    return fromUtf16(bytes.bytes().subspan(BigEndianMark.size()),
-                     view.starts_with(BigEndianMark) ? std::endian::big : std::endian::little);
+    const auto order = view.starts_with(BigEndianMark) ? std::endian::big : std::endian::little;
+    const auto utf16 = bytes.bytes().subspan(BigEndianMark.size());
+    const auto [utf8, size] = utf8OfUtf16(utf16, order);
+    if (size < utf16.size()) {
+      return noTextAfter(utf8, "UTF-16");
+    }
+    return std::vector<std::uint8_t>(utf8.begin(), utf8.end());
   }
   const std::size_t markSize = view.starts_with(Utf8Mark) ? Utf8Mark.size() : 0;
-  return checkedUtf8(bytes.slice(markSize, bytes.size() - markSize));
+  for (std::string_view rest = view.substr(markSize); !rest.empty();) {
+    if (!takeUtf8(rest)) {
+      return noTextAfter(view.substr(markSize, view.size() - markSize - rest.size()), "UTF-8");
+    }
+  }
+  return bytes.slice(markSize, bytes.size() - markSize);
 }
 
 std::string_view viewOf(const Data& characters) noexcept {
