@@ -10,6 +10,7 @@
 
 #include "lab/json/MessageJson.h"
 #include "lab/support/Base64Url.h"
+#include "lab/support/VisibleText.h"
 
 namespace korvan::lab {
 namespace {
@@ -25,8 +26,8 @@ std::string shown(const std::optional<Data>& data) {
 
 std::string shown(const PropertyListSerialization& propertyLists, const RecordedFrame& frame) {
   // A host may send what is not UTF-8.
-  return messageJson(propertyLists, frame.body)
-      .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  return visibleText(messageJson(propertyLists, frame.body)
+                         .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
 std::string sentence(const Canceled& canceled) {
@@ -38,7 +39,7 @@ std::string sentence(const Canceled& canceled) {
       .append(nameOfErrorDomain(error.domain))
       .append(" code ")
       .append(std::to_string(error.code))
-      .append(description ? ", \"" + *description + "\"" : ".");
+      .append(description ? ", \"" + visibleText(*description) + "\"" : ".");
 }
 
 /// One function per outcome.
