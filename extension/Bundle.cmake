@@ -5,8 +5,6 @@ include(${PROJECT_SOURCE_DIR}/cmake/Catalogs.cmake)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 set(KORVAN_EXTENSION_BUNDLE_IDENTIFIER "${KORVAN_HOST_BUNDLE_IDENTIFIER}.autofill")
-set(KORVAN_SIGNING_IDENTITY "" CACHE STRING
-    "On a Mac: the identity to sign the extension with, as codesign takes it; empty leaves it unsigned")
 
 # korvan_compile_strings(TABLE.strings LANGUAGE VARIABLE): adds to the list VARIABLE the directory
 # LANGUAGE.lproj, with the table as a bundle holds it.
@@ -39,7 +37,11 @@ function(korvan_add_app_extension executable)
 
   set(copy ${CMAKE_COMMAND} -E copy)
   set(nib)
+  set(profile)
   set(sign)
+  if(KORVAN_PROVISIONING_PROFILE)
+    set(profile COMMAND ${copy} ${KORVAN_PROVISIONING_PROFILE} ${bundle}/Contents/embedded.provisionprofile)
+  endif()
   if(NOT CMAKE_CROSSCOMPILING)
     find_program(KORVAN_IBTOOL ibtool)
     if(KORVAN_IBTOOL)
@@ -49,10 +51,10 @@ function(korvan_add_app_extension executable)
     else()
       message(WARNING "ibtool, which comes with Xcode, is not there: the extension gets no nib.")
     endif()
-    if(KORVAN_SIGNING_IDENTITY)
-      set(sign COMMAND codesign --force --options runtime --entitlements ${entitlements}
-               --sign ${KORVAN_SIGNING_IDENTITY} ${bundle})
-    endif()
+  endif()
+  if(KORVAN_SIGNING_IDENTITY)
+    set(sign COMMAND codesign --force --options runtime --entitlements ${entitlements}
+             --sign ${KORVAN_SIGNING_IDENTITY} ${bundle})
   endif()
 
   add_custom_command(
@@ -64,10 +66,11 @@ function(korvan_add_app_extension executable)
     COMMAND ${copy} ${sources}/PrivacyInfo.xcprivacy ${resources}
     COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_CURRENT_BINARY_DIR}/strings/lproj ${resources}
     ${nib}
+    ${profile}
     ${sign}
     COMMAND ${CMAKE_COMMAND} -E touch ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp
     DEPENDS ${executable} ${CMAKE_CURRENT_BINARY_DIR}/Info.plist ${entitlements}
-            ${sources}/PrivacyInfo.xcprivacy ${strings}
+            ${sources}/PrivacyInfo.xcprivacy ${strings} ${KORVAN_PROVISIONING_PROFILE}
             ${sources}/CredentialProviderViewController.xib
     COMMENT "Making Korvan AutoFill.appex" VERBATIM)
   add_custom_target(korvan_appex ALL DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/korvan_appex.stamp)
