@@ -1,21 +1,21 @@
 #include "lab/commands/LabProgram.h"
 
+#include <cstdlib>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
 
 #include "lab/commands/CallCommand.h"
+#include "lab/commands/CheckHostCommand.h"
 #include "lab/commands/ConfigureCommand.h"
 #include "lab/commands/DemoCommand.h"
-#include "lab/commands/HelpCommand.h"
 #include "lab/commands/IdentifiersCommand.h"
 #include "lab/commands/RegisterCommand.h"
 #include "lab/commands/ReportCommand.h"
 #include "lab/commands/SignInCommand.h"
 #include "lab/commands/SoakCommand.h"
-#include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"
-#include "lab/support/ProgramMain.h"
+#include "lab/support/UsageError.h"
 
 namespace korvan::lab {
 namespace {
@@ -31,17 +31,12 @@ points, runs the main loop, and shows what the extension told the system.
   sign-in      signs in with a passkey, and checks the answer as a web site does
   configure    opens the extension's configuration
   report       passes on a web site's report about a user's name or passkeys
+  check-host   says what is wrong with a host
   soak         sends many requests to hosts that misbehave, and checks outcomes
   call         calls entry points for scripts: lines of JSON in and out
   identifiers  prints whom this build of the extension trusts
 
-  help         prints the help page of a command; the same as COMMAND --help
-
-  --version    prints the version
-  --help       this page
-
-Exit status: 0 when all is well, 1 when something was not verified or the lab
-could not go on, 2 for wrong usage, 3 when there is no host to talk to.
+Each command has its own --help.
 
 Example:
   korvan-lab demo
@@ -49,26 +44,27 @@ Example:
 
 }  // namespace
 
-void describeLabProgram(CLI::App& app, int& exitStatus) {
+int runLabProgram(int argc, char** argv) {
+  CLI::App app;
+  int exitStatus = EXIT_SUCCESS;
   app.require_subcommand(1);
-  addProgramManners(app, LabProgramName);
+  app.failure_message(usageError);
   setHelpPage(app, ProgramHelpPage);
   addDemoCommand(app, exitStatus);
   addRegisterCommand(app, exitStatus);
   addSignInCommand(app, exitStatus);
   addConfigureCommand(app, exitStatus);
   addReportCommand(app, exitStatus);
+  addCheckHostCommand(app, exitStatus);
   addSoakCommand(app, exitStatus);
   addCallCommand(app, exitStatus);
   addIdentifiersCommand(app);
-  addHelpCommand(app);
-}
-
-int runLabProgram(int argc, char** argv) {
-  CLI::App app;
-  int exitStatus = Well;
-  describeLabProgram(app, exitStatus);
-  return parseAndRun(app, argc, argv, exitStatus);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+  }
+  return exitStatus;
 }
 
 }  // namespace korvan::lab

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -11,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <tuple>
 
 #include <CLI/CLI.hpp>
 
@@ -79,6 +81,8 @@ int run(const SoakOptions& options) {
       options.seed.empty() ? drawnSeed() : numberIn<std::uint64_t>(options.seed).value();
   const double seconds = numberIn<double>(options.minutes).value() * SecondsPerMinute;
   std::cout << "seed " << seed << '\n' << std::flush;
+  // The reader may go away; the hosts must be ended nevertheless.
+  std::ignore = std::signal(SIGPIPE, SIG_IGN);
   return runSupervised([seed, seconds](const std::filesystem::path& directory) {
     return soak::runSoak(directory, seed, seconds);
   });

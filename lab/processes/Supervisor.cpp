@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <charconv>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -14,8 +15,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "lab/support/ExitStatus.h"
-#include "lab/support/ProgramMain.h"
 #include "lab/support/SystemError.h"
 #include "lab/support/TemporaryDirectory.h"
 
@@ -56,14 +55,15 @@ class BlockedSignals {
 
 [[noreturn]] void runBody(const std::function<int(const fs::path& directory)>& body,
                           const fs::path& directory) {
-  int status = NotVerified;
+  int status = EXIT_FAILURE;
   try {
     status = body(directory);
   } catch (const std::exception& error) {
     std::cerr << "korvan-lab: " << error.what() << '\n';
   }
+  std::cout.flush();
   // What the parent process set up is the parent's to take down.
-  ::_exit(statusAfterOutput("korvan-lab", status));
+  ::_exit(status);
 }
 
 /// The parent of a process, or none when there is no such process.

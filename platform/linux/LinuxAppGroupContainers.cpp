@@ -111,16 +111,18 @@ LinuxAppGroupContainers::LinuxAppGroupContainers(const std::optional<std::string
 
 std::optional<std::string> LinuxAppGroupContainers::containerPath(
     std::string_view groupIdentifier) const {
+  const auto path = locate(groupIdentifier);
+  return path ? container(*path) : std::nullopt;
+}
+
+std::optional<fs::path> LinuxAppGroupContainers::locate(std::string_view groupIdentifier) const {
   if (!isFileName(groupIdentifier)) {
     return std::nullopt;
   }
   if (everyGroupsDirectory_) {
-    return container(*everyGroupsDirectory_);
+    return everyGroupsDirectory_;
   }
-  if (groupsDirectory_) {
-    return container(*groupsDirectory_ / groupIdentifier);
-  }
-  return std::nullopt;
+  return groupsDirectory_ ? std::optional(*groupsDirectory_ / groupIdentifier) : std::nullopt;
 }
 
 }  // namespace korvan

@@ -31,6 +31,9 @@ class LinuxAppGroupContainers final : public AppGroupContainers {
   [[nodiscard]] std::optional<std::string> containerPath(
       std::string_view groupIdentifier) const override;
 
+  /// Where the group's container is or would be. Creates and checks nothing.
+  [[nodiscard]] std::optional<std::filesystem::path> locate(std::string_view groupIdentifier) const;
+
  private:
   std::optional<std::filesystem::path> groupsDirectory_;
   std::optional<std::filesystem::path> everyGroupsDirectory_;

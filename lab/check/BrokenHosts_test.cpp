@@ -1,0 +1,92 @@
+// Every mistake of the broken hosts is found, by the right name, with a hint that names it.
+
+#include <cctype>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lab/check/broken-host/Mistake.h"
+#include "lab/processes/Program_testing.h"
+#include "lab/processes/Stage.h"
+#include "lab/support/TemporaryDirectory.h"
+
+namespace korvan::lab::broken {
+
+void PrintTo(const Mistake& mistake, std::ostream* out) { *out << mistake.name; }
+
+namespace {
+
+std::string testName(const testing::TestParamInfo<Mistake>& info) {
+  std::string name;
+  bool capital = true;
+  for (const char character : info.param.name) {
+    name += capital ? static_cast<char>(std::toupper(character)) : character;
+    capital = character == '-';
+    if (capital) {
+      name.pop_back();
+    }
+  }
+  return name;
+}
+
+/// The names of the checks with an outcome, and the first hint among them.
+struct Found {
+  std::vector<std::string> names;
+  std::string firstHint;
+};
+
+Found found(const std::vector<nlohmann::json>& lines, const std::string& outcome) {
+  Found found;
+  for (const auto& line : lines) {
+    if (line.value("result", "") == outcome) {
+      if (found.names.empty()) {
+        found.firstHint = line.at("hint");
+      }
+      found.names.push_back(line.at("check"));
+    }
+  }
+  return found;
+}
+
+class BrokenHosts : public testing::TestWithParam<Mistake> {
+ protected:
+  Program::Result checkHost() {
+    const Mistake& mistake = GetParam();
+    std::vector<std::string> command = {"check-host", "--json",      "--timeout",
+                                        "2",          "--container", stage_.container()};
+    command.insert(command.end(), mistake.options.begin(), mistake.options.end());
+    if (mistake.launched) {
+      command.insert(command.end(),
+                     {"--launch", KORVAN_BROKEN_HOST " --mistake " + std::string(mistake.name) +
+                                      " --container " + stage_.container().string() + " --vault " +
+                                      stage_.file("vault").string()});
+    } else {
+      stage_.startHost(KORVAN_BROKEN_HOST, {"--mistake", std::string(mistake.name)}).nextEvent();
+    }
+    return runLab(command);
+  }
+
+  TemporaryDirectory directory_;
+  Stage stage_{directory_.path()};
+};
+
+TEST_P(BrokenHosts, FailTheirChecksAndNoOthers) {
+  const Mistake& mistake = GetParam();
+  const auto result = checkHost();
+  EXPECT_EQ(result.status, mistake.fails.empty() ? 0 : 1) << result.output << result.errors;
+  const auto lines = jsonLines(result.output);
+  const Found failures = found(lines, "failed");
+  const Found warnings = found(lines, "warned");
+  EXPECT_THAT(failures.names, testing::ElementsAreArray(mistake.fails)) << result.output;
+  EXPECT_THAT(warnings.names, testing::ElementsAreArray(mistake.warns)) << result.output;
+  EXPECT_THAT(mistake.fails.empty() ? warnings.firstHint : failures.firstHint,
+              testing::HasSubstr(mistake.hint));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BrokenHosts, testing::ValuesIn(allMistakes()), testName);
+
+}  // namespace
+}  // namespace korvan::lab::broken

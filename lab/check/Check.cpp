@@ -1,0 +1,19 @@
+#include "lab/check/Check.h"
+
+namespace korvan::lab::check {
+
+std::string_view nameOf(Outcome outcome) noexcept {
+  switch (outcome) {
+    case Outcome::passed:
+      return "passed";
+    case Outcome::failed:
+      return "failed";
+    case Outcome::warned:
+      return "warned";
+    case Outcome::skipped:
+      return "skipped";
+  }
+  return "";
+}
+
+}  // namespace korvan::lab::check

@@ -1,0 +1,126 @@
+#include "lab/check/CheckContext.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "channel/ProviderFrame.h"
+#include "lab/check/Check.h"
+#include "lab/check/Requests.h"
+#include "lab/json/MessageJson.h"
+
+namespace korvan::lab::check {
+namespace {
+
+std::string secondsOf(std::chrono::milliseconds duration) {
+  const auto tenths = duration.count() / 100;
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+}
+
+}  // namespace
+
+CheckContext::CheckContext(CheckSettings settings, Voices voices)
+    : settings_(std::move(settings)),
+      voices_(std::move(voices)),
+      waits_(settings_.timeout, voices_.waiting),
+      codeSigning_(settings_.trustAnchorPem),
+      passkeys_(*this),
+      program_(settings_.launch.empty() ? nullptr
+                                        : std::make_unique<LaunchedProgram>(settings_.launch)) {}
+
+bool CheckContext::hostListens() const {
+  try {
+    const Connection connection(socketPath(), waits_);
+    return true;
+  } catch (const CheckEnd&) {
+    return false;
+  }
+}
+
+ProviderMessage CheckContext::exchange(const ProviderMessage& request) const {
+  Connection connection = connect();
+  // A host may answer before it has read everything, as when it refuses the size.
+  std::ignore = connection.sendFrame(encoded(request).bytes());
+  return answerOn(connection, request);
+}
+
+ProviderMessage CheckContext::answerOn(Connection& connection,
+                                       const ProviderMessage& request) const {
+  ProviderFramePrefix prefix{};
+  const auto fail = [&](const std::string& got, const std::string& hint) {
+    throw CheckEnd(failed({.sent = described(request),
+                           .got = got,
+                           .wanted = "a frame with a property list",
+                           .hint = hint}));
+  };
+  const auto requireComplete = [&](const Received& received, std::size_t size) {
+    const std::string some =
+        std::to_string(received.bytes.size()) + " of " + std::to_string(size) + " bytes";
+    if (received.ending == Ending::timedOut) {
+      fail(some + ", and no more within " + secondsOf(waits_.timeout()),
+           "the host does not answer");
+    }
+    if (received.ending != Ending::complete) {
+      fail(some + ", and then the connection " +
+               (received.ending == Ending::reset ? "broke" : "was closed"),
+           "the host closed the connection before it had answered");
+    }
+  };
+  const Received size = connection.read(prefix.size());
+  requireComplete(size, prefix.size());
+  std::ranges::copy(size.bytes, prefix.begin());
+  const std::uint32_t bodySize = decodeProviderFramePrefix(prefix);
+  if (!isValidProviderMessageSize(bodySize)) {
+    fail("a frame that announces " + std::to_string(bodySize) + " bytes", "see frame.bounds");
+  }
+  Received body = connection.read(bodySize);
+  requireComplete(body, bodySize);
+  const Data bytes(std::move(body.bytes));
+  auto decoded = decodeProviderMessage(propertyLists_, bytes);
+  if (!decoded.message) {
+    fail(check::described(bytes.bytes()), "see body.binary and body.dictionary");
+  }
+  return *std::move(decoded.message);
+}
+
+std::string CheckContext::described(const ProviderMessage& message) const {
+  return messageJson(propertyLists_, encoded(message)).dump();
+}
+
+Data CheckContext::encoded(const ProviderMessage& message) const {
+  auto body = propertyLists_.encodeBinary(message);
+  if (!body) {
+    throw std::invalid_argument("a check's message cannot be encoded");
+  }
+  return *std::move(body);
+}
+
+const SynchronizeRecord& CheckContext::synchronizeRecord() {
+  if (!synchronizeRecord_) {
+    synchronizeRecord_ =
+        recordSynchronize(connect(), encoded(synchronizeRequest(settings_.attended)));
+  }
+  return *synchronizeRecord_;
+}
+
+void CheckContext::tellPerson(const std::string& sentence) const {
+  if (settings_.attended) {
+    voices_.person(sentence);
+  }
+}
+
+bool CheckContext::startProgram() {
+  waits_.restart();
+  program_->start();
+  synchronizeRecord_.reset();
+  passkeys_.forget();
+  bool listens = false;
+  std::ignore = waits_.until(
+      [&] {
+        listens = hostListens();
+        return listens || !program_->isRunning();
+      },
+      "the program to listen");
+  return listens;
+}
+
+}  // namespace korvan::lab::check

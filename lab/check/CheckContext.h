@@ -1,0 +1,108 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "channel/ProviderMessage.h"
+#include "lab/check/CheckPasskeys.h"
+#include "lab/check/Connection.h"
+#include "lab/check/LaunchedProgram.h"
+#include "lab/check/SynchronizeRecord.h"
+#include "lab/check/Waits.h"
+#include "platform/linux/LinuxLocalSockets.h"
+#include "platform/linux/codesigning/LinuxCodeSigning.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
+
+namespace korvan::lab::check {
+
+struct CheckSettings {
+  /// The app group's container. Never made.
+  std::filesystem::path container;
+  /// The certificate that the chain of the host's signature must end in.
+  std::string trustAnchorPem;
+  /// The program that is the host, and its arguments; empty when the host runs already.
+  std::vector<std::string> launch;
+  std::chrono::milliseconds timeout = std::chrono::seconds(10);
+  /// Whether a person answers what the host asks.
+  bool attended = true;
+};
+
+/// How a run speaks to people while a check lasts.
+struct Voices {
+  /// Takes what is waited for, such as "the host to answer".
+  std::function<void(const std::string& whatFor)> waiting;
+  /// Takes what the person is to do now, as a sentence.
+  std::function<void(const std::string& sentence)> person;
+};
+
+/// What the checks of one run share. Not thread-safe, but connect() and exchange() may be called on
+/// several threads at once.
+class CheckContext {
+ public:
+  CheckContext(CheckSettings settings, Voices voices);
+
+  [[nodiscard]] const CheckSettings& settings() const noexcept { return settings_; }
+  [[nodiscard]] std::string socketPath() const { return settings_.container / "acp.sock"; }
+  [[nodiscard]] Waits& waits() noexcept { return waits_; }
+  [[nodiscard]] const LinuxLocalSockets& sockets() const noexcept { return sockets_; }
+  [[nodiscard]] const LinuxCodeSigning& codeSigning() const noexcept { return codeSigning_; }
+  [[nodiscard]] const PropertyListSerialization& propertyLists() const noexcept {
+    return propertyLists_;
+  }
+
+  /// A new connection. Throws a CheckEnd "failed" when nobody takes it.
+  [[nodiscard]] Connection connect() const { return {socketPath(), waits_}; }
+
+  /// True when somebody takes a connection now.
+  [[nodiscard]] bool hostListens() const;
+
+  /// One exchange on a connection of its own: the host's answer, decoded as the extension decodes
+  /// it. Throws a CheckEnd "failed" that says how far it got when there is none.
+  [[nodiscard]] ProviderMessage exchange(const ProviderMessage& request) const;
+
+  /// The rest of an exchange, on a connection on which the whole request was sent.
+  [[nodiscard]] ProviderMessage answerOn(Connection& connection,
+                                         const ProviderMessage& request) const;
+
+  /// A request for people, as one line of JSON.
+  [[nodiscard]] std::string described(const ProviderMessage& message) const;
+
+  /// The bytes of a request's body.
+  [[nodiscard]] Data encoded(const ProviderMessage& message) const;
+
+  /// How the host treats one plain request, with every byte that it sent. The exchange is made when
+  /// this is called first.
+  [[nodiscard]] const SynchronizeRecord& synchronizeRecord();
+
+  /// Tells the person, if there is one, what to do in the host.
+  void tellPerson(const std::string& sentence) const;
+
+  /// The host, of a run that starts it itself; for checks with Need::program.
+  [[nodiscard]] LaunchedProgram& program() { return *program_; }
+  [[nodiscard]] bool hasProgram() const noexcept { return program_ != nullptr; }
+
+  /// Starts the program, and waits until it listens. False when it ends, or does not listen in
+  /// time.
+  bool startProgram();
+
+  /// The passkeys of the run, made when they are asked for first; for checks with Need::passkey.
+  [[nodiscard]] CheckPasskeys& passkeys() noexcept { return passkeys_; }
+
+ private:
+  CheckSettings settings_;
+  Voices voices_;
+  Waits waits_;
+  LinuxLocalSockets sockets_;
+  LinuxCodeSigning codeSigning_;
+  LinuxPropertyListSerialization propertyLists_;
+  std::optional<SynchronizeRecord> synchronizeRecord_;
+  CheckPasskeys passkeys_;
+  std::unique_ptr<LaunchedProgram> program_;
+};
+
+}  // namespace korvan::lab::check

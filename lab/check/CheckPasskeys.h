@@ -1,0 +1,64 @@
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "channel/ProviderMessage.h"
+#include "platform/Data.h"
+
+namespace korvan::lab::check {
+
+class CheckContext;
+
+/// A passkey that the host has made for a run.
+struct CheckPasskey {
+  ProviderMessage request;  ///< the registration
+  ProviderMessage answer;
+  std::string relyingParty;
+  std::string userName;
+  Data userHandle;
+  Data credentialID;
+};
+
+/// The passkeys of a run. Each is made when it is asked for first, with the user's consent when a
+/// person attends, and silently otherwise. The references stay valid until forget().
+///
+/// Each function that makes one throws a CheckEnd "skipped" that says why when the host makes none.
+class CheckPasskeys {
+ public:
+  explicit CheckPasskeys(CheckContext& context) : context_(context) {}
+
+  // Two of different users at one relying party, and one at another.
+  const CheckPasskey& first();
+  const CheckPasskey& second();
+  const CheckPasskey& other();
+
+  /// One more, of a user with a new random handle, to be changed or removed by a check.
+  const CheckPasskey& make(std::string_view relyingParty, std::string_view userName);
+
+  /// Has removeAll() remove a passkey too that a check has made with a request of its own.
+  void remember(std::string relyingParty, Data credentialID);
+
+  /// Reports all as unknown, so that the host can remove them. A host need not answer that.
+  void removeAll();
+
+  /// The host has lost them.
+  void forget();
+
+ private:
+  struct Made {
+    std::string relyingParty;
+    Data credentialID;
+  };
+
+  CheckContext& context_;
+  std::deque<CheckPasskey> passkeys_;
+  std::deque<Made> made_;
+  const CheckPasskey* first_ = nullptr;
+  const CheckPasskey* second_ = nullptr;
+  const CheckPasskey* other_ = nullptr;
+};
+
+}  // namespace korvan::lab::check

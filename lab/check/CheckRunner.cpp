@@ -1,0 +1,147 @@
+#include "lab/check/CheckRunner.h"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+namespace korvan::lab::check {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+bool needs(const Check& check, Need need) {
+  return std::ranges::find(check.needs, need) != check.needs.end();
+}
+
+class Run {
+ public:
+  Run(CheckContext& context, const CheckReports& reports) : context_(context), reports_(reports) {}
+
+  Counts all(const std::vector<Check>& checks) {
+    for (const Check& check : checks) {
+      for (const auto& report : reports_) {
+        report->begin(check, done_, checks.size());
+      }
+      const CheckRecord record = one(check);
+      count(record.result.outcome);
+      for (const auto& report : reports_) {
+        report->end(record);
+      }
+      ++done_;
+    }
+    context_.passkeys().removeAll();
+    for (const auto& report : reports_) {
+      report->finish(counts_);
+    }
+    return counts_;
+  }
+
+ private:
+  CheckRecord one(const Check& check) {
+    const auto start = Clock::now();
+    context_.waits().restart();
+    CheckRecord record{.check = &check, .result = {}, .duration = {}, .programErrors = {}};
+    if (auto why = reasonToSkip(check)) {
+      record.result = skipped(*std::move(why));
+    } else {
+      record.result = result(check);
+    }
+    record.duration = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+    const std::string errors = context_.hasProgram() ? context_.program().newErrors() : "";
+    if (record.result.outcome == Outcome::failed) {
+      record.programErrors = errors;
+      failures_[check.name] = check.name;
+      recoverHost(check, record.result.findings);
+    }
+    return record;
+  }
+
+  Result result(const Check& check) {
+    try {
+      if (needs(check, Need::passkey)) {
+        std::ignore = context_.passkeys().first();
+      }
+      return check.run(context_);
+    } catch (const CheckEnd& end) {
+      return end.result();
+    } catch (const std::exception& error) {
+      return failed(
+          {.sent = {}, .got = error.what(), .wanted = {}, .hint = "the check could not be made"});
+    }
+  }
+
+  std::optional<std::string> reasonToSkip(const Check& check) {
+    for (const std::string_view earlier : check.after) {
+      if (const auto failure = failures_.find(earlier); failure != failures_.end()) {
+        const std::string_view root = failure->second;
+        failures_[check.name] = root;
+        return std::string(root) + " failed";
+      }
+    }
+    if (needs(check, Need::program) && !context_.hasProgram()) {
+      return "needs --launch";
+    }
+    if (needs(check, Need::person) && !context_.settings().attended) {
+      return "needs a person, whom --unattended leaves out";
+    }
+    if (gone_ && (needs(check, Need::host) || needs(check, Need::passkey))) {
+      return "nobody listens since " + std::string(*gone_);
+    }
+    return std::nullopt;
+  }
+
+  /// A check that failed may have ended the host, which would fail all that follow.
+  void recoverHost(const Check& check, Findings& findings) {
+    if (!needs(check, Need::host)) {
+      return;
+    }
+    context_.waits().restart();
+    if (context_.hostListens()) {
+      return;
+    }
+    if (context_.hasProgram()) {
+      findings.got += "; the host " + context_.program().ending();
+    }
+    if (!context_.hasProgram() || !context_.startProgram()) {
+      gone_ = check.name;
+    }
+  }
+
+  void count(Outcome outcome) {
+    switch (outcome) {
+      case Outcome::passed:
+        ++counts_.passed;
+        break;
+      case Outcome::failed:
+        ++counts_.failed;
+        break;
+      case Outcome::warned:
+        ++counts_.warned;
+        break;
+      case Outcome::skipped:
+        ++counts_.skipped;
+        break;
+    }
+  }
+
+  CheckContext& context_;
+  const CheckReports& reports_;
+  /// The check whose failure is the reason, by each check that failed or was skipped for it.
+  std::map<std::string_view, std::string_view> failures_;
+  std::optional<std::string_view> gone_;
+  Counts counts_;
+  std::size_t done_ = 0;
+};
+
+}  // namespace
+
+Counts runChecks(const std::vector<Check>& checks, CheckContext& context,
+                 const CheckReports& reports) {
+  return Run(context, reports).all(checks);
+}
+
+}  // namespace korvan::lab::check

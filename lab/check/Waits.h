@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace korvan::lab::check {
+
+/// Bounds every wait of a run, and says what is waited for when that takes over a second. All waits
+/// of one check together take no longer than the timeout.
+class Waits {
+ public:
+  using Clock = std::chrono::steady_clock;
+  using Duration = std::chrono::milliseconds;
+
+  /// Puts what is waited for after "Waiting for ".
+  using Notice = std::function<void(const std::string& whatFor)>;
+
+  Waits(Duration timeout, Notice notice);
+
+  /// Gives the next check the whole timeout.
+  void restart() { deadline_ = Clock::now() + timeout_; }
+
+  [[nodiscard]] Duration timeout() const noexcept { return timeout_; }
+
+  /// Waits until a poll(2) event occurs on the descriptor. False when `limit`, or the timeout if
+  /// that comes first, is over before.
+  [[nodiscard]] bool forEvent(int descriptor, short event, const std::string& whatFor,
+                              Duration limit = Duration::max()) const;
+
+  /// The same for anything that can be asked again and again.
+  [[nodiscard]] bool until(const std::function<bool()>& happened, const std::string& whatFor,
+                           Duration limit = Duration::max()) const;
+
+ private:
+  [[nodiscard]] Clock::time_point endOf(Duration limit) const;
+
+  Duration timeout_;
+  Notice notice_;
+  Clock::time_point deadline_;
+};
+
+}  // namespace korvan::lab::check

@@ -1,0 +1,117 @@
+#include "lab/check/broken-host/Mistake.h"
+
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <span>
+#include <utility>
+
+#include <sys/socket.h>
+
+#include "channel/ProviderFrame.h"
+
+namespace korvan::lab::broken {
+namespace {
+
+bool readAll(int socket, std::span<std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::recv(socket, bytes.data(), bytes.size(), 0);
+    if (count == 0 || (count < 0 && errno != EINTR)) {
+      return false;
+    }
+    bytes = bytes.subspan(count > 0 ? static_cast<std::size_t>(count) : 0);
+  }
+  return true;
+}
+
+PropertyListDictionary failure(std::string_view description) {
+  return {{"ok", false}, {"errorCode", "failed"}, {"errorDescription", description}};
+}
+
+PropertyListDictionary answerTo(const Bytes& requestBody, const Mistake& mistake,
+                                const Surroundings& surroundings) {
+  const auto request = surroundings.propertyLists.decode(Data::copyOf(requestBody));
+  if (!request || request->dictionary() == nullptr) {
+    return failure("The request is not a dictionary.");
+  }
+  PropertyListDictionary seen = *request->dictionary();
+  if (mistake.request) {
+    mistake.request(seen);
+  }
+  PropertyListDictionary answer = surroundings.handler.answer(seen);
+  if (mistake.answer) {
+    mistake.answer(*request->dictionary(), answer);
+  }
+  return answer;
+}
+
+}  // namespace
+
+const std::vector<Mistake>& allMistakes() {
+  static const std::vector<Mistake> mistakes = [] {
+    constexpr std::array Groups{socketMistakes,       framingMistakes,   robustnessMistakes,
+                                registrationMistakes, assertionMistakes, refusalMistakes,
+                                reportMistakes,       processMistakes};
+    std::vector<Mistake> all;
+    for (const auto group : Groups) {
+      for (Mistake& mistake : group()) {
+        all.push_back(std::move(mistake));
+      }
+    }
+    return all;
+  }();
+  return mistakes;
+}
+
+Bytes readFrame(int socket) {
+  ProviderFramePrefix prefix{};
+  if (!readAll(socket, prefix)) {
+    return {};
+  }
+  const std::uint32_t size = decodeProviderFramePrefix(prefix);
+  Bytes body(isValidProviderMessageSize(size) ? size : 0);
+  return readAll(socket, body) ? body : Bytes();
+}
+
+Bytes answerFrame(const Bytes& requestBody, const Mistake& mistake,
+                  const Surroundings& surroundings) {
+  const auto encoded =
+      surroundings.propertyLists.encodeBinary(answerTo(requestBody, mistake, surroundings));
+  Bytes body(encoded->bytes().begin(), encoded->bytes().end());
+  if (mistake.body) {
+    mistake.body(body);
+  }
+  const ProviderFramePrefix prefix = encodeProviderFramePrefix(body.size());
+  Bytes frame(prefix.begin(), prefix.end());
+  frame.insert(frame.end(), body.begin(), body.end());
+  if (mistake.frame) {
+    mistake.frame(frame);
+  }
+  return frame;
+}
+
+void sendAll(int socket, const Bytes& bytes) {
+  std::span<const std::uint8_t> left = bytes;
+  while (!left.empty()) {
+    const ssize_t count = ::send(socket, left.data(), left.size(), MSG_NOSIGNAL);
+    if (count < 0 && errno != EINTR) {
+      return;
+    }
+    left = left.subspan(count > 0 ? static_cast<std::size_t>(count) : 0);
+  }
+}
+
+void serveSoundly(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  if (mistake.greet) {
+    mistake.greet(socket);
+  }
+  const Bytes request = readFrame(socket);
+  if (!request.empty()) {
+    sendAll(socket, answerFrame(request, mistake, surroundings));
+  }
+  if (mistake.afterAnswer) {
+    mistake.afterAnswer(socket);
+  }
+}
+
+}  // namespace korvan::lab::broken

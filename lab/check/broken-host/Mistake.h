@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string_view>
+#include <vector>
+
+#include "lab/host/RequestHandler.h"
+#include "lab/support/Descriptor.h"
+#include "platform/PropertyList.h"
+#include "platform/PropertyListSerialization.h"
+
+namespace korvan::lab::broken {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// What a connection is served with.
+struct Surroundings {
+  host::RequestHandler& handler;
+  const PropertyListSerialization& propertyLists;
+};
+
+/// A host's one mistake, and what a run must say of it. What is left empty is as in a sound host.
+struct Mistake {
+  /// Words with hyphens.
+  std::string_view name;
+  /// The checks that fail, and no others, in the order in which they run.
+  std::vector<std::string_view> fails;
+  /// Part of the hint of the first of them, or of the first warning where nothing fails.
+  std::string_view hint;
+  /// The checks that warn, and no others.
+  std::vector<std::string_view> warns = {};
+  /// Whether the run launches the host, and may start it again.
+  bool launched = false;
+  /// Options of korvan-lab check-host, besides those.
+  std::vector<std::string_view> options = {};
+
+  /// Alters the request that the handler sees.
+  std::function<void(PropertyListDictionary& request)> request = {};
+  /// Alters the answer to `request`, which is as it came.
+  std::function<void(const PropertyListDictionary& request, PropertyListDictionary& answer)>
+      answer = {};
+  /// Alters the encoded answer.
+  std::function<void(Bytes& body)> body = {};
+  /// Alters the answer's frame.
+  std::function<void(Bytes& frame)> frame = {};
+  /// Runs on a new connection, before the request is read.
+  std::function<void(int socket)> greet = {};
+  /// Runs after the answer is sent, before the connection is closed.
+  std::function<void(int socket)> afterAnswer = {};
+  /// Serves a connection instead of serveSoundly().
+  std::function<void(int socket, const Mistake& mistake, const Surroundings& surroundings)> serve =
+      {};
+  /// Makes the listening socket in the container instead of HostSocket.
+  std::function<Descriptor(const std::filesystem::path& container)> listen = {};
+  /// Whether one connection is served after another, and not all at once.
+  bool oneAtATime = false;
+  /// Runs before anything else.
+  std::function<void()> start = {};
+};
+
+// The mistakes of each group of checks. One file a group.
+[[nodiscard]] std::vector<Mistake> socketMistakes();
+[[nodiscard]] std::vector<Mistake> framingMistakes();
+[[nodiscard]] std::vector<Mistake> robustnessMistakes();
+[[nodiscard]] std::vector<Mistake> registrationMistakes();
+[[nodiscard]] std::vector<Mistake> assertionMistakes();
+[[nodiscard]] std::vector<Mistake> refusalMistakes();
+[[nodiscard]] std::vector<Mistake> reportMistakes();
+[[nodiscard]] std::vector<Mistake> processMistakes();
+
+/// All mistakes. Their names are different.
+[[nodiscard]] const std::vector<Mistake>& allMistakes();
+
+// What a serving function is made of.
+
+/// Reads one frame's body. Empty when the client leaves before.
+[[nodiscard]] Bytes readFrame(int socket);
+
+/// The frame of the answer to a request's body, with what the mistake alters.
+[[nodiscard]] Bytes answerFrame(const Bytes& requestBody, const Mistake& mistake,
+                                const Surroundings& surroundings);
+
+/// Sends all bytes; gives up when the client has left.
+void sendAll(int socket, const Bytes& bytes);
+
+/// Serves one connection without a mistake but those of `mistake`'s parts. Does not close it.
+void serveSoundly(int socket, const Mistake& mistake, const Surroundings& surroundings);
+
+}  // namespace korvan::lab::broken

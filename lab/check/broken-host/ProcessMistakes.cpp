@@ -1,0 +1,7 @@
+#include "lab/check/broken-host/Mistake.h"
+
+namespace korvan::lab::broken {
+
+std::vector<Mistake> processMistakes() { return {}; }
+
+}  // namespace korvan::lab::broken

@@ -1,0 +1,104 @@
+// A host with one mistake, for the tests of `korvan-lab check-host`. It prints {"event":"ready"}
+// when it listens, and serves until it is ended by SIGTERM.
+
+#include <algorithm>
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <tuple>
+
+#include <CLI/CLI.hpp>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "lab/check/broken-host/Mistake.h"
+#include "lab/host/HostSocket.h"
+#include "lab/host/Vault.h"
+#include "lab/support/SystemError.h"
+#include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
+
+namespace {
+
+using namespace korvan;
+using namespace korvan::lab;
+using namespace korvan::lab::broken;
+
+struct Options {
+  std::string container;
+  std::string mistake;
+  std::string vault;
+  std::string url;
+};
+
+const Mistake& mistakeOf(const std::string& name) {
+  static const Mistake none{.name = "none", .fails = {}, .hint = {}};
+  const auto found = std::ranges::find(allMistakes(), name, &Mistake::name);
+  if (name != none.name && found == allMistakes().end()) {
+    throw std::invalid_argument("there is no mistake \"" + name + "\"");
+  }
+  return name == none.name ? none : *found;
+}
+
+void serve(const Descriptor& socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const auto& serveOne = mistake.serve ? mistake.serve : serveSoundly;
+  serveOne(socket.get(), mistake, surroundings);
+}
+
+[[noreturn]] void serveAll(int listener, const Mistake& mistake, const Surroundings& surroundings) {
+  while (true) {
+    Descriptor socket(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+    if (socket.get() < 0) {
+      ::pause();
+    }
+    if (mistake.oneAtATime) {
+      serve(socket, mistake, surroundings);
+    } else {
+      std::thread([&mistake, &surroundings, mine = std::move(socket)] {
+        serve(mine, mistake, surroundings);
+      }).detach();
+    }
+  }
+}
+
+void run(const Options& options) {
+  const Mistake& mistake = mistakeOf(options.mistake);
+  if (mistake.start) {
+    mistake.start();
+  }
+  host::Vault vault = options.vault.empty() ? host::Vault() : host::Vault(options.vault);
+  host::RequestHandler handler(vault, {}, [] {});
+  const LinuxPropertyListSerialization propertyLists;
+  std::optional<host::HostSocket> socket;
+  Descriptor other;
+  if (mistake.listen) {
+    other = mistake.listen(options.container);
+  } else {
+    socket.emplace(options.container);
+  }
+  std::cout << R"({"event":"ready"})" << '\n' << std::flush;
+  serveAll(socket ? socket->descriptor() : other.get(), mistake,
+           {.handler = handler, .propertyLists = propertyLists});
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    CLI::App app;
+    Options options;
+    app.add_option("--container", options.container)->required();
+    app.add_option("--mistake", options.mistake)->required();
+    app.add_option("--vault", options.vault);
+    app.add_option("url", options.url);
+    CLI11_PARSE(app, argc, argv);
+    run(options);
+  } catch (const std::exception& error) {
+    std::cerr << "korvan-broken-host: " << error.what() << '\n';
+  }
+  return EXIT_FAILURE;
+}
