@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
-#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -260,31 +259,6 @@ void compareDecoding(const PropertyListSerialization& serialization) {
         [&] { benchmark::DoNotOptimize(serialization.decode(list)); },
         [&] { decodeWholeWithLibplist(list); });
   }
-  const Data large = encodedList({bytesOf(4'194'000, 7)});
-  runPairedRounds(
-      "decode 1 value of 4 MiB", {.rounds = 15, .callsPerRound = 10},
-      [&] { benchmark::DoNotOptimize(serialization.decode(large)); },
-      [&] { decodeWholeWithLibplist(large); });
-}
-
-void showGrowthOfEncoding(const PropertyListSerialization& serialization) {
-  std::cout << "\nencode request, by the number of allowed credentials of 32 bytes\n";
-  for (const std::size_t count : ListSizes) {
-    const AssertionRequest request = requestWith(count);
-    const auto encode = [&] {
-      benchmark::DoNotOptimize(encodeWithProduct(serialization, request));
-    };
-    constexpr std::size_t Rounds = 15;
-    std::vector<double> times;
-    times.reserve(Rounds);
-    while (times.size() < Rounds) {
-      times.push_back(nanosecondsPerCall(encode, ValuesPerRound / count));
-    }
-    const double time = medianOf(times);
-    std::cout << std::setw(8) << count << " values" << std::fixed << std::setprecision(0)
-              << std::setw(12) << time << " ns" << std::setprecision(1) << std::setw(8)
-              << time / static_cast<double>(count) << " ns each\n";
-  }
 }
 
 }  // namespace
@@ -301,6 +275,5 @@ int main() {
   std::cout << "shape, then the product's time, libplist's, and the median of their ratios\n";
   korvan::bench::compareEncoding(serialization);
   korvan::bench::compareDecoding(serialization);
-  korvan::bench::showGrowthOfEncoding(serialization);
   return EXIT_SUCCESS;
 }
