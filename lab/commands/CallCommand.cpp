@@ -5,7 +5,6 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 
@@ -13,20 +12,18 @@
 
 #include "lab/commands/SystemOptions.h"
 #include "lab/json/CallParser.h"
+#include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"
 
 namespace korvan::lab {
 namespace {
 
-constexpr int AllLinesWereCalls = 0;
-constexpr int SomeLineWasNoCall = 2;
-
 constexpr std::string_view CallHelpPage =
     R"(Usage: korvan-lab call [options] [FILE]
 
-Calls entry points of the extension. Reads one JSON object per line from FILE or
-standard input, and prints one outcome per line. docs/lab-calls.md lists every
-entry point, key and outcome.
+Calls entry points of the extension. Reads one JSON object per line from FILE,
+or from standard input without FILE or for "-", and prints one outcome per line.
+docs/lab-calls.md lists every entry point, key and outcome.
 
   --container DIR|none     the app group's container; default: the user's own
   --host-application EXECUTABLE|none
@@ -66,8 +63,11 @@ std::string flawOfNotice(const std::string& text) {
       return {};
     }
   }
-  return "\"" + text +
-         "\" is no way to treat the notice; it must be press-ok, leave, terminal or window";
+  return "\"" + text + "\" is unknown; it must be press-ok, leave, terminal or window";
+}
+
+bool readsStandardInput(const CallOptions& options) {
+  return options.file.empty() || options.file == "-";
 }
 
 NoticeMode noticeModeOf(const CallOptions& options) {
@@ -79,7 +79,7 @@ NoticeMode noticeModeOf(const CallOptions& options) {
   }
   if (options.notice == "terminal") {
     // Not to take a call for the answer.
-    return options.file.empty() ? NoticeMode::controllingTerminal : NoticeMode::terminal;
+    return readsStandardInput(options) ? NoticeMode::controllingTerminal : NoticeMode::terminal;
   }
   return NoticeMode::pressOk;
 }
@@ -95,28 +95,33 @@ LabSettings settingsOf(const CallOptions& options) {
   return settings;
 }
 
+CLI::ValidationError unreadable(const std::string& name, int error) {
+  return CLI::ValidationError(
+      "FILE", "cannot read \"" + name + "\": " + std::generic_category().message(error));
+}
+
 std::ifstream openFile(const std::string& name) {
   std::ifstream file(name);
   if (!file) {
-    throw std::system_error(errno, std::generic_category(), "cannot read " + name);
+    throw unreadable(name, errno);
   }
   // A directory opens, but there is nothing in it to read.
   if (std::filesystem::is_directory(name)) {
-    throw std::system_error(EISDIR, std::generic_category(), "cannot read " + name);
+    throw unreadable(name, EISDIR);
   }
   return file;
 }
 
 int run(const CallOptions& options) {
   std::ifstream file;
-  if (!options.file.empty()) {
+  if (!readsStandardInput(options)) {
     file = openFile(options.file);
   }
   CallRunner runner(settingsOf(options));
   const OutcomeWriter writer(runner.propertyLists(), options.showMessages);
   const bool allCalls =
-      serveLines(options.file.empty() ? std::cin : file, std::cout, runner, writer);
-  return allCalls ? AllLinesWereCalls : SomeLineWasNoCall;
+      serveLines(readsStandardInput(options) ? std::cin : file, std::cout, runner, writer);
+  return allCalls ? Well : WrongUsage;
 }
 
 }  // namespace
@@ -125,16 +130,13 @@ bool serveLines(std::istream& input, std::ostream& output, CallRunner& runner,
                 const OutcomeWriter& writer) {
   bool allCalls = true;
   std::string line;
-  while (std::getline(input, line)) {
+  while (output && std::getline(input, line)) {
     if (line.find_first_not_of(" \t\r") == std::string::npos) {
       continue;
     }
     const auto call = parseCall(line);
     output << (call ? writer.line(runner.run(*call)) : writer.invalidLine(call.error())) << '\n'
            << std::flush;
-    if (!output) {
-      throw std::runtime_error("cannot write an answer to standard output");
-    }
     allCalls = allCalls && call.has_value();
   }
   return allCalls;

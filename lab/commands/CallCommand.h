@@ -16,8 +16,7 @@ namespace korvan::lab {
 void addCallCommand(CLI::App& app, int& exitStatus);
 
 /// Serves every line of `input` that is not blank, in order, and flushes each answer before it
-/// reads the next line. True when every line was a call. Throws std::runtime_error when an answer
-/// cannot be written.
+/// reads the next line. True when every line was a call. Reads no further once `output` has failed.
 [[nodiscard]] bool serveLines(std::istream& input, std::ostream& output, CallRunner& runner,
                               const OutcomeWriter& writer);
 

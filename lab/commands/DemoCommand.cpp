@@ -1,17 +1,15 @@
 #include "lab/commands/DemoCommand.h"
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <tuple>
 
 #include <CLI/CLI.hpp>
 
 #include "lab/commands/Demo.h"
 #include "lab/commands/Narrator.h"
 #include "lab/processes/Supervisor.h"
+#include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"
 
 namespace korvan::lab {
@@ -43,11 +41,9 @@ void addDemoCommand(CLI::App& app, int& exitStatus) {
       ->check(CLI::Range(std::size_t{1}, DemoStepCount).description(""));
   setHelpPage(command, DemoHelpPage);
   command.callback([&app, &exitStatus, step] {
-    // The reader may go away; the hosts must be ended nevertheless.
-    std::ignore = std::signal(SIGPIPE, SIG_IGN);
     exitStatus = runSupervised([&app, step](const std::filesystem::path& directory) {
       Narrator narrator = Narrator::toStandardOutput();
-      return runDemo(narrator, directory, app.get_name(), *step) ? EXIT_SUCCESS : EXIT_FAILURE;
+      return runDemo(narrator, directory, app.get_name(), *step) ? Well : NotVerified;
     });
   });
 }

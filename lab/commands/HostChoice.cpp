@@ -1,20 +1,15 @@
 #include "lab/commands/HostChoice.h"
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
-#include <tuple>
 
 #include "lab/processes/Stage.h"
 #include "lab/processes/Supervisor.h"
+#include "lab/support/ExitStatus.h"
 
 namespace korvan::lab {
 namespace {
 
-int exitStatus(bool wentWell) { return wentWell ? EXIT_SUCCESS : EXIT_FAILURE; }
-
-/// The reader of the output may go away; the command must finish nevertheless.
-void outliveTheReader() { std::ignore = std::signal(SIGPIPE, SIG_IGN); }
+int exitStatus(bool wentWell) { return wentWell ? Well : NotVerified; }
 
 }  // namespace
 
@@ -22,13 +17,9 @@ bool namesHost(const SystemOptions& options) {
   return !options.container.empty() || !options.hostApplication.empty();
 }
 
-int useHost(const LabSettings& settings, const HostUser& use) {
-  outliveTheReader();
-  return exitStatus(use(settings));
-}
+int useHost(const LabSettings& settings, const HostUser& use) { return exitStatus(use(settings)); }
 
 int useOwnHost(LabSettings settings, const OwnHostUser& use) {
-  outliveTheReader();
   return runSupervised([&](const std::filesystem::path& directory) {
     Stage stage(directory);
     settings.container = stage.container();

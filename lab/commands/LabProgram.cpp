@@ -1,6 +1,5 @@
 #include "lab/commands/LabProgram.h"
 
-#include <cstdlib>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
@@ -9,13 +8,15 @@
 #include "lab/commands/CheckHostCommand.h"
 #include "lab/commands/ConfigureCommand.h"
 #include "lab/commands/DemoCommand.h"
+#include "lab/commands/HelpCommand.h"
 #include "lab/commands/IdentifiersCommand.h"
 #include "lab/commands/RegisterCommand.h"
 #include "lab/commands/ReportCommand.h"
 #include "lab/commands/SignInCommand.h"
 #include "lab/commands/SoakCommand.h"
+#include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"
-#include "lab/support/UsageError.h"
+#include "lab/support/ProgramMain.h"
 
 namespace korvan::lab {
 namespace {
@@ -36,7 +37,13 @@ points, runs the main loop, and shows what the extension told the system.
   call         calls entry points for scripts: lines of JSON in and out
   identifiers  prints whom this build of the extension trusts
 
-Each command has its own --help.
+  help         prints the help page of a command; the same as COMMAND --help
+
+  --version    prints the version
+  --help       this page
+
+Exit status: 0 when all is well, 1 when something was not verified or the lab
+could not go on, 2 for wrong usage, 3 when there is no host to talk to.
 
 Example:
   korvan-lab demo
@@ -44,11 +51,9 @@ Example:
 
 }  // namespace
 
-int runLabProgram(int argc, char** argv) {
-  CLI::App app;
-  int exitStatus = EXIT_SUCCESS;
+void describeLabProgram(CLI::App& app, int& exitStatus) {
   app.require_subcommand(1);
-  app.failure_message(usageError);
+  addProgramManners(app, LabProgramName);
   setHelpPage(app, ProgramHelpPage);
   addDemoCommand(app, exitStatus);
   addRegisterCommand(app, exitStatus);
@@ -59,12 +64,14 @@ int runLabProgram(int argc, char** argv) {
   addSoakCommand(app, exitStatus);
   addCallCommand(app, exitStatus);
   addIdentifiersCommand(app);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
-  }
-  return exitStatus;
+  addHelpCommand(app);
+}
+
+int runLabProgram(int argc, char** argv) {
+  CLI::App app;
+  int exitStatus = Well;
+  describeLabProgram(app, exitStatus);
+  return parseAndRun(app, argc, argv, exitStatus);
 }
 
 }  // namespace korvan::lab

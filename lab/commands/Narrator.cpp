@@ -6,10 +6,9 @@
 #include <sstream>
 #include <string>
 
-#include <unistd.h>
-
 #include "lab/json/MessageJson.h"
 #include "lab/support/Base64Url.h"
+#include "lab/support/EscapeSequences.h"
 #include "lab/support/VisibleText.h"
 
 namespace korvan::lab {
@@ -20,8 +19,9 @@ constexpr std::string_view Green = "\x1b[32m";
 constexpr std::string_view Red = "\x1b[31m";
 constexpr std::string_view Plain = "\x1b[0m";
 
-std::string shown(const std::optional<Data>& data) {
-  return data ? base64Url(data->bytes()) : "nothing";
+std::string passkeyNamed(const std::optional<Data>& credentialID) {
+  return credentialID ? "the passkey " + base64Url(credentialID->bytes())
+                      : "a passkey without an ID";
 }
 
 std::string shown(const PropertyListSerialization& propertyLists, const RecordedFrame& frame) {
@@ -45,12 +45,12 @@ std::string sentence(const Canceled& canceled) {
 /// One function per outcome.
 struct OutcomeSentence {
   std::string operator()(const CompletedAssertion& completed) const {
-    return "The extension completed the sign-in with the passkey " +
-           shown(completed.credential.credentialID) + ".";
+    return "The extension completed the sign-in with " +
+           passkeyNamed(completed.credential.credentialID) + ".";
   }
   std::string operator()(const CompletedRegistration& completed) const {
-    return "The extension completed the registration of the passkey " +
-           shown(completed.credential.credentialID) + ".";
+    return "The extension completed the registration of " +
+           passkeyNamed(completed.credential.credentialID) + ".";
   }
   std::string operator()(const CompletedConfiguration& /*completed*/) const {
     return "The extension completed the configuration.";
@@ -79,7 +79,7 @@ std::string durationText(double milliseconds) {
   return text.str();
 }
 
-Narrator Narrator::toStandardOutput() { return {std::cout, ::isatty(STDOUT_FILENO) == 1}; }
+Narrator Narrator::toStandardOutput() { return {std::cout, outputTakesEscapeSequences()}; }
 
 void Narrator::line(std::string_view color, std::string_view mark, std::string_view words) {
   output_ << (colors_ ? color : "") << mark << words << (colors_ ? Plain : "") << '\n'

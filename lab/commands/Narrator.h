@@ -16,7 +16,7 @@ class Narrator {
   /// Writes to `output`, which outlives it, with or without colors.
   Narrator(std::ostream& output, bool colors) : output_(output), colors_(colors) {}
 
-  /// Writes to standard output, with colors if that is a terminal.
+  /// Writes to standard output, with colors if that takes them.
   static Narrator toStandardOutput();
 
   void heading(std::string_view words);

@@ -12,6 +12,7 @@
 #include "lab/site/Registration.h"
 #include "lab/site/SignIn.h"
 #include "lab/support/Base64UrlOption.h"
+#include "lab/support/DomainOption.h"
 #include "lab/support/HelpPage.h"
 #include "lab/support/RandomData.h"
 #include "lab/system/Screen.h"
@@ -121,7 +122,7 @@ void addRegisterCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("register", "makes a passkey and checks it");
   const auto options = std::make_shared<RegisterOptions>();
   options->system.addTo(command);
-  command.add_option("--relying-party", options->relyingParty);
+  command.add_option("--relying-party", options->relyingParty)->check(isDomain());
   command.add_option("--user-name", options->userName);
   command.add_option("--exclude", options->excluded)->allow_extra_args(false)->check(isBase64Url());
   command.add_flag("--conditional", options->conditional);

@@ -15,6 +15,7 @@
 #include "lab/commands/SystemOptions.h"
 #include "lab/site/SignIn.h"
 #include "lab/support/Base64UrlOption.h"
+#include "lab/support/DomainOption.h"
 #include "lab/support/HelpPage.h"
 
 namespace korvan::lab {
@@ -56,9 +57,9 @@ struct ReportOptions {
 using OwnPasskey = std::optional<EnrolledPasskey>;
 using MakeReport = std::function<Call(const ReportOptions& options, const OwnPasskey& passkey)>;
 
-std::runtime_error missing(std::string_view option, const ReportOptions& options) {
-  return std::runtime_error(std::string(option) + " is missing: there is no passkey for " +
-                            options.relyingParty + " in a host of the lab's own to report of");
+CLI::ValidationError missing(std::string_view option, const ReportOptions& options) {
+  return CLI::ValidationError(std::string(option) + " is missing: there is no passkey for " +
+                              options.relyingParty + " in a host of the lab's own to report of");
 }
 
 Data userHandleOf(const ReportOptions& options, const OwnPasskey& passkey) {
@@ -120,7 +121,7 @@ CLI::App& addKind(CLI::App& command, const std::string& name,
                   const std::shared_ptr<ReportOptions>& options, MakeReport make, int& exitStatus) {
   CLI::App& kind = *command.add_subcommand(name);
   options->system.addTo(kind);
-  kind.add_option("--relying-party", options->relyingParty);
+  kind.add_option("--relying-party", options->relyingParty)->check(isDomain());
   setHelpPage(kind, ReportHelpPage);
   kind.callback(
       [options, make = std::move(make), &exitStatus] { exitStatus = run(*options, make); });

@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include <CLI/CLI.hpp>
 
@@ -11,6 +12,7 @@
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"
 #include "lab/site/SignIn.h"
+#include "lab/support/DomainOption.h"
 #include "lab/support/FileContents.h"
 #include "lab/support/HelpPage.h"
 #include "lab/system/Screen.h"
@@ -66,7 +68,9 @@ std::optional<RegisteredPasskey> registeredPasskey(const SignInOptions& options)
                              .credentialID = std::nullopt,
                              .userHandle = std::nullopt};
   } catch (const std::invalid_argument& flaw) {
-    throw std::runtime_error("--public-key: " + options.publicKeyFile + " " + flaw.what());
+    throw CLI::ValidationError("--public-key", options.publicKeyFile + " " + flaw.what());
+  } catch (const std::system_error& error) {
+    throw CLI::ValidationError("--public-key", error.what());
   }
 }
 
@@ -126,7 +130,7 @@ void addSignInCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("sign-in", "signs in and checks the answer");
   const auto options = std::make_shared<SignInOptions>();
   options->system.addTo(command);
-  command.add_option("--relying-party", options->relyingParty);
+  command.add_option("--relying-party", options->relyingParty)->check(isDomain());
   command.add_option("--public-key", options->publicKeyFile);
   auto* const interactive = command.add_flag("--interactive", options->interactive);
   command.add_flag("--list", options->list)->excludes(interactive);

@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -12,7 +11,6 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <tuple>
 
 #include <CLI/CLI.hpp>
 
@@ -81,8 +79,6 @@ int run(const SoakOptions& options) {
       options.seed.empty() ? drawnSeed() : numberIn<std::uint64_t>(options.seed).value();
   const double seconds = numberIn<double>(options.minutes).value() * SecondsPerMinute;
   std::cout << "seed " << seed << '\n' << std::flush;
-  // The reader may go away; the hosts must be ended nevertheless.
-  std::ignore = std::signal(SIGPIPE, SIG_IGN);
   return runSupervised([seed, seconds](const std::filesystem::path& directory) {
     return soak::runSoak(directory, seed, seconds);
   });

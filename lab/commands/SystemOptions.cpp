@@ -1,6 +1,8 @@
 #include "lab/commands/SystemOptions.h"
 
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include <CLI/CLI.hpp>
 
@@ -20,18 +22,21 @@ std::string flawOfContainer(const std::string& text) {
 }
 
 std::string flawOfHost(const std::string& text) {
-  return text.empty() ? "is empty; it must be an executable, or none" : std::string();
+  std::error_code ignored;
+  return text == LabSettings::None || std::filesystem::is_regular_file(text, ignored)
+             ? std::string()
+             : "\"" + text + "\" is not a file; it must be an executable, or none";
 }
 
-/// Looks into the file here, where its name is known for the error.
-std::string certificateIn(const std::string& file) {
-  std::string pem = contentsOf(file);
+std::string flawOfTrustAnchor(const std::string& file) {
   try {
-    const LinuxCodeSigning check(pem);
+    const LinuxCodeSigning check(contentsOf(file));
+    return {};
+  } catch (const std::system_error& error) {
+    return error.what();
   } catch (const std::invalid_argument& flaw) {
-    throw std::runtime_error("--trust-anchor " + file + ": " + flaw.what());
+    return file + ": " + flaw.what();
   }
-  return pem;
 }
 
 }  // namespace
@@ -39,14 +44,15 @@ std::string certificateIn(const std::string& file) {
 void SystemOptions::addTo(CLI::App& command) {
   command.add_option("--container", container)->check(CLI::Validator(flawOfContainer, ""));
   command.add_option("--host-application", hostApplication)->check(CLI::Validator(flawOfHost, ""));
-  command.add_option("--trust-anchor", trustAnchorFile);
+  command.add_option("--trust-anchor", trustAnchorFile)
+      ->check(CLI::Validator(flawOfTrustAnchor, ""));
 }
 
 LabSettings SystemOptions::settings() const {
   return {.container = given(container),
           .hostApplication = given(hostApplication),
-          .trustAnchorPem = trustAnchorFile.empty() ? std::string(TrustAnchorPem)
-                                                    : certificateIn(trustAnchorFile)};
+          .trustAnchorPem =
+              trustAnchorFile.empty() ? std::string(TrustAnchorPem) : contentsOf(trustAnchorFile)};
 }
 
 }  // namespace korvan::lab

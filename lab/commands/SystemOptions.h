@@ -19,8 +19,8 @@ struct SystemOptions {
 
   void addTo(CLI::App& command);
 
-  /// The settings; what is not given is left to the system. Throws std::runtime_error when the
-  /// trust anchor's file cannot be read or does not hold a certificate.
+  /// The settings; what is not given is left to the system. Throws std::system_error when the
+  /// trust anchor's file can no longer be read.
   [[nodiscard]] LabSettings settings() const;
 };
 

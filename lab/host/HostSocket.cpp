@@ -29,6 +29,23 @@ std::string socketPath(const std::filesystem::path& container) {
   return path;
 }
 
+/// The extension takes any other container for none.
+void requirePrivate(const std::string& container) {
+  struct stat status{};
+  requireSystem(::lstat(container.c_str(), &status) == 0, "Looking at the container " + container);
+  if (S_ISLNK(status.st_mode)) {
+    throw std::runtime_error("The container " + container +
+                             " is a symbolic link; name the directory itself.");
+  }
+  if (status.st_uid != ::geteuid()) {
+    throw std::runtime_error("The container " + container + " belongs to another user.");
+  }
+  if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    throw std::runtime_error("The container " + container + " is open to others; run: chmod 700 " +
+                             container);
+  }
+}
+
 /// Opens the container and keeps other hosts from making or replacing a socket in it for as long as
 /// the descriptor is open: between two hosts that start together, one could take the other's fresh
 /// socket for a stale one.
@@ -37,6 +54,7 @@ Descriptor lockContainer(const std::string& container) {
   requireSystem(made, "Making the container " + container);
   Descriptor directory(::open(container.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   requireSystem(directory.get() >= 0, "Opening the container " + container);
+  requirePrivate(container);
   requireSystem(::flock(directory.get(), LOCK_EX) == 0, "Locking the container " + container);
   return directory;
 }

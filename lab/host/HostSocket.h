@@ -17,8 +17,8 @@ class HostSocket {
 
   /// Listens in `container`, which is created with mode 0700 when missing; the socket file has mode
   /// 0600. A socket file on which nobody listens is replaced. Throws std::runtime_error that names
-  /// the path, and leaves no file, when the path is too long, another host is listening, or
-  /// something else is in the way.
+  /// the path, and leaves no file, when the path is too long, the container is not this user's
+  /// alone, another host is listening, or something else is in the way.
   explicit HostSocket(const std::filesystem::path& container);
 
   HostSocket(const HostSocket&) = delete;

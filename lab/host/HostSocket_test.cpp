@@ -99,6 +99,17 @@ TEST_F(HostSocketTest, TakesPathsOfUpTo103Bytes) {
   EXPECT_FALSE(std::filesystem::exists(tooLong));
 }
 
+TEST_F(HostSocketTest, RefusesAContainerThatTheExtensionWouldNotTake) {
+  const std::string open = directory_.path() / "open";
+  std::filesystem::create_directory(open);
+  ::chmod(open.c_str(), 0755);
+  expectRefused(open, open + " is open to others; run: chmod 700 " + open);
+  const std::string link = directory_.path() / "link";
+  std::filesystem::create_directory_symlink(open, link);
+  expectRefused(link, link + " is a symbolic link");
+  EXPECT_THAT(namesIn(open), IsEmpty());
+}
+
 TEST_F(HostSocketTest, NamesAContainerThatCannotBe) {
   expectRefused("/proc/nowhere", "/proc/nowhere");
   std::ofstream(directory_.path() / "file") << "";

@@ -96,7 +96,7 @@ void JsonFields::allowOnly(Keys keys) const {
     for (const std::string_view name : keys) {
       known.append(known.empty() ? "" : ", ").append(name);
     }
-    throw InvalidLine(place(key) + " is no key here; the keys are " + known + ".");
+    throw InvalidLine(place(key) + " is an unknown key; the keys are " + known + ".");
   }
 }
 

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <charconv>
 #include <csignal>
-#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -15,6 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "lab/support/ExitStatus.h"
+#include "lab/support/ProgramMain.h"
 #include "lab/support/SystemError.h"
 #include "lab/support/TemporaryDirectory.h"
 
@@ -55,15 +56,14 @@ class BlockedSignals {
 
 [[noreturn]] void runBody(const std::function<int(const fs::path& directory)>& body,
                           const fs::path& directory) {
-  int status = EXIT_FAILURE;
+  int status = NotVerified;
   try {
     status = body(directory);
   } catch (const std::exception& error) {
     std::cerr << "korvan-lab: " << error.what() << '\n';
   }
-  std::cout.flush();
   // What the parent process set up is the parent's to take down.
-  ::_exit(status);
+  ::_exit(statusAfterOutput("korvan-lab", status));
 }
 
 /// The parent of a process, or none when there is no such process.

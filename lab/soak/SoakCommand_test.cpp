@@ -52,7 +52,7 @@ TEST(SoakCommand, SaysWhatIsWrongWithItsArguments) {
         Case{{"soak", "--minutes", "1", "--seed", "18446744073709551616"},
              "\"18446744073709551616\"" + seed}}) {
     const auto result = runLab(arguments);
-    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.errors, AllOf(HasSubstr(words), HasSubstr("soak --help")));
   }

@@ -6,7 +6,7 @@ namespace korvan::lab {
 
 CLI::Validator isBase64Url() {
   return {[](const std::string& text) {
-            return fromBase64Url(text)
+            return !text.empty() && fromBase64Url(text)
                        ? std::string()
                        : "\"" + text + "\" is not base64url without padding, such as AQID";
           },

@@ -9,7 +9,7 @@
 
 namespace korvan::lab {
 
-/// Restricts an option to base64url without padding.
+/// Restricts an option to base64url without padding, of one byte or more.
 [[nodiscard]] CLI::Validator isBase64Url();
 
 /// Decodes an option that isBase64Url() has accepted.

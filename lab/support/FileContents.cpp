@@ -11,7 +11,7 @@ std::string contentsOf(const std::string& file) {
   const auto close = [](std::FILE* stream) { std::fclose(stream); };
   const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(file.c_str(), "re"));
   if (!stream) {
-    throw std::system_error(errno, std::generic_category(), "cannot read " + file);
+    throw std::system_error(errno, std::generic_category(), "cannot read \"" + file + "\"");
   }
   std::string contents;
   for (int character = std::fgetc(stream.get()); character != EOF;
@@ -19,7 +19,7 @@ std::string contentsOf(const std::string& file) {
     contents += static_cast<char>(character);
   }
   if (std::ferror(stream.get()) != 0) {
-    throw std::system_error(errno, std::generic_category(), "cannot read " + file);
+    throw std::system_error(errno, std::generic_category(), "cannot read \"" + file + "\"");
   }
   return contents;
 }

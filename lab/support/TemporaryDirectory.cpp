@@ -5,13 +5,15 @@
 #include <string>
 #include <system_error>
 
+#include <glib.h>
+
 namespace korvan::lab {
 
 TemporaryDirectory::TemporaryDirectory() {
-  std::string pattern = std::filesystem::temp_directory_path() / "korvan-lab-XXXXXX";
+  std::string pattern = std::filesystem::path(g_get_tmp_dir()) / "korvan-lab-XXXXXX";
   if (::mkdtemp(pattern.data()) == nullptr) {
     throw std::system_error(errno, std::generic_category(),
-                            "making a directory such as " + pattern);
+                            "cannot make a temporary directory such as " + pattern);
   }
   path_ = pattern;
 }

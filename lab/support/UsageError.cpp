@@ -30,13 +30,26 @@ std::string namesOf(const std::vector<const CLI::App*>& commands) {
   return names;
 }
 
+/// The parser's words, but for those that only its own developers understand.
+std::string flawOf(const CLI::Error& error) {
+  const std::string words = error.what();
+  const std::string option = words.substr(0, words.find(':'));
+  if (words.starts_with(option + ": At Most 1 required")) {
+    return option + " may be given only once";
+  }
+  if (words.starts_with(option + ": 1 required") && words.ends_with(" missing")) {
+    return option + " needs a value";
+  }
+  return words;
+}
+
 }  // namespace
 
 std::string usageError(const CLI::App* app, const CLI::Error& error) {
   const auto [command, name] = reachedBy(app);
   const auto commands = command->get_subcommands([](const CLI::App* /*each*/) { return true; });
   if (commands.empty()) {
-    return std::string(error.what()) + "; see " + name + " --help\n";
+    return flawOf(error) + "; see " + name + " --help\n";
   }
   const std::vector<std::string> unknown = app->remaining(true);
   return (unknown.empty() ? name + " needs one more word"

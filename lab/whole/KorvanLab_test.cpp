@@ -189,7 +189,7 @@ TEST_F(KorvanLabTest, FailsWithAClearErrorWhenItCannotStart) {
         Row{{"sign-in", "--list", "--interactive"}, " excludes --"},
         Row{{"sign-in", "--public-key", stage_.file("garbage")}, "is no P-256 public key"}}) {
     const auto result = runLab(arguments);
-    EXPECT_EQ(result.status, 1) << error;
+    EXPECT_EQ(result.status, 2) << error;
     EXPECT_EQ(result.output, "") << error;
     EXPECT_THAT(result.errors, HasSubstr(error));
   }
@@ -239,7 +239,9 @@ TEST_F(KorvanLabTest, OpensTheHostThatDoesNotRunAndSignsIn) {
 }
 
 TEST_F(KorvanLabTest, ShowsTheNoticeWhenTheHostCannotBeOpened) {
-  for (const std::string& host : {std::string("none"), stage_.file("missing").string()}) {
+  const fs::path unfit = stage_.file("unfit");
+  std::ofstream(unfit) << "not a program";
+  for (const std::string& host : {std::string("none"), unfit.string()}) {
     const json line = answer(interactiveCall(), {"--host-application", host});
     expectCanceled(line, 0, "Korvan could not be opened.");
     EXPECT_EQ(line.at("noticeShown"), true);

@@ -156,7 +156,7 @@ TEST_F(LabCommands, RefuseWrongArgumentsInOneSentenceThatNamesThem) {
            Row{{"identifiers", "--json"}, "--json"},
        }) {
     const auto result = runLab(arguments);
-    EXPECT_EQ(result.status, 1) << error;
+    EXPECT_EQ(result.status, 2) << error;
     EXPECT_EQ(result.output, "") << error;
     EXPECT_THAT(result.errors, AllOf(HasSubstr(error), EndsWith("\n")));
     EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
@@ -187,7 +187,7 @@ TEST_F(LabCommands, HelpFitsAScreenAndItsExampleWorksWhenPasted) {
        {"korvan-lab", "korvan-lab demo", "korvan-lab register", "korvan-lab sign-in",
         "korvan-lab configure", "korvan-lab report", "korvan-lab report updated-user-name",
         "korvan-lab report unknown-credential", "korvan-lab report accepted-credentials",
-        "korvan-lab call", "korvan-lab identifiers"}) {
+        "korvan-lab call", "korvan-lab identifiers", "korvan-lab help"}) {
     const auto help = runInShell(std::string(command) + " --help", directory_.path());
     EXPECT_EQ(help.status, 0) << help.errors;
     EXPECT_LE(std::ranges::count(help.output, '\n'), 24) << help.output;

@@ -10,6 +10,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -31,8 +32,11 @@ namespace {
 /// No signature with a few certificates comes near it.
 constexpr std::size_t MaxSignatureSize = std::size_t{1} << 20;
 
-/// The Security framework's form of an `errno` value.
-OSStatus statusOfErrno(int error) { return 100'000 + error; }
+/// The Security framework's form of an `errno` value is this much above it.
+constexpr OSStatus ErrnoBase = 100'000;
+constexpr OSStatus MaxErrno = 4'095;
+
+OSStatus statusOfErrno(int error) { return ErrnoBase + error; }
 
 class Descriptor {
  public:
@@ -212,6 +216,10 @@ OSStatus LinuxCodeSigning::checkValidity(const Code& code, const Requirement& re
 }
 
 std::optional<std::string> LinuxCodeSigning::errorMessage(OSStatus status) const {
+  if (status > ErrnoBase && status <= ErrnoBase + MaxErrno) {
+    return "the program or its signature cannot be read: " +
+           std::generic_category().message(status - ErrnoBase);
+  }
   switch (status) {
     case CodeNoSuchProcess:
       return "there is no such process";

@@ -338,7 +338,12 @@ TEST_F(LinuxCodeSigningTest, StatusesHaveTextsAndOthersHaveNone) {
     EXPECT_FALSE(signing->errorMessage(status).value_or("").empty()) << status;
   }
   EXPECT_EQ(signing->errorMessage(0), std::nullopt);
-  EXPECT_EQ(signing->errorMessage(100'013), std::nullopt);
+  EXPECT_EQ(signing->errorMessage(100'000), std::nullopt);
+}
+
+TEST_F(LinuxCodeSigningTest, StatusesOfTheKernelSayWhatItSaid) {
+  EXPECT_EQ(signing->errorMessage(100'021),
+            "the program or its signature cannot be read: Is a directory");
 }
 
 TEST_F(LinuxCodeSigningTest, TrustAnchorUnderAPasswordIsRefusedWithoutAsking) {
@@ -407,6 +412,17 @@ TEST_F(SigningToolsTest, SignForTheLabsHostUnlessToldOtherwise) {
 TEST_F(SigningToolsTest, MakeSignaturesThatHaveExpired) {
   ASSERT_TRUE(sign("--expired"));
   EXPECT_EQ(checkAgainstMadeAuthority(), -2147409654);
+}
+
+TEST_F(SigningToolsTest, RefuseToSignWhatNeverRunsUnderItsOwnName) {
+  const fs::path script = directory.path() / "script";
+  std::ofstream(script) << "#!/bin/sh\n";
+  const fs::path link = directory.path() / "link";
+  fs::create_symlink(program, link);
+  for (const fs::path& file : {script, link}) {
+    EXPECT_FALSE(run("sign-executable", made.string() + " " + file.string())) << file;
+    EXPECT_FALSE(fs::exists(file.string() + ".p7s")) << file;
+  }
 }
 
 TEST_F(SigningToolsTest, KeepOnlyTheAuthorityAndTheSignature) {

@@ -69,9 +69,12 @@ TEST(LinuxPropertyListSerialization, SaysWhatIsWrongInTheFormatThatTheBytesAnnou
       {"bplist01",
        "The binary property list is damaged at byte 8: it ends before its trailer is complete."},
       {"<dict>", "The XML property list is damaged at line 1, column 7: as XML, no element found."},
-      {"<", "The OpenStep property list is damaged at line 1, column 1: data is not closed."},
+      {"<",
+       "The property list is neither binary nor XML, and as OpenStep text it is damaged at line 1, "
+       "column 1: data is not closed."},
       {"\x01\x02",
-       "The OpenStep property list is damaged at line 1, column 1: no value can begin like this."},
+       "The property list is neither binary nor XML, and as OpenStep text it is damaged at line 1, "
+       "column 1: no value can begin like this."},
       {"a\xFF",
        "The bytes are no property list: at line 1, column 2, a character is not valid UTF-8."},
       {"\xFF\xFE\x3D",

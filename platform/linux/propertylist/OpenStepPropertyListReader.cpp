@@ -274,7 +274,10 @@ std::expected<PropertyListValue, PropertyListError> readOpenStepPropertyList(
   try {
     return OpenStepReader(characters).readTop();
   } catch (const PropertyListDamage& damage) {
-    return std::unexpected(errorOfDamage("OpenStep", viewOf(characters), damage));
+    // Whatever is no other format ends here, such as JSON.
+    return std::unexpected(
+        errorOfDamage("The property list is neither binary nor XML, and as OpenStep text it",
+                      viewOf(characters), damage));
   }
 }
 

@@ -30,8 +30,9 @@ std::string errorOfOpenStep(std::string_view text) {
 }
 
 std::string openStepDamagedAt(int line, int column, const std::string& what) {
-  return "The OpenStep property list is damaged at line " + std::to_string(line) + ", column " +
-         std::to_string(column) + ": " + what + '.';
+  return "The property list is neither binary nor XML, and as OpenStep text it is damaged at "
+         "line " +
+         std::to_string(line) + ", column " + std::to_string(column) + ": " + what + '.';
 }
 
 TEST(OpenStepPropertyListReader, ReadsEachKindOfValue) {

@@ -66,10 +66,10 @@ std::string placeIn(std::string_view characters, std::size_t offset) {
   return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
-PropertyListError errorOfDamage(std::string_view format, std::string_view characters,
+PropertyListError errorOfDamage(std::string_view subject, std::string_view characters,
                                 const PropertyListDamage& damage) {
-  return {"The " + std::string(format) + " property list is damaged at " +
-          placeIn(characters, damage.offset) + ": " + damage.what + '.'};
+  return {std::string(subject) + " is damaged at " + placeIn(characters, damage.offset) + ": " +
+          damage.what + '.'};
 }
 
 }  // namespace korvan

@@ -24,8 +24,8 @@ namespace korvan {
 /// line ends with LF, CR or both.
 [[nodiscard]] std::string placeIn(std::string_view characters, std::size_t offset);
 
-/// "The XML property list is damaged at line 2, column 7: …."
-[[nodiscard]] PropertyListError errorOfDamage(std::string_view format, std::string_view characters,
+/// `subject` and then " is damaged at line 2, column 7: …."
+[[nodiscard]] PropertyListError errorOfDamage(std::string_view subject, std::string_view characters,
                                               const PropertyListDamage& damage);
 
 }  // namespace korvan

@@ -393,7 +393,7 @@ std::expected<PropertyListValue, PropertyListError> readXmlPropertyList(const Da
   try {
     return XmlReader(viewOf(characters)).read();
   } catch (const PropertyListDamage& damage) {
-    return std::unexpected(errorOfDamage("XML", viewOf(characters), damage));
+    return std::unexpected(errorOfDamage("The XML property list", viewOf(characters), damage));
   }
 }
 
