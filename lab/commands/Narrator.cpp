@@ -93,11 +93,27 @@ void Narrator::say(std::string_view words) { output_ << "  " << words << '\n' <<
 void Narrator::finding(const Finding& finding) {
   switch (finding.verdict) {
     case Finding::Verdict::holds:
-      return line("", "    + ", finding.words);
+      line("", "    + ", finding.words);
+      break;
+    case Finding::Verdict::warns:
+      line("", "    ! ", finding.words);
+      break;
     case Finding::Verdict::fails:
-      return line(Red, "    - ", finding.words);
+      line(Red, "    - ", finding.words);
+      break;
     case Finding::Verdict::notChecked:
-      return line("", "    ? ", finding.words);
+      line("", "    ? ", finding.words);
+      break;
+  }
+  detail("wanted", finding.wanted);
+  detail("got", finding.got);
+  detail("hint", finding.hint);
+}
+
+void Narrator::detail(std::string_view name, std::string_view words) {
+  if (!words.empty()) {
+    output_ << "        " << std::left << std::setw(6) << name << "  " << words << '\n'
+            << std::flush;
   }
 }
 
@@ -105,7 +121,7 @@ void Narrator::outcome(const CallResult& result) {
   say(std::visit(OutcomeSentence(), result.outcome));
 }
 
-void Narrator::result(const CallResult& result, const std::vector<Finding>& findings) {
+void Narrator::result(const CallResult& result, const Findings& findings) {
   outcome(result);
   for (const Finding& each : findings) {
     finding(each);

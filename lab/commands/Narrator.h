@@ -2,9 +2,8 @@
 
 #include <ostream>
 #include <string_view>
-#include <vector>
 
-#include "lab/site/RelyingParty.h"
+#include "lab/site/Finding.h"
 #include "lab/system/Outcome.h"
 #include "platform/PropertyListSerialization.h"
 
@@ -21,11 +20,14 @@ class Narrator {
 
   void heading(std::string_view words);
   void say(std::string_view words);
+
+  /// Prints a finding and, below it, what was wanted and got, and a hint.
   void finding(const Finding& finding);
+
   void outcome(const CallResult& result);
 
   /// Prints how a request ended, and what the relying party found.
-  void result(const CallResult& result, const std::vector<Finding>& findings);
+  void result(const CallResult& result, const Findings& findings);
 
   /// Prints what went over the socket during a call whose messages were recorded.
   void messages(const PropertyListSerialization& propertyLists, const CallResult& result);
@@ -34,6 +36,7 @@ class Narrator {
   bool verdict(bool verified, std::string_view words);
 
  private:
+  void detail(std::string_view name, std::string_view words);
   void line(std::string_view color, std::string_view mark, std::string_view words);
 
   std::ostream& output_;

@@ -25,22 +25,23 @@ struct AuthenticatorStatement {
 struct AttestedCredential {
   Data aaguid;  ///< 16 bytes
   Data credentialID;
-  Data coseKey;
+  Data coseKey;  ///< one item of CBOR, or all that is left if that is none
+  Data rest;
 };
 [[nodiscard]] std::optional<AttestedCredential> readAttestedCredentialData(const Data& bytes);
 
-/// An EC2 key's point on P-256. Each coordinate has as many bytes as the key says.
+/// An EC2 key's point. Each coordinate has as many bytes as the key says.
 struct Point {
   Data x;
   Data y;
 };
 
-/// The public key in `coseKey`: an EC2 key for ES256 on P-256 with exactly these entries, in
-/// canonical order. https://www.rfc-editor.org/rfc/rfc9053#section-7.1
+/// The coordinates in a COSE_Key, whatever else it says.
+/// https://www.rfc-editor.org/rfc/rfc9053#section-7.1
 [[nodiscard]] std::optional<Point> readCoseKey(const Data& coseKey);
 
-/// The authenticator data in an attestation object of the format "none", in canonical order.
-/// https://www.w3.org/TR/webauthn-3/#sctn-none-attestation
+/// The authenticator data in an attestation object of any format.
+/// https://www.w3.org/TR/webauthn-3/#sctn-attestation
 [[nodiscard]] std::optional<Data> readAttestationObject(const Data& bytes);
 
 }  // namespace korvan::lab

@@ -186,7 +186,8 @@ TEST_F(RelyingPartyRegistration, RefusesWhatTheAuthenticatorStatesWrongly) {
   EXPECT_FALSE(accepts(credential(Flags & ~AttestedCredentialDataIncluded)));
   EXPECT_FALSE(accepts(credential(Flags | BackedUp)));
   EXPECT_TRUE(accepts(credential(Flags | BackedUp | BackupEligible)));
-  EXPECT_FALSE(accepts(credential(Flags, "example.com", 0)));
+  EXPECT_FALSE(accepts(credential(Flags, "example.com", 15)));
+  EXPECT_TRUE(accepts(credential(Flags, "example.com", 16)));
   EXPECT_TRUE(accepts(credential(Flags, "example.com", 1023)));
   EXPECT_FALSE(accepts(credential(Flags, "example.com", 1024)));
 }

@@ -43,7 +43,7 @@ struct EnrolledPasskey {
 /// credential.
 struct SignInResult {
   CallResult call;
-  std::vector<Finding> findings;
+  Findings findings;
 
   [[nodiscard]] bool verified() const { return !findings.empty() && isVerified(findings); }
 };

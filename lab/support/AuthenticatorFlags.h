@@ -12,6 +12,9 @@ enum AuthenticatorFlags : std::uint8_t {
   BackupEligible = 0x08,
   BackedUp = 0x10,
   AttestedCredentialDataIncluded = 0x40,
+  ExtensionDataIncluded = 0x80,
+  /// Both bits that have no meaning yet.
+  ReservedFlags = 0x22,
 };
 
 }  // namespace korvan::lab

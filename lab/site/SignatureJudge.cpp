@@ -1,0 +1,158 @@
+#include "lab/site/SignatureJudge.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <openssl/ecdsa.h>
+
+#include "lab/site/AttestationReader.h"
+#include "lab/site/ValueWords.h"
+#include "lab/support/Base64Url.h"
+
+namespace korvan::lab {
+namespace {
+
+using Subject = Finding::Subject;
+
+constexpr std::size_t ScalarSize = 32;
+
+/// A value that may have been used, and the mistake that it would be; none if it is right.
+template <typename Value>
+struct Guess {
+  Value value;
+  std::string mistake;
+};
+
+Data joinedBytes(const Data& first, const Data& second) {
+  std::vector<std::uint8_t> all(first.bytes().begin(), first.bytes().end());
+  all.insert(all.end(), second.bytes().begin(), second.bytes().end());
+  return Data(std::move(all));
+}
+
+/// Authenticator data with another relying party's hash.
+Data withHashOf(const std::string& text, const Data& statement) {
+  return joinedBytes(sha256(text), statement.slice(ScalarSize, statement.size() - ScalarSize));
+}
+
+/// Authenticator data with the counter that it had before, or will have next.
+Data withCountChangedBy(int change, const Data& statement) {
+  constexpr std::size_t CountOffset = 33;
+  std::vector<std::uint8_t> bytes(statement.bytes().begin(), statement.bytes().end());
+  std::uint32_t count = readAuthenticatorData(statement)->signCount;
+  count += static_cast<std::uint32_t>(change);
+  for (std::size_t place = 4; place > 0; --place, count >>= 8U) {
+    bytes[CountOffset + place - 1] = static_cast<std::uint8_t>(count);
+  }
+  return Data(std::move(bytes));
+}
+
+std::vector<Guess<Data>> guessedMessages(const Data& statement, const RequestTerms& terms) {
+  const Data& hash = terms.clientDataHash;
+  std::vector<Guess<Data>> guesses = {
+      {joinedBytes(statement, hash), ""},
+      {hash, "over clientDataHash alone; authenticatorData comes before it"},
+      {statement, "over authenticatorData alone; clientDataHash follows it"},
+      {joinedBytes(hash, statement), "over clientDataHash before authenticatorData"},
+      {sha256(joinedBytes(statement, hash).bytes()),
+       "hashed twice: ES256 hashes the message itself"},
+      {joinedBytes(statement, sha256(hash.bytes())),
+       "over the hash of clientDataHash, which is a hash already"}};
+  if (readAuthenticatorData(statement)) {
+    const std::string origin = "https://" + terms.relyingParty;
+    guesses.push_back({joinedBytes(withHashOf(origin, statement), hash),
+                       "over authenticator data with the hash of " + origin});
+    guesses.push_back({joinedBytes(withCountChangedBy(-1, statement), hash),
+                       "over authenticator data with the counter before it was raised"});
+    guesses.push_back({joinedBytes(withCountChangedBy(1, statement), hash),
+                       "over authenticator data with a higher counter than was sent"});
+  }
+  return guesses;
+}
+
+/// Two numbers, one after the other, as a DER Ecdsa-Sig-Value.
+std::optional<Data> asDer(const Data& raw) {
+  if (raw.size() != 2 * ScalarSize) {
+    return std::nullopt;
+  }
+  const std::unique_ptr<ECDSA_SIG, decltype(&ECDSA_SIG_free)> value(ECDSA_SIG_new(),
+                                                                    ECDSA_SIG_free);
+  const auto* const bytes = raw.bytes().data();
+  ECDSA_SIG_set0(value.get(), BN_bin2bn(bytes, ScalarSize, nullptr),
+                 BN_bin2bn(bytes + ScalarSize, ScalarSize, nullptr));
+  unsigned char* der = nullptr;
+  const int size = i2d_ECDSA_SIG(value.get(), &der);
+  Data encoded = Data::copyOf({der, static_cast<std::size_t>(size)});
+  OPENSSL_free(der);
+  return encoded;
+}
+
+std::vector<Guess<Data>> guessedSignatures(const Data& signature) {
+  std::vector<Guess<Data>> guesses = {{signature, ""}};
+  if (const auto der = asDer(signature)) {
+    guesses.push_back({*der, "raw r‖s of 64 bytes; wanted is a DER Ecdsa-Sig-Value"});
+  }
+  const std::string_view text(reinterpret_cast<const char*>(signature.bytes().data()),
+                              signature.size());
+  if (const auto written = bytesWrittenAs(text)) {
+    guesses.push_back({written->bytes, std::string(written->writing) + " text; send the bytes"});
+  }
+  return guesses;
+}
+
+std::vector<Guess<PublicKey>> guessedKeys(const AssertionTerms& terms) {
+  std::vector<Guess<PublicKey>> guesses = {{terms.passkey->key, ""}};
+  for (const RegisteredPasskey& other : terms.otherPasskeys) {
+    const Data identifier = other.credentialID.value_or(Data());
+    guesses.push_back(
+        {other.key, "with the key of another passkey, " + base64Url(identifier.bytes())});
+  }
+  return guesses;
+}
+
+void mention(std::string& mistakes, const std::string& mistake) {
+  if (!mistake.empty()) {
+    mistakes.append(mistakes.empty() ? "" : "; ").append(mistake);
+  }
+}
+
+/// The mistakes with which the signature verifies: none if it does as it is. Nullopt if it does not
+/// with any.
+std::optional<std::string> mistakesIn(const Data& signature, const Data& statement,
+                                      const AssertionTerms& terms) {
+  const auto messages = guessedMessages(statement, terms.request);
+  const auto signatures = guessedSignatures(signature);
+  for (const auto& key : guessedKeys(terms)) {
+    for (const auto& message : messages) {
+      for (const auto& value : signatures) {
+        if (key.value.verifies(message.value.bytes(), value.value.bytes())) {
+          std::string mistakes = value.mistake;
+          mention(mistakes, message.mistake);
+          mention(mistakes, key.mistake);
+          return mistakes;
+        }
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Finding judgeSignature(const Data& signature, const Data& authenticatorData,
+                       const AssertionTerms& terms) {
+  const auto mistakes = mistakesIn(signature, authenticatorData, terms);
+  if (mistakes && mistakes->empty()) {
+    return holding(Subject::signature, "signed by the registered passkey (ES256)");
+  }
+  const std::string tried =
+      "none of the usual mistakes explains it; was it made with the passkey's key?";
+  return failing(Subject::signature, "not signed by the registered passkey",
+                 {.wanted = "ES256 over authenticatorData and clientDataHash, in DER",
+                  .got = wordsFor(signature),
+                  .hint = mistakes ? "it verifies " + *mistakes : tried});
+}
+
+}  // namespace korvan::lab

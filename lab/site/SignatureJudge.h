@@ -1,0 +1,14 @@
+#pragma once
+
+#include "lab/site/AnswerJudge.h"
+#include "lab/site/Finding.h"
+#include "platform/Data.h"
+
+namespace korvan::lab {
+
+/// Whether the terms' passkey, which must be known, signed `authenticatorData` followed by the hash
+/// of the client data. If not, tries the usual mistakes and names those with which it verifies.
+[[nodiscard]] Finding judgeSignature(const Data& signature, const Data& authenticatorData,
+                                     const AssertionTerms& terms);
+
+}  // namespace korvan::lab
