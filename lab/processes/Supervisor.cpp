@@ -54,16 +54,22 @@ class BlockedSignals {
   sigset_t former_{};
 };
 
-[[noreturn]] void runBody(const std::function<int(const fs::path& directory)>& body,
-                          const fs::path& directory) {
-  int status = NotVerified;
-  try {
-    status = body(directory);
-  } catch (const std::exception& error) {
-    std::cerr << "korvan-lab: " << error.what() << '\n';
+/// Starts a child of this process that runs `body`, and gets `signal` when this process ends.
+pid_t startChild(const std::function<int()>& body, int signal) {
+  std::cout.flush();
+  const pid_t parent = ::getpid();
+  const pid_t child = ::fork();
+  requireSystem(child >= 0, "starting a process");
+  if (child != 0) {
+    return child;
   }
+  ::prctl(PR_SET_PDEATHSIG, signal);
   // What the parent process set up is the parent's to take down.
-  ::_exit(statusAfterOutput("korvan-lab", status));
+  ::_exit(::getppid() == parent ? runProgram("korvan-lab", body) : NotVerified);
+}
+
+int statusFrom(int waited) {
+  return WIFEXITED(waited) ? WEXITSTATUS(waited) : SignalExitBase + WTERMSIG(waited);
 }
 
 /// The parent of a process, or none when there is no such process.
@@ -110,29 +116,41 @@ int statusOf(pid_t child, const BlockedSignals& signals) {
     int status = 0;
     for (pid_t ended = 0; (ended = ::waitpid(-1, &status, WNOHANG)) > 0;) {
       if (ended == child) {
-        return WIFEXITED(status) ? WEXITSTATUS(status) : SignalExitBase + WTERMSIG(status);
+        return statusFrom(status);
       }
     }
   }
 }
 
-}  // namespace
-
-int runSupervised(const std::function<int(const fs::path& directory)>& body) {
+int supervise(const std::function<int(const fs::path& directory)>& body,
+              const BlockedSignals& signals) {
   const TemporaryDirectory directory;
-  const BlockedSignals signals;
   // Detached processes become children of this process when their own parents end.
   requireSystem(::prctl(PR_SET_CHILD_SUBREAPER, 1) == 0, "adopting processes");
-  std::cout.flush();
-  const pid_t child = ::fork();
-  requireSystem(child >= 0, "starting a process");
-  if (child == 0) {
-    signals.restore();
-    runBody(body, directory.path());
-  }
+  const pid_t child = startChild(
+      [&] {
+        signals.restore();
+        return body(directory.path());
+      },
+      SIGKILL);
   const int status = statusOf(child, signals);
   endChildren();
   return status;
+}
+
+}  // namespace
+
+int runSupervised(const std::function<int(const fs::path& directory)>& body) {
+  const BlockedSignals signals;
+  // Another process supervises, since this one may be killed before it can take anything down.
+  const pid_t supervisor = startChild([&] { return supervise(body, signals); }, SIGTERM);
+  int status = 0;
+  while (::waitpid(supervisor, &status, WNOHANG) == 0) {
+    if (const int signal = signals.wait(); signal != SIGCHLD) {
+      ::kill(supervisor, signal);
+    }
+  }
+  return statusFrom(status);
 }
 
 }  // namespace korvan::lab

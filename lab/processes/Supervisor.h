@@ -5,15 +5,17 @@
 
 namespace korvan::lab {
 
-/// Runs `body` in a child process, with a new directory of mode 0700, and returns its exit status.
-/// If `body` throws, the reason goes to standard error and the status is EXIT_FAILURE.
+/// Runs `body` in a descendant process, with a new directory of mode 0700, and returns its exit
+/// status. If `body` throws, or there can be no such directory, the reason goes to standard error
+/// and the status is NotVerified.
 ///
 /// Nothing is left on return: every descendant of `body` has ended, even a detached one, and the
 /// directory is removed. The same holds after SIGINT, SIGTERM and SIGHUP, which end `body` at once;
-/// the status is then 128 plus the signal's number.
+/// the status is then 128 plus the signal's number. When SIGKILL ends the calling process, all that
+/// goes soon after.
 ///
 /// Must be called before there are threads, in a process without other children. Throws
-/// std::system_error when the process or the directory cannot be created.
+/// std::system_error when no process can be created.
 [[nodiscard]] int runSupervised(
     const std::function<int(const std::filesystem::path& directory)>& body);
 

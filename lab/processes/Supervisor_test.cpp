@@ -35,7 +35,7 @@ TEST(SupervisorDeathTest, GivesTheBodysStatus) {
 
 TEST(SupervisorDeathTest, SaysWhyTheBodyThrew) {
   EXPECT_EXIT(exitWith([](const fs::path&) -> int { throw std::runtime_error("no host"); }),
-              testing::ExitedWithCode(EXIT_FAILURE), "korvan-lab: no host");
+              testing::ExitedWithCode(1), "korvan-lab: no host");
 }
 
 TEST(SupervisorDeathTest, RemovesTheDirectory) {

@@ -10,6 +10,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 
 #include "lab/processes/Program_testing.h"
 #include "lab/support/TemporaryDirectory.h"
@@ -50,6 +52,14 @@ std::vector<Arguments> programsThatPrint(const std::string& container) {
   }
   return programs;
 }
+
+/// Makes this process the parent of its detached descendants.
+struct Adoption {
+  Adoption() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
+  Adoption(const Adoption&) = delete;
+  Adoption& operator=(const Adoption&) = delete;
+  ~Adoption() { ::prctl(PR_SET_CHILD_SUBREAPER, 0); }
+};
 
 class Manners : public testing::Test {
  protected:
@@ -156,6 +166,27 @@ TEST_F(Manners, InterruptedCommandEndsWithTheSignalsStatus) {
     EXPECT_NE(call.readLine(), "");
     call.signal(signal);
     EXPECT_EQ(call.finish().status, 128 + signal);
+  }
+}
+
+TEST_F(Manners, KilledCommandLeavesNoProcessAndNoFile) {
+  const std::string temporary = file("tmp");
+  for (const auto& [arguments, line] :
+       {std::pair(Arguments{"soak", "--minutes", "1"}, "seed "),
+        std::pair(Arguments{"demo"}, "2. "), std::pair(Arguments{"register"}, "Registering ")}) {
+    std::filesystem::create_directory(temporary);
+    const Adoption adoption;
+    Arguments command = {"/usr/bin/env", "TMPDIR=" + temporary, KORVAN_LAB};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    Program program(command);
+    while (!program.readLine().starts_with(line)) {
+    }
+    program.signal(SIGKILL);
+    EXPECT_EQ(program.finish().status, 128 + SIGKILL);
+    // Returns once all that the command started, adopted by this process, has ended.
+    while (::waitpid(-1, nullptr, 0) > 0) {
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(temporary)) << line;
   }
 }
 
