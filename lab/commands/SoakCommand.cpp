@@ -27,8 +27,8 @@ constexpr std::string_view SoakHelpPage =
 Keeps 32 requests of all types in flight, with host applications that answer,
 refuse, stall, lie and die at random. Verifies that each request has the one
 outcome that is right for what the host did, that both sides' records agree, and
-that descriptors, threads and memory do not grow. Everything happens in a
-private directory, which is removed in the end.
+that descriptors, threads and memory do not grow. Says every ten seconds how far
+it is. Everything happens in a private directory, which is removed in the end.
 
   --minutes N  how long, such as 10 or 0.5
   --seed S     repeats the run with this seed, 0 to 18446744073709551615;

@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include "lab/soak/ProcessCounts.h"
+#include "lab/soak/SoakProgress.h"
 #include "lab/soak/SoakRunner.h"
 #include "lab/soak/SoakSummary.h"
+#include "lab/support/ExitStatus.h"
 #include "lab/system/TrustAnchor.h"
 
 namespace korvan::lab::soak {
@@ -39,6 +40,10 @@ class FlawList {
   std::size_t count_ = 0;
 };
 
+double secondsSince(std::int64_t start) {
+  return static_cast<double>(now() - start) / NanosecondsPerSecond;
+}
+
 void printCounts(const ProcessCounts& before, const ProcessCounts& after) {
   std::cout << "descriptors " << before.descriptors << " -> " << after.descriptors << ", threads "
             << before.threads << " -> " << after.threads << " (at most " << spareThreads()
@@ -60,25 +65,33 @@ int runSoak(const std::filesystem::path& directory, std::uint64_t seed, double s
       std::min(seconds / RoundsAtLeast, MaxRoundSeconds) * NanosecondsPerSecond);
   const std::int64_t start = now();
   const std::int64_t end = start + static_cast<std::int64_t>(seconds * NanosecondsPerSecond);
+  SoakProgress progress(seconds);
   ProcessCounts before;
   for (int round = 0; round <= WarmUpRounds || now() < end; ++round) {
     if (round == WarmUpRounds) {
       before = settledCounts(threads);
     }
     flaws.add(runner.runRound(now() + roundLength, summary));
+    if (const auto line = progress.lineAt(secondsSince(start), summary.requests(), flaws.count())) {
+      std::cout << *line << '\n' << std::flush;
+    }
+    if (!std::cout) {
+      // Nobody would learn of the rest.
+      return NotVerified;
+    }
   }
-  const double elapsed = static_cast<double>(now() - start) / NanosecondsPerSecond;
+  const double elapsed = secondsSince(start);
   const ProcessCounts after = settledCounts(threads);
   flaws.add(growthBetween(before, after));
   summary.print(std::cout, elapsed);
   printCounts(before, after);
   if (flaws.count() != 0) {
     std::cout << "failed: " << flaws.count() << " things were wrong with seed " << seed << '\n';
-    return EXIT_FAILURE;
+    return NotVerified;
   }
   std::cout
       << "passed: every request had its one right outcome, the logs agree, and nothing grew\n";
-  return EXIT_SUCCESS;
+  return Well;
 }
 
 }  // namespace korvan::lab::soak

@@ -14,6 +14,8 @@ class SoakSummary {
  public:
   void count(const SoakRound& round);
 
+  [[nodiscard]] std::uint64_t requests() const noexcept { return requests_; }
+
   /// Prints tables for people.
   void print(std::ostream& stream, double seconds) const;
 
