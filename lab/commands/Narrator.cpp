@@ -121,7 +121,7 @@ void Narrator::outcome(const CallResult& result) {
   say(std::visit(OutcomeSentence(), result.outcome));
 }
 
-void Narrator::result(const CallResult& result, const Findings& findings) {
+void Narrator::result(const CallResult& result, const FindingList& findings) {
   outcome(result);
   for (const Finding& each : findings) {
     finding(each);

@@ -27,7 +27,7 @@ class Narrator {
   void outcome(const CallResult& result);
 
   /// Prints how a request ended, and what the relying party found.
-  void result(const CallResult& result, const Findings& findings);
+  void result(const CallResult& result, const FindingList& findings);
 
   /// Prints what went over the socket during a call whose messages were recorded.
   void messages(const PropertyListSerialization& propertyLists, const CallResult& result);

@@ -20,7 +20,7 @@ namespace keys = provider_message_key;
 using Kind = WantedKey::Kind;
 using Subject = Finding::Subject;
 
-void append(Findings& findings, const Findings& more) {
+void append(FindingList& findings, const FindingList& more) {
   findings.insert(findings.end(), more.begin(), more.end());
 }
 
@@ -35,17 +35,18 @@ std::optional<Data> wantedCredential(const AssertionTerms& terms) {
   return terms.credentialID || !terms.passkey ? terms.credentialID : terms.passkey->credentialID;
 }
 
-Findings judgeCredential(const std::optional<Data>& got, const AssertionTerms& terms) {
+FindingList judgeCredential(const std::optional<Data>& got, const AssertionTerms& terms) {
   const auto wanted = wantedCredential(terms);
   if (!got) {
     return {notChecked(Subject::credential, "which passkey signed is not known")};
   }
   if (!wanted) {
-    return terms.passkey ? Findings{warning(Subject::credential,
-                                            "the public key alone does not say which passkey, user "
-                                            "and web site it belongs to",
-                                            {})}
-                         : Findings();
+    return terms.passkey
+               ? FindingList{warning(Subject::credential,
+                                     "the public key alone does not say which passkey, user "
+                                     "and web site it belongs to",
+                                     {})}
+               : FindingList();
   }
   const std::string name = terms.credentialID ? "the request names" : "is registered";
   if (got == wanted) {
@@ -57,7 +58,7 @@ Findings judgeCredential(const std::optional<Data>& got, const AssertionTerms& t
                    .hint = terms.credentialID ? "credentialID is ignored" : ""})};
 }
 
-Findings judgeAllowed(const std::optional<Data>& got, const std::vector<Data>& allowed) {
+FindingList judgeAllowed(const std::optional<Data>& got, const std::vector<Data>& allowed) {
   if (!got || allowed.empty()) {
     return {};
   }
@@ -70,7 +71,7 @@ Findings judgeAllowed(const std::optional<Data>& got, const std::vector<Data>& a
                          .hint = "allowedCredentials is ignored"})};
 }
 
-Findings judgeOwner(const std::optional<Data>& got, const AssertionTerms& terms) {
+FindingList judgeOwner(const std::optional<Data>& got, const AssertionTerms& terms) {
   const auto& passkey = terms.passkey;
   if (!passkey || !passkey->relyingParty || !got || got != passkey->credentialID) {
     return {};
@@ -87,7 +88,7 @@ Findings judgeOwner(const std::optional<Data>& got, const AssertionTerms& terms)
                                  "passkey sign, which is a security hole"})};
 }
 
-Findings judgeUserHandle(const std::optional<Data>& got, const AssertionTerms& terms) {
+FindingList judgeUserHandle(const std::optional<Data>& got, const AssertionTerms& terms) {
   if (!got || !terms.passkey || !terms.passkey->userHandle) {
     return {};
   }
@@ -99,7 +100,7 @@ Findings judgeUserHandle(const std::optional<Data>& got, const AssertionTerms& t
                                     .hint = mistakeBetween(wanted, *got)})};
 }
 
-Findings judgeAuthenticatorData(const std::optional<Data>& bytes, const AssertionTerms& terms) {
+FindingList judgeAuthenticatorData(const std::optional<Data>& bytes, const AssertionTerms& terms) {
   if (!bytes) {
     return {notChecked(Subject::authenticatorData, "there is no authenticator data to check"),
             notChecked(Subject::verification, "whether the user was verified is not known"),
@@ -109,7 +110,7 @@ Findings judgeAuthenticatorData(const std::optional<Data>& bytes, const Assertio
   if (!statement) {
     return {shortStatement(*bytes, terms.request.relyingParty)};
   }
-  Findings findings = judgeStatement(*statement, terms.request);
+  FindingList findings = judgeStatement(*statement, terms.request);
   findings.push_back(judgeRestOfAssertion(*statement));
   if (terms.passkey) {
     findings.push_back(judgeCounter(statement->signCount, terms.passkey->signCount));
@@ -174,7 +175,7 @@ void set(ProviderMessage& answer, std::string_view key, const std::optional<Valu
 
 }  // namespace
 
-Findings judgeAssertion(const ProviderMessage& answer, const AssertionTerms& terms) {
+FindingList judgeAssertion(const ProviderMessage& answer, const AssertionTerms& terms) {
   const auto credentialID = wantedCredential(terms);
   const std::optional<Data> userHandle = terms.passkey ? terms.passkey->userHandle : std::nullopt;
   const std::array<WantedKey, 6> wanted{
@@ -184,7 +185,7 @@ Findings judgeAssertion(const ProviderMessage& answer, const AssertionTerms& ter
        {.name = keys::clientDataHash, .value = &terms.request.clientDataHash},
        {.name = keys::authenticatorData},
        {.name = keys::credentialID, .value = pointerTo(credentialID)}}};
-  Findings findings = judgeKinds(answer, wanted);
+  FindingList findings = judgeKinds(answer, wanted);
   const auto got = dataForKey(answer, keys::credentialID);
   append(findings, judgeEchoes(answer, terms.request));
   append(findings, judgeCredential(got, terms));

@@ -48,13 +48,14 @@ struct RegistrationTerms {
 
 /// What was found about a new passkey, and the passkey if its key could be read.
 struct RegistrationReview {
-  Findings findings;
+  FindingList findings;
   std::optional<RegisteredPasskey> passkey;
 };
 
 /// Judges an answer whose `ok` is true.
 /// https://www.w3.org/TR/webauthn-3/#sctn-verifying-assertion
-[[nodiscard]] Findings judgeAssertion(const ProviderMessage& answer, const AssertionTerms& terms);
+[[nodiscard]] FindingList judgeAssertion(const ProviderMessage& answer,
+                                         const AssertionTerms& terms);
 
 /// Judges an answer whose `ok` is true, with an attestation of any format and an authenticator of
 /// any model. https://www.w3.org/TR/webauthn-3/#sctn-registering-a-new-credential
@@ -62,7 +63,7 @@ struct RegistrationReview {
                                                    const RegistrationTerms& terms);
 
 /// Judges an answer whose `ok` is not true; `silent` if the request did not allow interaction.
-[[nodiscard]] Findings judgeRefusal(const ProviderMessage& answer, bool silent);
+[[nodiscard]] FindingList judgeRefusal(const ProviderMessage& answer, bool silent);
 
 /// Whether `ok` is there, and a boolean.
 [[nodiscard]] Finding judgeOk(const ProviderMessage& answer);

@@ -29,7 +29,7 @@ namespace keys = provider_message_key;
 
 using Subjects = std::set<Subject>;
 
-Subjects subjectsWith(Verdict verdict, const Findings& findings) {
+Subjects subjectsWith(Verdict verdict, const FindingList& findings) {
   Subjects subjects;
   for (const Finding& finding : findings) {
     if (finding.verdict == verdict) {
@@ -40,7 +40,7 @@ Subjects subjectsWith(Verdict verdict, const Findings& findings) {
 }
 
 /// All that a person reads below the failures.
-std::string detailsOf(const Findings& findings) {
+std::string detailsOf(const FindingList& findings) {
   std::string details;
   for (const Finding& finding : findings) {
     if (finding.verdict == Verdict::fails || finding.verdict == Verdict::warns) {
@@ -98,7 +98,7 @@ class AssertionJudge : public testing::Test {
 
   void expectFlaw(const ProviderMessage& wrong, const Subjects& subjects,
                   std::string_view detail) const {
-    const Findings findings = judgeAssertion(wrong, terms_);
+    const FindingList findings = judgeAssertion(wrong, terms_);
     EXPECT_EQ(subjectsWith(Verdict::fails, findings), subjects) << detailsOf(findings);
     EXPECT_THAT(detailsOf(findings), HasSubstr(detail));
     EXPECT_FALSE(isVerified(findings));
@@ -127,7 +127,7 @@ class AssertionJudge : public testing::Test {
 };
 
 TEST_F(AssertionJudge, FindsNothingWrongWithASoundAnswer) {
-  const Findings findings = judgeAssertion(answer(), terms_);
+  const FindingList findings = judgeAssertion(answer(), terms_);
   EXPECT_TRUE(isVerified(findings)) << detailsOf(findings);
   EXPECT_EQ(subjectsWith(Verdict::holds, findings),
             (Subjects{Subject::kinds, Subject::echoes, Subject::relyingParty, Subject::credential,
@@ -164,7 +164,7 @@ TEST_F(AssertionJudge, FindsAKeyThatIsSpelledDifferently) {
 }
 
 TEST_F(AssertionJudge, GoesOnAfterAMissingKey) {
-  const Findings findings = judgeAssertion(answerWithKey(keys::authenticatorData, {}), terms_);
+  const FindingList findings = judgeAssertion(answerWithKey(keys::authenticatorData, {}), terms_);
   EXPECT_EQ(subjectsWith(Verdict::fails, findings), Subjects{Subject::kinds});
   EXPECT_EQ(subjectsWith(Verdict::notChecked, findings),
             (Subjects{Subject::authenticatorData, Subject::verification, Subject::counter,
@@ -290,7 +290,7 @@ TEST_F(AssertionJudge, FindsTheMistakeWithWhichTheSignatureVerifies) {
 TEST_F(AssertionJudge, LeavesOutWhatItCannotKnow) {
   terms_.passkey = std::nullopt;
   terms_.credentialID = std::nullopt;
-  const Findings findings = judgeAssertion(answer(), terms_);
+  const FindingList findings = judgeAssertion(answer(), terms_);
   EXPECT_EQ(subjectsWith(Verdict::notChecked, findings), Subjects{Subject::signature});
   EXPECT_THAT(findings,
               testing::Not(testing::Contains(testing::Field(
@@ -303,7 +303,7 @@ TEST_F(AssertionJudge, SaysThatAKeyAloneNamesNoPasskey) {
   terms_.credentialID = std::nullopt;
   terms_.passkey = RegisteredPasskey{
       .key = terms_.passkey->key, .credentialID = std::nullopt, .userHandle = std::nullopt};
-  const Findings findings = judgeAssertion(answer(), terms_);
+  const FindingList findings = judgeAssertion(answer(), terms_);
   EXPECT_EQ(subjectsWith(Verdict::warns, findings), Subjects{Subject::credential});
   EXPECT_TRUE(isVerified(findings));
 }
@@ -317,7 +317,7 @@ TEST_F(AssertionJudge, ReadsWhatThePlatformWasHandedOverWhatCameOverTheWire) {
                                           .credentialID = credentialID_};
   ProviderMessage wire = answerWithKey(keys::signature, "MEUCIQ==");
   wire.insert_or_assign(Text(keys::userHandle), testBytes(1, 'x'));
-  const Findings findings = judgeAssertion(answerWith(handed, wire), terms_);
+  const FindingList findings = judgeAssertion(answerWith(handed, wire), terms_);
   EXPECT_THAT(detailsOf(findings), HasSubstr("signature is a string, not data"));
   EXPECT_EQ(findingsAbout(Subject::userHandle, findings).front().verdict, Verdict::holds);
   EXPECT_THAT(detailsOf(judgeAssertion(answerWith(handed), terms_)),
@@ -359,7 +359,7 @@ class RegistrationJudge : public testing::Test {
 
   void expectFlaw(const ProviderMessage& wrong, const Subjects& subjects,
                   std::string_view detail) const {
-    const Findings findings = judgeRegistration(wrong, terms_).findings;
+    const FindingList findings = judgeRegistration(wrong, terms_).findings;
     EXPECT_EQ(subjectsWith(Verdict::fails, findings), subjects) << detailsOf(findings);
     EXPECT_THAT(detailsOf(findings), HasSubstr(detail));
   }

@@ -78,8 +78,8 @@ Finding judgeHash(const Data& got, const Data& wanted) {
 
 }  // namespace
 
-Findings judgeKinds(const ProviderMessage& answer, std::span<const WantedKey> keys) {
-  Findings findings;
+FindingList judgeKinds(const ProviderMessage& answer, std::span<const WantedKey> keys) {
+  FindingList findings;
   for (const WantedKey& key : keys) {
     const auto found = answer.find(key.name);
     if (found == answer.end()) {
@@ -88,12 +88,12 @@ Findings judgeKinds(const ProviderMessage& answer, std::span<const WantedKey> ke
       findings.push_back(wrongKind(key, found->second));
     }
   }
-  return findings.empty() ? Findings{holding(Subject::kinds, "every key, each of its kind")}
+  return findings.empty() ? FindingList{holding(Subject::kinds, "every key, each of its kind")}
                           : findings;
 }
 
-Findings judgeEchoes(const ProviderMessage& answer, const RequestTerms& terms) {
-  Findings findings;
+FindingList judgeEchoes(const ProviderMessage& answer, const RequestTerms& terms) {
+  FindingList findings;
   if (const auto relyingParty = stringForKey(answer, keys::relyingPartyIdentifier)) {
     findings.push_back(judgeRelyingParty(*relyingParty, terms.relyingParty));
   }

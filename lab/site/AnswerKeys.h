@@ -21,10 +21,11 @@ struct WantedKey {
 };
 
 /// Whether all keys are there, each of its kind: one failure for each that is not.
-[[nodiscard]] Findings judgeKinds(const ProviderMessage& answer, std::span<const WantedKey> keys);
+[[nodiscard]] FindingList judgeKinds(const ProviderMessage& answer,
+                                     std::span<const WantedKey> keys);
 
 /// Whether the relying party and the client data's hash are the request's. Says nothing of a value
 /// that is missing or of another kind.
-[[nodiscard]] Findings judgeEchoes(const ProviderMessage& answer, const RequestTerms& terms);
+[[nodiscard]] FindingList judgeEchoes(const ProviderMessage& answer, const RequestTerms& terms);
 
 }  // namespace korvan::lab

@@ -51,11 +51,11 @@ Finding brokenObject(std::string words, std::string wanted, std::string got,
                  {.wanted = std::move(wanted), .got = std::move(got), .hint = std::move(hint)});
 }
 
-Findings judgeMembers(const cbor_item_t* object) {
+FindingList judgeMembers(const cbor_item_t* object) {
   const auto* const format = cborMember(object, "fmt");
   const auto* const statement = cborMember(object, "attStmt");
   const auto* const data = cborMember(object, "authData");
-  Findings findings;
+  FindingList findings;
   if (!cborText(format)) {
     findings.push_back(
         brokenObject("the attestation object has no format", "\"fmt\", a text", wordsFor(format)));
@@ -108,13 +108,13 @@ std::string hintForPoint(const Point& point) {
 
 /// Whether the COSE_Key says of itself what it must.
 /// https://www.w3.org/TR/webauthn-3/#sctn-encoded-credPubKey-examples
-Findings judgeLabels(const cbor_item_t* key) {
+FindingList judgeLabels(const cbor_item_t* key) {
   struct Row {
     std::int64_t label;
     std::int64_t value;
     std::string_view name;
   };
-  Findings findings;
+  FindingList findings;
   for (const Row& row : {Row{1, 2, "kty (1), the kind of key: EC2"}, Row{3, -7, "alg (3): ES256"},
                          Row{-1, 1, "crv (-1), the curve: P-256"}}) {
     const auto* const got = cborMember(key, row.label);
@@ -132,7 +132,7 @@ Findings judgeLabels(const cbor_item_t* key) {
   return findings;
 }
 
-Findings judgePoint(const Data& coseKey) {
+FindingList judgePoint(const Data& coseKey) {
   const auto point = readCoseKey(coseKey);
   if (!point) {
     return {
@@ -153,7 +153,7 @@ Findings judgePoint(const Data& coseKey) {
   return {};
 }
 
-Findings judgeKey(const Data& coseKey) {
+FindingList judgeKey(const Data& coseKey) {
   const CborStart key = loadCbor(coseKey);
   if (!key.item || !cbor_isa_map(key.item.get())) {
     return {brokenObject("the public key is not a COSE_Key", "a CBOR map", wordsFor(coseKey),
@@ -162,7 +162,7 @@ Findings judgeKey(const Data& coseKey) {
                          : startsWith(coseKey, "\x04") ? "it looks like a bare point"
                                                        : "")};
   }
-  Findings findings = judgeLabels(key.item.get());
+  FindingList findings = judgeLabels(key.item.get());
   std::ranges::move(judgePoint(coseKey), std::back_inserter(findings));
   if (const auto flaw = flawOfCanonicalCbor(coseKey)) {
     findings.push_back(brokenObject("the key is not canonical CBOR", "1, 3, -1, -2, -3", *flaw));
@@ -180,8 +180,8 @@ Finding judgeIdentifierSize(const Data& identifier) {
              : brokenObject(std::move(words), "16 to 1,023 bytes", wordsFor(identifier));
 }
 
-Findings judgeIdentifier(const Data& identifier, const std::optional<Data>& outside) {
-  Findings findings = {judgeIdentifierSize(identifier)};
+FindingList judgeIdentifier(const Data& identifier, const std::optional<Data>& outside) {
+  FindingList findings = {judgeIdentifierSize(identifier)};
   if (outside) {
     findings.push_back(identifier == *outside
                            ? holding(Subject::attestation, "the same credential ID outside")
@@ -239,13 +239,13 @@ Finding judgeAlgorithm(const Data& coseKey, const std::vector<std::int64_t>& acc
 
 }  // namespace
 
-Findings judgeAttestationObject(const Data& bytes, std::string_view relyingParty) {
+FindingList judgeAttestationObject(const Data& bytes, std::string_view relyingParty) {
   const CborStart object = loadCbor(bytes);
   if (!object.item || !cbor_isa_map(object.item.get())) {
     return {brokenObject("the attestation object is not a map of CBOR", "a CBOR map",
                          wordsFor(bytes), hintForNoObject(bytes, relyingParty))};
   }
-  Findings findings = judgeMembers(object.item.get());
+  FindingList findings = judgeMembers(object.item.get());
   if (object.size != bytes.size()) {
     findings.push_back(brokenObject("something follows the attestation object", "nothing behind it",
                                     std::to_string(bytes.size() - object.size) + " bytes more"));
@@ -263,13 +263,13 @@ Findings judgeAttestationObject(const Data& bytes, std::string_view relyingParty
   return findings;
 }
 
-Findings judgeAttestedCredential(const AttestedCredential& attested,
-                                 const std::optional<Data>& credentialID,
-                                 const RegistrationTerms& terms) {
-  Findings findings = {holding(
+FindingList judgeAttestedCredential(const AttestedCredential& attested,
+                                    const std::optional<Data>& credentialID,
+                                    const RegistrationTerms& terms) {
+  FindingList findings = {holding(
       Subject::attestation,
       "made by authenticators of the model (AAGUID) " + hexadecimalOf(attested.aaguid.bytes()))};
-  const auto append = [&findings](const Findings& more) {
+  const auto append = [&findings](const FindingList& more) {
     findings.insert(findings.end(), more.begin(), more.end());
   };
   append(judgeIdentifier(attested.credentialID, credentialID));

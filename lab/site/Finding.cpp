@@ -5,14 +5,14 @@
 
 namespace korvan::lab {
 
-bool isVerified(const Findings& findings) {
+bool isVerified(const FindingList& findings) {
   return std::ranges::none_of(findings, [](const Finding& each) {
     return each.verdict == Finding::Verdict::fails || each.verdict == Finding::Verdict::notChecked;
   });
 }
 
-Findings findingsAbout(Finding::Subject subject, const Findings& findings) {
-  Findings found;
+FindingList findingsAbout(Finding::Subject subject, const FindingList& findings) {
+  FindingList found;
   std::ranges::copy_if(findings, std::back_inserter(found),
                        [subject](const Finding& each) { return each.subject == subject; });
   return found;

@@ -53,13 +53,13 @@ struct Finding {
   // NOLINTEND(readability-redundant-member-init)
 };
 
-using Findings = std::vector<Finding>;
+using FindingList = std::vector<Finding>;
 
 /// True when nothing failed and nothing was left unchecked.
-[[nodiscard]] bool isVerified(const Findings& findings);
+[[nodiscard]] bool isVerified(const FindingList& findings);
 
 /// The findings about one subject, in their order.
-[[nodiscard]] Findings findingsAbout(Finding::Subject subject, const Findings& findings);
+[[nodiscard]] FindingList findingsAbout(Finding::Subject subject, const FindingList& findings);
 
 // The ways to make one.
 

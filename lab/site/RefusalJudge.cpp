@@ -98,7 +98,7 @@ Finding judgeNotice(const PropertyListValue* value, bool silent) {
 
 }  // namespace
 
-Findings judgeRefusal(const ProviderMessage& answer, bool silent) {
+FindingList judgeRefusal(const ProviderMessage& answer, bool silent) {
   return {judgeCode(valueIn(answer, keys::errorCode)),
           judgeDescription(valueIn(answer, keys::errorDescription)),
           judgeNotice(valueIn(answer, keys::showUnavailableUI), silent)};

@@ -19,7 +19,7 @@ namespace korvan::lab {
 /// credential.
 struct RegistrationResult {
   CallResult call;
-  Findings findings;
+  FindingList findings;
   /// The new passkey, for a sign-in. Nullopt if the relying party could not read it.
   std::optional<EnrolledPasskey> passkey;
 

@@ -46,8 +46,8 @@ RequestTerms RelyingParty::terms(bool presenceRequired) const {
           .presenceRequired = presenceRequired};
 }
 
-Findings RelyingParty::verify(const PasskeyAssertionCredential& credential,
-                              const std::optional<RegisteredPasskey>& passkey) const {
+FindingList RelyingParty::verify(const PasskeyAssertionCredential& credential,
+                                 const std::optional<RegisteredPasskey>& passkey) const {
   return judgeAssertion(answerWith(credential), {.request = terms(true), .passkey = passkey});
 }
 

@@ -50,8 +50,8 @@ class RelyingParty {
   [[nodiscard]] const Data& clientDataHash() const noexcept { return clientDataHash_; }
 
   /// Makes every check of a sign-in; those that need `passkey` are `notChecked` without it.
-  [[nodiscard]] Findings verify(const PasskeyAssertionCredential& credential,
-                                const std::optional<RegisteredPasskey>& passkey) const;
+  [[nodiscard]] FindingList verify(const PasskeyAssertionCredential& credential,
+                                   const std::optional<RegisteredPasskey>& passkey) const;
 
   /// Makes every check of a registration.
   [[nodiscard]] RegistrationReview verify(const PasskeyRegistrationCredential& credential,

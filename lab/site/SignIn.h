@@ -43,7 +43,7 @@ struct EnrolledPasskey {
 /// credential.
 struct SignInResult {
   CallResult call;
-  Findings findings;
+  FindingList findings;
 
   [[nodiscard]] bool verified() const { return !findings.empty() && isVerified(findings); }
 };

@@ -114,7 +114,7 @@ Finding shortStatement(const Data& bytes, std::string_view relyingParty) {
                  std::move(flaw));
 }
 
-Findings judgeStatement(const AuthenticatorStatement& statement, const RequestTerms& terms) {
+FindingList judgeStatement(const AuthenticatorStatement& statement, const RequestTerms& terms) {
   return {judgeRelyingPartyHash(statement.relyingPartyHash, terms.relyingParty),
           judgePresence(statement.flags, terms.presenceRequired),
           judgeVerification(statement.flags, terms.verificationRequired),

@@ -16,8 +16,8 @@ namespace korvan::lab {
 [[nodiscard]] Finding shortStatement(const Data& bytes, std::string_view relyingParty);
 
 /// What authenticator data says of the relying party and of the user, in any ceremony.
-[[nodiscard]] Findings judgeStatement(const AuthenticatorStatement& statement,
-                                      const RequestTerms& terms);
+[[nodiscard]] FindingList judgeStatement(const AuthenticatorStatement& statement,
+                                         const RequestTerms& terms);
 
 /// What follows the fixed part of an assertion's, which attests no credential.
 [[nodiscard]] Finding judgeRestOfAssertion(const AuthenticatorStatement& statement);
