@@ -1,5 +1,6 @@
-// One exchange against the same system calls with nothing else, and one whole silent sign-in
-// against what people wait for without noticing: korvan-bench-exchange [SSH_AGENT_SOCKET]
+// One exchange, and one whole silent sign-in, against the same system calls with nothing else; and
+// the sign-in against what people wait for without noticing: korvan-bench-exchange
+// [SSH_AGENT_SOCKET]
 //
 // Both ends run on one processor: what is compared is work, not how two processors happen to meet.
 // The agent has to be on it too, so start both as tools/bench does.
@@ -10,8 +11,11 @@
 #include <vector>
 
 #include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "bench/BareExchange.h"
+#include "bench/BareHandOver.h"
 #include "bench/BenchHost.h"
 #include "bench/PairedRounds.h"
 #include "bench/SignInBench.h"
@@ -21,8 +25,8 @@ namespace korvan::bench {
 namespace {
 
 void exchangeOnce(const std::string& socketPath, const Data& request) {
-  const ProviderExchange result =
-      exchangeProviderMessage(LinuxLocalSockets(), FakeCodeSigning(), socketPath, request.bytes());
+  const ProviderExchange result = exchangeProviderMessage(
+      LinuxLocalSockets(), TrustingCodeSigning(), socketPath, request.bytes());
   if (!result.response) {
     std::abort();
   }
@@ -40,12 +44,29 @@ void compareExchanges(std::size_t size, std::size_t callsPerRound) {
       [&] { static_cast<void>(bareExchange(host.socketPath(), body.bytes())); });
 }
 
-void compareSignIn(const char* agentSocketPath) {
+void compareSignIns(const char* agentSocketPath) {
+  constexpr PairedRoundsSize Size{.rounds = 31, .callsPerRound = 1'000};
   const BenchHost host(SignInBench::encodedAnswer());
   SignInBench bench(host.directory());
+  const Data request = bench.encodedRequest();
+  BareHandOver handOver;
   runPairedRounds(
-      "silent sign-in, against listing a key", {.rounds = 31, .callsPerRound = 1'000},
-      [&] { bench.signIn(); }, [&] { listOneKey(agentSocketPath); });
+      "silent sign-in", Size, [&] { bench.signIn(); },
+      [&] {
+        // Of the container's check.
+        struct stat status{};
+        static_cast<void>(::lstat(host.directory().c_str(), &status));
+        static_cast<void>(::geteuid());
+        handOver.thereAndBack(
+            [&] { static_cast<void>(bareExchange(host.socketPath(), request.bytes())); });
+      });
+  if (agentSocketPath != nullptr) {
+    runPairedRounds(
+        "silent sign-in, against listing a key", Size, [&] { bench.signIn(); },
+        [&] { listOneKey(agentSocketPath); });
+  } else {
+    std::puts("silent sign-in, against listing a key: skipped, since no ssh-agent is given");
+  }
 }
 
 /// Keeps this process, with all threads to come, on the processor that it runs on.
@@ -66,7 +87,5 @@ int main(int argc, char** argv) {
   std::printf("%-44s %17s %17s\n", "", "product", "floor");
   korvan::bench::compareExchanges(450, 2'000);
   korvan::bench::compareExchanges(4'194'304, 10);
-  if (argc > 1) {
-    korvan::bench::compareSignIn(argv[1]);
-  }
+  korvan::bench::compareSignIns(argc > 1 ? argv[1] : nullptr);
 }
