@@ -36,7 +36,6 @@ points, runs the main loop, and shows what the extension told the system.
   soak         sends many requests to hosts that misbehave, and checks outcomes
   call         calls entry points for scripts: lines of JSON in and out
   identifiers  prints whom this build of the extension trusts
-
   help         prints the help page of a command; the same as COMMAND --help
 
   --version    prints the version

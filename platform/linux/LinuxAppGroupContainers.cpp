@@ -76,23 +76,16 @@ bool makeDirectory(const fs::path& path) {
          (::mkdir(path.c_str(), OwnerOnly) == 0 || errno == EEXIST);
 }
 
-/// The status of what is at `path`, after creating a directory if there was nothing.
-std::optional<struct stat> statusOfDirectoryAt(const fs::path& path) {
+/// The path of a private directory. One that is missing would become `ifMissing`.
+std::optional<std::string> container(const fs::path& path,
+                                     const std::optional<std::string>& ifMissing) {
   struct stat status{};
-  if (::lstat(path.c_str(), &status) == 0 ||
-      (errno == ENOENT && makeDirectory(path) && ::lstat(path.c_str(), &status) == 0)) {
-    return status;
+  if (::lstat(path.c_str(), &status) != 0) {
+    return errno == ENOENT ? ifMissing : std::nullopt;
   }
-  return std::nullopt;
-}
-
-std::optional<std::string> container(const fs::path& path) {
-  const auto status = statusOfDirectoryAt(path);
-  if (!status || !S_ISDIR(status->st_mode) || status->st_uid != ::geteuid() ||
-      (status->st_mode & RightsOfOthers) != 0) {
-    return std::nullopt;
-  }
-  return path.string();
+  const bool isPrivate = S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
+                         (status.st_mode & RightsOfOthers) == 0;
+  return isPrivate ? std::optional(path.string()) : std::nullopt;
 }
 
 }  // namespace
@@ -112,7 +105,14 @@ LinuxAppGroupContainers::LinuxAppGroupContainers(const std::optional<std::string
 std::optional<std::string> LinuxAppGroupContainers::containerPath(
     std::string_view groupIdentifier) const {
   const auto path = locate(groupIdentifier);
-  return path ? container(*path) : std::nullopt;
+  if (!path) {
+    return std::nullopt;
+  }
+  if (everyGroupsDirectory_) {
+    return container(*path, path->string());
+  }
+  makeDirectory(*path);
+  return container(*path, std::nullopt);
 }
 
 std::optional<fs::path> LinuxAppGroupContainers::locate(std::string_view groupIdentifier) const {

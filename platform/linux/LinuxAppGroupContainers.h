@@ -11,9 +11,10 @@ namespace korvan {
 
 /// App-group containers as private directories.
 ///
-/// A missing directory is created, with its parents, each with mode 0700. A directory that this
-/// user does not own, that grants others any permission, or that is a symbolic link is rejected:
-/// somebody else could put a socket of theirs into it, or see what is there.
+/// A missing directory of a group is created, with its parents, each with mode 0700; one that was
+/// named is not. A directory that this user does not own, that grants others any permission, or
+/// that is a symbolic link is rejected: somebody else could put a socket of theirs into it, or see
+/// what is there.
 class LinuxAppGroupContainers final : public AppGroupContainers {
  public:
   /// One directory per group, under `korvan/app-groups` in the user's data directory:
@@ -23,7 +24,8 @@ class LinuxAppGroupContainers final : public AppGroupContainers {
   LinuxAppGroupContainers();
 
   /// The same directory for every group, or no container for any. A relative path is resolved now,
-  /// against the working directory.
+  /// against the working directory. If nothing is there, the container is still at that path: a
+  /// host that is opened may make it.
   explicit LinuxAppGroupContainers(const std::optional<std::string>& directory);
 
   /// Also nullopt for an identifier that is not a file name: an empty one, ".", "..", or one that
