@@ -179,23 +179,24 @@ test('a registration and sign-ins with a growing counter are accepted', async (t
   }
 });
 
-test('a silent sign-in is accepted', async (t) => {
+test('a silent sign-in, and one from the list of credentials, are accepted', async (t) => {
   const lab = await Lab.start(t);
-  const passkey = await registeredPasskey(lab);
-  const options = await authenticationOptions({ userVerification: 'preferred' });
-  const entryPoint = 'provideCredentialWithoutUserInteractionForRequest:';
-  const response = await authenticate(lab, options, entryPoint, knownPasskey(passkey));
-  await accepted(options, response, passkey);
-});
-
-test('a sign-in from the list of credentials is accepted', async (t) => {
-  const lab = await Lab.start(t);
-  const passkey = await registeredPasskey(lab);
-  const entryPoint = 'prepareCredentialListForServiceIdentifiers:requestParameters:';
-  const allowCredentials = [{ id: passkey.id }];
-  const options = await authenticationOptions({ allowCredentials });
-  const response = await authenticate(lab, options, entryPoint, anyPasskey);
-  await accepted(options, response, passkey);
+  let passkey = await registeredPasskey(lab);
+  for (const [entryPoint, request, more] of [
+    [
+      'provideCredentialWithoutUserInteractionForRequest:',
+      knownPasskey(passkey),
+      { userVerification: 'preferred' },
+    ],
+    [
+      'prepareCredentialListForServiceIdentifiers:requestParameters:',
+      anyPasskey,
+      { allowCredentials: [{ id: passkey.id }] },
+    ],
+  ]) {
+    const options = await authenticationOptions(more);
+    passkey = await accepted(options, await authenticate(lab, options, entryPoint, request), passkey);
+  }
 });
 
 test('a conditional registration is accepted', async (t) => {
@@ -218,34 +219,28 @@ test('a registration is refused when the passkey is excluded', async (t) => {
   assert.equal(told.error.code, 102);
 });
 
-test('a registration is refused when it is for something else', async (t) => {
+/** What the relying party expects instead of what it got, and the words of its refusal. */
+const somethingElse = (challenge) => [
+  [{ expectedChallenge: challenge }, /challenge/],
+  [{ expectedOrigin: 'https://example.net' }, /origin/],
+  [{ expectedRPID: 'example.net' }, /RP ID/],
+];
+
+test('a registration and a sign-in are refused when they are for something else', async (t) => {
   const lab = await Lab.start(t);
   const options = await registrationOptions();
   const { response } = await register(lab, options);
-  const { challenge } = await registrationOptions();
-  for (const [expected, words] of [
-    [{ expectedChallenge: challenge }, /challenge/],
-    [{ expectedOrigin: 'https://example.net' }, /origin/],
-    [{ expectedRPID: 'example.net' }, /RP ID/],
-  ]) {
+  for (const [expected, words] of somethingElse((await registrationOptions()).challenge)) {
     await assert.rejects(verifyRegistration(options, response, expected), words);
   }
-});
 
-test('a sign-in is refused when it is for something else', async (t) => {
-  const lab = await Lab.start(t);
   const passkey = await registeredPasskey(lab);
-  const options = await authenticationOptions();
-  const response = await signIn(lab, options, passkey);
-  const { challenge } = await authenticationOptions();
-  for (const [expected, words] of [
-    [{ expectedChallenge: challenge }, /challenge/],
-    [{ expectedOrigin: 'https://example.net' }, /origin/],
-    [{ expectedRPID: 'example.net' }, /RP ID/],
-  ]) {
-    await assert.rejects(verifyAuthentication(options, response, passkey, expected), words);
+  const signInOptions = await authenticationOptions();
+  const signedIn = await signIn(lab, signInOptions, passkey);
+  for (const [expected, words] of somethingElse((await authenticationOptions()).challenge)) {
+    await assert.rejects(verifyAuthentication(signInOptions, signedIn, passkey, expected), words);
   }
-  await accepted(options, response, passkey);
+  await accepted(signInOptions, signedIn, passkey);
 });
 
 test('a sign-in is refused when the signature or the counter was tampered with', async (t) => {
