@@ -147,6 +147,15 @@ constexpr auto BinaryShapes = std::to_array<BinaryShape>({
        return withKeys(Size / 22,
                        [](std::size_t index) { return std::to_string(9'999'999 - index); });
      }},
+    {"binary: two long keys in turn",
+     [] {
+       const std::string key(Size / 8, 'k');
+       return binary(
+           {counted(0xD0, Size / 4, repeated("\x01\x02", Size / 8) + std::string(Size / 4, 3)),
+            counted(0x50, key.size() + 1, key + 'a'), counted(0x50, key.size() + 1, key + 'b'),
+            "\x09"},
+           1);
+     }},
     {"binary: equal keys of their own",
      [] { return withKeys(Size / 16, [](std::size_t) { return "k"; }); }},
     {"binary: keys that begin alike",
@@ -204,7 +213,8 @@ constexpr auto TextShapes = std::to_array<TextShape>({
     {"OpenStep: a comment that does not end", "/*", "/* ", ""},
 });
 
-/// Decodes the bytes in a child, prints the shape's line, and tells whether it is within bounds.
+/// Decodes the bytes in a child, prints the shape's line, and tells
+/// whether it is within bounds.
 bool show(std::string_view name, const std::string& bytes) {
   const Data body =
       Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});

@@ -1,6 +1,5 @@
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -78,12 +77,6 @@ std::string damagedAt(std::size_t offset, const std::string& what) {
 /// The head of an object whose count is in a four-byte integer.
 std::string longHead(char marker, std::size_t count) {
   return std::string(1, static_cast<char>(marker | 0x0F)) + '\x12' + bigEndian(count, 4);
-}
-
-/// An array of `count` references, each the same.
-std::string arrayOfEqual(std::size_t count, std::uint64_t reference) {
-  std::string object = longHead('\xA0', count);
-  return object.append(count, static_cast<char>(reference));
 }
 
 TEST(BinaryPropertyListReader, RecognizesTheFormatByItsFirstBytes) {
@@ -378,44 +371,6 @@ TEST(BinaryPropertyListReader, DecodesASharedGraphInProportionToItsBytes) {
   }
 
   EXPECT_EQ(*inner, PropertyListValue(true));
-}
-
-template <typename MakeBytes>
-std::clock_t growthOfReading(std::size_t count, MakeBytes makeBytes) {
-  return growthOf(count, [&](std::size_t size) {
-    const Data data = dataOf(makeBytes(size));
-    return leastTicks([&] { EXPECT_TRUE(readBinaryPropertyList(data).has_value()); });
-  });
-}
-
-TEST(BinaryPropertyListReader, TakesTimeInProportionToManyReferencesToTwoLongKeys) {
-  // The keys differ in their last byte alone, and take turns.
-  const auto growth = growthOfReading(1'000, [](std::size_t count) {
-    Parts parts{.objects = {}, .offsetWidth = 4};
-    const std::string key(count, 'k');
-    std::string dictionary = longHead('\xD0', 2 * count);
-    for (std::size_t pair = 0; pair < count; ++pair) {
-      dictionary += "\x01\x02";
-    }
-    dictionary.append(2 * count, '\x03');
-    parts.objects = {dictionary, longHead('\x50', count + 1) + key + 'a',
-                     longHead('\x50', count + 1) + key + 'b', "\x09"};
-    return parts.bytes();
-  });
-
-  EXPECT_LT(growth, MaxGrowth);
-}
-
-TEST(BinaryPropertyListReader, TakesTimeInProportionToManyReferencesToOneLongText) {
-  for (const bool isAscii : {true, false}) {
-    const auto growth = growthOfReading(1'000, [&](std::size_t count) {
-      const std::string text = isAscii ? longHead('\x50', count) + std::string(count, 'x')
-                                       : longHead('\x60', count) + std::string(2 * count, '!');
-      return Parts{.objects = {arrayOfEqual(count, 1), text}, .offsetWidth = 4}.bytes();
-    });
-
-    EXPECT_LT(growth, MaxGrowth);
-  }
 }
 
 TEST(BinaryPropertyListReader, ReadsAMillionReferencesToAFewIntegers) {
