@@ -77,8 +77,7 @@ Passkey& find(std::vector<Passkey>& passkeys, const RequestFields& request) {
       return passkey;
     }
   }
-  throw Refusal("credentialNotFound",
-                "No passkey for " + relyingPartyIdentifier + " in the vault matches the request.");
+  throw Refusal("credentialNotFound", "No passkey in the vault matches the request.");
 }
 
 void countSignature(Passkey& passkey) {
@@ -162,7 +161,7 @@ RequestHandler::Handler RequestHandler::handlerFor(std::string_view type) {
   };
   const auto* const row = std::ranges::find(Table, type, &Row::first);
   if (row == Table.end()) {
-    throw Refusal("failed", "The request type \"" + std::string(type) + "\" is unknown.");
+    throw Refusal("failed", "The request's type is unknown.");
   }
   return row->second;
 }

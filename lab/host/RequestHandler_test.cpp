@@ -21,6 +21,7 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 using Array = PropertyListValue::Array;
 
@@ -423,12 +424,19 @@ TEST_F(LockedVault, StaysLockedWhenTheUserCancels) {
   EXPECT_EQ(unlocks_, 0);
 }
 
-TEST_F(MalformedRequest, OfAnUnknownTypeIsRefusedByName) {
+TEST_F(MalformedRequest, OfAnUnknownTypeIsRefused) {
   for (const char* type : {"", "Assertion", "assertion ", "delete"}) {
     const auto response = answer(with(assertion(), "type", type));
     EXPECT_EQ(errorCode(response), "failed");
-    EXPECT_EQ(textIn(response, "errorDescription"),
-              "The request type \"" + std::string(type) + "\" is unknown.");
+    EXPECT_EQ(textIn(response, "errorDescription"), "The request's type is unknown.");
+  }
+}
+
+TEST_F(MalformedRequest, IsNotRepeatedToAPersonWhoReadsTheRefusal) {
+  for (const char* key : {"type", "relyingPartyIdentifier"}) {
+    const auto response = answer(with(assertion(), key, "\x1B[2J\r"));
+    EXPECT_NE(errorCode(response), "");
+    EXPECT_THAT(textIn(response, "errorDescription"), Not(HasSubstr("\x1B")));
   }
 }
 
