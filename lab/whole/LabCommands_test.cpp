@@ -213,30 +213,5 @@ TEST_F(LabCommands, HelpOfTheSampleHostFitsAScreenAndItsExampleListens) {
   EXPECT_EQ(host.finish().status, 0);
 }
 
-TEST_F(LabCommands, HelpNamesEveryOption) {
-  using Row = std::pair<Arguments, Arguments>;
-  const Arguments system = {"--container", "--host-application", "--trust-anchor", "--help"};
-  for (const auto& [command, names] :
-       {Row{{}, {"demo", "register", "sign-in", "configure", "report", "call", "identifiers"}},
-        Row{{"demo"}, {"--step"}},
-        Row{{"register"}, {"--relying-party", "--user-name", "--exclude", "--conditional"}},
-        Row{{"sign-in"}, {"--relying-party", "--interactive", "--list", "--public-key"}},
-        Row{{"configure"}, system},
-        Row{{"report"}, {"--relying-party", "--user-handle", "--new-name", "--credential"}},
-        Row{{"call"}, {"--os-version", "--notice", "--show-messages", "FILE"}}}) {
-    Arguments arguments = command;
-    arguments.emplace_back("--help");
-    const std::string help = runLab(arguments).output;
-    for (const std::string& name : names) {
-      EXPECT_THAT(help, HasSubstr(name));
-    }
-    if (help.find("--container") != std::string::npos) {
-      for (const std::string& name : system) {
-        EXPECT_THAT(help, HasSubstr(name));
-      }
-    }
-  }
-}
-
 }  // namespace
 }  // namespace korvan::lab

@@ -1,0 +1,60 @@
+// korvan-manual DIRECTORY: writes the manual pages of the lab's programs, and the scripts that
+// complete their arguments in a shell, from the tables that the programs parse with.
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include <CLI/CLI.hpp>
+
+#include "lab/commands/LabProgram.h"
+#include "lab/host/HostOptions.h"
+#include "lab/manual/Completion.h"
+#include "lab/manual/ManualPage.h"
+#include "lab/support/ExitStatus.h"
+#include "lab/support/ProgramMain.h"
+
+namespace {
+
+using namespace korvan::lab;
+namespace fs = std::filesystem;
+
+void write(const fs::path& file, const std::string& text) {
+  fs::create_directories(file.parent_path());
+  if (!(std::ofstream(file) << text << std::flush)) {
+    throw std::system_error(errno, std::generic_category(), "cannot write " + file.string());
+  }
+}
+
+void writeFor(const CLI::App& app, const fs::path& directory) {
+  const std::string name = app.get_name();
+  write(directory / "man" / (name + ".1"), manual::manualPage(app));
+  write(directory / "bash" / name, manual::bashCompletion(app));
+  write(directory / "zsh" / ("_" + name), manual::zshCompletion(app));
+}
+
+int run(const fs::path& directory) {
+  CLI::App lab("", LabProgramName);
+  int exitStatus = Well;
+  describeLabProgram(lab, exitStatus);
+  writeFor(lab, directory);
+  CLI::App host("", host::HostProgramName);
+  host::HostOptions options;
+  host::describeHostProgram(host, options, host::HostProgramName);
+  writeFor(host, directory);
+  return exitStatus;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return runProgram("korvan-manual", [&] {
+    if (argc != 2) {
+      throw std::invalid_argument("usage: korvan-manual DIRECTORY");
+    }
+    return run(argv[1]);
+  });
+}
