@@ -2,6 +2,8 @@
 
 #include <condition_variable>
 #include <deque>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -187,6 +189,30 @@ TEST_F(HostServerTest, GivesNoAnswerToARequestThatIsCutShort) {
     EXPECT_EQ(summary.bytesReceived, size);
     EXPECT_EQ(summary.ok, std::nullopt);
   }
+}
+
+TEST_F(HostServerTest, KeepsNothingOfAClientThatIsGoneAtAnyStage) {
+  const auto openDescriptors = [] {
+    using std::filesystem::directory_iterator;
+    return std::distance(directory_iterator("/proc/self/fd"), directory_iterator());
+  };
+  stop();
+  const auto before = openDescriptors();
+  start(std::chrono::seconds(30));
+  // The answer repeats it, and does not fit in the socket's buffer.
+  const Data body = request(Text(std::string(1'000'000, 'f')));
+  for (const std::size_t size : {std::size_t{0}, body.size() / 2, body.size()}) {
+    {
+      Client client(socket_.path());
+      client.send(std::array{std::uint8_t{0}, static_cast<std::uint8_t>(body.size() >> 16U),
+                             static_cast<std::uint8_t>(body.size() >> 8U),
+                             static_cast<std::uint8_t>(body.size())});
+      EXPECT_TRUE(client.send(body.bytes().first(size)));
+    }
+    EXPECT_EQ(nextSummary().bytesReceived, 4 + size);
+  }
+  stop();
+  EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(HostServerTest, RefusesAFrameOfAnImpossibleSize) {
