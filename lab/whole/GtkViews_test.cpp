@@ -91,13 +91,6 @@ TEST_F(GtkViewsTest, KeepTheirNumbersInANormalWindow) {
   EXPECT_EQ(lines(message()), 1);
 }
 
-TEST_F(GtkViewsTest, KeepTheirNumbersInAWideWindow) {
-  showNotice();
-  present(Wide);
-  expectTheNumbersToHold();
-  EXPECT_EQ(gtk_widget_get_width(view()), Wide);
-}
-
 TEST_F(GtkViewsTest, KeepTheirNumbersWhenAWindowChangesItsSize) {
   showNotice();
   for (const int width : {Wide, Normal, Narrow, Normal}) {
