@@ -87,7 +87,6 @@ NoticeMode noticeModeOf(const CallOptions& options) {
 LabSettings settingsOf(const CallOptions& options) {
   LabSettings settings = options.system.settings();
   settings.noticeMode = noticeModeOf(options);
-  settings.recordsMessages = options.showMessages;
   if (!options.operatingSystemVersion.empty()) {
     settings.operatingSystemVersion =
         parseOperatingSystemVersion(options.operatingSystemVersion).value();

@@ -8,6 +8,7 @@
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"
+#include "lab/site/WireAnswer.h"
 #include "lab/support/HelpPage.h"
 #include "lab/system/Call.h"
 #include "lab/system/CallRunner.h"
@@ -41,16 +42,19 @@ bool configure(const LabSettings& settings) {
   CallRunner runner(settings);
   const CallResult result = runner.run(configurationCall());
   narrator.messages(runner.propertyLists(), result);
-  narrator.outcome(result);
+  const FindingList findings = judgeWireAnswer(runner.propertyLists(), result, false);
+  narrator.result(result, findings);
   const bool completed = std::holds_alternative<CompletedConfiguration>(result.outcome);
-  return narrator.verdict(completed, std::string(completed ? "Synchronized" : "Not synchronized") +
-                                         " (" + durationText(result.milliseconds) + ")");
+  const std::string words = completed ? "Synchronized" : "Not synchronized";
+  return narrator.verdict(completed && isVerified(findings),
+                          words +
+                              (completed && !isVerified(findings) ? ", by a flawed answer" : "") +
+                              " (" + durationText(result.milliseconds) + ")");
 }
 
 int run(const SystemOptions& options) {
   LabSettings settings = options.settings();
   settings.noticeMode = noticeForPeople();
-  settings.recordsMessages = true;
   if (namesHost(options)) {
     return useHost(settings, configure);
   }

@@ -1,5 +1,6 @@
 #include "lab/commands/RegisterCommand.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,9 +9,12 @@
 
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
+#include "lab/commands/PasskeyFile.h"
 #include "lab/commands/SystemOptions.h"
+#include "lab/commands/VerificationOption.h"
 #include "lab/site/Registration.h"
 #include "lab/site/SignIn.h"
+#include "lab/support/Base64Url.h"
 #include "lab/support/Base64UrlOption.h"
 #include "lab/support/DomainOption.h"
 #include "lab/support/HelpPage.h"
@@ -30,7 +34,13 @@ with it. Starts a sample host of its own unless you name one.
   --user-name NAME         the user; default: bob
   --exclude CREDENTIAL_ID  a passkey that the host must not have yet, as
                            base64url; may be repeated
+  --algorithms NUMBERS     COSE algorithms, the best first, such as -7,-257;
+                           default: -7, which is ES256
+  --user-verification required|preferred|discouraged
+                           default: required, preferred with --conditional
   --conditional            without the user, or not at all
+  --save FILE              writes the passkey for sign-in --passkey, without
+                           its private key
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
                            the host application; default: the desktop's
@@ -49,23 +59,40 @@ struct RegisterOptions {
   SystemOptions system;
   std::string relyingParty = "example.com";
   std::string userName = "bob";
+  VerificationOption verification;
   std::vector<std::string> excluded;
+  std::vector<std::int64_t> algorithms = {-7};
+  std::string saveFile;
   bool conditional = false;
 
   [[nodiscard]] CreationOptions creationOptions() const {
     return {.userName = userName,
             .userHandle = randomData(UserHandleSize),
+            .algorithms = algorithms,
             .excludedCredentials = bytesOf(excluded),
             .conditional = conditional};
   }
 };
 
+std::string withoutNewline(std::string text) {
+  text.resize(text.find_last_not_of('\n') + 1);
+  return text;
+}
+
 /// A site that lets the user take part asks for the verification too.
 RelyingParty siteOf(const RegisterOptions& options, RelyingParty::Ceremony ceremony) {
-  return {options.relyingParty,
-          options.conditional ? RelyingParty::UserVerification::preferred
-                              : RelyingParty::UserVerification::required,
-          ceremony};
+  return {
+      options.relyingParty,
+      options.verification.levelOr(options.conditional ? RelyingParty::UserVerification::preferred
+                                                       : RelyingParty::UserVerification::required),
+      ceremony};
+}
+
+/// What a web site would remember, for those who are to play it.
+void tell(Narrator& narrator, const EnrolledPasskey& passkey) {
+  const RegisteredPasskey& registered = passkey.registered;
+  narrator.say("The user handle is " + base64Url(registered.userHandle.value_or(Data()).bytes()));
+  narrator.say("The public key is\n" + withoutNewline(registered.key.pem()));
 }
 
 RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner,
@@ -75,6 +102,9 @@ RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner,
   narrator.say("The client data is " + site.clientDataJSON());
   RegistrationResult result = registerPasskey(runner, site, options.creationOptions());
   narrator.result(result.call, result.findings);
+  if (result.passkey) {
+    tell(narrator, *result.passkey);
+  }
   narrator.verdict(result.verified(),
                    (result.verified() ? "Registered with " : "No verified passkey for ") +
                        site.identifier() + " (" + durationText(result.call.milliseconds) + ")");
@@ -86,7 +116,8 @@ bool signInAndTell(Narrator& narrator, CallRunner& runner, const RegisterOptions
   const RelyingParty site = siteOf(options, RelyingParty::Ceremony::signIn);
   narrator.heading("Signing in with it");
   const SignInMode mode = options.conditional ? SignInMode::silent : SignInMode::interactive;
-  const SignInResult result = signIn(runner, mode, site, passkey.identity, passkey.registered);
+  const SignInResult result = signIn(
+      runner, site, {.mode = mode, .identity = passkey.identity, .registered = passkey.registered});
   narrator.result(result.call, result.findings);
   return narrator.verdict(result.verified(),
                           (result.verified() ? "Signed in to " : "No verified sign-in to ") +
@@ -98,6 +129,10 @@ bool registerAndSignIn(const RegisterOptions& options, const LabSettings& settin
   Narrator narrator = Narrator::toStandardOutput();
   CallRunner runner(settings);
   const RegistrationResult registration = registerAndTell(narrator, runner, options);
+  if (registration.passkey && !options.saveFile.empty()) {
+    savePasskey(*registration.passkey, options.saveFile);
+    narrator.say("Saved to " + options.saveFile);
+  }
   return registration.verified() && signInAndTell(narrator, runner, options, *registration.passkey);
 }
 
@@ -125,6 +160,9 @@ void addRegisterCommand(CLI::App& app, int& exitStatus) {
   command.add_option("--relying-party", options->relyingParty)->check(isDomain());
   command.add_option("--user-name", options->userName);
   command.add_option("--exclude", options->excluded)->allow_extra_args(false)->check(isBase64Url());
+  command.add_option("--algorithms", options->algorithms)->delimiter(',')->allow_extra_args(false);
+  options->verification.addTo(command);
+  command.add_option("--save", options->saveFile);
   command.add_flag("--conditional", options->conditional);
   setHelpPage(command, RegisterHelpPage);
   command.callback([options, &exitStatus] { exitStatus = run(*options); });

@@ -14,6 +14,7 @@
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"
 #include "lab/site/SignIn.h"
+#include "lab/site/WireAnswer.h"
 #include "lab/support/Base64UrlOption.h"
 #include "lab/support/DomainOption.h"
 #include "lab/support/HelpPage.h"
@@ -92,13 +93,12 @@ Call acceptedCredentials(const ReportOptions& options, const OwnPasskey& passkey
 }
 
 bool send(LabSettings settings, const Call& call) {
-  settings.recordsMessages = true;
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Reporting to the extension");
   CallRunner runner(settings);
   const CallResult result = runner.run(call);
   narrator.messages(runner.propertyLists(), result);
-  narrator.outcome(result);
+  narrator.result(result, judgeWireAnswer(runner.propertyLists(), result, true));
   const bool delivered = wasDelivered(result);
   return narrator.verdict(delivered, delivered ? "The report was sent to the host"
                                                : "The report is lost: it is sent once, and no "

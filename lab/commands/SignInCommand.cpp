@@ -5,13 +5,17 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
+#include "lab/commands/PasskeyFile.h"
 #include "lab/commands/SystemOptions.h"
+#include "lab/commands/VerificationOption.h"
 #include "lab/site/SignIn.h"
+#include "lab/support/Base64UrlOption.h"
 #include "lab/support/DomainOption.h"
 #include "lab/support/FileContents.h"
 #include "lab/support/HelpPage.h"
@@ -26,16 +30,22 @@ constexpr std::string_view SignInHelpPage =
 Signs in with a passkey as a browser does, and checks the answer as the web site
 does. Starts a sample host of its own unless you name one.
 
-  --relying-party DOMAIN   the web site; default: example.com
+  --relying-party DOMAIN   the web site; default: the passkey's, or example.com
   --interactive            may open the host application and show the notice,
                            in a window, or on the terminal without a display
   --list                   the same, and lets the host choose the passkey
+  --allow CREDENTIAL_ID    with --list, a passkey that the web site accepts, as
+                           base64url; may be repeated; default: any
+  --user-verification required|preferred|discouraged
+                           default: required if the user takes part, otherwise
+                           preferred
+  --passkey FILE           the passkey, as register --save writes it
+  --public-key FILE.pem    only its public key; the request then names no
+                           passkey. Without either the signature is not checked
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
-  --public-key FILE.pem    the passkey's public key, for a host of your own;
-                           without it the signature is not checked
   --help                   this page
 
 Exit status: 0 when the sign-in was verified, otherwise 1.
@@ -46,8 +56,11 @@ Example:
 
 struct SignInOptions {
   SystemOptions system;
-  std::string relyingParty = "example.com";
+  VerificationOption verification;
+  std::string relyingParty;
+  std::string passkeyFile;
   std::string publicKeyFile;
+  std::vector<std::string> allowed;
   bool interactive = false;
   bool list = false;
 
@@ -57,28 +70,43 @@ struct SignInOptions {
     }
     return interactive ? SignInMode::interactive : SignInMode::silent;
   }
+
+  /// Without an option, the site of `passkey`, or the one that the sample host has a passkey for.
+  [[nodiscard]] std::string site(const std::optional<EnrolledPasskey>& passkey) const {
+    if (!relyingParty.empty()) {
+      return relyingParty;
+    }
+    return passkey ? passkey->identity.relyingPartyIdentifier.value_or("") : "example.com";
+  }
 };
 
-std::optional<RegisteredPasskey> registeredPasskey(const SignInOptions& options) {
-  if (options.publicKeyFile.empty()) {
-    return std::nullopt;
-  }
+PublicKey publicKeyIn(const std::string& file) {
   try {
-    return RegisteredPasskey{.key = PublicKey::fromPem(contentsOf(options.publicKeyFile)),
-                             .credentialID = std::nullopt,
-                             .userHandle = std::nullopt};
+    return PublicKey::fromPem(contentsOf(file));
   } catch (const std::invalid_argument& flaw) {
-    throw CLI::ValidationError("--public-key", options.publicKeyFile + " " + flaw.what());
+    throw CLI::ValidationError("--public-key", file + " " + flaw.what());
   } catch (const std::system_error& error) {
     throw CLI::ValidationError("--public-key", error.what());
   }
 }
 
-/// What a system knows of a passkey that it has never seen.
-PasskeyCredentialIdentity anyPasskeyOf(const std::string& relyingParty) {
-  PasskeyCredentialIdentity identity;
-  identity.relyingPartyIdentifier = relyingParty;
-  return identity;
+/// The request for a sign-in with a passkey, or with any of a web site.
+SignInRequest requestFor(const SignInOptions& options,
+                         const std::optional<EnrolledPasskey>& passkey) {
+  SignInRequest request{.mode = options.mode(),
+                        .identity = {},
+                        .registered = std::nullopt,
+                        .allowedCredentials = bytesOf(options.allowed)};
+  if (passkey) {
+    request.identity = passkey->identity;
+    request.registered = passkey->registered;
+  } else if (!options.publicKeyFile.empty()) {
+    request.registered = RegisteredPasskey{.key = publicKeyIn(options.publicKeyFile),
+                                           .credentialID = std::nullopt,
+                                           .userHandle = std::nullopt};
+  }
+  request.identity.relyingPartyIdentifier = options.site(passkey);
+  return request;
 }
 
 bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResult& result) {
@@ -90,19 +118,21 @@ bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResu
 }
 
 bool signInWith(const SignInOptions& options, const LabSettings& settings,
-                const PasskeyCredentialIdentity& identity,
-                const std::optional<RegisteredPasskey>& registered) {
+                const SignInRequest& request) {
   Narrator narrator = Narrator::toStandardOutput();
   // A site that lets the user take part asks for the verification too.
-  const RelyingParty relyingParty(options.relyingParty,
-                                  options.mode() == SignInMode::silent
-                                      ? RelyingParty::UserVerification::preferred
-                                      : RelyingParty::UserVerification::required);
+  const RelyingParty relyingParty(
+      *request.identity.relyingPartyIdentifier,
+      options.verification.levelOr(request.mode == SignInMode::silent
+                                       ? RelyingParty::UserVerification::preferred
+                                       : RelyingParty::UserVerification::required));
   narrator.heading("Signing in to " + relyingParty.identifier());
   narrator.say("The client data is " + relyingParty.clientDataJSON());
+  if (request.mode != SignInMode::list && !request.identity.credentialID) {
+    narrator.say("The request names no passkey, as the system's always do: --passkey names one.");
+  }
   CallRunner runner(settings);
-  return tell(narrator, relyingParty,
-              signIn(runner, options.mode(), relyingParty, identity, registered));
+  return tell(narrator, relyingParty, signIn(runner, relyingParty, request));
 }
 
 int run(const SignInOptions& options) {
@@ -110,17 +140,21 @@ int run(const SignInOptions& options) {
   if (options.mode() != SignInMode::silent) {
     chosen.noticeMode = noticeForPeople();
   }
+  if (!options.passkeyFile.empty()) {
+    const SignInRequest request = requestFor(options, passkeyIn(options.passkeyFile, "--passkey"));
+    return useHost(chosen, [&](const LabSettings& settings) {
+      return signInWith(options, settings, request);
+    });
+  }
   if (namesHost(options.system) || !options.publicKeyFile.empty()) {
-    return useHost(chosen, [&options](const LabSettings& settings) {
-      return signInWith(options, settings, anyPasskeyOf(options.relyingParty),
-                        registeredPasskey(options));
+    const SignInRequest request = requestFor(options, std::nullopt);
+    return useHost(chosen, [&](const LabSettings& settings) {
+      return signInWith(options, settings, request);
     });
   }
   return useOwnHost(chosen, [&](const LabSettings& settings, const nlohmann::json& ready) {
-    const auto passkey = enrolledPasskey(ready, options.relyingParty);
-    return passkey
-               ? signInWith(options, settings, passkey->identity, passkey->registered)
-               : signInWith(options, settings, anyPasskeyOf(options.relyingParty), std::nullopt);
+    const auto passkey = enrolledPasskey(ready, options.site(std::nullopt));
+    return signInWith(options, settings, requestFor(options, passkey));
   });
 }
 
@@ -131,9 +165,15 @@ void addSignInCommand(CLI::App& app, int& exitStatus) {
   const auto options = std::make_shared<SignInOptions>();
   options->system.addTo(command);
   command.add_option("--relying-party", options->relyingParty)->check(isDomain());
-  command.add_option("--public-key", options->publicKeyFile);
+  auto* const passkey = command.add_option("--passkey", options->passkeyFile);
+  command.add_option("--public-key", options->publicKeyFile)->excludes(passkey);
+  options->verification.addTo(command);
   auto* const interactive = command.add_flag("--interactive", options->interactive);
-  command.add_flag("--list", options->list)->excludes(interactive);
+  auto* const list = command.add_flag("--list", options->list)->excludes(interactive);
+  command.add_option("--allow", options->allowed)
+      ->allow_extra_args(false)
+      ->check(isBase64Url())
+      ->needs(list);
   setHelpPage(command, SignInHelpPage);
   command.callback([options, &exitStatus] { exitStatus = run(*options); });
 }

@@ -33,8 +33,9 @@ Tour::Host Tour::startHost(const std::vector<std::string>& arguments) const {
 SignInResult Tour::signIn(SignInMode mode, const EnrolledPasskey& passkey,
                           std::string_view hostApplication) const {
   CallRunner runner(settings(hostApplication));
-  SignInResult result = lab::signIn(runner, mode, site(RelyingParty::Ceremony::signIn),
-                                    passkey.identity, passkey.registered);
+  SignInResult result =
+      lab::signIn(runner, site(RelyingParty::Ceremony::signIn),
+                  {.mode = mode, .identity = passkey.identity, .registered = passkey.registered});
   narrator_.outcome(result.call);
   return result;
 }
@@ -51,9 +52,7 @@ RegistrationResult Tour::registerPasskey(const CreationOptions& options,
 }
 
 CallResult Tour::call(const Call& call, std::string_view hostApplication) const {
-  LabSettings chosen = settings(hostApplication);
-  chosen.recordsMessages = true;
-  CallRunner runner(chosen);
+  CallRunner runner(settings(hostApplication));
   CallResult result = runner.run(call);
   narrator_.messages(runner.propertyLists(), result);
   narrator_.outcome(result);

@@ -68,6 +68,9 @@ struct RegistrationReview {
 /// Whether `ok` is there, and a boolean.
 [[nodiscard]] Finding judgeOk(const ProviderMessage& answer);
 
+/// judgeOk(), and judgeRefusal() unless `ok` is true.
+[[nodiscard]] FindingList judgeEnvelope(const ProviderMessage& answer, bool silent);
+
 /// What the platform was handed as an answer. `wire` is the host's, if it is known: it tells a
 /// value of the wrong kind, which the platform is handed as nil, from a missing one.
 [[nodiscard]] ProviderMessage answerWith(const PasskeyAssertionCredential& credential,

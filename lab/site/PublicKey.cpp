@@ -71,6 +71,27 @@ PublicKey PublicKey::fromPoint(std::span<const std::uint8_t> x, std::span<const 
   return PublicKey(key);
 }
 
+Data PublicKey::der() const {
+  unsigned char* bytes = nullptr;
+  const int size = i2d_PUBKEY(key_.get(), &bytes);
+  if (size <= 0) {
+    throw std::runtime_error("a public key cannot be encoded");
+  }
+  Data encoded = Data::copyOf({bytes, static_cast<std::size_t>(size)});
+  OPENSSL_free(bytes);
+  return encoded;
+}
+
+std::string PublicKey::pem() const {
+  const std::unique_ptr<BIO, decltype(&BIO_free_all)> bio(BIO_new(BIO_s_mem()), BIO_free_all);
+  if (!bio || PEM_write_bio_PUBKEY(bio.get(), key_.get()) != 1) {
+    throw std::runtime_error("a public key cannot be encoded");
+  }
+  char* text = nullptr;
+  const long size = BIO_get_mem_data(bio.get(), &text);
+  return {text, static_cast<std::size_t>(size)};
+}
+
 bool PublicKey::verifies(std::span<const std::uint8_t> message,
                          std::span<const std::uint8_t> signature) const {
   const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),

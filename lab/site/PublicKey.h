@@ -3,9 +3,12 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include <openssl/evp.h>
+
+#include "platform/Data.h"
 
 namespace korvan::lab {
 
@@ -20,6 +23,10 @@ class PublicKey {
   /// From a point whose coordinates have 32 bytes each, big-endian. Throws std::invalid_argument
   /// when it is not on the curve.
   static PublicKey fromPoint(std::span<const std::uint8_t> x, std::span<const std::uint8_t> y);
+
+  /// As a SubjectPublicKeyInfo. Throws std::runtime_error when the cryptographic library fails.
+  [[nodiscard]] Data der() const;
+  [[nodiscard]] std::string pem() const;
 
   /// True when `signature`, a DER Ecdsa-Sig-Value, is the key's ES256 signature of `message`.
   /// https://www.rfc-editor.org/rfc/rfc9053#section-2.1

@@ -43,6 +43,12 @@ TEST(PublicKey, RefusesAnotherMessageAndABrokenSignature) {
 
 TEST(PublicKey, IsReadFromPem) { EXPECT_NO_THROW(PublicKey::fromPem(Pem)); }
 
+TEST(PublicKey, IsWrittenAsItIsRead) {
+  EXPECT_EQ(PublicKey::fromPem(Pem).pem(), Pem);
+  const Data der = PublicKey::fromPem(Pem).der();
+  EXPECT_EQ(PublicKey::fromDer(der.bytes()).pem(), Pem);
+}
+
 TEST(PublicKey, IsMadeFromItsPoint) {
   const auto key = host::SigningKey::generate();
   const auto publicKey = PublicKey::fromPoint(key.publicX().bytes(), key.publicY().bytes());

@@ -104,6 +104,16 @@ FindingList judgeRefusal(const ProviderMessage& answer, bool silent) {
           judgeNotice(valueIn(answer, keys::showUnavailableUI), silent)};
 }
 
+FindingList judgeEnvelope(const ProviderMessage& answer, bool silent) {
+  FindingList findings = {judgeOk(answer)};
+  const auto* const ok = valueIn(answer, keys::ok);
+  if (ok == nullptr || !ok->truthValue()) {
+    const FindingList refusal = judgeRefusal(answer, silent);
+    findings.insert(findings.end(), refusal.begin(), refusal.end());
+  }
+  return findings;
+}
+
 Finding judgeOk(const ProviderMessage& answer) {
   const auto* const value = valueIn(answer, keys::ok);
   if (value != nullptr && value->boolean()) {

@@ -1,7 +1,12 @@
 #include "lab/site/Registration.h"
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <utility>
+
+#include "lab/site/AnswerJudge.h"
+#include "lab/site/WireAnswer.h"
 
 namespace korvan::lab {
 namespace {
@@ -50,9 +55,13 @@ RegistrationResult registerPasskey(CallRunner& runner, const RelyingParty& relyi
   RegistrationResult result{.call = runner.run(registrationCall(relyingParty, options)),
                             .findings = {},
                             .passkey = std::nullopt};
+  result.findings = judgeWireAnswer(runner.propertyLists(), result.call, options.conditional);
   if (const auto* const completed = std::get_if<CompletedRegistration>(&result.call.outcome)) {
-    RegistrationReview review = relyingParty.verify(completed->credential, options);
-    result.findings = std::move(review.findings);
+    const ProviderMessage answer =
+        answerWith(completed->credential,
+                   wireAnswer(runner.propertyLists(), result.call).value_or(ProviderMessage()));
+    RegistrationReview review = relyingParty.verify(answer, options);
+    std::ranges::move(review.findings, std::back_inserter(result.findings));
     if (review.passkey) {
       result.passkey = enrolled(*std::move(review.passkey), relyingParty, options);
     }

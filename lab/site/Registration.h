@@ -15,8 +15,8 @@ namespace korvan::lab {
 [[nodiscard]] Call registrationCall(const RelyingParty& relyingParty,
                                     const CreationOptions& options);
 
-/// The result of a registration, and what the relying party found; no findings if there was no
-/// credential.
+/// The result of a registration, and what was found about the host's answer; no findings if none
+/// came.
 struct RegistrationResult {
   CallResult call;
   FindingList findings;

@@ -36,28 +36,35 @@ RelyingParty::RelyingParty(std::string identifier, UserVerification userVerifica
       clientDataHash_(sha256(clientDataJSON_)) {}
 
 std::string RelyingParty::userVerificationPreference() const {
-  return userVerification_ == UserVerification::required ? "required" : "preferred";
+  switch (userVerification_) {
+    case UserVerification::discouraged:
+      return "discouraged";
+    case UserVerification::preferred:
+      return "preferred";
+    case UserVerification::required:
+      return "required";
+  }
+  return {};
 }
 
-RequestTerms RelyingParty::terms(bool presenceRequired) const {
+RequestTerms RelyingParty::requestTerms(bool presenceRequired) const {
   return {.relyingParty = identifier_,
           .clientDataHash = clientDataHash_,
           .verificationRequired = userVerification_ == UserVerification::required,
           .presenceRequired = presenceRequired};
 }
 
-FindingList RelyingParty::verify(const PasskeyAssertionCredential& credential,
-                                 const std::optional<RegisteredPasskey>& passkey) const {
-  return judgeAssertion(answerWith(credential), {.request = terms(true), .passkey = passkey});
+FindingList RelyingParty::verify(const ProviderMessage& answer, AssertionTerms terms) const {
+  terms.request = requestTerms(true);
+  return judgeAssertion(answer, terms);
 }
 
-RegistrationReview RelyingParty::verify(const PasskeyRegistrationCredential& credential,
+RegistrationReview RelyingParty::verify(const ProviderMessage& answer,
                                         const CreationOptions& options) const {
-  return judgeRegistration(answerWith(credential),
-                           {.request = terms(!options.conditional),
-                            .userHandle = options.userHandle,
-                            .algorithms = options.algorithms,
-                            .excludedCredentials = options.excludedCredentials});
+  return judgeRegistration(answer, {.request = requestTerms(!options.conditional),
+                                    .userHandle = options.userHandle,
+                                    .algorithms = options.algorithms,
+                                    .excludedCredentials = options.excludedCredentials});
 }
 
 }  // namespace korvan::lab

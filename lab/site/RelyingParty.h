@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "channel/ProviderMessage.h"
 #include "lab/site/AnswerJudge.h"
 #include "lab/site/Finding.h"
 #include "lab/site/RegisteredPasskey.h"
 #include "platform/Data.h"
-#include "platform/ExtensionContext.h"
 
 namespace korvan::lab {
 
@@ -30,7 +30,7 @@ struct CreationOptions {
 /// A web site during one sign-in or registration: makes the challenge, and checks the credential.
 class RelyingParty {
  public:
-  enum class UserVerification : std::uint8_t { preferred, required };
+  enum class UserVerification : std::uint8_t { discouraged, preferred, required };
   enum class Ceremony : std::uint8_t { signIn, registration };
 
   /// Makes a new challenge for the domain `identifier`, such as "example.com".
@@ -39,7 +39,7 @@ class RelyingParty {
 
   [[nodiscard]] const std::string& identifier() const noexcept { return identifier_; }
 
-  /// "preferred" or "required", as in a request.
+  /// Such as "preferred", as in a request.
   [[nodiscard]] std::string userVerificationPreference() const;
 
   /// The client data that a browser would make.
@@ -49,16 +49,15 @@ class RelyingParty {
   /// SHA-256 of clientDataJSON(), which the passkey signs.
   [[nodiscard]] const Data& clientDataHash() const noexcept { return clientDataHash_; }
 
-  /// Makes every check of a sign-in; those that need `passkey` are `notChecked` without it.
-  [[nodiscard]] FindingList verify(const PasskeyAssertionCredential& credential,
-                                   const std::optional<RegisteredPasskey>& passkey) const;
+  /// Judges the answer to a sign-in by `terms`, whose `request` is this site's own.
+  [[nodiscard]] FindingList verify(const ProviderMessage& answer, AssertionTerms terms) const;
 
-  /// Makes every check of a registration.
-  [[nodiscard]] RegistrationReview verify(const PasskeyRegistrationCredential& credential,
+  /// Judges the answer to a registration.
+  [[nodiscard]] RegistrationReview verify(const ProviderMessage& answer,
                                           const CreationOptions& options) const;
 
  private:
-  [[nodiscard]] RequestTerms terms(bool presenceRequired) const;
+  [[nodiscard]] RequestTerms requestTerms(bool presenceRequired) const;
 
   std::string identifier_;
   UserVerification userVerification_;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -47,8 +48,12 @@ class RelyingPartyTest : public testing::Test {
   }
   [[nodiscard]] PasskeyAssertionCredential credential() const { return credential({}); }
 
+  [[nodiscard]] FindingList findingsOf(const PasskeyAssertionCredential& answer,
+                                       std::optional<RegisteredPasskey> passkey) const {
+    return site_.verify(answerWith(answer), {.request = {}, .passkey = std::move(passkey)});
+  }
   [[nodiscard]] bool accepts(const PasskeyAssertionCredential& answer) const {
-    return isVerified(site_.verify(answer, passkey_));
+    return isVerified(findingsOf(answer, passkey_));
   }
 
   host::SigningKey key_ = host::SigningKey::generate();
@@ -117,6 +122,9 @@ TEST_F(RelyingPartyTest, DoesNotInsistOnVerificationThatItOnlyPrefers) {
   site_ = RelyingParty("example.com", UserVerification::preferred);
   EXPECT_TRUE(accepts(credential({.flags = UserPresent})));
   EXPECT_EQ(site_.userVerificationPreference(), "preferred");
+  site_ = RelyingParty("example.com", UserVerification::discouraged);
+  EXPECT_TRUE(accepts(credential({.flags = UserPresent})));
+  EXPECT_EQ(site_.userVerificationPreference(), "discouraged");
 }
 
 TEST_F(RelyingPartyTest, AcceptsAnAuthenticatorThatDoesNotCount) {
@@ -125,7 +133,7 @@ TEST_F(RelyingPartyTest, AcceptsAnAuthenticatorThatDoesNotCount) {
 }
 
 TEST_F(RelyingPartyTest, SaysThatItCannotCheckTheSignatureWithoutTheKey) {
-  const auto findings = site_.verify(credential(), std::nullopt);
+  const auto findings = findingsOf(credential(), std::nullopt);
   EXPECT_EQ(findings.back().verdict, Verdict::notChecked);
   EXPECT_THAT(findings.back().words, testing::HasSubstr("signature was not checked"));
   EXPECT_FALSE(isVerified(findings));
@@ -155,7 +163,7 @@ class RelyingPartyRegistration : public testing::Test {
   }
 
   [[nodiscard]] bool accepts(const PasskeyRegistrationCredential& answer) const {
-    const RegistrationReview review = site_.verify(answer, options_);
+    const RegistrationReview review = site_.verify(answerWith(answer), options_);
     return review.passkey.has_value() && isVerified(review.findings);
   }
 
@@ -171,7 +179,7 @@ TEST_F(RelyingPartyRegistration, MakesTheClientDataOfABrowser) {
 
 TEST_F(RelyingPartyRegistration, RemembersThePasskeyThatItAccepts) {
   ASSERT_TRUE(accepts(credential()));
-  const auto passkey = site_.verify(credential(), options_).passkey;
+  const auto passkey = site_.verify(answerWith(credential()), options_).passkey;
   EXPECT_EQ(passkey->credentialID, credential().credentialID);
   EXPECT_EQ(passkey->userHandle, bytes({1}));
   EXPECT_EQ(passkey->signCount, 3U);

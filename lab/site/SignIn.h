@@ -31,26 +31,42 @@ struct EnrolledPasskey {
   RegisteredPasskey registered;
 };
 
+/// Reads a passkey as the sample host's event "ready" and jsonOf() write it. Throws
+/// std::runtime_error or std::invalid_argument that says what is wrong.
+[[nodiscard]] EnrolledPasskey readPasskey(const nlohmann::ordered_json& passkey);
+
+[[nodiscard]] nlohmann::ordered_json jsonOf(const EnrolledPasskey& passkey);
+
 /// The first passkey for the relying party in a sample host's event "ready".
 [[nodiscard]] std::optional<EnrolledPasskey> enrolledPasskey(const nlohmann::json& readyEvent,
                                                              std::string_view relyingParty);
 
-/// The call that asks for the sign-in. `identity` is not used with SignInMode::list.
-[[nodiscard]] Call signInCall(SignInMode mode, const RelyingParty& relyingParty,
-                              PasskeyCredentialIdentity identity);
+/// A sign-in that the system asks for.
+struct SignInRequest {
+  SignInMode mode = SignInMode::silent;
+  /// The passkey that the request names. Not used with SignInMode::list.
+  PasskeyCredentialIdentity identity;
+  /// What the relying party knows of the passkey that must sign.
+  std::optional<RegisteredPasskey> registered;
+  /// Those that it accepts; any if empty. Used with SignInMode::list only.
+  // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
+  std::vector<Data> allowedCredentials = {};
+};
 
-/// The result of a sign-in, and what the relying party found; no findings if there was no
-/// credential.
+/// The call that asks for the sign-in.
+[[nodiscard]] Call signInCall(const RelyingParty& relyingParty, const SignInRequest& request);
+
+/// The result of a sign-in, and what was found about the host's answer; no findings if none came.
 struct SignInResult {
   CallResult call;
   FindingList findings;
 
-  [[nodiscard]] bool verified() const { return !findings.empty() && isVerified(findings); }
+  [[nodiscard]] bool verified() const {
+    return std::holds_alternative<CompletedAssertion>(call.outcome) && isVerified(findings);
+  }
 };
 
-[[nodiscard]] SignInResult signIn(CallRunner& runner, SignInMode mode,
-                                  const RelyingParty& relyingParty,
-                                  const PasskeyCredentialIdentity& identity,
-                                  const std::optional<RegisteredPasskey>& registered);
+[[nodiscard]] SignInResult signIn(CallRunner& runner, const RelyingParty& relyingParty,
+                                  const SignInRequest& request);
 
 }  // namespace korvan::lab

@@ -9,6 +9,7 @@
 
 #include "lab/host/SigningKey.h"
 #include "lab/support/Base64Url.h"
+#include "lab/support/Bytes_testing.h"
 #include "lab/system/RecordingController_testing.h"
 
 namespace korvan::lab {
@@ -21,14 +22,18 @@ class SignInTest : public testing::Test {
     auto controller = std::make_shared<RecordingController>();
     PasskeyCredentialIdentity identity;
     identity.recordIdentifier = "record";
-    signInCall(mode, site_, identity).invoke(*controller);
+    signInCall(site_, {.mode = mode,
+                       .identity = identity,
+                       .registered = std::nullopt,
+                       .allowedCredentials = {bytes({1}), bytes({2})}})
+        .invoke(*controller);
     return controller;
   }
 
   RelyingParty site_{"example.com", RelyingParty::UserVerification::required};
 };
 
-TEST_F(SignInTest, AsksForTheKnownPasskeyOnTheTwoRoadsThatKnowIt) {
+TEST_F(SignInTest, AsksForTheKnownPasskeyUnlessTheUserChooses) {
   for (const auto& [mode, name] : {std::pair(SignInMode::silent, "silent assertion"),
                                    std::pair(SignInMode::interactive, "interactive assertion")}) {
     const auto controller = called(mode);
@@ -41,12 +46,12 @@ TEST_F(SignInTest, AsksForTheKnownPasskeyOnTheTwoRoadsThatKnowIt) {
   }
 }
 
-TEST_F(SignInTest, AsksForAnyPasskeyOfTheSiteOnTheListRoad) {
+TEST_F(SignInTest, AsksForAnAllowedPasskeyOfTheSiteFromTheList) {
   const auto parameters = called(SignInMode::list)->parameters;
   ASSERT_NE(parameters, nullptr);
   EXPECT_EQ(parameters->relyingPartyIdentifier, "example.com");
   EXPECT_EQ(parameters->clientDataHash, site_.clientDataHash());
-  EXPECT_TRUE(parameters->allowedCredentials->empty());
+  EXPECT_EQ(parameters->allowedCredentials, (std::vector<Data>{bytes({1}), bytes({2})}));
 }
 
 TEST(EnrolledPasskey, IsTheFirstOfTheSiteThatTheHostTellsOf) {
@@ -68,6 +73,7 @@ TEST(EnrolledPasskey, IsTheFirstOfTheSiteThatTheHostTellsOf) {
   EXPECT_EQ(passkey->identity.userName, "alice");
   EXPECT_EQ(passkey->registered.signCount, 1U);
   EXPECT_EQ(passkey->registered.credentialID, passkey->identity.credentialID);
+  EXPECT_EQ(passkey->registered.relyingParty, "example.com");
   EXPECT_FALSE(enrolledPasskey(event, "example.net").has_value());
 }
 

@@ -21,14 +21,14 @@ Time now() { return std::chrono::steady_clock::now(); }
 
 /// The objects of one request, and the services that refer to them.
 struct Session {
-  Session(LabPlatform& platform, NoticeMode noticeMode, bool listens)
+  Session(LabPlatform& platform, NoticeMode noticeMode)
       : screen(makeScreen(noticeMode)),
         tap(platform.localSockets),
         services{.appGroupContainers = platform.appGroupContainers,
                  .clock = platform.clock,
                  .codeSigning = platform.codeSigning,
                  .extensionContext = context,
-                 .localSockets = listens ? static_cast<LocalSockets&>(tap) : platform.localSockets,
+                 .localSockets = tap,
                  .localizedStrings = platform.localizedStrings,
                  .operatingSystem = platform.operatingSystem,
                  .propertyLists = platform.propertyLists,
@@ -84,12 +84,10 @@ End endOf(const Call& call, CredentialProviderViewController& controller, Sessio
 }  // namespace
 
 CallRunner::CallRunner(const LabSettings& settings)
-    : platform_(settings),
-      noticeMode_(settings.noticeMode),
-      recordsMessages_(settings.recordsMessages) {}
+    : platform_(settings), noticeMode_(settings.noticeMode) {}
 
 CallResult CallRunner::run(const Call& call) {
-  const auto session = std::make_shared<Session>(platform_, noticeMode_, recordsMessages_);
+  const auto session = std::make_shared<Session>(platform_, noticeMode_);
   const auto controller = std::make_shared<CredentialProviderViewController>(
       std::shared_ptr<const Services>(session, &session->services));
   const Time start = now();

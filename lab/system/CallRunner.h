@@ -24,7 +24,6 @@ class CallRunner {
  private:
   LabPlatform platform_;
   const NoticeMode noticeMode_;
-  const bool recordsMessages_;
 };
 
 }  // namespace korvan::lab

