@@ -16,4 +16,10 @@ std::string_view nameOf(Outcome outcome) noexcept {
   return "";
 }
 
+Result blockedBy(std::string_view failedCheck) {
+  Result result = skipped(std::string(failedCheck) + " failed");
+  result.because = failedCheck;
+  return result;
+}
+
 }  // namespace korvan::lab::check

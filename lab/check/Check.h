@@ -20,16 +20,18 @@ enum class Outcome : std::uint8_t { passed, failed, warned, skipped };
 /// The words for people on a check's outcome. Those that do not apply are empty. They may hold what
 /// the host sent as it came: the reports make control characters visible.
 struct Findings {
-  std::string sent;
-  std::string got;
-  std::string wanted;
+  std::string sent = {};
+  std::string got = {};
+  std::string wanted = {};
   /// The mistake that the host probably makes; of a skipped check, why it did not run.
-  std::string hint;
+  std::string hint = {};
 };
 
 struct Result {
   Outcome outcome = Outcome::passed;
-  Findings findings;
+  Findings findings = {};
+  /// The failed check that made this one pointless, and so all that come after this one.
+  std::string_view because = {};
 };
 
 [[nodiscard]] inline Result passed() { return {}; }
@@ -43,6 +45,8 @@ struct Result {
   return {.outcome = Outcome::skipped,
           .findings = {.sent = {}, .got = {}, .wanted = {}, .hint = std::move(why)}};
 }
+/// A check finds out itself that it is pointless after the failure of another.
+[[nodiscard]] Result blockedBy(std::string_view failedCheck);
 
 /// Ends a check from within a helper, with any outcome.
 class CheckEnd : public std::exception {
@@ -69,9 +73,9 @@ struct Check {
   std::string_view name;
   /// What passes, as a short sentence for people.
   std::string_view passes;
-  std::vector<Need> needs;
+  std::vector<Need> needs = {};
   /// Checks that must not have failed before, because this one would only fail for their reason.
-  std::vector<std::string_view> after;
+  std::vector<std::string_view> after = {};
   /// The heading in docs/host-protocol.md that tells what is right.
   std::string_view see;
   /// May throw a CheckEnd. Another exception means that the check itself could not be made.

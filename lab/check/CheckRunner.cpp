@@ -45,10 +45,10 @@ class Run {
     const auto start = Clock::now();
     context_.waits().restart();
     CheckRecord record{.check = &check, .result = {}, .duration = {}, .programErrors = {}};
-    if (auto why = reasonToSkip(check)) {
-      record.result = skipped(*std::move(why));
-    } else {
-      record.result = result(check);
+    const auto reason = reasonToSkip(check);
+    record.result = reason ? *reason : result(check);
+    if (!record.result.because.empty()) {
+      failures_[check.name] = record.result.because;
     }
     record.duration = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
     const std::string errors = context_.hasProgram() ? context_.program().newErrors() : "";
@@ -69,27 +69,24 @@ class Run {
     } catch (const CheckEnd& end) {
       return end.result();
     } catch (const std::exception& error) {
-      return failed(
-          {.sent = {}, .got = error.what(), .wanted = {}, .hint = "the check could not be made"});
+      return failed({.got = error.what(), .hint = "the check could not be made"});
     }
   }
 
-  std::optional<std::string> reasonToSkip(const Check& check) {
+  std::optional<Result> reasonToSkip(const Check& check) {
     for (const std::string_view earlier : check.after) {
       if (const auto failure = failures_.find(earlier); failure != failures_.end()) {
-        const std::string_view root = failure->second;
-        failures_[check.name] = root;
-        return std::string(root) + " failed";
+        return blockedBy(failure->second);
       }
     }
     if (needs(check, Need::program) && !context_.hasProgram()) {
-      return "needs --launch";
+      return skipped("needs --launch");
     }
     if (needs(check, Need::person) && !context_.settings().attended) {
-      return "needs a person, whom --unattended leaves out";
+      return skipped("needs a person, whom --unattended leaves out");
     }
     if (gone_ && (needs(check, Need::host) || needs(check, Need::passkey))) {
-      return "nobody listens since " + std::string(*gone_);
+      return skipped("nobody listens since " + std::string(*gone_));
     }
     return std::nullopt;
   }

@@ -40,8 +40,7 @@ Connection::Connection(const std::string& path, const Waits& waits)
     return error != EAGAIN;
   };
   if (!waits_.until(connects, "the host to accept connections") || error != 0) {
-    throw CheckEnd(failed({.sent = {},
-                           .got = "connecting to " + path + ": " + textOf(error),
+    throw CheckEnd(failed({.got = "connecting to " + path + ": " + textOf(error),
                            .wanted = "a host that listens there",
                            .hint = error == EAGAIN ? "nobody calls accept()" : "nobody listens"}));
   }

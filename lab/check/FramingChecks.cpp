@@ -1,5 +1,12 @@
 #include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <span>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "channel/ProviderFrame.h"
 #include "lab/check/Catalog.h"
@@ -9,41 +16,291 @@
 namespace korvan::lab::check {
 namespace {
 
-Result answerOk(CheckContext& context) {
-  const ProviderMessage request = synchronizeRequest(context.settings().attended);
-  const ProviderMessage answer = context.exchange(request);
-  const auto fail = [&](const std::string& got) {
-    return failed({.sent = context.described(request),
-                   .got = context.described(answer),
-                   .wanted = "ok, true or false",
-                   .hint = "ok is " + got + "; it must be a boolean"});
-  };
-  const PropertyListValue* const ok = valueForKey(answer, provider_message_key::ok);
-  if (ok == nullptr) {
-    return fail("missing");
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr std::size_t PrefixSize = ProviderFramePrefix().size();
+
+// All but the last check judge one recorded answer.
+
+const std::vector<std::uint8_t>& answerOf(CheckContext& context) {
+  return context.synchronizeRecord().answer;
+}
+
+Result fail(CheckContext& context, std::string got, std::string wanted, std::string hint) {
+  return failed({.sent = context.described(synchronizeRequest(context.settings().attended)),
+                 .got = std::move(got),
+                 .wanted = std::move(wanted),
+                 .hint = std::move(hint)});
+}
+
+std::uint64_t bigEndian(Bytes bytes) {
+  std::uint64_t number = 0;
+  for (const std::uint8_t byte : bytes) {
+    number = (number << 8U) | byte;
   }
-  if (ok->boolean()) {
+  return number;
+}
+
+std::uint64_t littleEndian(Bytes bytes) {
+  const std::vector<std::uint8_t> reversed(bytes.rbegin(), bytes.rend());
+  return bigEndian(reversed);
+}
+
+std::string hexadecimal(Bytes bytes) {
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    std::array<char, 4> digits{};
+    std::snprintf(digits.data(), digits.size(), "%02x", byte);
+    text += (text.empty() ? "" : " ") + std::string(digits.data());
+  }
+  return text;
+}
+
+bool startsWith(Bytes bytes, std::string_view text) {
+  return bytes.size() >= text.size() && std::equal(text.begin(), text.end(), bytes.begin());
+}
+
+/// The size in the answer's first four bytes, and that of what follows.
+struct Sizes {
+  std::uint64_t announced;
+  std::uint64_t sent;
+};
+
+Sizes sizesOf(const std::vector<std::uint8_t>& answer) {
+  const Bytes bytes = answer;
+  return {.announced = bigEndian(bytes.first(std::min(PrefixSize, bytes.size()))),
+          .sent = bytes.size() - std::min(PrefixSize, bytes.size())};
+}
+
+Result frameEarly(CheckContext& context) {
+  const auto& early = context.synchronizeRecord().early;
+  return early.empty() ? passed()
+                       : fail(context, described(early), "nothing before the request",
+                              "sent before the request: " + described(early));
+}
+
+Result frameAnswer(CheckContext& context) {
+  const SynchronizeRecord& record = context.synchronizeRecord();
+  if (!record.answer.empty()) {
     return passed();
   }
-  if (const auto integer = ok->integer()) {
-    return fail("the integer " + std::to_string(*integer));
+  switch (record.ending) {
+    case Ending::timedOut:
+      return fail(context, "nothing within the timeout", "an answer",
+                  "no answer: does the host wait for the end of the stream, or for a second "
+                  "request?");
+    case Ending::reset:
+      return fail(context, "a reset connection", "an answer",
+                  "closed without having read the request");
+    default:
+      return fail(context, "a connection that was closed without a byte", "an answer",
+                  "closed without an answer: did the host fail?");
   }
-  if (const Text* const text = ok->text()) {
-    return fail("the text " + std::string(text->view()));
+}
+
+Result frameOrder(CheckContext& context) {
+  const auto& answer = answerOf(context);
+  const auto [announced, sent] = sizesOf(answer);
+  const Bytes prefix = Bytes(answer).first(std::min(PrefixSize, answer.size()));
+  if (announced == sent || littleEndian(prefix) != sent || sent == 0) {
+    return passed();
   }
-  return fail("of another kind");
+  const std::string number = std::to_string(sent);
+  return fail(context, hexadecimal(prefix), "the size " + number + ", big-endian",
+              hexadecimal(prefix) + " is " + number + " with its bytes reversed");
+}
+
+/// The other meanings that people give to the size.
+std::string hintOnMeaning(Bytes answer, const Sizes& sizes) {
+  constexpr std::size_t TwoBytes = 2;
+  constexpr std::size_t EightBytes = 8;
+  for (const std::string_view start : {"bplist00", "<?xml", "<plist", "<!DOCTYPE", "{", "["}) {
+    if (startsWith(answer, start)) {
+      return "no size: the answer begins with " + std::string(start);
+    }
+  }
+  if (answer.size() > EightBytes &&
+      (bigEndian(answer.first(EightBytes)) == answer.size() - EightBytes ||
+       littleEndian(answer.first(EightBytes)) == answer.size() - EightBytes)) {
+    return "an eight-byte size; it has four";
+  }
+  if (answer.size() > TwoBytes &&
+      (bigEndian(answer.first(TwoBytes)) == answer.size() - TwoBytes ||
+       littleEndian(answer.first(TwoBytes)) == answer.size() - TwoBytes)) {
+    return "a two-byte size; it has four";
+  }
+  const std::string numbers =
+      "announced " + std::to_string(sizes.announced) + ", sent " + std::to_string(sizes.sent);
+  return sizes.announced == sizes.sent + PrefixSize ? numbers + ": the four are not counted"
+                                                    : numbers;
+}
+
+Result frameMeaning(CheckContext& context) {
+  const auto& answer = answerOf(context);
+  const Sizes sizes = sizesOf(answer);
+  const std::string hint = hintOnMeaning(answer, sizes);
+  const bool announcesTooMuch =
+      sizes.announced > sizes.sent && isValidProviderMessageSize(sizes.announced);
+  if (hint.starts_with("announced") && !announcesTooMuch) {
+    // Exactly the body's; or frame.bounds and frame.rest say what it is.
+    return passed();
+  }
+  return fail(context, described(answer), "the size of the body in four bytes, and the body", hint);
+}
+
+Result frameBounds(CheckContext& context) {
+  const std::uint64_t announced = sizesOf(answerOf(context)).announced;
+  const std::string number = std::to_string(announced);
+  return isValidProviderMessageSize(announced)
+             ? passed()
+             : fail(context, "the size " + number, "1 to 4194304",
+                    "announced " + number + ": the extension takes 1 to 4194304");
+}
+
+/// What follows the frame.
+Bytes restOf(const std::vector<std::uint8_t>& answer) {
+  const Sizes sizes = sizesOf(answer);
+  return sizes.sent > sizes.announced ? Bytes(answer).subspan(PrefixSize + sizes.announced)
+                                      : Bytes();
+}
+
+Result frameRest(CheckContext& context) {
+  const Bytes rest = restOf(answerOf(context));
+  if (rest.empty()) {
+    return passed();
+  }
+  const std::string count = std::to_string(rest.size());
+  const std::string what =
+      std::ranges::all_of(rest, [](std::uint8_t each) { return each == '\n' || each == '\r'; })
+          ? " (an end of a line)"
+          : "";
+  return fail(context, described(rest) + " after the body", "nothing after the body",
+              count + (rest.size() == 1 ? " byte" : " bytes") + " after the body" + what);
+}
+
+Result frameClose(CheckContext& context) {
+  switch (context.synchronizeRecord().ending) {
+    case Ending::timedOut:
+      return fail(context, "a connection that is still open a second after the answer",
+                  "a closed connection", "still open: close it (does a child or a copy hold it?)");
+    case Ending::reset:
+      return fail(context, "a reset connection", "a closed connection",
+                  "closed with bytes of the request unread");
+    default:
+      return passed();
+  }
+}
+
+Data bodyOf(CheckContext& context) {
+  const auto& answer = answerOf(context);
+  const Bytes body = Bytes(answer).subspan(PrefixSize);
+  return Data::copyOf(body.first(body.size() - restOf(answer).size()));
+}
+
+bool isKeyedArchive(const PropertyListValue& value) {
+  return value.dictionary() != nullptr && valueForKey(*value.dictionary(), "$archiver") != nullptr;
+}
+
+Result bodyBinary(CheckContext& context) {
+  const Data body = bodyOf(context);
+  const auto decoded = context.propertyLists().decode(body);
+  std::string hint;
+  if (startsWith(body.bytes(), "bplist")) {
+    if (!decoded) {
+      hint =
+          "a damaged one: " + decoded.error().localizedDescription.value_or("no reason is known");
+    } else if (isKeyedArchive(*decoded)) {
+      hint = "a keyed archive; write the plain dictionary instead";
+    } else {
+      return passed();
+    }
+  } else if (decoded && startsWith(body.bytes(), "<")) {
+    hint = "an XML property list; write the binary format";
+  } else if (startsWith(body.bytes(), "{\"") || startsWith(body.bytes(), "[")) {
+    hint = "JSON; write a binary property list";
+  } else {
+    hint =
+        decoded ? "a property list in another format; write the binary one" : "not a property list";
+  }
+  return fail(context, described(body.bytes()), "a binary property list", hint);
+}
+
+std::string_view kindOf(const PropertyListValue& value) {
+  if (value.array() != nullptr) {
+    return "an array";
+  }
+  if (value.text() != nullptr) {
+    return "a text";
+  }
+  if (value.data() != nullptr) {
+    return "data";
+  }
+  if (value.boolean()) {
+    return "a boolean";
+  }
+  return value.integer() || value.real() ? "a number" : "something else";
+}
+
+Result bodyDictionary(CheckContext& context) {
+  const Data body = bodyOf(context);
+  const auto decoded = context.propertyLists().decode(body);
+  if (!decoded || isKeyedArchive(*decoded)) {
+    return blockedBy("body.binary");
+  }
+  const std::string kind(kindOf(*decoded));
+  return decoded->dictionary() != nullptr
+             ? passed()
+             : fail(context, kind + ": " + described(body.bytes()), "a dictionary",
+                    "the body is " + kind + "; wrap the answer in a dictionary");
+}
+
+Result answerOk(CheckContext& context) {
+  const ProviderMessage answer = context.exchange(synchronizeRequest(context.settings().attended));
+  const PropertyListValue* const ok = valueForKey(answer, provider_message_key::ok);
+  std::string kind = "missing";
+  if (ok != nullptr) {
+    if (ok->boolean()) {
+      return passed();
+    }
+    const Text* const text = ok->text();
+    const auto integer = ok->integer();
+    kind = integer           ? "the integer " + std::to_string(*integer)
+           : text != nullptr ? "the text " + std::string(text->view())
+                             : std::string(kindOf(*ok));
+  }
+  return fail(context, context.described(answer), "ok, true or false",
+              "ok is " + kind + "; it must be a boolean");
+}
+
+Check check(std::string_view name, std::string_view passes, std::vector<std::string_view> after,
+            std::string_view see, Result (*run)(CheckContext&)) {
+  return {.name = name,
+          .passes = passes,
+          .needs = {Need::host},
+          .after = std::move(after),
+          .see = see,
+          .run = run};
 }
 
 }  // namespace
 
 std::vector<Check> framingChecks() {
   return {
-      {.name = "answer.ok",
-       .passes = "an answer's ok is a boolean",
-       .needs = {Need::host},
-       .after = {"container.exists"},
-       .see = "answers",
-       .run = answerOk},
+      check("frame.early", "the host says nothing before the request", {"socket.accepts"},
+            "the-socket", frameEarly),
+      check("frame.answer", "a request is answered", {"socket.accepts"}, "frames", frameAnswer),
+      check("frame.order", "the size is big-endian", {"frame.answer"}, "frames", frameOrder),
+      check("frame.meaning", "the size is the body's, in four bytes", {"frame.order"}, "frames",
+            frameMeaning),
+      check("frame.bounds", "the size is 1 to 4194304", {"frame.meaning"}, "frames", frameBounds),
+      check("frame.rest", "nothing follows the body", {"frame.bounds"}, "frames", frameRest),
+      check("frame.close", "the host closes within a second of the answer", {"frame.answer"},
+            "the-socket", frameClose),
+      check("body.binary", "the body is a binary property list", {"frame.bounds"}, "bodies",
+            bodyBinary),
+      check("body.dictionary", "it is a dictionary", {"frame.bounds"}, "bodies", bodyDictionary),
+      check("answer.ok", "its ok is a boolean", {"frame.early", "body.dictionary"}, "answers",
+            answerOk),
   };
 }
 

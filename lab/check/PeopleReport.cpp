@@ -54,7 +54,8 @@ void PeopleReport::begin(const Check& check, std::size_t done, std::size_t all) 
 
 void PeopleReport::end(const CheckRecord& record) {
   clearProgress();
-  const auto& [outcome, findings] = record.result;
+  const Outcome outcome = record.result.outcome;
+  const Findings& findings = record.result.findings;
   out_ << markOf(outcome) << ' ' << record.check->name;
   if (outcome == Outcome::skipped) {
     out_ << " (" << visibleText(findings.hint) << ")\n";

@@ -1,7 +1,179 @@
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <expected>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "channel/HostIdentifiers.h"
+#include "channel/PeerVerification.h"
 #include "lab/check/Catalog.h"
+#include "lab/check/CheckContext.h"
+#include "lab/check/Peer.h"
+#include "lab/check/SignatureFile.h"
+#include "lab/check/SocketTable.h"
 
 namespace korvan::lab::check {
+namespace {
 
-std::vector<Check> signatureChecks() { return {}; }
+namespace fs = std::filesystem;
+
+Result failedWith(std::string got, std::string wanted, std::string hint) {
+  return failed({.got = std::move(got), .wanted = std::move(wanted), .hint = std::move(hint)});
+}
+
+/// A file that the program was started with, or by, and that has a signature of its own.
+std::string signedByMistake(const Peer& peer) {
+  for (const std::string& word : commandOf(peer.process)) {
+    std::error_code error;
+    const fs::path file = fs::path("/proc/" + std::to_string(peer.process)) / "cwd" / word;
+    if (word != peer.executable && fs::exists(file.string() + ".p7s", error)) {
+      return word;
+    }
+  }
+  return {};
+}
+
+Result present(CheckContext& context) {
+  const Peer peer = peerOf(context);
+  const std::string file = peer.executable + ".p7s";
+  if (fs::exists(file)) {
+    return passed();
+  }
+  const std::string mistaken = signedByMistake(peer);
+  return failedWith(
+      "no " + file, "the signature of the program that runs, beside it",
+      mistaken.empty()
+          ? "no " + file + ": sign the program with tools/sign-executable"
+          : "you signed " + mistaken + ", a script or a link; what runs is " + peer.executable);
+}
+
+/// The signature of the program that listens. Throws a CheckEnd that names signature.bytes when it
+/// cannot be read, so that the checks of what is in it need not look.
+SignatureFacts factsOf(const CheckContext& context) {
+  auto facts = readSignature(peerOf(context).executable, context.settings().trustAnchorPem);
+  if (!facts) {
+    throw CheckEnd(blockedBy("signature.bytes"));
+  }
+  return *std::move(facts);
+}
+
+Result bytes(CheckContext& context) {
+  const auto facts = readSignature(peerOf(context).executable, context.settings().trustAnchorPem);
+  return facts
+             ? passed()
+             : failedWith(facts.error(), "a detached CMS signature in DER, of the program's bytes",
+                          facts.error());
+}
+
+Result running(CheckContext& context) {
+  const Peer peer = peerOf(context);
+  return peer.replaced
+             ? failedWith("another file at " + peer.executable, "the one that runs",
+                          peer.executable + " was replaced while running: start the host again")
+             : passed();
+}
+
+Result anchor(CheckContext& context) {
+  const SignatureFacts facts = factsOf(context);
+  return facts.isAnchored ? passed()
+                          : failedWith("a certificate issued by " + facts.issuer,
+                                       "a chain that ends in " + facts.anchor,
+                                       "issued by " + facts.issuer + ", but the trust anchor is " +
+                                           facts.anchor + "; name yours with --trust-anchor");
+}
+
+Result sameName(const std::optional<std::string>& got, std::string_view wanted,
+                const std::string& attribute) {
+  if (got == wanted) {
+    return passed();
+  }
+  const std::string value = got ? attribute + " " + *got : "no single " + attribute;
+  return failedWith(value, attribute + " " + std::string(wanted),
+                    "the certificate has " + value + ", this build of the extension wants " +
+                        std::string(wanted));
+}
+
+Result team(CheckContext& context) {
+  return sameName(factsOf(context).organizationalUnit, HostTeamIdentifier, "OU");
+}
+
+Result identifier(CheckContext& context) {
+  return sameName(factsOf(context).commonName, HostBundleIdentifier, "CN");
+}
+
+std::string dateOf(std::time_t time) {
+  std::tm parts{};
+  ::gmtime_r(&time, &parts);
+  std::array<char, 32> text{};
+  std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M UTC", &parts);
+  return text.data();
+}
+
+Result validity(CheckContext& context) {
+  constexpr std::time_t Week = std::chrono::seconds(std::chrono::weeks(1)).count();
+  const SignatureFacts facts = factsOf(context);
+  const std::time_t now = std::time(nullptr);
+  Findings findings{
+      .got = "valid from " + dateOf(facts.validFrom) + " until " + dateOf(facts.validUntil),
+      .wanted = "a certificate that is valid now, " + dateOf(now),
+      .hint = "expired at " + dateOf(facts.validUntil) + ": sign again"};
+  if (now > facts.validUntil) {
+    return failed(findings);
+  }
+  if (now < facts.validFrom) {
+    findings.hint = "not valid before " + dateOf(facts.validFrom) + ": is a clock wrong?";
+    return failed(findings);
+  }
+  if (facts.validUntil - now < Week) {
+    findings.hint = "expires soon, at " + dateOf(facts.validUntil);
+    return warned(findings);
+  }
+  return passed();
+}
+
+Result accepted(CheckContext& context) {
+  const Connection connection = context.connect();
+  const PeerVerdict verdict = verifyPeer(context.sockets(), context.codeSigning(),
+                                         connection.descriptor(), AcceptedHostIdentifiers);
+  if (verdict.matchedIdentifier) {
+    return passed();
+  }
+  const std::string why = verdict.error->localizedDescription().value_or("no reason is known");
+  return failedWith(why, "a host that the extension trusts", why);
+}
+
+Check check(std::string_view name, std::string_view passes, std::vector<std::string_view> after,
+            Result (*run)(CheckContext&)) {
+  return {.name = name,
+          .passes = passes,
+          .needs = {Need::host},
+          .after = std::move(after),
+          .see = "whom-the-extension-trusts",
+          .run = run};
+}
+
+}  // namespace
+
+std::vector<Check> signatureChecks() {
+  return {
+      check("signature.present", "a .p7s file is beside the program that runs",
+            {"socket.kind", "peer.listener"}, present),
+      check("signature.bytes", "it is a signature of the program's bytes on the disk",
+            {"signature.present"}, bytes),
+      check("signature.running", "the program on the disk is the one that runs",
+            {"socket.kind", "peer.listener"}, running),
+      check("signature.anchor", "its chain ends in the trust anchor", {"signature.bytes"}, anchor),
+      check("signature.team", "its OU is the build's team", {"signature.bytes"}, team),
+      check("signature.identifier", "its CN is the build's identifier of the host",
+            {"signature.bytes"}, identifier),
+      check("signature.validity", "its certificate is valid now", {"signature.bytes"}, validity),
+      check("signature.accepted", "the extension trusts the host",
+            {"peer.user", "signature.bytes", "signature.running", "signature.anchor",
+             "signature.team", "signature.identifier", "signature.validity"},
+            accepted),
+  };
+}
 
 }  // namespace korvan::lab::check

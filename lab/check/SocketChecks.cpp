@@ -1,17 +1,26 @@
-#include <cstring>
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
+#include <pwd.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "lab/check/Catalog.h"
 #include "lab/check/CheckContext.h"
+#include "lab/check/Peer.h"
+#include "lab/check/SocketTable.h"
 
 namespace korvan::lab::check {
 namespace {
 
 namespace fs = std::filesystem;
+
+std::string textOf(int error) { return std::generic_category().message(error); }
 
 std::string octal(mode_t mode) {
   constexpr unsigned BitsPerDigit = 3;
@@ -29,8 +38,7 @@ Result containerExists(CheckContext& context) {
   if (::lstat(container.c_str(), &status) == 0) {
     return passed();
   }
-  return failed({.sent = {},
-                 .got = container.string() + ": " + std::strerror(errno),
+  return failed({.got = container.string() + ": " + textOf(errno),
                  .wanted = "the directory of the app group",
                  .hint = container.string() + " does not exist; is that a typing error?"});
 }
@@ -40,10 +48,8 @@ Result containerMode(CheckContext& context) {
   struct stat status{};
   ::lstat(container.c_str(), &status);
   const auto fail = [](const std::string& got, const std::string& hint) {
-    return failed({.sent = {},
-                   .got = got,
-                   .wanted = "a directory of this user, no link, with mode 0700",
-                   .hint = hint});
+    return failed(
+        {.got = got, .wanted = "a directory of this user, no link, with mode 0700", .hint = hint});
   };
   if (S_ISLNK(status.st_mode)) {
     return fail("a symbolic link", container + " is a symbolic link: name the directory itself");
@@ -62,22 +68,196 @@ Result containerMode(CheckContext& context) {
   return passed();
 }
 
+std::string_view kindOf(mode_t mode) {
+  if (S_ISREG(mode)) {
+    return "a regular file";
+  }
+  return S_ISDIR(mode) ? "a directory" : "something that is not a socket";
+}
+
+/// The names of sockets in the container, since a host may have chosen another name.
+std::vector<std::string> socketNamesIn(const fs::path& container) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(container, error)) {
+    if (entry.is_socket(error)) {
+      names.push_back(entry.path().filename());
+    }
+  }
+  return names;
+}
+
+std::string hintOnMissingSocket(CheckContext& context) {
+  if (const auto names = socketNamesIn(context.settings().container); !names.empty()) {
+    return "there is " + names.front() + ", but no acp.sock";
+  }
+  return context.hasProgram()
+             ? "the program " + context.program().ending() + ", and has made no socket"
+             : "no host listens here; start it, or name it with --launch";
+}
+
+Result socketPresent(CheckContext& context) {
+  struct stat status{};
+  if (::stat(context.socketPath().c_str(), &status) != 0) {
+    return failed({.got = context.socketPath() + ": " + textOf(errno),
+                   .wanted = "a socket",
+                   .hint = hintOnMissingSocket(context)});
+  }
+  if (S_ISSOCK(status.st_mode)) {
+    return passed();
+  }
+  const std::string kind(kindOf(status.st_mode));
+  return failed({.got = kind,
+                 .wanted = "a socket",
+                 .hint = kind + " is in its place: " + context.socketPath()});
+}
+
+Result socketPath(CheckContext& context) {
+  const std::size_t size = context.socketPath().size();
+  if (size <= LocalSockets::MaxPathSize) {
+    return passed();
+  }
+  return failed({.got = std::to_string(size) + " bytes: " + context.socketPath(),
+                 .wanted = "at most " + std::to_string(LocalSockets::MaxPathSize) + " bytes",
+                 .hint = "the path has " + std::to_string(size) +
+                         " bytes: macOS takes no longer one than 103"});
+}
+
+/// What connecting with a socket of this type comes to, as an `errno` value.
+int connectError(const std::string& path, int type) {
+  const Descriptor socket(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  return LinuxLocalSockets().connect(socket.get(), path) == 0 ? 0 : errno;
+}
+
+std::string hintOnConnectError(const std::string& path, int error) {
+  if (error == ECONNREFUSED) {
+    return "a stale file: nobody listens";
+  }
+  if (error != EPROTOTYPE) {
+    return textOf(error);
+  }
+  return connectError(path, SOCK_DGRAM) == 0 ? "a datagram socket: make it with SOCK_STREAM"
+                                             : "a SOCK_SEQPACKET socket: make it with SOCK_STREAM";
+}
+
+Result socketKind(CheckContext& context) {
+  const int error = connectError(context.socketPath(), SOCK_STREAM);
+  // With a full queue it is a stream socket that somebody listens on; see socket.accepts.
+  if (error == 0 || error == EAGAIN) {
+    return passed();
+  }
+  return failed({.got = "connecting: " + textOf(error),
+                 .wanted = "a stream socket that accepts a connection",
+                 .hint = hintOnConnectError(context.socketPath(), error)});
+}
+
+Result socketAccepts(CheckContext& context) {
+  const Connection connection = context.connect();
+  const auto accepted = [&] {
+    return std::ranges::none_of(socketsAt(context.socketPath()),
+                                [](const SocketEntry& each) { return each.inode == 0; });
+  };
+  if (context.waits().until(accepted, "the host to accept a connection", std::chrono::seconds(1))) {
+    return passed();
+  }
+  return failed({.got = "a connection that waits to be accepted",
+                 .wanted = "accept() within a second",
+                 .hint = "connected, but nobody calls accept()"});
+}
+
+std::string nameOfUser(std::int64_t user) {
+  passwd entry{};
+  passwd* found = nullptr;
+  std::array<char, 16384> strings{};
+  ::getpwuid_r(static_cast<uid_t>(user), &entry, strings.data(), strings.size(), &found);
+  return (found == nullptr ? "" : std::string(entry.pw_name) + ", ") + std::to_string(user);
+}
+
+Result peerUser(CheckContext& context) {
+  const Peer peer = peerOf(context);
+  const std::int64_t user = context.sockets().getuid();
+  if (peer.user == user) {
+    return passed();
+  }
+  return failed({.got = "a listener of the user " + nameOfUser(peer.user),
+                 .wanted = "one of the user " + nameOfUser(user),
+                 .hint = "the host listens as the user " + nameOfUser(peer.user) +
+                         "; run it as the one whom the extension runs as"});
+}
+
+bool isSigned(const std::string& executable) { return fs::exists(executable + ".p7s"); }
+
+/// True when a signed program serves what another one listens on.
+bool isServedBySignedProgram(const CheckContext& context) {
+  for (const SocketEntry& socket : socketsAt(context.socketPath())) {
+    if (socket.listens && std::ranges::any_of(holdersOf(socket), [](pid_t each) {
+          return isSigned(executableOf(each));
+        })) {
+      return true;
+    }
+  }
+  return false;
+}
+
+Result peerListener(CheckContext& context) {
+  const Peer peer = peerOf(context);
+  if (!peer.executable.empty() &&
+      (isSigned(peer.executable) || !isServedBySignedProgram(context))) {
+    return passed();
+  }
+  const std::string who =
+      "process " + std::to_string(peer.process) +
+      (peer.executable.empty() ? ", which has ended," : ", " + peer.executable + ",");
+  return failed({.got = who + " called listen()",
+                 .wanted = "a listener that is the signed program",
+                 .hint = who + " made the socket; the signed program itself must bind and listen"});
+}
+
 }  // namespace
 
 std::vector<Check> socketChecks() {
   return {
       {.name = "container.exists",
        .passes = "the app group's container is there",
-       .needs = {},
-       .after = {},
        .see = "the-socket",
        .run = containerExists},
       {.name = "container.mode",
        .passes = "it is a directory of this user, no link, with mode 0700",
-       .needs = {},
        .after = {"container.exists"},
        .see = "the-socket",
        .run = containerMode},
+      {.name = "socket.present",
+       .passes = "acp.sock is a socket",
+       .after = {"container.exists"},
+       .see = "the-socket",
+       .run = socketPresent},
+      {.name = "socket.path",
+       .passes = "its path has at most 103 bytes",
+       .see = "the-socket",
+       .run = socketPath},
+      {.name = "socket.kind",
+       .passes = "it is a stream socket on which somebody listens",
+       .after = {"socket.present"},
+       .see = "the-socket",
+       .run = socketKind},
+      {.name = "socket.accepts",
+       .passes = "a connection is accepted within a second",
+       .needs = {Need::host},
+       .after = {"socket.kind"},
+       .see = "the-socket",
+       .run = socketAccepts},
+      {.name = "peer.user",
+       .passes = "the listener runs as this user",
+       .needs = {Need::host},
+       .after = {"socket.kind"},
+       .see = "whom-the-extension-trusts",
+       .run = peerUser},
+      {.name = "peer.listener",
+       .passes = "the process that listens is the signed program",
+       .needs = {Need::host},
+       .after = {"socket.kind", "peer.user"},
+       .see = "whom-the-extension-trusts",
+       .run = peerListener},
   };
 }
 

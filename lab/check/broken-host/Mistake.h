@@ -29,6 +29,10 @@ struct Mistake {
   std::vector<std::string_view> fails;
   /// Part of the hint of the first of them, or of the first warning where nothing fails.
   std::string_view hint;
+  /// The exit status of the run; by default 1 where something fails.
+  int status = 1;
+  /// Whether the host must be started by root.
+  bool asRoot = false;
   /// The checks that warn, and no others.
   std::vector<std::string_view> warns = {};
   /// Whether the run launches the host, and may start it again.

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <sys/types.h>
+
+#include "lab/check/CheckContext.h"
+
+namespace korvan::lab::check {
+
+/// Who listens, as the kernel recorded it when listen() was called.
+struct Peer {
+  std::int64_t user = -1;
+  pid_t process = -1;
+  /// The executable that runs, where it was when it was started; empty when the process has ended.
+  std::string executable;
+  /// Whether the file there is not the running one any more.
+  bool replaced = false;
+};
+
+/// Connects to find out. Throws a CheckEnd "failed" when nobody listens.
+[[nodiscard]] Peer peerOf(const CheckContext& context);
+
+}  // namespace korvan::lab::check
