@@ -94,7 +94,7 @@ std::string smallDictionaries() {
   const std::size_t count = Size / 13;
   std::vector<std::string> objects(count + 3, "\xD1" + references(1, 2, 3));
   objects[0] = counted(0xA0, count, references(3, count, 3));
-  objects[1] = "\x51k";
+  objects[1] = "Qk";
   objects[2] = "\x09";
   return binary(objects, 3);
 }
@@ -124,11 +124,12 @@ struct BinaryShape {
   std::string (*bytes)();
 };
 
+// NOLINTBEGIN(modernize-use-designated-initializers): they are tables.
 constexpr auto BinaryShapes = std::to_array<BinaryShape>({
     {"binary: references to one integer",
      [] { return binary({counted(0xA0, Size, std::string(Size, 1)), "\x10\x07"}, 1); }},
     {"binary: references to one key",
-     [] { return binary({counted(0xD0, Size / 2, std::string(Size, 1)), "\x51k"}, 1); }},
+     [] { return binary({counted(0xD0, Size / 2, std::string(Size, 1)), "Qk"}, 1); }},
     {"binary: references to one UTF-16 text",
      [] {
        return binary({counted(0xA0, Size / 2, std::string(Size / 2, 1)),
@@ -212,6 +213,7 @@ constexpr auto TextShapes = std::to_array<TextShape>({
     {"OpenStep: arrays inside one another", "", "(", ""},
     {"OpenStep: a comment that does not end", "/*", "/* ", ""},
 });
+// NOLINTEND(modernize-use-designated-initializers)
 
 /// Decodes the bytes in a child, prints the shape's line, and tells
 /// whether it is within bounds.

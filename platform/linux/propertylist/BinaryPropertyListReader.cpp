@@ -173,8 +173,7 @@ class BinaryReader {
     const std::uint64_t low = numberAt(contents + width - MaxWidth, MaxWidth);
     const auto number = static_cast<std::int64_t>(low);
     const std::uint64_t high = numberAt(contents, MaxWidth);
-    const bool isNegative = high == std::numeric_limits<std::uint64_t>::max() && number < 0;
-    if (width == MaxWidth || isNegative) {
+    if (width == MaxWidth || (high == std::numeric_limits<std::uint64_t>::max() && number < 0)) {
       return number;
     }
     require(high == 0, object.offset, "an integer does not fit in 64 bits");
