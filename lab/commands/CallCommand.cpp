@@ -29,6 +29,7 @@ docs/lab-calls.md lists every entry point, key and outcome.
   --host-application EXECUTABLE|none
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
+  --timeout SECONDS        gives up when the host takes longer; default: never
   --os-version VERSION     the macOS version to play; default: 15.0
   --notice press-ok|leave|terminal|window
                            what happens to the notice; default: press-ok. With

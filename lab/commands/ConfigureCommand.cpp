@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "lab/commands/CallWatch.h"
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"
@@ -28,6 +29,7 @@ Starts a sample host of its own unless you name one.
   --host-application EXECUTABLE|none
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
+  --timeout SECONDS        gives up when the host takes longer; default: never
   --help                   this page
 
 Exit status: 0 when the configuration was completed, otherwise 1.
@@ -40,6 +42,7 @@ bool configure(const LabSettings& settings) {
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Opening the extension's configuration");
   CallRunner runner(settings);
+  watch(runner);
   const CallResult result = runner.run(configurationCall());
   narrator.messages(runner.propertyLists(), result);
   const FindingList findings = judgeWireAnswer(runner.propertyLists(), result, false);

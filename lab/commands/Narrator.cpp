@@ -63,6 +63,9 @@ struct OutcomeSentence {
   std::string operator()(const Refused& refused) const {
     return "The entry point refused its arguments: " + refused.reason;
   }
+  std::string operator()(const TimedOut& timedOut) const {
+    return "Timed out: the host did not " + timedOut.waitedFor + " in time.";
+  }
 };
 
 }  // namespace

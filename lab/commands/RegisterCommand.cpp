@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "lab/commands/CallWatch.h"
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/PasskeyFile.h"
@@ -45,6 +46,7 @@ with it. Starts a sample host of its own unless you name one.
   --host-application EXECUTABLE|none
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
+  --timeout SECONDS        gives up when the host takes longer; default: never
   --help                   this page
 
 Exit status: 0 when the passkey and the sign-in were verified, otherwise 1.
@@ -128,6 +130,7 @@ bool signInAndTell(Narrator& narrator, CallRunner& runner, const RegisterOptions
 bool registerAndSignIn(const RegisterOptions& options, const LabSettings& settings) {
   Narrator narrator = Narrator::toStandardOutput();
   CallRunner runner(settings);
+  watch(runner);
   const RegistrationResult registration = registerAndTell(narrator, runner, options);
   if (registration.passkey && !options.saveFile.empty()) {
     savePasskey(*registration.passkey, options.saveFile);

@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "lab/commands/CallWatch.h"
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/SystemOptions.h"
@@ -38,6 +39,7 @@ host and reports about its passkey. KIND and its options:
   --host-application EXECUTABLE|none
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
+  --timeout SECONDS        gives up when the host takes longer; default: never
   --help                   this page
 
 IDs are base64url. Exit status: 0 when the report was sent to the host.
@@ -96,6 +98,7 @@ bool send(LabSettings settings, const Call& call) {
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Reporting to the extension");
   CallRunner runner(settings);
+  watch(runner);
   const CallResult result = runner.run(call);
   narrator.messages(runner.propertyLists(), result);
   narrator.result(result, judgeWireAnswer(runner.propertyLists(), result, true));

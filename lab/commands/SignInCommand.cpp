@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "lab/commands/CallWatch.h"
 #include "lab/commands/HostChoice.h"
 #include "lab/commands/Narrator.h"
 #include "lab/commands/PasskeyFile.h"
@@ -46,6 +47,7 @@ does. Starts a sample host of its own unless you name one.
   --host-application EXECUTABLE|none
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
+  --timeout SECONDS        gives up when the host takes longer; default: never
   --help                   this page
 
 Exit status: 0 when the sign-in was verified, otherwise 1.
@@ -132,6 +134,7 @@ bool signInWith(const SignInOptions& options, const LabSettings& settings,
     narrator.say("The request names no passkey, as the system's always do: --passkey names one.");
   }
   CallRunner runner(settings);
+  watch(runner);
   return tell(narrator, relyingParty, signIn(runner, relyingParty, request));
 }
 

@@ -1,5 +1,7 @@
 #include "lab/commands/SystemOptions.h"
 
+#include <charconv>
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -39,6 +41,23 @@ std::string flawOfTrustAnchor(const std::string& file) {
   }
 }
 
+constexpr double MostSeconds = 86'400;
+
+std::string flawOfTimeout(const std::string& text) {
+  double seconds = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  const bool isNumber = error == std::errc() && end == text.data() + text.size();
+  return isNumber && seconds > 0 && seconds <= MostSeconds
+             ? std::string()
+             : "\"" + text + "\" is not a number of seconds above 0 and up to 86400";
+}
+
+std::optional<std::chrono::milliseconds> timeoutFrom(const std::optional<double>& seconds) {
+  return seconds ? std::optional(std::chrono::ceil<std::chrono::milliseconds>(
+                       std::chrono::duration<double>(*seconds)))
+                 : std::nullopt;
+}
+
 }  // namespace
 
 void SystemOptions::addTo(CLI::App& command) {
@@ -46,13 +65,15 @@ void SystemOptions::addTo(CLI::App& command) {
   command.add_option("--host-application", hostApplication)->check(CLI::Validator(flawOfHost, ""));
   command.add_option("--trust-anchor", trustAnchorFile)
       ->check(CLI::Validator(flawOfTrustAnchor, ""));
+  command.add_option("--timeout", timeoutSeconds)->check(CLI::Validator(flawOfTimeout, ""));
 }
 
 LabSettings SystemOptions::settings() const {
   return {.container = given(container),
           .hostApplication = given(hostApplication),
           .trustAnchorPem =
-              trustAnchorFile.empty() ? std::string(TrustAnchorPem) : contentsOf(trustAnchorFile)};
+              trustAnchorFile.empty() ? std::string(TrustAnchorPem) : contentsOf(trustAnchorFile),
+          .timeout = timeoutFrom(timeoutSeconds)};
 }
 
 }  // namespace korvan::lab

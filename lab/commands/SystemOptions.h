@@ -16,6 +16,7 @@ struct SystemOptions {
   std::string container;
   std::string hostApplication;
   std::string trustAnchorFile;
+  std::optional<double> timeoutSeconds;
 
   void addTo(CLI::App& command);
 

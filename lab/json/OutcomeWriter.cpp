@@ -66,6 +66,9 @@ struct OutcomeJson {
   OrderedJson operator()(const Refused& refused) const {
     return {{"outcome", "exception"}, {"reason", refused.reason}};
   }
+  OrderedJson operator()(const TimedOut& timedOut) const {
+    return {{"outcome", "timedOut"}, {"waitedFor", timedOut.waitedFor}};
+  }
 };
 
 OrderedJson jsonOf(const PropertyListSerialization& propertyLists,

@@ -63,6 +63,8 @@ TEST_F(OutcomeWriterTest, WritesTheOtherOutcomes) {
   EXPECT_EQ(line(NoticePending()), R"({"outcome":"noticePending","milliseconds":1.235})");
   EXPECT_EQ(line(Returned()), R"({"outcome":"returned","milliseconds":1.235})");
   EXPECT_EQ(line(Refused{"nil"}), R"({"outcome":"exception","reason":"nil","milliseconds":1.235})");
+  EXPECT_EQ(line(TimedOut{"answer"}),
+            R"({"outcome":"timedOut","waitedFor":"answer","milliseconds":1.235})");
 }
 
 TEST_F(OutcomeWriterTest, WritesWhyALineIsNotACall) {

@@ -142,6 +142,7 @@ std::string kindOf(const Outcome& outcome) {
     std::string operator()(const NoticePending&) const { return "notice pending"; }
     std::string operator()(const Returned&) const { return "returned (a report)"; }
     std::string operator()(const Refused&) const { return "refused"; }
+    std::string operator()(const TimedOut&) const { return "timed out"; }
   };
   return std::visit(Kind(), outcome);
 }

@@ -6,6 +6,9 @@
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+
+#include <glib.h>
 
 #include "lab/system/LabExtensionContext.h"
 #include "lab/system/MessageTap.h"
@@ -44,6 +47,40 @@ struct Session {
 
 using End = LabExtensionContext::End;
 
+/// Asks every second, while it exists, what the main loop waits for, and tells each answer once.
+class WaitingTicks {
+ public:
+  /// Refers to both, which outlive it.
+  WaitingTicks(GMainContext* context, const Patience& patience,
+               const CallRunner::WaitingNotice& notice)
+      : patience_(patience), notice_(notice), source_(g_timeout_source_new(1000)) {
+    g_source_set_callback(source_, tick, this, nullptr);
+    g_source_attach(source_, context);
+  }
+  WaitingTicks(const WaitingTicks&) = delete;
+  WaitingTicks& operator=(const WaitingTicks&) = delete;
+  ~WaitingTicks() {
+    g_source_destroy(source_);
+    g_source_unref(source_);
+  }
+
+ private:
+  static gboolean tick(gpointer ticks) {
+    auto& self = *static_cast<WaitingTicks*>(ticks);
+    const std::string whatFor = self.patience_.waitsFor();
+    if (self.notice_ && whatFor != self.told_) {
+      self.told_ = whatFor;
+      self.notice_(whatFor);
+    }
+    return G_SOURCE_CONTINUE;
+  }
+
+  const Patience& patience_;
+  const CallRunner::WaitingNotice& notice_;
+  GSource* const source_;
+  std::string told_;
+};
+
 /// The outcome of an entry point whose work is done, after the user has answered the notice.
 End endOfRequest(Session& session, const CountedQueues& queues) {
   bool noticeShown = false;
@@ -69,14 +106,21 @@ End endOfRequest(Session& session, const CountedQueues& queues) {
 }
 
 End endOf(const Call& call, CredentialProviderViewController& controller, Session& session,
-          const CountedQueues& queues) {
+          LabPlatform& platform, const CallRunner::WaitingNotice& waitingNotice) {
+  const CountedQueues& queues = platform.queues;
   try {
     call.invoke(controller);
   } catch (const std::invalid_argument& refusal) {
     return {.outcome = Refused{refusal.what()}, .time = now()};
   }
   const Time returned = now();
-  queues.runUntilIdle();
+  {
+    const WaitingTicks ticks(platform.mainContext.get(), platform.patience, waitingNotice);
+    queues.runUntilIdle();
+  }
+  if (platform.patience.gaveUp()) {
+    return {.outcome = TimedOut{platform.patience.waitsFor()}, .time = now()};
+  }
   return call.isReport ? End{.outcome = Returned(), .time = returned}
                        : endOfRequest(session, queues);
 }
@@ -90,8 +134,9 @@ CallResult CallRunner::run(const Call& call) {
   const auto session = std::make_shared<Session>(platform_, noticeMode_);
   const auto controller = std::make_shared<CredentialProviderViewController>(
       std::shared_ptr<const Services>(session, &session->services));
+  platform_.patience.restart();
   const Time start = now();
-  const End end = endOf(call, *controller, *session, platform_.queues);
+  const End end = endOf(call, *controller, *session, platform_, waitingNotice_);
   return {.outcome = end.outcome,
           .milliseconds = std::chrono::duration<double, std::milli>(end.time - start).count(),
           .frames = session->tap.frames(),

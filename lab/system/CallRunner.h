@@ -1,5 +1,9 @@
 #pragma once
 
+#include <functional>
+#include <string>
+#include <utility>
+
 #include "lab/system/Call.h"
 #include "lab/system/LabPlatform.h"
 #include "lab/system/LabSettings.h"
@@ -13,6 +17,11 @@ class CallRunner {
   /// Throws std::invalid_argument when the settings' trust anchor is not a certificate.
   explicit CallRunner(const LabSettings& settings);
 
+  /// Says what a call waits for, after "Waiting for the host to ", when it has waited for a second
+  /// and whenever that changes later. Called on the main thread.
+  using WaitingNotice = std::function<void(const std::string& whatFor)>;
+  void onWaiting(WaitingNotice notice) { waitingNotice_ = std::move(notice); }
+
   /// Makes the call on a new controller, and runs the main loop until the call has an outcome and
   /// all its background work is done.
   [[nodiscard]] CallResult run(const Call& call);
@@ -24,6 +33,7 @@ class CallRunner {
  private:
   LabPlatform platform_;
   const NoticeMode noticeMode_;
+  WaitingNotice waitingNotice_;
 };
 
 }  // namespace korvan::lab

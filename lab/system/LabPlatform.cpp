@@ -37,7 +37,10 @@ LabPlatform::LabPlatform(const LabSettings& settings)
       systemQueues(mainContext.get()),
       queues(systemQueues, mainContext.get()),
       appGroupContainers(containersFor(settings)),
+      patience(settings.timeout),
+      clock(systemClock, patience),
       codeSigning(settings.trustAnchorPem),
+      localSockets(systemSockets, patience),
       localizedStrings(catalogDirectory()),
       operatingSystem(settings.operatingSystemVersion),
       workspace(hostFor(settings)) {}

@@ -6,6 +6,8 @@
 
 #include "lab/system/CountedQueues.h"
 #include "lab/system/LabSettings.h"
+#include "lab/system/Patience.h"
+#include "lab/system/PatientServices.h"
 #include "platform/linux/LinuxAppGroupContainers.h"
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxLocalSockets.h"
@@ -28,9 +30,12 @@ struct LabPlatform {
   LinuxQueues systemQueues;
   CountedQueues queues;
   LinuxAppGroupContainers appGroupContainers;
-  LinuxClock clock;
+  Patience patience;
+  LinuxClock systemClock;
+  PatientClock clock;
   LinuxCodeSigning codeSigning;
-  LinuxLocalSockets localSockets;
+  LinuxLocalSockets systemSockets;
+  PatientSockets localSockets;
   LinuxLocalizedStrings localizedStrings;
   LinuxOperatingSystem operatingSystem;
   LinuxPropertyListSerialization propertyLists;

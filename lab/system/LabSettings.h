@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <expected>
 #include <optional>
 #include <string>
@@ -23,6 +24,8 @@ struct LabSettings {
   std::string trustAnchorPem;
   OperatingSystemVersion operatingSystemVersion{.major = 15};
   NoticeMode noticeMode = NoticeMode::pressOk;
+  /// How long a call may wait for the host. Default: as long as the host takes.
+  std::optional<std::chrono::milliseconds> timeout = std::nullopt;
 };
 
 /// Parses a version such as "15", "15.0" or "14.6.1". On failure a sentence says what is wrong.

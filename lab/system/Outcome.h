@@ -49,9 +49,16 @@ struct Refused {
   friend bool operator==(const Refused&, const Refused&) = default;
 };
 
+/// The call was given up, because the host took longer than it may.
+struct TimedOut {
+  /// What the call waited for: what the host was to do.
+  std::string waitedFor;
+  friend bool operator==(const TimedOut&, const TimedOut&) = default;
+};
+
 /// How a call ended.
 using Outcome = std::variant<CompletedAssertion, CompletedRegistration, CompletedConfiguration,
-                             Canceled, NoticePending, Returned, Refused>;
+                             Canceled, NoticePending, Returned, Refused, TimedOut>;
 
 /// The result of a call.
 struct CallResult {

@@ -204,6 +204,31 @@ TEST_F(KorvanLabTest, PrintsWhomTheBuildTrusts) {
                 line.at("hostBundleIdentifier").get<std::string>() + ".group");
 }
 
+TEST_F(KorvanLabTest, GivesUpALineThatTheHostDoesNotAnswerInTime) {
+  SampleHostProcess& host = startHost();
+  Program lab([this] {
+    auto command = callArguments({"--timeout", "0.2", "--show-messages"});
+    command.insert(command.begin(), KORVAN_LAB);
+    return command;
+  }());
+  ::kill(host.processIdentifier(), SIGSTOP);
+  lab.write(silentCall().dump() + "\n");
+  const json late = json::parse(lab.readLine());
+  EXPECT_EQ(late.at("outcome"), "timedOut");
+  EXPECT_EQ(late.at("waitedFor"), "answer");
+  EXPECT_EQ(late.at("messages").size(), 1U);
+  lab.write(json{{"entryPoint", "reportUnknownPublicKeyCredentialForRelyingParty:credentialID:"},
+                 {"relyingParty", "example.com"},
+                 {"credentialID", "AQID"}}
+                .dump() +
+            "\n");
+  EXPECT_EQ(json::parse(lab.readLine()).at("outcome"), "timedOut");
+  ::kill(host.processIdentifier(), SIGCONT);
+  lab.write(silentCall().dump() + "\n");
+  EXPECT_EQ(json::parse(lab.readLine()).at("outcome"), "completedAssertion");
+  EXPECT_EQ(lab.finish().status, 0);
+}
+
 TEST_F(KorvanLabTest, TurnsAnImpostorAwayBeforeItHearsAnything) {
   const fs::path copy = stage_.file("impostor");
   fs::copy_file(KORVAN_SAMPLE_HOST, copy);

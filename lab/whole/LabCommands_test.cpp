@@ -147,6 +147,18 @@ TEST_F(LabCommands, ConfigureShowsTheRequestAndTheOutcome) {
   EXPECT_THAT(result.output, HasSubstr("✓ Synchronized"));
 }
 
+TEST_F(LabCommands, SayWhatTheyWaitForAndGiveUpInTime) {
+  SampleHostProcess& host = stage_.startHost(KORVAN_SAMPLE_HOST, {});
+  host.nextEvent();
+  ::kill(host.processIdentifier(), SIGSTOP);
+  const auto result = onContainer({"sign-in", "--timeout", "2.5"});
+  ::kill(host.processIdentifier(), SIGCONT);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.errors, "Waiting for the host to answer\n");
+  EXPECT_THAT(result.output, HasSubstr("Timed out: the host did not answer in time."));
+  EXPECT_THAT(result.output, HasSubstr("✗ No verified sign-in to example.com"));
+}
+
 TEST_F(LabCommands, ConfigureTellsOfTheNoticeWithoutAHost) {
   const auto result = onContainer({"configure"});
   EXPECT_EQ(result.status, 1);
@@ -232,6 +244,8 @@ TEST_F(LabCommands, RefuseWrongArgumentsInOneSentenceThatNamesThem) {
            Row{{"report", "accepted-credentials", "--container", "none"},
                "--user-handle is missing"},
            Row{{"call", "--show"}, "--show"},
+           Row{{"call", "--timeout", "0"}, "--timeout: \"0\" is not a number of seconds above 0"},
+           Row{{"report", "unknown-credential", "--timeout", "1s"}, "\"1s\" is not a number"},
            Row{{"identifiers", "--json"}, "--json"},
        }) {
     const auto result = runLab(arguments);
