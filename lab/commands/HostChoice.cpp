@@ -1,15 +1,37 @@
 #include "lab/commands/HostChoice.h"
 
 #include <filesystem>
+#include <optional>
 
+#include "channel/HostIdentifiers.h"
 #include "lab/processes/Stage.h"
 #include "lab/processes/Supervisor.h"
+#include "lab/support/Descriptor.h"
 #include "lab/support/ExitStatus.h"
+#include "platform/linux/LinuxAppGroupContainers.h"
+#include "platform/linux/LinuxLocalSockets.h"
 
 namespace korvan::lab {
 namespace {
 
 int exitStatus(bool wentWell) { return wentWell ? Well : NotVerified; }
+
+std::optional<std::filesystem::path> containerOf(const LabSettings& settings) {
+  if (settings.container == LabSettings::None) {
+    return std::nullopt;
+  }
+  return settings.container ? std::filesystem::path(*settings.container)
+                            : LinuxAppGroupContainers().locate(AppGroupIdentifier);
+}
+
+/// True when a host takes connections.
+bool hostListens(const LabSettings& settings) {
+  const auto container = containerOf(settings);
+  const LinuxLocalSockets sockets;
+  const Descriptor socket(container ? sockets.socket() : -1);
+  return socket.get() >= 0 &&
+         sockets.connect(socket.get(), (*container / "acp.sock").string()) == 0;
+}
 
 }  // namespace
 
@@ -17,7 +39,12 @@ bool namesHost(const SystemOptions& options) {
   return !options.container.empty() || !options.hostApplication.empty();
 }
 
-int useHost(const LabSettings& settings, const HostUser& use) { return exitStatus(use(settings)); }
+int useHost(const LabSettings& settings, const HostUser& use) {
+  if (use(settings)) {
+    return Well;
+  }
+  return hostListens(settings) ? NotVerified : HostAbsent;
+}
 
 int useOwnHost(LabSettings settings, const OwnHostUser& use) {
   return runSupervised([&](const std::filesystem::path& directory) {

@@ -10,7 +10,7 @@ enum ExitStatus : int {
   NotVerified = 1,
   WrongUsage = 2,
   /// There was no host to talk to.
-  NoHost = 3,
+  HostAbsent = 3,
 };
 
 }  // namespace korvan::lab

@@ -161,7 +161,7 @@ TEST_F(LabCommands, SayWhatTheyWaitForAndGiveUpInTime) {
 
 TEST_F(LabCommands, ConfigureTellsOfTheNoticeWithoutAHost) {
   const auto result = onContainer({"configure"});
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.status, 3);
   EXPECT_THAT(result.output, HasSubstr("Nothing was sent."));
   EXPECT_THAT(result.output, HasSubstr("The notice was shown and OK pressed."));
   EXPECT_THAT(result.output, HasSubstr("✗ Not synchronized"));
@@ -196,7 +196,7 @@ TEST_F(LabCommands, ReportChangesTheVaultOfAHostThatRuns) {
 TEST_F(LabCommands, ReportIsLostWithoutAHost) {
   const auto result =
       onContainer({"report", "updated-user-name", "--new-name", "x", "--user-handle", "AQ"});
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.status, 3);
   EXPECT_THAT(result.output, HasSubstr("Nothing was sent. Connections that failed: 1."));
   EXPECT_THAT(result.output, HasSubstr("✗ The report is lost"));
 }

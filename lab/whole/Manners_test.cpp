@@ -126,6 +126,24 @@ TEST_F(Manners, WrongUsageIsToldFromFailureInALineThatNamesTheProgram) {
   }
 }
 
+TEST_F(Manners, NoHostIsToldFromAHostThatFails) {
+  const std::string container = file("container");
+  const Arguments options = {"--container", container, "--host-application", "none"};
+  Program host({KORVAN_SAMPLE_HOST, "--container", container, "--user-cancels"});
+  EXPECT_NE(host.readLine(), "");
+  for (const auto& [command, refused] :
+       {std::pair(Arguments{"sign-in", "--relying-party", "example.net"}, 1),
+        {Arguments{"register"}, 1},
+        {Arguments{"configure"}, 0},
+        {Arguments{"report", "unknown-credential", "--credential", "AQ"}, 0}}) {
+    Arguments arguments = command;
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    EXPECT_EQ(runLab(arguments).status, refused) << command.front();
+    arguments[std::ranges::find(arguments, container) - arguments.begin()] = file("nowhere");
+    EXPECT_EQ(runLab(arguments).status, 3) << command.front();
+  }
+}
+
 TEST_F(Manners, ProgramsSayTheirVersion) {
   for (const auto& [program, name] : {std::pair(KORVAN_LAB, "korvan-lab "),
                                       std::pair(KORVAN_SAMPLE_HOST, "korvan-sample-host ")}) {

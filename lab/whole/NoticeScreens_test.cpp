@@ -175,13 +175,13 @@ TEST_F(NoticeScreens, ASignInOnATerminalShowsTheNoticeThere) {
   session.write("\n");
   EXPECT_THAT(session.readUntil("No verified sign-in"),
               HasSubstr("The notice was shown and OK pressed."));
-  EXPECT_EQ(session.finish(), 1);
+  EXPECT_EQ(session.finish(), 3);
 }
 
 TEST_F(NoticeScreens, ASignInWithoutATerminalPressesOk) {
   const auto result = runLab(
       {"sign-in", "--interactive", "--container", file("container"), "--host-application", "none"});
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.status, 3);
   EXPECT_THAT(result.output, HasSubstr("The notice was shown and OK pressed."));
 }
 
