@@ -1,6 +1,9 @@
 #include "lab/check/CheckContext.h"
 
+#include <algorithm>
+#include <csignal>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 #include "channel/ProviderFrame.h"
@@ -18,10 +21,11 @@ std::string secondsOf(std::chrono::milliseconds duration) {
 
 }  // namespace
 
-CheckContext::CheckContext(CheckSettings settings, Voices voices)
+CheckContext::CheckContext(CheckSettings settings, Voice say)
     : settings_(std::move(settings)),
-      voices_(std::move(voices)),
-      waits_(settings_.timeout, voices_.waiting),
+      say_(std::move(say)),
+      waits_(settings_.timeout,
+             [this](const std::string& whatFor) { say_("Waiting for " + whatFor); }),
       codeSigning_(settings_.trustAnchorPem),
       passkeys_(*this),
       program_(settings_.launch.empty() ? nullptr
@@ -104,15 +108,22 @@ const SynchronizeRecord& CheckContext::synchronizeRecord() {
 
 void CheckContext::tellPerson(const std::string& sentence) const {
   if (settings_.attended) {
-    voices_.person(sentence);
+    say_(sentence);
   }
 }
 
 bool CheckContext::startProgram() {
-  waits_.restart();
-  program_->start();
+  stopProgram();
   synchronizeRecord_.reset();
   passkeys_.forget();
+  launchRecord_ = {};
+  waits_.restart();
+  try {
+    program_->start();
+  } catch (const std::runtime_error& error) {
+    launchRecord_.failure = error.what();
+    return false;
+  }
   bool listens = false;
   std::ignore = waits_.until(
       [&] {
@@ -120,7 +131,18 @@ bool CheckContext::startProgram() {
         return listens || !program_->isRunning();
       },
       "the program to listen");
+  if (listens) {
+    launchRecord_.listenedAfter = std::chrono::duration_cast<std::chrono::milliseconds>(
+        Waits::Clock::now() - program_->startTime());
+  }
   return listens;
+}
+
+void CheckContext::stopProgram() {
+  waits_.restart();
+  program_->signal(SIGTERM);
+  std::ignore = program_->endsWithin(waits_, std::chrono::seconds(2));
+  program_->kill();
 }
 
 }  // namespace korvan::lab::check

@@ -26,25 +26,31 @@ struct CheckSettings {
   /// The certificate that the chain of the host's signature must end in.
   std::string trustAnchorPem;
   /// The program that is the host, and its arguments; empty when the host runs already.
-  std::vector<std::string> launch;
+  std::vector<std::string> launch = {};
   std::chrono::milliseconds timeout = std::chrono::seconds(10);
   /// Whether a person answers what the host asks.
   bool attended = true;
 };
 
-/// How a run speaks to people while a check lasts.
-struct Voices {
-  /// Takes what is waited for, such as "the host to answer".
-  std::function<void(const std::string& whatFor)> waiting;
-  /// Takes what the person is to do now, as a sentence.
-  std::function<void(const std::string& sentence)> person;
+/// Takes a sentence for the person who watches the run, while a check lasts.
+using Voice = std::function<void(const std::string& sentence)>;
+
+/// What came of starting the program last.
+struct LaunchRecord {
+  /// Why it could not be started at all; empty when it was.
+  std::string failure;
+  /// How long it took to listen. Nullopt when it ended before, or did not in time.
+  std::optional<std::chrono::milliseconds> listenedAfter;
 };
 
 /// What the checks of one run share. Not thread-safe, but connect() and exchange() may be called on
 /// several threads at once.
 class CheckContext {
  public:
-  CheckContext(CheckSettings settings, Voices voices);
+  CheckContext(CheckSettings settings, Voice say);
+  CheckContext(const CheckContext&) = delete;
+  CheckContext& operator=(const CheckContext&) = delete;
+  ~CheckContext() = default;
 
   [[nodiscard]] const CheckSettings& settings() const noexcept { return settings_; }
   [[nodiscard]] std::string socketPath() const { return settings_.container / "acp.sock"; }
@@ -86,16 +92,22 @@ class CheckContext {
   [[nodiscard]] LaunchedProgram& program() { return *program_; }
   [[nodiscard]] bool hasProgram() const noexcept { return program_ != nullptr; }
 
-  /// Starts the program, and waits until it listens. False when it ends, or does not listen in
-  /// time.
+  /// Starts the program, again if it runs, and waits until it listens or ends. True when it
+  /// listens.
   bool startProgram();
+
+  /// What the last startProgram() came to.
+  [[nodiscard]] const LaunchRecord& launchRecord() const noexcept { return launchRecord_; }
+
+  /// Has the program end as the system would have it, and kills it if it does not within 2 seconds.
+  void stopProgram();
 
   /// The passkeys of the run, made when they are asked for first; for checks with Need::passkey.
   [[nodiscard]] CheckPasskeys& passkeys() noexcept { return passkeys_; }
 
  private:
   CheckSettings settings_;
-  Voices voices_;
+  Voice say_;
   Waits waits_;
   LinuxLocalSockets sockets_;
   LinuxCodeSigning codeSigning_;
@@ -103,6 +115,7 @@ class CheckContext {
   std::optional<SynchronizeRecord> synchronizeRecord_;
   CheckPasskeys passkeys_;
   std::unique_ptr<LaunchedProgram> program_;
+  LaunchRecord launchRecord_;
 };
 
 }  // namespace korvan::lab::check

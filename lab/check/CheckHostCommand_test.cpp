@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include "lab/check/Catalog.h"
 #include "lab/processes/Program_testing.h"
@@ -89,6 +90,86 @@ TEST_F(CheckHost, WritesJunitBesideTheOutput) {
   EXPECT_THAT(result.output, HasSubstr("✓ container.exists"));
   EXPECT_THAT(contentsOf(file),
               HasSubstr("<testcase classname=\"container\" name=\"container.mode\""));
+}
+
+/// A run over a host that never answers, which it has launched; it waits for the answer.
+class InterruptedCheckHost : public CheckHost {
+ protected:
+  InterruptedCheckHost()
+      : program_({KORVAN_LAB, "check-host", "--container", stage_.container(), "--timeout", "60",
+                  "--launch",
+                  KORVAN_BROKEN_HOST " --mistake never-answers --container " +
+                      stage_.container().string()}) {
+    std::string line;
+    do {
+      line = program_.readLine();
+    } while (!line.empty() && line != "… Waiting for the host to answer");
+    waits_ = !line.empty();
+  }
+
+  /// Waits until all processes of the run have ended, and takes them away.
+  static void waitForTheEndOfAll() {
+    while (::waitpid(-1, nullptr, 0) > 0) {
+    }
+  }
+
+  /// What is in the container; the host has made it.
+  [[nodiscard]] bool leavesAnything() const {
+    return !std::filesystem::is_empty(stage_.container());
+  }
+
+  Program program_;
+  bool waits_ = false;
+};
+
+TEST_F(InterruptedCheckHost, LeavesNothingWhenItIsInterrupted) {
+  ASSERT_TRUE(waits_);
+  program_.signal(SIGINT);
+  EXPECT_EQ(program_.finish().status, 128 + SIGINT);
+  EXPECT_FALSE(Stage::hasProcesses());
+  EXPECT_FALSE(leavesAnything());
+}
+
+TEST_F(InterruptedCheckHost, LeavesNothingWhenItIsKilled) {
+  ASSERT_TRUE(waits_);
+  program_.signal(SIGKILL);
+  EXPECT_EQ(program_.finish().status, 128 + SIGKILL);
+  waitForTheEndOfAll();
+  EXPECT_FALSE(leavesAnything());
+}
+
+TEST_F(CheckHost, TellsWhyTheProgramCannotBeStarted) {
+  const auto result = checkHost({"--launch", "/nowhere/host"});
+  EXPECT_EQ(result.status, 3) << result.output << result.errors;
+  const std::filesystem::path container = stage_.container();
+  std::filesystem::create_directory(container);
+  EXPECT_THAT(checkHost({"--launch", "/nowhere/host", "--only", "socket.present"}).output,
+              HasSubstr("the program cannot be started: "));
+}
+
+TEST_F(CheckHost, ShowsHowTheProgramEndedAndWhatItWrote) {
+  std::filesystem::create_directory(stage_.container());
+  const auto result = checkHost({"--launch", "sh -c 'echo no vault >&2; exit 4'"});
+  EXPECT_EQ(result.status, 3) << result.output << result.errors;
+  EXPECT_THAT(result.output, AllOf(HasSubstr("the program ended with status 4, and has made no "),
+                                   HasSubstr("\n    wrote   no vault\n")));
+}
+
+TEST_F(CheckHost, RefusesWrongUsage) {
+  for (const Arguments& wrong : {Arguments{"--timeout", "0"}, Arguments{"--launch", "'"},
+                                 Arguments{"--trust-anchor", "/nowhere"}}) {
+    EXPECT_EQ(checkHost(wrong).status, 2) << wrong.front();
+  }
+  EXPECT_EQ(runLab({"check-host", "--container", ""}).status, 2);
+}
+
+TEST_F(CheckHost, TellsThatTheJunitFileCannotBeWritten) {
+  startSampleHost();
+  for (const std::string file : {"/nowhere/results.xml", "/dev/full"}) {
+    const auto result = checkHost({"--only", "container.*", "--junit", file});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errors, HasSubstr("--junit " + file + " cannot be written"));
+  }
 }
 
 TEST(CheckHostList, PrintsEveryCheckAndSoDoesTheHelp) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lab/check/Check.h"
@@ -47,7 +48,9 @@ class PeopleReport final : public CheckReport {
  public:
   /// `out` outlives the report. With `showsProgress` it is a terminal that understands ANSI
   /// sequences, and its last line shows how far the run is.
-  PeopleReport(std::ostream& out, bool showsProgress) : out_(out), showsProgress_(showsProgress) {}
+  /// `command` begins the last line.
+  PeopleReport(std::ostream& out, bool showsProgress, std::string command = "check-host")
+      : out_(out), showsProgress_(showsProgress), command_(std::move(command)) {}
 
   void begin(const Check& check, std::size_t done, std::size_t all) override;
   void end(const CheckRecord& record) override;
@@ -59,6 +62,7 @@ class PeopleReport final : public CheckReport {
 
   std::ostream& out_;
   const bool showsProgress_;
+  const std::string command_;
 };
 
 /// For scripts: one JSON object a line, for each check and at last for the counts.

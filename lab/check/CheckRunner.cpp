@@ -51,9 +51,8 @@ class Run {
       failures_[check.name] = record.result.because;
     }
     record.duration = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-    const std::string errors = context_.hasProgram() ? context_.program().newErrors() : "";
     if (record.result.outcome == Outcome::failed) {
-      record.programErrors = errors;
+      record.programErrors = context_.hasProgram() ? context_.program().newErrors() : "";
       failures_[check.name] = check.name;
       recoverHost(check, record.result.findings);
     }

@@ -46,7 +46,7 @@ std::vector<std::string> run(const std::vector<Check>& checks, bool attended = t
                         .trustAnchorPem = std::string(TrustAnchorPem),
                         .launch = {},
                         .attended = attended},
-                       {.waiting = [](const auto&) {}, .person = [](const auto&) {}});
+                       [](const auto&) {});
   std::vector<std::string> lines;
   CheckReports reports;
   reports.push_back(std::make_unique<KeptReport>(lines));

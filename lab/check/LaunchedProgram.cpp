@@ -22,7 +22,7 @@ namespace {
 /// Runs in the new process before the program does.
 void prepareProcess(gpointer /*nothing*/) noexcept {
   ::setsid();
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  ::prctl(PR_SET_PDEATHSIG, SIGTERM);
   sigset_t none{};
   sigemptyset(&none);
   ::pthread_sigmask(SIG_SETMASK, &none, nullptr);

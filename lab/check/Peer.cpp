@@ -1,7 +1,10 @@
 #include "lab/check/Peer.h"
 
+#include <array>
 #include <string_view>
+#include <tuple>
 
+#include <pwd.h>
 #include <sys/stat.h>
 
 #include "lab/check/SocketTable.h"
@@ -17,6 +20,14 @@ bool isSameFile(const std::string& one, const std::string& other) {
 }
 
 }  // namespace
+
+std::string nameOfUser(std::int64_t user) {
+  passwd entry{};
+  passwd* found = nullptr;
+  std::array<char, 16384> strings{};
+  ::getpwuid_r(static_cast<uid_t>(user), &entry, strings.data(), strings.size(), &found);
+  return (found == nullptr ? "" : std::string(entry.pw_name) + ", ") + std::to_string(user);
+}
 
 Peer peerOf(const CheckContext& context) {
   const Connection connection = context.connect();

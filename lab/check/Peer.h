@@ -22,4 +22,7 @@ struct Peer {
 /// Connects to find out. Throws a CheckEnd "failed" when nobody listens.
 [[nodiscard]] Peer peerOf(const CheckContext& context);
 
+/// A user as "alice, 1000", or by the number alone.
+[[nodiscard]] std::string nameOfUser(std::int64_t user);
+
 }  // namespace korvan::lab::check

@@ -85,7 +85,7 @@ void PeopleReport::say(const std::string& sentence) {
 void PeopleReport::finish(const Counts& counts) {
   clearProgress();
   out_ << '\n'
-       << "check-host: " << (counts.failed == 0 ? "passing" : "FAILING") << " · " << counts.passed
+       << command_ << ": " << (counts.failed == 0 ? "passing" : "FAILING") << " · " << counts.passed
        << " passed, " << counts.failed << " failed, " << counts.warned << " warned, "
        << counts.skipped << " skipped\n"
        << std::flush;

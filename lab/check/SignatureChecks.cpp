@@ -1,4 +1,3 @@
-#include <array>
 #include <chrono>
 #include <ctime>
 #include <expected>
@@ -101,14 +100,6 @@ Result team(CheckContext& context) {
 
 Result identifier(CheckContext& context) {
   return sameName(factsOf(context).commonName, HostBundleIdentifier, "CN");
-}
-
-std::string dateOf(std::time_t time) {
-  std::tm parts{};
-  ::gmtime_r(&time, &parts);
-  std::array<char, 32> text{};
-  std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M UTC", &parts);
-  return text.data();
 }
 
 Result validity(CheckContext& context) {

@@ -68,6 +68,27 @@ TEST_F(SignatureChecks, PassOnASoundSignature) {
   EXPECT_THAT(hints("warned"), testing::IsEmpty());
 }
 
+TEST_F(SignatureChecks, ShowInTheStatusWhoListensAndHowItIsSigned) {
+  authority_.sign(program(), {.validUntil = 30});
+  start();
+  const auto status =
+      runLab({"host-status", "--container", stage_.container(), "--trust-anchor", anchor()});
+  EXPECT_EQ(status.status, 0) << status.output << status.errors;
+  EXPECT_THAT(status.output,
+              testing::AllOf(HasSubstr("executable  " + program().string() + "\n"),
+                             HasSubstr("signature   " + signature().string() + "\n"),
+                             HasSubstr("team        KRVNLAB001 (wanted: KRVNLAB001)\n"),
+                             HasSubstr("✓ signature.accepted\n"), HasSubstr("✓ answer.ok\n"),
+                             HasSubstr("\nhost-status: passing · ")));
+}
+
+TEST_F(SignatureChecks, ShowInTheStatusThatNobodyListens) {
+  fs::create_directory(stage_.container());
+  const auto status = runLab({"host-status", "--container", stage_.container()});
+  EXPECT_EQ(status.status, 3) << status.output << status.errors;
+  EXPECT_THAT(status.output, HasSubstr("listener    nobody listens\n"));
+}
+
 TEST_F(SignatureChecks, TellOfAMissingSignature) {
   start();
   EXPECT_THAT(hints("failed"),

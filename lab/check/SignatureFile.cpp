@@ -1,5 +1,6 @@
 #include "lab/check/SignatureFile.h"
 
+#include <array>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -116,6 +117,14 @@ SignatureFacts factsOf(X509* certificate, STACK_OF(X509) * others, X509* anchor)
 }
 
 }  // namespace
+
+std::string dateOf(std::time_t time) {
+  std::tm parts{};
+  ::gmtime_r(&time, &parts);
+  std::array<char, 32> text{};
+  std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M UTC", &parts);
+  return text.data();
+}
 
 std::expected<SignatureFacts, std::string> readSignature(const std::string& executable,
                                                          const std::string& anchorPem) {

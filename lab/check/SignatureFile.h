@@ -27,4 +27,7 @@ struct SignatureFacts {
 [[nodiscard]] std::expected<SignatureFacts, std::string> readSignature(
     const std::string& executable, const std::string& anchorPem);
 
+/// A point in time for people, to the minute, in UTC.
+[[nodiscard]] std::string dateOf(std::time_t time);
+
 }  // namespace korvan::lab::check

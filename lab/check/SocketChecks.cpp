@@ -1,11 +1,9 @@
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <string>
 #include <system_error>
 
-#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -91,9 +89,12 @@ std::string hintOnMissingSocket(CheckContext& context) {
   if (const auto names = socketNamesIn(context.settings().container); !names.empty()) {
     return "there is " + names.front() + ", but no acp.sock";
   }
-  return context.hasProgram()
-             ? "the program " + context.program().ending() + ", and has made no socket"
-             : "no host listens here; start it, or name it with --launch";
+  if (!context.hasProgram()) {
+    return "no host listens here; start it, or name it with --launch";
+  }
+  const std::string& failure = context.launchRecord().failure;
+  return failure.empty() ? "the program " + context.program().ending() + ", and has made no socket"
+                         : "the program cannot be started: " + failure;
 }
 
 Result socketPresent(CheckContext& context) {
@@ -163,14 +164,6 @@ Result socketAccepts(CheckContext& context) {
   return failed({.got = "a connection that waits to be accepted",
                  .wanted = "accept() within a second",
                  .hint = "connected, but nobody calls accept()"});
-}
-
-std::string nameOfUser(std::int64_t user) {
-  passwd entry{};
-  passwd* found = nullptr;
-  std::array<char, 16384> strings{};
-  ::getpwuid_r(static_cast<uid_t>(user), &entry, strings.data(), strings.size(), &found);
-  return (found == nullptr ? "" : std::string(entry.pw_name) + ", ") + std::to_string(user);
 }
 
 Result peerUser(CheckContext& context) {

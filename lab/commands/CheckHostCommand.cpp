@@ -1,7 +1,5 @@
 #include "lab/commands/CheckHostCommand.h"
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -13,25 +11,21 @@
 
 #include <CLI/CLI.hpp>
 #include <glib.h>
-#include <unistd.h>
 
-#include "channel/HostIdentifiers.h"
 #include "lab/check/Catalog.h"
 #include "lab/check/CheckContext.h"
 #include "lab/check/CheckReport.h"
 #include "lab/check/CheckRunner.h"
-#include "lab/commands/SystemOptions.h"
+#include "lab/commands/CheckedHost.h"
 #include "lab/processes/Supervisor.h"
+#include "lab/support/EscapeSequences.h"
+#include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"
-#include "platform/linux/LinuxAppGroupContainers.h"
 
 namespace korvan::lab {
 namespace {
 
 using namespace check;
-
-constexpr int WrongUsage = 2;
-constexpr int NoHost = 3;
 
 constexpr std::string_view CheckHostHelpPage =
     R"(Usage: korvan-lab check-host [options]
@@ -66,63 +60,44 @@ The checks:
 )";
 
 struct CheckHostOptions {
-  std::string container;
-  std::string trustAnchorFile;
-  std::string launch;
-  double timeout = 10;
+  CheckedHost host;
+  std::vector<std::string> launch;
   bool unattended = false;
   std::vector<std::string> only;
   std::vector<std::string> skip;
   bool list = false;
   bool json = false;
   std::string junitFile;
+
+  [[nodiscard]] CheckSettings settings() const {
+    CheckSettings settings = host.settings();
+    settings.launch = launch;
+    settings.attended = !unattended;
+    return settings;
+  }
 };
 
-std::filesystem::path containerOf(const CheckHostOptions& options) {
-  if (!options.container.empty()) {
-    return std::filesystem::absolute(options.container).lexically_normal();
-  }
-  const auto path = LinuxAppGroupContainers().locate(AppGroupIdentifier);
-  if (!path) {
-    throw std::invalid_argument(
-        "There is no home directory to look for the container in; name "
-        "one with --container.");
-  }
-  return *path;
-}
-
+/// The words of a command line, as a shell splits it.
 std::vector<std::string> wordsOf(const std::string& commandLine) {
-  if (commandLine.empty()) {
-    return {};
-  }
   int count = 0;
   char** words = nullptr;
   GError* error = nullptr;
   if (g_shell_parse_argv(commandLine.c_str(), &count, &words, &error) == 0) {
     const std::string text = error->message;
     g_error_free(error);
-    throw std::invalid_argument("--launch: " + text);
+    throw CLI::ValidationError("--launch: " + text);
   }
   std::vector<std::string> list(words, words + count);
   g_strfreev(words);
   return list;
 }
 
-CheckSettings settingsOf(const CheckHostOptions& options) {
-  SystemOptions system;
-  system.trustAnchorFile = options.trustAnchorFile;
-  return {.container = containerOf(options),
-          .trustAnchorPem = system.settings().trustAnchorPem,
-          .launch = wordsOf(options.launch),
-          .timeout = std::chrono::milliseconds(static_cast<int>(options.timeout * 1000)),
-          .attended = !options.unattended};
-}
-
-/// True when standard output is a terminal on which a line can be written again.
-bool isLiveTerminal() {
-  const char* const terminal = g_getenv("TERM");
-  return ::isatty(STDOUT_FILENO) != 0 && terminal != nullptr &&
-         std::string_view(terminal) != "dumb";
+std::vector<Check> checksFor(const CheckHostOptions& options) {
+  try {
+    return chosenChecks(allChecks(), options.only, options.skip);
+  } catch (const std::invalid_argument& flaw) {
+    throw CLI::ValidationError(flaw.what());
+  }
 }
 
 CheckReports reportsFor(const CheckHostOptions& options, std::ostream& junit) {
@@ -130,7 +105,7 @@ CheckReports reportsFor(const CheckHostOptions& options, std::ostream& junit) {
   if (options.json) {
     reports.push_back(std::make_unique<JsonReport>(std::cout));
   } else {
-    reports.push_back(std::make_unique<PeopleReport>(std::cout, isLiveTerminal()));
+    reports.push_back(std::make_unique<PeopleReport>(std::cout, outputTakesEscapeSequences()));
   }
   if (!options.junitFile.empty()) {
     reports.push_back(std::make_unique<JunitReport>(junit));
@@ -138,61 +113,65 @@ CheckReports reportsFor(const CheckHostOptions& options, std::ostream& junit) {
   return reports;
 }
 
+std::ofstream opened(const std::string& junitFile) {
+  std::ofstream junit;
+  if (!junitFile.empty()) {
+    junit.open(junitFile);
+    if (!junit) {
+      throw std::runtime_error("--junit " + junitFile + " cannot be written");
+    }
+  }
+  return junit;
+}
+
+void startProgram(CheckContext& context) {
+  if (context.hostListens()) {
+    throw std::runtime_error("a host listens in " + context.settings().container.string() +
+                             " already; stop it, or leave out --launch");
+  }
+  // The checks say what is wrong if it does not listen.
+  std::ignore = context.startProgram();
+}
+
 int statusOf(const Counts& counts, const CheckContext& context) {
   if (counts.failed == 0) {
-    return EXIT_SUCCESS;
+    return Well;
   }
-  return context.hostListens() ? EXIT_FAILURE : NoHost;
+  return context.hostListens() ? NotVerified : NoHost;
 }
 
 int run(const CheckHostOptions& options, const CheckSettings& settings,
         const std::vector<Check>& checks) {
-  std::ofstream junit;
-  if (!options.junitFile.empty()) {
-    junit.open(options.junitFile);
-    if (!junit) {
-      throw std::runtime_error("--junit " + options.junitFile + " cannot be written");
-    }
-  }
+  std::ofstream junit = opened(options.junitFile);
   const CheckReports reports = reportsFor(options, junit);
-  const auto sayToAll = [&reports](const std::string& sentence) {
+  const auto say = [&reports](const std::string& sentence) {
     for (const auto& report : reports) {
       report->say(sentence);
     }
   };
-  CheckContext context(
-      settings, {.waiting = [&](const std::string& whatFor) { sayToAll("Waiting for " + whatFor); },
-                 .person = sayToAll});
+  CheckContext context(settings, say);
   if (context.hasProgram()) {
-    if (context.hostListens()) {
-      throw std::runtime_error("A host listens in " + settings.container.string() +
-                               " already; stop it, or leave out --launch.");
-    }
-    std::ignore = context.startProgram();
+    startProgram(context);
   }
-  const Counts counts = runChecks(checks, context, reports);
-  if (!std::cout || (junit.is_open() && !junit)) {
-    throw std::runtime_error("the results cannot be written");
+  const int status = statusOf(runChecks(checks, context, reports), context);
+  if (context.hasProgram()) {
+    context.stopProgram();
   }
-  return statusOf(counts, context);
+  if (junit.is_open() && !junit.flush()) {
+    throw std::runtime_error("--junit " + options.junitFile + " cannot be written");
+  }
+  return status;
 }
 
 int runCommand(const CheckHostOptions& options) {
   if (options.list) {
-    std::cout << listOf(allChecks()) << std::flush;
-    return EXIT_SUCCESS;
+    std::cout << listOf(allChecks());
+    return Well;
   }
-  // The reader of the output may go away, and a host may close a connection.
-  std::ignore = std::signal(SIGPIPE, SIG_IGN);
-  try {
-    const CheckSettings settings = settingsOf(options);
-    const std::vector<Check> checks = chosenChecks(allChecks(), options.only, options.skip);
-    return runSupervised(
-        [&](const std::filesystem::path& /*directory*/) { return run(options, settings, checks); });
-  } catch (const std::invalid_argument& flaw) {
-    std::cerr << "korvan-lab: " << flaw.what() << '\n';
-    return WrongUsage;
-  }
+  const CheckSettings settings = options.settings();
+  const std::vector<Check> checks = checksFor(options);
+  return runSupervised(
+      [&](const std::filesystem::path& /*directory*/) { return run(options, settings, checks); });
 }
 
 }  // namespace
@@ -200,10 +179,9 @@ int runCommand(const CheckHostOptions& options) {
 void addCheckHostCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("check-host", "says what is wrong with a host");
   const auto options = std::make_shared<CheckHostOptions>();
-  command.add_option("--container", options->container);
-  command.add_option("--trust-anchor", options->trustAnchorFile);
-  command.add_option("--launch", options->launch);
-  command.add_option("--timeout", options->timeout)->check(CLI::Range(1.0, 3600.0));
+  options->host.addTo(command);
+  command.add_option_function<std::string>(
+      "--launch", [options](const std::string& line) { options->launch = wordsOf(line); });
   command.add_flag("--unattended", options->unattended);
   command.add_option("--only", options->only)->allow_extra_args(false);
   command.add_option("--skip", options->skip)->allow_extra_args(false);

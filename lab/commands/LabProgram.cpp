@@ -9,6 +9,7 @@
 #include "lab/commands/ConfigureCommand.h"
 #include "lab/commands/DemoCommand.h"
 #include "lab/commands/HelpCommand.h"
+#include "lab/commands/HostStatusCommand.h"
 #include "lab/commands/IdentifiersCommand.h"
 #include "lab/commands/RegisterCommand.h"
 #include "lab/commands/ReportCommand.h"
@@ -33,6 +34,7 @@ points, runs the main loop, and shows what the extension told the system.
   configure    opens the extension's configuration
   report       passes on a web site's report about a user's name or passkeys
   check-host   says what is wrong with a host
+  host-status  shows who listens for the extension, and how it is signed
   soak         sends many requests to hosts that misbehave, and checks outcomes
   call         calls entry points for scripts: lines of JSON in and out
   identifiers  prints whom this build of the extension trusts
@@ -60,6 +62,7 @@ void describeLabProgram(CLI::App& app, int& exitStatus) {
   addConfigureCommand(app, exitStatus);
   addReportCommand(app, exitStatus);
   addCheckHostCommand(app, exitStatus);
+  addHostStatusCommand(app, exitStatus);
   addSoakCommand(app, exitStatus);
   addCallCommand(app, exitStatus);
   addIdentifiersCommand(app);

@@ -63,9 +63,12 @@ std::optional<std::chrono::milliseconds> timeoutFrom(const std::optional<double>
 void SystemOptions::addTo(CLI::App& command) {
   command.add_option("--container", container)->check(CLI::Validator(flawOfContainer, ""));
   command.add_option("--host-application", hostApplication)->check(CLI::Validator(flawOfHost, ""));
-  command.add_option("--trust-anchor", trustAnchorFile)
-      ->check(CLI::Validator(flawOfTrustAnchor, ""));
+  addTrustAnchorOption(command, trustAnchorFile);
   command.add_option("--timeout", timeoutSeconds)->check(CLI::Validator(flawOfTimeout, ""));
+}
+
+void addTrustAnchorOption(CLI::App& command, std::string& file) {
+  command.add_option("--trust-anchor", file)->check(CLI::Validator(flawOfTrustAnchor, ""));
 }
 
 LabSettings SystemOptions::settings() const {

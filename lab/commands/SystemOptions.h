@@ -25,4 +25,7 @@ struct SystemOptions {
   [[nodiscard]] LabSettings settings() const;
 };
 
+/// Adds the option that names the file of the trust anchor, which is looked into at once.
+void addTrustAnchorOption(CLI::App& command, std::string& file);
+
 }  // namespace korvan::lab

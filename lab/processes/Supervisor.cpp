@@ -42,6 +42,14 @@ class BlockedSignals {
 
   void restore() const { ::pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
 
+  /// False when no child ends in time.
+  [[nodiscard]] static bool waitForChild(const timespec& limit) {
+    sigset_t child{};
+    sigemptyset(&child);
+    sigaddset(&child, SIGCHLD);
+    return ::sigtimedwait(&child, nullptr, &limit) == SIGCHLD;
+  }
+
   /// The next signal's number.
   [[nodiscard]] int wait() const {
     int signal = 0;
@@ -87,22 +95,34 @@ std::optional<pid_t> parentOf(const fs::path& processDirectory) {
   return parent;
 }
 
-void signalChildren() {
+void signalChildren(int signal) {
   for (const auto& entry : fs::directory_iterator("/proc")) {
     const std::string name = entry.path().filename();
     pid_t process = 0;
     std::from_chars(name.data(), name.data() + name.size(), process);
     if (process > 0 && parentOf(entry.path()) == ::getpid()) {
-      ::kill(process, SIGTERM);
+      ::kill(process, signal);
     }
   }
 }
 
+/// How long processes have to end when they are asked to, before they are killed.
+constexpr timespec EndingTime{.tv_sec = 2, .tv_nsec = 0};
+
 /// Ends the children, and those that their ends make children of this process.
 void endChildren() {
-  do {
-    signalChildren();
-  } while (::waitpid(-1, nullptr, 0) > 0 || errno == EINTR);
+  int signal = SIGTERM;
+  signalChildren(signal);
+  while (true) {
+    const pid_t ended = ::waitpid(-1, nullptr, WNOHANG);
+    if (ended < 0) {
+      return;
+    }
+    if (ended == 0 && !BlockedSignals::waitForChild(EndingTime)) {
+      signal = SIGKILL;
+    }
+    signalChildren(signal);
+  }
 }
 
 /// What the process came to, or what interrupted the wait for it.

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -71,6 +72,24 @@ TEST(SupervisorDeathTest, EndsDetachedProcesses) {
               }),
               testing::ExitedWithCode(SomeStatus), "");
   // With a writer left there would be nothing to read yet, which is an error.
+  const Descriptor reading(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  char byte = 0;
+  EXPECT_EQ(::read(reading.get(), &byte, 1), 0);
+}
+
+TEST(SupervisorDeathTest, KillsWhatDoesNotEndWhenAsked) {
+  const TemporaryDirectory notes;
+  const fs::path pipe = notes.path() / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+  const std::string stubborn =
+      "(trap '' TERM; echo x; exec cat /dev/zero >/dev/null) >" + pipe.string() + " 2>&1 &";
+  EXPECT_EXIT(exitWith([&](const fs::path&) {
+                std::ignore = std::system(stubborn.c_str());
+                std::string line;
+                std::getline(std::ifstream(pipe), line);
+                return SomeStatus;
+              }),
+              testing::ExitedWithCode(SomeStatus), "");
   const Descriptor reading(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   char byte = 0;
   EXPECT_EQ(::read(reading.get(), &byte, 1), 0);

@@ -35,6 +35,14 @@ struct Options {
   std::string url;
 };
 
+std::string socketFile;
+
+/// Ends as a sound host does, and leaves no socket.
+void endOnSignal(int /*signal*/) {
+  ::unlink(socketFile.c_str());
+  ::_exit(EXIT_SUCCESS);
+}
+
 const Mistake& mistakeOf(const std::string& name) {
   static const Mistake none{.name = "none", .fails = {}, .hint = {}};
   const auto found = std::ranges::find(allMistakes(), name, &Mistake::name);
@@ -70,6 +78,8 @@ void run(const Options& options) {
   if (mistake.start) {
     mistake.start();
   }
+  socketFile = options.container + "/acp.sock";
+  std::ignore = std::signal(SIGTERM, endOnSignal);
   host::Vault vault = options.vault.empty() ? host::Vault() : host::Vault(options.vault);
   host::RequestHandler handler(vault, {}, [] {});
   const LinuxPropertyListSerialization propertyLists;
