@@ -98,7 +98,7 @@ int run(const CheckedHost& options) {
   if (counts.failed == 0) {
     return Well;
   }
-  return context.hostListens() ? NotVerified : NoHost;
+  return context.hostListens() ? NotVerified : HostAbsent;
 }
 
 }  // namespace
