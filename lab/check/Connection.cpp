@@ -17,8 +17,6 @@
 namespace korvan::lab::check {
 namespace {
 
-std::string textOf(int error) { return std::generic_category().message(error); }
-
 /// Does not block, so that a host that neither accepts nor reads holds nobody up.
 Descriptor newSocket() {
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -30,6 +28,8 @@ Descriptor newSocket() {
 
 }  // namespace
 
+std::string errorText(int error) { return std::generic_category().message(error); }
+
 Connection::Connection(const std::string& path, const Waits& waits)
     : waits_(waits), socket_(newSocket()) {
   const LinuxLocalSockets sockets;
@@ -40,7 +40,7 @@ Connection::Connection(const std::string& path, const Waits& waits)
     return error != EAGAIN;
   };
   if (!waits_.until(connects, "the host to accept connections") || error != 0) {
-    throw CheckEnd(failed({.got = "connecting to " + path + ": " + textOf(error),
+    throw CheckEnd(failed({.got = "connecting to " + path + ": " + errorText(error),
                            .wanted = "a host that listens there",
                            .hint = error == EAGAIN ? "nobody calls accept()" : "nobody listens"}));
   }

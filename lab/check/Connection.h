@@ -66,6 +66,9 @@ class Connection {
   Descriptor socket_;
 };
 
+/// The system's words for an `errno` value.
+[[nodiscard]] std::string errorText(int error);
+
 /// How many bytes there are, and the first of them in hexadecimal and as text.
 [[nodiscard]] std::string described(std::span<const std::uint8_t> bytes);
 

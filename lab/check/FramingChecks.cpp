@@ -26,7 +26,8 @@ const std::vector<std::uint8_t>& answerOf(CheckContext& context) {
   return context.synchronizeRecord().answer;
 }
 
-Result fail(CheckContext& context, std::string got, std::string wanted, std::string hint) {
+Result framingFailure(CheckContext& context, std::string got, std::string wanted,
+                      std::string hint) {
   return failed({.sent = context.described(synchronizeRequest(context.settings().attended)),
                  .got = std::move(got),
                  .wanted = std::move(wanted),
@@ -75,8 +76,8 @@ Sizes sizesOf(const std::vector<std::uint8_t>& answer) {
 Result frameEarly(CheckContext& context) {
   const auto& early = context.synchronizeRecord().early;
   return early.empty() ? passed()
-                       : fail(context, described(early), "nothing before the request",
-                              "sent before the request: " + described(early));
+                       : framingFailure(context, described(early), "nothing before the request",
+                                        "sent before the request: " + described(early));
 }
 
 Result frameAnswer(CheckContext& context) {
@@ -86,15 +87,16 @@ Result frameAnswer(CheckContext& context) {
   }
   switch (record.ending) {
     case Ending::timedOut:
-      return fail(context, "nothing within the timeout", "an answer",
-                  "no answer: does the host wait for the end of the stream, or for a second "
-                  "request?");
+      return framingFailure(
+          context, "nothing within the timeout", "an answer",
+          "no answer: does the host wait for the end of the stream, or for a second "
+          "request?");
     case Ending::reset:
-      return fail(context, "a reset connection", "an answer",
-                  "closed without having read the request");
+      return framingFailure(context, "a reset connection", "an answer",
+                            "closed without having read the request");
     default:
-      return fail(context, "a connection that was closed without a byte", "an answer",
-                  "closed without an answer: did the host fail?");
+      return framingFailure(context, "a connection that was closed without a byte", "an answer",
+                            "closed without an answer: did the host fail?");
   }
 }
 
@@ -106,8 +108,8 @@ Result frameOrder(CheckContext& context) {
     return passed();
   }
   const std::string number = std::to_string(sent);
-  return fail(context, hexadecimal(prefix), "the size " + number + ", big-endian",
-              hexadecimal(prefix) + " is " + number + " with its bytes reversed");
+  return framingFailure(context, hexadecimal(prefix), "the size " + number + ", big-endian",
+                        hexadecimal(prefix) + " is " + number + " with its bytes reversed");
 }
 
 /// The other meanings that people give to the size.
@@ -145,7 +147,8 @@ Result frameMeaning(CheckContext& context) {
     // Exactly the body's; or frame.bounds and frame.rest say what it is.
     return passed();
   }
-  return fail(context, described(answer), "the size of the body in four bytes, and the body", hint);
+  return framingFailure(context, described(answer),
+                        "the size of the body in four bytes, and the body", hint);
 }
 
 Result frameBounds(CheckContext& context) {
@@ -153,8 +156,8 @@ Result frameBounds(CheckContext& context) {
   const std::string number = std::to_string(announced);
   return isValidProviderMessageSize(announced)
              ? passed()
-             : fail(context, "the size " + number, "1 to 4194304",
-                    "announced " + number + ": the extension takes 1 to 4194304");
+             : framingFailure(context, "the size " + number, "1 to 4194304",
+                              "announced " + number + ": the extension takes 1 to 4194304");
 }
 
 /// What follows the frame.
@@ -164,28 +167,44 @@ Bytes restOf(const std::vector<std::uint8_t>& answer) {
                                       : Bytes();
 }
 
+/// What the bytes after a body are, where that shows.
+std::string lookOf(Bytes rest) {
+  const auto consistsOf = [rest](std::string_view bytes) {
+    return std::ranges::all_of(rest, [bytes](std::uint8_t each) {
+      return bytes.find(static_cast<char>(each)) != std::string_view::npos;
+    });
+  };
+  if (consistsOf("\r\n")) {
+    return ", an end of a line";
+  }
+  if (consistsOf(std::string_view("\0", 1))) {
+    return ", zeros";
+  }
+  return rest.size() > PrefixSize && bigEndian(rest.first(PrefixSize)) == rest.size() - PrefixSize
+             ? ", another frame"
+             : "";
+}
+
 Result frameRest(CheckContext& context) {
   const Bytes rest = restOf(answerOf(context));
   if (rest.empty()) {
     return passed();
   }
   const std::string count = std::to_string(rest.size());
-  const std::string what =
-      std::ranges::all_of(rest, [](std::uint8_t each) { return each == '\n' || each == '\r'; })
-          ? " (an end of a line)"
-          : "";
-  return fail(context, described(rest) + " after the body", "nothing after the body",
-              count + (rest.size() == 1 ? " byte" : " bytes") + " after the body" + what);
+  return framingFailure(
+      context, described(rest) + " after the body", "nothing after the body",
+      count + (rest.size() == 1 ? " byte" : " bytes") + " after the body" + lookOf(rest));
 }
 
 Result frameClose(CheckContext& context) {
   switch (context.synchronizeRecord().ending) {
     case Ending::timedOut:
-      return fail(context, "a connection that is still open a second after the answer",
-                  "a closed connection", "still open: close it (does a child or a copy hold it?)");
+      return framingFailure(context, "a connection that is still open a second after the answer",
+                            "a closed connection",
+                            "still open: close it (does a child or a copy hold it?)");
     case Ending::reset:
-      return fail(context, "a reset connection", "a closed connection",
-                  "closed with bytes of the request unread");
+      return framingFailure(context, "a reset connection", "a closed connection",
+                            "closed with bytes of the request unread");
     default:
       return passed();
   }
@@ -222,7 +241,7 @@ Result bodyBinary(CheckContext& context) {
     hint =
         decoded ? "a property list in another format; write the binary one" : "not a property list";
   }
-  return fail(context, described(body.bytes()), "a binary property list", hint);
+  return framingFailure(context, described(body.bytes()), "a binary property list", hint);
 }
 
 std::string_view kindOf(const PropertyListValue& value) {
@@ -250,8 +269,8 @@ Result bodyDictionary(CheckContext& context) {
   const std::string kind(kindOf(*decoded));
   return decoded->dictionary() != nullptr
              ? passed()
-             : fail(context, kind + ": " + described(body.bytes()), "a dictionary",
-                    "the body is " + kind + "; wrap the answer in a dictionary");
+             : framingFailure(context, kind + ": " + described(body.bytes()), "a dictionary",
+                              "the body is " + kind + "; wrap the answer in a dictionary");
 }
 
 Result answerOk(CheckContext& context) {
@@ -268,12 +287,13 @@ Result answerOk(CheckContext& context) {
            : text != nullptr ? "the text " + std::string(text->view())
                              : std::string(kindOf(*ok));
   }
-  return fail(context, context.described(answer), "ok, true or false",
-              "ok is " + kind + "; it must be a boolean");
+  return framingFailure(context, context.described(answer), "ok, true or false",
+                        "ok is " + kind + "; it must be a boolean");
 }
 
-Check check(std::string_view name, std::string_view passes, std::vector<std::string_view> after,
-            std::string_view see, Result (*run)(CheckContext&)) {
+Check framingCheck(std::string_view name, std::string_view passes,
+                   std::vector<std::string_view> after, std::string_view see,
+                   Result (*run)(CheckContext&)) {
   return {.name = name,
           .passes = passes,
           .needs = {Need::host},
@@ -286,21 +306,24 @@ Check check(std::string_view name, std::string_view passes, std::vector<std::str
 
 std::vector<Check> framingChecks() {
   return {
-      check("frame.early", "the host says nothing before the request", {"socket.accepts"},
-            "the-socket", frameEarly),
-      check("frame.answer", "a request is answered", {"socket.accepts"}, "frames", frameAnswer),
-      check("frame.order", "the size is big-endian", {"frame.answer"}, "frames", frameOrder),
-      check("frame.meaning", "the size is the body's, in four bytes", {"frame.order"}, "frames",
-            frameMeaning),
-      check("frame.bounds", "the size is 1 to 4194304", {"frame.meaning"}, "frames", frameBounds),
-      check("frame.rest", "nothing follows the body", {"frame.bounds"}, "frames", frameRest),
-      check("frame.close", "the host closes within a second of the answer", {"frame.answer"},
-            "the-socket", frameClose),
-      check("body.binary", "the body is a binary property list", {"frame.bounds"}, "bodies",
-            bodyBinary),
-      check("body.dictionary", "it is a dictionary", {"frame.bounds"}, "bodies", bodyDictionary),
-      check("answer.ok", "its ok is a boolean", {"frame.early", "body.dictionary"}, "answers",
-            answerOk),
+      framingCheck("frame.early", "the host says nothing before the request", {"socket.accepts"},
+                   "the-socket", frameEarly),
+      framingCheck("frame.answer", "a request is answered", {"socket.accepts"}, "frames",
+                   frameAnswer),
+      framingCheck("frame.order", "the size is big-endian", {"frame.answer"}, "frames", frameOrder),
+      framingCheck("frame.meaning", "the size is the body's, in four bytes", {"frame.order"},
+                   "frames", frameMeaning),
+      framingCheck("frame.bounds", "the size is 1 to 4194304", {"frame.meaning"}, "frames",
+                   frameBounds),
+      framingCheck("frame.rest", "nothing follows the body", {"frame.bounds"}, "frames", frameRest),
+      framingCheck("frame.close", "the host closes within a second of the answer", {"frame.answer"},
+                   "the-socket", frameClose),
+      framingCheck("body.binary", "the body is a binary property list", {"frame.bounds"}, "bodies",
+                   bodyBinary),
+      framingCheck("body.dictionary", "it is a dictionary", {"frame.bounds"}, "bodies",
+                   bodyDictionary),
+      framingCheck("answer.ok", "its ok is a boolean", {"frame.early", "body.dictionary"},
+                   "answers", answerOk),
   };
 }
 

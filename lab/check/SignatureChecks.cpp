@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-Result failedWith(std::string got, std::string wanted, std::string hint) {
+Result signatureFailure(std::string got, std::string wanted, std::string hint) {
   return failed({.got = std::move(got), .wanted = std::move(wanted), .hint = std::move(hint)});
 }
 
@@ -34,14 +34,14 @@ std::string signedByMistake(const Peer& peer) {
   return {};
 }
 
-Result present(CheckContext& context) {
+Result signaturePresent(CheckContext& context) {
   const Peer peer = peerOf(context);
   const std::string file = peer.executable + ".p7s";
   if (fs::exists(file)) {
     return passed();
   }
   const std::string mistaken = signedByMistake(peer);
-  return failedWith(
+  return signatureFailure(
       "no " + file, "the signature of the program that runs, beside it",
       mistaken.empty()
           ? "no " + file + ": sign the program with tools/sign-executable"
@@ -58,29 +58,30 @@ SignatureFacts factsOf(const CheckContext& context) {
   return *std::move(facts);
 }
 
-Result bytes(CheckContext& context) {
+Result signatureBytes(CheckContext& context) {
   const auto facts = readSignature(peerOf(context).executable, context.settings().trustAnchorPem);
-  return facts
-             ? passed()
-             : failedWith(facts.error(), "a detached CMS signature in DER, of the program's bytes",
-                          facts.error());
+  return facts ? passed()
+               : signatureFailure(facts.error(),
+                                  "a detached CMS signature in DER, of the program's bytes",
+                                  facts.error());
 }
 
-Result running(CheckContext& context) {
+Result signatureRunning(CheckContext& context) {
   const Peer peer = peerOf(context);
-  return peer.replaced
-             ? failedWith("another file at " + peer.executable, "the one that runs",
-                          peer.executable + " was replaced while running: start the host again")
-             : passed();
+  return peer.replaced ? signatureFailure(
+                             "another file at " + peer.executable, "the one that runs",
+                             peer.executable + " was replaced while running: start the host again")
+                       : passed();
 }
 
-Result anchor(CheckContext& context) {
+Result signatureAnchor(CheckContext& context) {
   const SignatureFacts facts = factsOf(context);
-  return facts.isAnchored ? passed()
-                          : failedWith("a certificate issued by " + facts.issuer,
-                                       "a chain that ends in " + facts.anchor,
-                                       "issued by " + facts.issuer + ", but the trust anchor is " +
-                                           facts.anchor + "; name yours with --trust-anchor");
+  return facts.isAnchored
+             ? passed()
+             : signatureFailure("a certificate issued by " + facts.issuer,
+                                "a chain that ends in " + facts.anchor,
+                                "issued by " + facts.issuer + ", but the trust anchor is " +
+                                    facts.anchor + "; name yours with --trust-anchor");
 }
 
 Result sameName(const std::optional<std::string>& got, std::string_view wanted,
@@ -89,20 +90,20 @@ Result sameName(const std::optional<std::string>& got, std::string_view wanted,
     return passed();
   }
   const std::string value = got ? attribute + " " + *got : "no single " + attribute;
-  return failedWith(value, attribute + " " + std::string(wanted),
-                    "the certificate has " + value + ", this build of the extension wants " +
-                        std::string(wanted));
+  return signatureFailure(value, attribute + " " + std::string(wanted),
+                          "the certificate has " + value + ", this build of the extension wants " +
+                              std::string(wanted));
 }
 
-Result team(CheckContext& context) {
+Result signatureTeam(CheckContext& context) {
   return sameName(factsOf(context).organizationalUnit, HostTeamIdentifier, "OU");
 }
 
-Result identifier(CheckContext& context) {
+Result signatureIdentifier(CheckContext& context) {
   return sameName(factsOf(context).commonName, HostBundleIdentifier, "CN");
 }
 
-Result validity(CheckContext& context) {
+Result signatureValidity(CheckContext& context) {
   constexpr std::time_t Week = std::chrono::seconds(std::chrono::weeks(1)).count();
   const SignatureFacts facts = factsOf(context);
   const std::time_t now = std::time(nullptr);
@@ -124,7 +125,7 @@ Result validity(CheckContext& context) {
   return passed();
 }
 
-Result accepted(CheckContext& context) {
+Result signatureAccepted(CheckContext& context) {
   const Connection connection = context.connect();
   const PeerVerdict verdict = verifyPeer(context.sockets(), context.codeSigning(),
                                          connection.descriptor(), AcceptedHostIdentifiers);
@@ -132,11 +133,11 @@ Result accepted(CheckContext& context) {
     return passed();
   }
   const std::string why = verdict.error->localizedDescription().value_or("no reason is known");
-  return failedWith(why, "a host that the extension trusts", why);
+  return signatureFailure(why, "a host that the extension trusts", why);
 }
 
-Check check(std::string_view name, std::string_view passes, std::vector<std::string_view> after,
-            Result (*run)(CheckContext&)) {
+Check signatureCheck(std::string_view name, std::string_view passes,
+                     std::vector<std::string_view> after, Result (*run)(CheckContext&)) {
   return {.name = name,
           .passes = passes,
           .needs = {Need::host},
@@ -149,21 +150,24 @@ Check check(std::string_view name, std::string_view passes, std::vector<std::str
 
 std::vector<Check> signatureChecks() {
   return {
-      check("signature.present", "a .p7s file is beside the program that runs",
-            {"socket.kind", "peer.listener"}, present),
-      check("signature.bytes", "it is a signature of the program's bytes on the disk",
-            {"signature.present"}, bytes),
-      check("signature.running", "the program on the disk is the one that runs",
-            {"socket.kind", "peer.listener"}, running),
-      check("signature.anchor", "its chain ends in the trust anchor", {"signature.bytes"}, anchor),
-      check("signature.team", "its OU is the build's team", {"signature.bytes"}, team),
-      check("signature.identifier", "its CN is the build's identifier of the host",
-            {"signature.bytes"}, identifier),
-      check("signature.validity", "its certificate is valid now", {"signature.bytes"}, validity),
-      check("signature.accepted", "the extension trusts the host",
-            {"peer.user", "signature.bytes", "signature.running", "signature.anchor",
-             "signature.team", "signature.identifier", "signature.validity"},
-            accepted),
+      signatureCheck("signature.present", "a .p7s file is beside the program that runs",
+                     {"socket.kind", "peer.listener"}, signaturePresent),
+      signatureCheck("signature.bytes", "it is a signature of the program's bytes on the disk",
+                     {"signature.present"}, signatureBytes),
+      signatureCheck("signature.running", "the program on the disk is the one that runs",
+                     {"socket.kind", "peer.listener"}, signatureRunning),
+      signatureCheck("signature.anchor", "its chain ends in the trust anchor", {"signature.bytes"},
+                     signatureAnchor),
+      signatureCheck("signature.team", "its OU is the build's team", {"signature.bytes"},
+                     signatureTeam),
+      signatureCheck("signature.identifier", "its CN is the build's identifier of the host",
+                     {"signature.bytes"}, signatureIdentifier),
+      signatureCheck("signature.validity", "its certificate is valid now", {"signature.bytes"},
+                     signatureValidity),
+      signatureCheck("signature.accepted", "the extension trusts the host",
+                     {"peer.user", "signature.bytes", "signature.running", "signature.anchor",
+                      "signature.team", "signature.identifier", "signature.validity"},
+                     signatureAccepted),
   };
 }
 

@@ -2,7 +2,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
-#include <system_error>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -17,8 +16,6 @@ namespace korvan::lab::check {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string textOf(int error) { return std::generic_category().message(error); }
 
 std::string octal(mode_t mode) {
   constexpr unsigned BitsPerDigit = 3;
@@ -36,7 +33,7 @@ Result containerExists(CheckContext& context) {
   if (::lstat(container.c_str(), &status) == 0) {
     return passed();
   }
-  return failed({.got = container.string() + ": " + textOf(errno),
+  return failed({.got = container.string() + ": " + errorText(errno),
                  .wanted = "the directory of the app group",
                  .hint = container.string() + " does not exist; is that a typing error?"});
 }
@@ -100,7 +97,7 @@ std::string hintOnMissingSocket(CheckContext& context) {
 Result socketPresent(CheckContext& context) {
   struct stat status{};
   if (::stat(context.socketPath().c_str(), &status) != 0) {
-    return failed({.got = context.socketPath() + ": " + textOf(errno),
+    return failed({.got = context.socketPath() + ": " + errorText(errno),
                    .wanted = "a socket",
                    .hint = hintOnMissingSocket(context)});
   }
@@ -135,7 +132,7 @@ std::string hintOnConnectError(const std::string& path, int error) {
     return "a stale file: nobody listens";
   }
   if (error != EPROTOTYPE) {
-    return textOf(error);
+    return errorText(error);
   }
   return connectError(path, SOCK_DGRAM) == 0 ? "a datagram socket: make it with SOCK_STREAM"
                                              : "a SOCK_SEQPACKET socket: make it with SOCK_STREAM";
@@ -147,7 +144,7 @@ Result socketKind(CheckContext& context) {
   if (error == 0 || error == EAGAIN) {
     return passed();
   }
-  return failed({.got = "connecting: " + textOf(error),
+  return failed({.got = "connecting: " + errorText(error),
                  .wanted = "a stream socket that accepts a connection",
                  .hint = hintOnConnectError(context.socketPath(), error)});
 }

@@ -121,8 +121,20 @@ std::vector<Mistake> framingMistakes() {
        .frame = [](Bytes& frame) { announce(frame, MaxProviderMessageSize + 1); }},
       {.name = "newline-after-the-body",
        .fails = {"frame.rest"},
-       .hint = "1 byte after the body (an end of a line)",
+       .hint = "1 byte after the body, an end of a line",
        .frame = [](Bytes& frame) { frame.push_back('\n'); }},
+      {.name = "answers-twice",
+       .fails = {"frame.rest"},
+       .hint = "bytes after the body, another frame",
+       .frame =
+           [](Bytes& frame) {
+             const Bytes copy = frame;
+             frame.insert(frame.end(), copy.begin(), copy.end());
+           }},
+      {.name = "pads-the-answer",
+       .fails = {"frame.rest"},
+       .hint = "3 bytes after the body, zeros",
+       .frame = [](Bytes& frame) { frame.insert(frame.end(), 3, 0); }},
       {.name = "leaves-the-connection-open",
        .fails = {"frame.close"},
        .hint = "still open: close it",
