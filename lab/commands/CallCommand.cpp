@@ -49,7 +49,6 @@ struct CallOptions {
   SystemOptions system;
   std::string operatingSystemVersion;
   std::string notice;
-  bool showMessages = false;
   std::string file;
 };
 
@@ -118,7 +117,7 @@ int run(const CallOptions& options) {
     file = openFile(options.file);
   }
   CallRunner runner(settingsOf(options));
-  const OutcomeWriter writer(runner.propertyLists(), options.showMessages);
+  const OutcomeWriter writer(runner.propertyLists(), options.system.showMessages);
   const bool allCalls =
       serveLines(readsStandardInput(options) ? std::cin : file, std::cout, runner, writer);
   return allCalls ? Well : WrongUsage;
@@ -149,7 +148,6 @@ void addCallCommand(CLI::App& app, int& exitStatus) {
   command.add_option("--os-version", options->operatingSystemVersion)
       ->check(CLI::Validator(flawOfVersion, ""));
   command.add_option("--notice", options->notice)->check(CLI::Validator(flawOfNotice, ""));
-  command.add_flag("--show-messages", options->showMessages);
   command.add_option("FILE", options->file);
   setHelpPage(command, CallHelpPage);
   command.callback([options, &exitStatus] { exitStatus = run(*options); });

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "lab/commands/Narrator.h"
 #include "lab/system/CallRunner.h"
 
 namespace korvan::lab {
 
-/// Has the runner say on standard error what its calls wait for, once they have for a second.
-void watch(CallRunner& runner);
+/// Has the runner say on standard error what its calls wait for, once they have for a second, and
+/// the narrator tell messages as they go over the socket, if those are to be shown. Refers to both.
+void watch(CallRunner& runner, Narrator& narrator, bool showMessages);
 
 }  // namespace korvan::lab

@@ -30,6 +30,7 @@ Starts a sample host of its own unless you name one.
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --timeout SECONDS        gives up when the host takes longer; default: never
+  --show-messages          accepted; messages are always printed, as they go
   --help                   this page
 
 Exit status: 0 when the configuration was completed, otherwise 1.
@@ -42,9 +43,9 @@ bool configure(const LabSettings& settings) {
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Opening the extension's configuration");
   CallRunner runner(settings);
-  watch(runner);
+  watch(runner, narrator, true);
   const CallResult result = runner.run(configurationCall());
-  narrator.messages(runner.propertyLists(), result);
+  narrator.silence(result);
   const FindingList findings = judgeWireAnswer(runner.propertyLists(), result, false);
   narrator.result(result, findings);
   const bool completed = std::holds_alternative<CompletedConfiguration>(result.outcome);

@@ -6,7 +6,9 @@
 #include <sstream>
 #include <string>
 
+#include "channel/ProviderMessage.h"
 #include "lab/json/MessageJson.h"
+#include "lab/site/FrameWords.h"
 #include "lab/support/Base64Url.h"
 #include "lab/support/EscapeSequences.h"
 #include "lab/support/VisibleText.h"
@@ -24,9 +26,12 @@ std::string passkeyNamed(const std::optional<Data>& credentialID) {
                       : "a passkey without an ID";
 }
 
-std::string shown(const PropertyListSerialization& propertyLists, const RecordedFrame& frame) {
+std::string shown(const PropertyListSerialization& propertyLists, const Data& body) {
+  if (!decodeProviderMessage(propertyLists, body).message) {
+    return wordsForStrangeBody(propertyLists, body);
+  }
   // A host may send what is not UTF-8.
-  return visibleText(messageJson(propertyLists, frame.body)
+  return visibleText(messageJson(propertyLists, body)
                          .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
@@ -133,9 +138,23 @@ void Narrator::result(const CallResult& result, const FindingList& findings) {
 
 void Narrator::messages(const PropertyListSerialization& propertyLists, const CallResult& result) {
   for (const RecordedFrame& frame : result.frames) {
-    say((frame.direction == Direction::request ? "Sent: " : "Answered: ") +
-        shown(propertyLists, frame));
+    message(propertyLists, {.direction = frame.direction, .bytes = frame.body});
   }
+  silence(result);
+}
+
+void Narrator::message(const PropertyListSerialization& propertyLists,
+                       const PassingMessage& message) {
+  if (message.isWhole) {
+    say((message.direction == Direction::request ? "Sent: " : "Answered: ") +
+        shown(propertyLists, message.bytes));
+  } else {
+    const std::string words = wordsForBrokenFrame(message.bytes);
+    say(words.empty() ? "No answer came." : "No whole answer: " + words);
+  }
+}
+
+void Narrator::silence(const CallResult& result) {
   if (result.frames.empty()) {
     say("Nothing was sent. Connections that failed: " + std::to_string(result.failedConnections) +
         ".");

@@ -29,8 +29,14 @@ class Narrator {
   /// Prints how a request ended, and what the relying party found.
   void result(const CallResult& result, const FindingList& findings);
 
-  /// Prints what went over the socket during a call whose messages were recorded.
+  /// Prints what went over the socket during a call.
   void messages(const PropertyListSerialization& propertyLists, const CallResult& result);
+
+  /// Prints a message, decoded if it can be.
+  void message(const PropertyListSerialization& propertyLists, const PassingMessage& message);
+
+  /// Says so if nothing was sent during a call.
+  void silence(const CallResult& result);
 
   /// Prints a tick or a cross, and `words`. Returns `verified`.
   bool verdict(bool verified, std::string_view words);

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lab/support/Bytes_testing.h"
 #include "lab/system/Outcome.h"
 #include "platform/PropertyList.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
@@ -40,6 +41,20 @@ TEST_F(NarratorTest, ShowsTheControlCharactersOfAHostsMessage) {
       {.direction = Direction::response, .body = propertyLists.encodeBinary(message).value()}};
   narrator_.messages(propertyLists, result);
   EXPECT_THAT(told(), HasSubstr("\"\\u{9B}2K\\u{202E}\""));
+}
+
+TEST_F(NarratorTest, ShowsTheBytesOfAnAnswerThatCannotBeRead) {
+  const LinuxPropertyListSerialization propertyLists;
+  const auto tell = [&](const Data& bytes, bool isWhole) {
+    narrator_.message(propertyLists,
+                      {.direction = Direction::response, .isWhole = isWhole, .bytes = bytes});
+  };
+  tell(bytes({0x32, 0, 0, 0}), false);
+  tell(Data(), false);
+  tell(bytes({'{', '"'}), true);
+  EXPECT_THAT(told(), HasSubstr("No whole answer: 4 bytes: 32000000; "));
+  EXPECT_THAT(told(), HasSubstr("is 50 with its bytes reversed\n  No answer came.\n"));
+  EXPECT_THAT(told(), HasSubstr("Answered: 2 bytes: 7b22, which look like JSON\n"));
 }
 
 }  // namespace

@@ -47,6 +47,7 @@ with it. Starts a sample host of its own unless you name one.
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --timeout SECONDS        gives up when the host takes longer; default: never
+  --show-messages          prints what goes over the socket, as it does
   --help                   this page
 
 Exit status: 0 when the passkey and the sign-in were verified, otherwise 1.
@@ -103,6 +104,9 @@ RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner,
   narrator.heading("Registering a passkey of " + options.userName + " with " + site.identifier());
   narrator.say("The client data is " + site.clientDataJSON());
   RegistrationResult result = registerPasskey(runner, site, options.creationOptions());
+  if (options.system.showMessages) {
+    narrator.silence(result.call);
+  }
   narrator.result(result.call, result.findings);
   if (result.passkey) {
     tell(narrator, *result.passkey);
@@ -130,7 +134,7 @@ bool signInAndTell(Narrator& narrator, CallRunner& runner, const RegisterOptions
 bool registerAndSignIn(const RegisterOptions& options, const LabSettings& settings) {
   Narrator narrator = Narrator::toStandardOutput();
   CallRunner runner(settings);
-  watch(runner);
+  watch(runner, narrator, options.system.showMessages);
   const RegistrationResult registration = registerAndTell(narrator, runner, options);
   if (registration.passkey && !options.saveFile.empty()) {
     savePasskey(*registration.passkey, options.saveFile);

@@ -40,6 +40,7 @@ host and reports about its passkey. KIND and its options:
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --timeout SECONDS        gives up when the host takes longer; default: never
+  --show-messages          accepted; messages are always printed, as they go
   --help                   this page
 
 IDs are base64url. Exit status: 0 when the report was sent to the host.
@@ -98,9 +99,9 @@ bool send(LabSettings settings, const Call& call) {
   Narrator narrator = Narrator::toStandardOutput();
   narrator.heading("Reporting to the extension");
   CallRunner runner(settings);
-  watch(runner);
+  watch(runner, narrator, true);
   const CallResult result = runner.run(call);
-  narrator.messages(runner.propertyLists(), result);
+  narrator.silence(result);
   narrator.result(result, judgeWireAnswer(runner.propertyLists(), result, true));
   const bool delivered = wasDelivered(result);
   return narrator.verdict(delivered, delivered ? "The report was sent to the host"

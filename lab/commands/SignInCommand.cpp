@@ -48,6 +48,7 @@ does. Starts a sample host of its own unless you name one.
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --timeout SECONDS        gives up when the host takes longer; default: never
+  --show-messages          prints what goes over the socket, as it does
   --help                   this page
 
 Exit status: 0 when the sign-in was verified, otherwise 1.
@@ -134,8 +135,12 @@ bool signInWith(const SignInOptions& options, const LabSettings& settings,
     narrator.say("The request names no passkey, as the system's always do: --passkey names one.");
   }
   CallRunner runner(settings);
-  watch(runner);
-  return tell(narrator, relyingParty, signIn(runner, relyingParty, request));
+  watch(runner, narrator, options.system.showMessages);
+  const SignInResult result = signIn(runner, relyingParty, request);
+  if (options.system.showMessages) {
+    narrator.silence(result.call);
+  }
+  return tell(narrator, relyingParty, result);
 }
 
 int run(const SignInOptions& options) {

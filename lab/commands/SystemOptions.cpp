@@ -64,6 +64,7 @@ void SystemOptions::addTo(CLI::App& command) {
   command.add_option("--container", container)->check(CLI::Validator(flawOfContainer, ""));
   command.add_option("--host-application", hostApplication)->check(CLI::Validator(flawOfHost, ""));
   addTrustAnchorOption(command, trustAnchorFile);
+  command.add_flag("--show-messages", showMessages);
   command.add_option("--timeout", timeoutSeconds)->check(CLI::Validator(flawOfTimeout, ""));
 }
 

@@ -17,6 +17,7 @@ struct SystemOptions {
   std::string hostApplication;
   std::string trustAnchorFile;
   std::optional<double> timeoutSeconds;
+  bool showMessages = false;
 
   void addTo(CLI::App& command);
 

@@ -134,6 +134,11 @@ CallResult CallRunner::run(const Call& call) {
   const auto session = std::make_shared<Session>(platform_, noticeMode_);
   const auto controller = std::make_shared<CredentialProviderViewController>(
       std::shared_ptr<const Services>(session, &session->services));
+  if (listener_) {
+    session->tap.onMessage([this](const PassingMessage& message) {
+      platform_.queues.asyncMain([this, message] { listener_(message); });
+    });
+  }
   platform_.patience.restart();
   const Time start = now();
   const End end = endOf(call, *controller, *session, platform_, waitingNotice_);

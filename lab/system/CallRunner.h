@@ -7,6 +7,7 @@
 #include "lab/system/Call.h"
 #include "lab/system/LabPlatform.h"
 #include "lab/system/LabSettings.h"
+#include "lab/system/MessageTap.h"
 #include "lab/system/Outcome.h"
 
 namespace korvan::lab {
@@ -22,6 +23,9 @@ class CallRunner {
   using WaitingNotice = std::function<void(const std::string& whatFor)>;
   void onWaiting(WaitingNotice notice) { waitingNotice_ = std::move(notice); }
 
+  /// Tells each message as it goes over the socket. Called on the main thread.
+  void onMessage(MessageTap::Listener listener) { listener_ = std::move(listener); }
+
   /// Makes the call on a new controller, and runs the main loop until the call has an outcome and
   /// all its background work is done.
   [[nodiscard]] CallResult run(const Call& call);
@@ -34,6 +38,7 @@ class CallRunner {
   LabPlatform platform_;
   const NoticeMode noticeMode_;
   WaitingNotice waitingNotice_;
+  MessageTap::Listener listener_;
 };
 
 }  // namespace korvan::lab

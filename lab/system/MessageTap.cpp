@@ -58,6 +58,7 @@ std::ptrdiff_t MessageTap::recv(int descriptor, std::span<std::uint8_t> bytes) c
 }
 
 void MessageTap::close(int descriptor) const {
+  tellMessages(descriptor, true);
   {
     // Before the close: afterwards another thread may be given the same number.
     const std::scoped_lock lock(mutex_);
@@ -76,7 +77,42 @@ void MessageTap::record(int descriptor, Bytes Connection::* direction,
       all.insert(all.end(), bytes.begin(), bytes.end());
     }
   }
+  tellMessages(descriptor, false);
   errno = keptErrno;
+}
+
+std::vector<PassingMessage> MessageTap::untoldMessages(int descriptor, bool isClosed) const {
+  std::vector<PassingMessage> messages;
+  const std::scoped_lock lock(mutex_);
+  const auto found = open_.find(descriptor);
+  if (found == open_.end()) {
+    return messages;
+  }
+  Connection& connection = connections_[found->second];
+  if (auto body = connection.requestTold ? std::nullopt : wholeFrame(connection.sent)) {
+    connection.requestTold = true;
+    messages.push_back({.direction = Direction::request, .bytes = *std::move(body)});
+  }
+  if (auto body = connection.answerTold ? std::nullopt : wholeFrame(connection.received)) {
+    connection.answerTold = true;
+    messages.push_back({.direction = Direction::response, .bytes = *std::move(body)});
+  }
+  if (isClosed && connection.requestTold && !connection.answerTold) {
+    connection.answerTold = true;
+    messages.push_back({.direction = Direction::response,
+                        .isWhole = false,
+                        .bytes = Data::copyOf(connection.received)});
+  }
+  return messages;
+}
+
+void MessageTap::tellMessages(int descriptor, bool isClosed) const {
+  if (!listener_) {
+    return;
+  }
+  for (const PassingMessage& message : untoldMessages(descriptor, isClosed)) {
+    listener_(message);
+  }
 }
 
 std::vector<RecordedFrame> MessageTap::frames() const {

@@ -93,6 +93,34 @@ TEST_F(MessageTapTest, LeavesOutWhatWasCutShort) {
   }
 }
 
+TEST_F(MessageTapTest, TellsOfEachMessageOnceAsItGoesOverTheSocket) {
+  std::vector<std::string> told;
+  tap_.onMessage([&](const PassingMessage& message) {
+    told.push_back((message.direction == Direction::request ? "request " : "response ") +
+                   textOf(message.bytes));
+  });
+  peerAnswers([](const Bytes&) { return Answer; }, 1);
+  const int descriptor = connected();
+  exchange(descriptor, Frame, 0);
+  EXPECT_EQ(told, std::vector<std::string>{"request hi"});
+  exchange(descriptor, {}, Answer.size());
+  tap_.close(descriptor);
+  EXPECT_EQ(told, (std::vector<std::string>{"request hi", "response y"}));
+}
+
+TEST_F(MessageTapTest, TellsWhatWasReadOfABrokenAnswerWhenTheConnectionCloses) {
+  std::vector<PassingMessage> told;
+  tap_.onMessage([&](const PassingMessage& message) { told.push_back(message); });
+  peerAnswers([](const Bytes&) { return Bytes{0, 0, 0, 9, 'y'}; });
+  const int descriptor = connected();
+  exchange(descriptor, Frame, 5);
+  EXPECT_EQ(told.size(), 1U);
+  tap_.close(descriptor);
+  ASSERT_EQ(told.size(), 2U);
+  EXPECT_FALSE(told[1].isWhole);
+  EXPECT_EQ(told[1].bytes.size(), 5U);
+}
+
 TEST_F(MessageTapTest, HearsNothingWhenTheConnectionFails) {
   sockets_.peer.connectErrno = ECONNREFUSED;
   const int descriptor = tap_.socket();

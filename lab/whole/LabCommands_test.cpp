@@ -159,6 +159,25 @@ TEST_F(LabCommands, SayWhatTheyWaitForAndGiveUpInTime) {
   EXPECT_THAT(result.output, HasSubstr("✗ No verified sign-in to example.com"));
 }
 
+TEST_F(LabCommands, ShowMessagesAsTheyGoOverTheSocket) {
+  startHost();
+  const std::string file = stage_.file("passkey");
+  const auto made = onContainer(
+      {"register", "--save", file, "--show-messages", "--user-verification", "discouraged"});
+  EXPECT_THAT(made.output, HasSubstr(R"("userVerificationPreference":"discouraged")"));
+  const std::string identifier =
+      nlohmann::json::parse(std::ifstream(file)).at("credentialID").get<std::string>();
+  const std::string named = R"("credentialID":{"data":")" + identifier + R"("},"record)";
+  for (const Arguments& mode : {Arguments{}, {"--interactive"}, {"--list"}}) {
+    Arguments command = {"sign-in", "--passkey", file, "--show-messages"};
+    command.insert(command.end(), mode.begin(), mode.end());
+    const auto result = onContainer(command);
+    EXPECT_THAT(result.output, HasSubstr("  Sent: {"));
+    EXPECT_THAT(result.output, HasSubstr("  Answered: {"));
+    EXPECT_EQ(result.output.contains(named), mode != Arguments{"--list"}) << result.output;
+  }
+}
+
 TEST_F(LabCommands, ConfigureTellsOfTheNoticeWithoutAHost) {
   const auto result = onContainer({"configure"});
   EXPECT_EQ(result.status, 3);
