@@ -1,7 +1,301 @@
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
 #include "lab/check/Catalog.h"
+#include "lab/check/CheckContext.h"
+#include "lab/check/Judgment.h"
+#include "lab/check/Requests.h"
+#include "lab/site/AttestationReader.h"
+#include "lab/support/RandomData.h"
 
 namespace korvan::lab::check {
+namespace {
 
-std::vector<Check> assertionChecks() { return {}; }
+namespace keys = provider_message_key;
+namespace codes = provider_error_code;
+using Subject = Finding::Subject;
+
+constexpr std::size_t IdentifierSize = 32;
+/// One for which the host has no passkeys.
+constexpr std::string_view StrangeRelyingParty = "stranger.check-host.invalid";
+
+ProviderMessage requestFor(const CheckPasskey& passkey, AllowsUser allowsUser = false) {
+  return assertionRequest(passkey.relyingParty, passkey.credentialID, allowsUser);
+}
+
+/// Signs in with a passkey that the request names.
+Exchange signIn(CheckContext& context, const CheckPasskey& passkey) {
+  Exchange exchange = askToSign(context, requestFor(passkey));
+  requireServed(context, exchange, "an assertion", "a passkey of the host's own is refused");
+  return exchange;
+}
+
+FindingList judged(const Exchange& exchange, const CheckPasskey& passkey) {
+  return judgeAssertion(exchange.answer, assertionTerms(exchange, passkey));
+}
+
+/// What one sign-in with the first passkey shows of some subjects.
+Result resultOfSignIn(CheckContext& context, std::initializer_list<Subject> subjects) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  const Exchange exchange = signIn(context, passkey);
+  return resultOf(context, exchange, judged(exchange, passkey), subjects);
+}
+
+Result assertionSilent(CheckContext& context) {
+  std::ignore = askSilently(context, requestFor(context.passkeys().first()));
+  return passed();
+}
+
+Result assertionAnswer(CheckContext& context) {
+  return resultOfSignIn(context, {Subject::kinds, Subject::echoes});
+}
+
+Result assertionCredential(CheckContext& context) {
+  const CheckPasskey& first = context.passkeys().first();
+  const CheckPasskey& second = context.passkeys().second();
+  for (const CheckPasskey* passkey : {&first, &second, &first}) {
+    const Exchange exchange = signIn(context, *passkey);
+    const Result result =
+        resultOf(context, exchange, judged(exchange, *passkey), {Subject::credential});
+    if (result.outcome != Outcome::passed) {
+      return result;
+    }
+  }
+  return passed();
+}
+
+Result assertionRecord(CheckContext& context) {
+  ProviderMessage request = requestFor(context.passkeys().first());
+  request[keys::recordIdentifier] = "a record that no host has";
+  return refusedWith(context, askToSign(context, request), codes::credentialNotFound,
+                     "recordIdentifier is ignored");
+}
+
+Result assertionAllowed(CheckContext& context) {
+  const CheckPasskey& first = context.passkeys().first();
+  const CheckPasskey& second = context.passkeys().second();
+  const Data unknown = randomData(IdentifierSize);
+  const auto ask = [&](const std::vector<Data>& allowed) {
+    ProviderMessage request = assertionRequest(RelyingParty, Data(), false);
+    request[keys::allowedCredentials] = arrayOf(allowed);
+    return askToSign(context, request);
+  };
+  for (const CheckPasskey* passkey : {&first, &second}) {
+    const Exchange exchange = ask({unknown, passkey->credentialID});
+    requireServed(context, exchange, "an assertion with the passkey that is allowed",
+                  "an empty credentialID matches any passkey");
+    const Result result =
+        resultOf(context, exchange, judged(exchange, *passkey), {Subject::allowed});
+    if (result.outcome != Outcome::passed) {
+      return result;
+    }
+  }
+  return refusedWith(context, ask({unknown}), codes::credentialNotFound,
+                     "allowedCredentials is ignored");
+}
+
+Result assertionRelyingParty(CheckContext& context) {
+  ProviderMessage request = requestFor(context.passkeys().first());
+  request[keys::relyingPartyIdentifier] = StrangeRelyingParty;
+  return refusedWith(context, askToSign(context, request), codes::credentialNotFound,
+                     "signed for a relying party that the passkey does not belong to, which is a "
+                     "security hole: relyingPartyIdentifier is ignored");
+}
+
+Result assertionUnknown(CheckContext& context) {
+  const auto request = assertionRequest(RelyingParty, randomData(IdentifierSize), false);
+  return refusedWith(context, askToSign(context, request), codes::credentialNotFound,
+                     "another passkey signed in place of one that the host does not have");
+}
+
+Result assertionAuthenticatorData(CheckContext& context) {
+  return resultOfSignIn(context, {Subject::authenticatorData, Subject::flags});
+}
+
+Result assertionInteractive(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  const Exchange exchange =
+      askUserToSign(context, requestFor(passkey, true),
+                    "Now: agree in your host to sign in as " + passkey.userName + ".");
+  requireServed(context, exchange, "an assertion", "a sign-in with the user is refused");
+  return resultOf(context, exchange, judged(exchange, passkey), {Subject::credential});
+}
+
+Result assertionList(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  ProviderMessage request = assertionRequest(passkey.relyingParty, Data(), true);
+  request[keys::allowedCredentials] = arrayOf({passkey.credentialID});
+  const Exchange exchange = askUserToSign(
+      context, request, "Now: choose in your host the passkey of " + passkey.userName + ".");
+  requireServed(context, exchange, "an assertion with the passkey that the user chooses",
+                "an empty credentialID asks for a choice among the passkeys");
+  if (dataForKey(exchange.answer, keys::credentialID) == passkey.credentialID) {
+    return passed();
+  }
+  return failed({.sent = context.described(request),
+                 .got = context.described(exchange.answer),
+                 .wanted = "an assertion with the only passkey that allowedCredentials has",
+                 .hint = "another passkey signed: the list offers those that are not allowed, or "
+                         "the user's choice is ignored"});
+}
+
+Result assertionVerification(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  const auto ask = [&](AllowsUser allowsUser) {
+    ProviderMessage request = requestFor(passkey, allowsUser);
+    request[keys::userVerificationPreference] = "required";
+    return allowsUser ? askUserToSign(context, request,
+                                      "Now: verify yourself in your host, as with a fingerprint.")
+                      : Exchange{.request = request, .answer = context.exchange(request)};
+  };
+  const Exchange silent = ask(false);
+  if (isOk(silent.answer)) {
+    const Result result =
+        resultOf(context, silent, judged(silent, passkey), {Subject::verification});
+    if (result.outcome != Outcome::passed) {
+      return result;
+    }
+  } else if (!needsUser(silent.answer)) {
+    return refusedWith(context, silent, codes::userInteractionRequired, "");
+  }
+  if (!context.settings().attended) {
+    return passed();
+  }
+  const Exchange interactive = ask(true);
+  requireServed(context, interactive, "an assertion", "a sign-in with the user is refused");
+  return resultOf(context, interactive, judged(interactive, passkey), {Subject::verification});
+}
+
+Result assertionCounter(CheckContext& context) {
+  constexpr int SignIns = 3;
+  const CheckPasskey& passkey = context.passkeys().first();
+  std::optional<std::uint32_t> last;
+  for (int count = 0; count < SignIns; ++count) {
+    const Exchange exchange = signIn(context, passkey);
+    AssertionTerms terms = assertionTerms(exchange, passkey);
+    if (terms.passkey && last) {
+      terms.passkey->signCount = *last;
+    }
+    const Result result =
+        resultOf(context, exchange, judgeAssertion(exchange.answer, terms), {Subject::counter});
+    if (result.outcome != Outcome::passed) {
+      return result;
+    }
+    last = readAuthenticatorData(*dataForKey(exchange.answer, keys::authenticatorData))->signCount;
+  }
+  return passed();
+}
+
+Result assertionSignature(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  const Exchange exchange = signIn(context, passkey);
+  AssertionTerms terms = assertionTerms(exchange, passkey);
+  for (const CheckPasskey* other : {&context.passkeys().second(), &context.passkeys().other()}) {
+    if (const auto registered = reviewOf(*other).passkey) {
+      terms.otherPasskeys.push_back(*registered);
+    }
+  }
+  return resultOf(context, exchange, judgeAssertion(exchange.answer, terms), {Subject::signature});
+}
+
+Result assertionUserHandle(CheckContext& context) {
+  return resultOfSignIn(context, {Subject::userHandle});
+}
+
+}  // namespace
+
+std::vector<Check> assertionChecks() {
+  return {
+      {.name = "assertion.silent",
+       .passes = "a silent request for an assertion is answered within 2 s, and nobody is asked",
+       .needs = {Need::host, Need::passkey},
+       .after = {"registration.answer", "registration.unique"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionSilent},
+      {.name = "assertion.answer",
+       .passes = "an assertion's answer has every key, each of its kind, and the request's values",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.silent"},
+       .see = "an-assertion",
+       .run = assertionAnswer},
+      {.name = "assertion.credential",
+       .passes = "of two passkeys the one signs that credentialID names",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionCredential},
+      {.name = "assertion.record",
+       .passes = "a recordIdentifier that no passkey has matches none",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionRecord},
+      {.name = "assertion.allowed",
+       .passes = "only a passkey among allowedCredentials signs",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionAllowed},
+      {.name = "assertion.relyingParty",
+       .passes = "a passkey signs for its own relying party alone",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionRelyingParty},
+      {.name = "assertion.unknown",
+       .passes = "no passkey signs for an ID that nobody has",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "refusals",
+       .run = assertionUnknown},
+      {.name = "assertion.authenticatorData",
+       .passes = "the authenticator data names the relying party, and its flags agree",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "an-assertion",
+       .run = assertionAuthenticatorData},
+      {.name = "assertion.interactive",
+       .passes = "with the user, too, the passkey signs that credentialID names",
+       .needs = {Need::host, Need::passkey, Need::person},
+       .after = {"assertion.answer"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionInteractive},
+      {.name = "assertion.list",
+       .passes = "the passkey signs that the user chooses from the host's list",
+       .needs = {Need::host, Need::passkey, Need::person},
+       .after = {"assertion.interactive", "assertion.allowed"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionList},
+      {.name = "assertion.verification",
+       .passes = "the user is verified where that is required",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer", "assertion.interactive"},
+       .see = "assertion-and-interactiveassertion",
+       .run = assertionVerification},
+      {.name = "assertion.counter",
+       .passes = "the sign count is 0 always, or grows",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.credential", "assertion.authenticatorData"},
+       .see = "an-assertion",
+       .run = assertionCounter},
+      {.name = "assertion.signature",
+       .passes = "the registered key verifies the signature",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.credential"},
+       .see = "an-assertion",
+       .run = assertionSignature},
+      {.name = "assertion.userHandle",
+       .passes = "the user handle is the registered one",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.credential"},
+       .see = "an-assertion",
+       .run = assertionUserHandle},
+  };
+}
 
 }  // namespace korvan::lab::check

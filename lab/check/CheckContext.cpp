@@ -83,7 +83,16 @@ ProviderMessage CheckContext::answerOn(Connection& connection,
   if (!decoded.message) {
     fail(check::described(bytes.bytes()), "see body.binary and body.dictionary");
   }
+  if (!booleanForKey(*decoded.message, provider_message_key::ok)) {
+    const std::scoped_lock lock(refusalsMutex_);
+    refusals_.push_back({.request = request, .answer = *decoded.message});
+  }
   return *std::move(decoded.message);
+}
+
+std::vector<Exchange> CheckContext::refusals() const {
+  const std::scoped_lock lock(refusalsMutex_);
+  return refusals_;
 }
 
 std::string CheckContext::described(const ProviderMessage& message) const {

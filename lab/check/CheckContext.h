@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,6 +44,11 @@ struct LaunchRecord {
   std::optional<std::chrono::milliseconds> listenedAfter;
 };
 
+struct Exchange {
+  ProviderMessage request;
+  ProviderMessage answer;
+};
+
 /// What the checks of one run share. Not thread-safe, but connect() and exchange() may be called on
 /// several threads at once.
 class CheckContext {
@@ -74,6 +80,9 @@ class CheckContext {
   /// The rest of an exchange, on a connection on which the whole request was sent.
   [[nodiscard]] ProviderMessage answerOn(Connection& connection,
                                          const ProviderMessage& request) const;
+
+  /// All exchanges so far whose answer is not `ok`, in their order.
+  [[nodiscard]] std::vector<Exchange> refusals() const;
 
   /// A request for people, as one line of JSON.
   [[nodiscard]] std::string described(const ProviderMessage& message) const;
@@ -114,6 +123,8 @@ class CheckContext {
   LinuxPropertyListSerialization propertyLists_;
   std::optional<SynchronizeRecord> synchronizeRecord_;
   CheckPasskeys passkeys_;
+  mutable std::mutex refusalsMutex_;
+  mutable std::vector<Exchange> refusals_;
   std::unique_ptr<LaunchedProgram> program_;
   LaunchRecord launchRecord_;
 };

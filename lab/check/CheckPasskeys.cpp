@@ -1,5 +1,6 @@
 #include "lab/check/CheckPasskeys.h"
 
+#include <functional>
 #include <tuple>
 #include <utility>
 
@@ -13,13 +14,43 @@ namespace {
 
 constexpr std::size_t UserHandleSize = 16;
 
+/// The passkey that `ask` gives. Throws a CheckEnd "skipped" when it is none.
+const CheckPasskey& made(const std::function<const CheckPasskey&()>& ask,
+                         const CheckContext& context) {
+  const auto skip = [](const std::string& why) {
+    throw CheckEnd(skipped("no passkey could be made: " + why));
+  };
+  const CheckPasskey* passkey = nullptr;
+  try {
+    passkey = &ask();
+  } catch (const CheckEnd& end) {
+    skip(end.result().findings.got);
+  }
+  if (passkey->credentialID.empty()) {
+    skip("the answer was " + context.described(passkey->answer));
+  }
+  return *passkey;
+}
+
 }  // namespace
 
-const CheckPasskey& CheckPasskeys::first() {
+const CheckPasskey& CheckPasskeys::firstRegistration() {
+  if (unanswered_) {
+    throw CheckEnd(*unanswered_);
+  }
   if (first_ == nullptr) {
-    first_ = &make(RelyingParty, "alice");
+    try {
+      first_ = &ask(RelyingParty, "alice");
+    } catch (const CheckEnd& end) {
+      unanswered_ = end;
+      throw;
+    }
   }
   return *first_;
+}
+
+const CheckPasskey& CheckPasskeys::first() {
+  return made([this]() -> const CheckPasskey& { return firstRegistration(); }, context_);
 }
 
 const CheckPasskey& CheckPasskeys::second() {
@@ -37,6 +68,10 @@ const CheckPasskey& CheckPasskeys::other() {
 }
 
 const CheckPasskey& CheckPasskeys::make(std::string_view relyingParty, std::string_view userName) {
+  return made([&]() -> const CheckPasskey& { return ask(relyingParty, userName); }, context_);
+}
+
+const CheckPasskey& CheckPasskeys::ask(std::string_view relyingParty, std::string_view userName) {
   const Data handle = randomData(UserHandleSize);
   CheckPasskey passkey{
       .request = registrationRequest(relyingParty, userName, handle, context_.settings().attended),
@@ -46,18 +81,12 @@ const CheckPasskey& CheckPasskeys::make(std::string_view relyingParty, std::stri
       .userHandle = handle,
       .credentialID = {}};
   context_.tellPerson("Now: agree in your host to a passkey for " + passkey.relyingParty + ".");
-  try {
-    passkey.answer = context_.exchange(passkey.request);
-  } catch (const CheckEnd& end) {
-    throw CheckEnd(skipped("no passkey could be made: " + end.result().findings.got));
+  passkey.answer = context_.exchange(passkey.request);
+  if (booleanForKey(passkey.answer, provider_message_key::ok)) {
+    passkey.credentialID =
+        dataForKey(passkey.answer, provider_message_key::credentialID).value_or(Data());
+    remember(passkey.relyingParty, passkey.credentialID);
   }
-  const auto credentialID = dataForKey(passkey.answer, provider_message_key::credentialID);
-  if (!booleanForKey(passkey.answer, provider_message_key::ok) || !credentialID) {
-    throw CheckEnd(
-        skipped("no passkey could be made: the answer was " + context_.described(passkey.answer)));
-  }
-  passkey.credentialID = *credentialID;
-  remember(passkey.relyingParty, passkey.credentialID);
   return passkeys_.emplace_back(std::move(passkey));
 }
 
@@ -81,6 +110,7 @@ void CheckPasskeys::removeAll() {
 
 void CheckPasskeys::forget() {
   first_ = second_ = other_ = nullptr;
+  unanswered_.reset();
   passkeys_.clear();
   made_.clear();
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "channel/ProviderMessage.h"
+#include "lab/check/Check.h"
 #include "platform/Data.h"
 
 namespace korvan::lab::check {
@@ -19,7 +20,7 @@ struct CheckPasskey {
   std::string relyingParty;
   std::string userName;
   Data userHandle;
-  Data credentialID;
+  Data credentialID;  ///< empty when the answer gives none
 };
 
 /// The passkeys of a run. Each is made when it is asked for first, with the user's consent when a
@@ -29,6 +30,10 @@ struct CheckPasskey {
 class CheckPasskeys {
  public:
   explicit CheckPasskeys(CheckContext& context) : context_(context) {}
+
+  /// The registration of first(), whatever the host answered. Throws a CheckEnd "failed" when it
+  /// did not.
+  const CheckPasskey& firstRegistration();
 
   // Two of different users at one relying party, and one at another.
   const CheckPasskey& first();
@@ -53,10 +58,14 @@ class CheckPasskeys {
     Data credentialID;
   };
 
+  const CheckPasskey& ask(std::string_view relyingParty, std::string_view userName);
+
   CheckContext& context_;
   std::deque<CheckPasskey> passkeys_;
   std::deque<Made> made_;
   const CheckPasskey* first_ = nullptr;
+  /// Why first_ got no answer. It is not asked for again.
+  std::optional<CheckEnd> unanswered_;
   const CheckPasskey* second_ = nullptr;
   const CheckPasskey* other_ = nullptr;
 };

@@ -1,7 +1,194 @@
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "lab/check/Catalog.h"
+#include "lab/check/CheckContext.h"
+#include "lab/check/Judgment.h"
+#include "lab/check/Requests.h"
+#include "lab/site/AttestationReader.h"
+#include "lab/site/ValueWords.h"
+#include "lab/support/RandomData.h"
 
 namespace korvan::lab::check {
+namespace {
 
-std::vector<Check> registrationChecks() { return {}; }
+namespace keys = provider_message_key;
+using Subject = Finding::Subject;
+
+constexpr std::int64_t Es256 = -7;
+constexpr std::int64_t Rs256 = -257;
+constexpr std::size_t IdentifierSize = 32;
+
+/// For a user whom no other check knows.
+ProviderMessage newRequest(const CheckContext& context) {
+  return registrationRequest(RelyingParty, "carol", randomData(IdentifierSize),
+                             context.settings().attended);
+}
+
+Result registrationAnswer(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().firstRegistration();
+  const Exchange exchange{.request = passkey.request, .answer = passkey.answer};
+  if (!context.settings().attended && needsUser(exchange.answer)) {
+    return skipped("the host makes no passkey without its user: " +
+                   context.described(exchange.answer));
+  }
+  requireServed(context, exchange, "a passkey", "a plain registration is refused");
+  return resultOf(context, exchange, reviewOf(exchange).findings,
+                  {Subject::kinds, Subject::echoes});
+}
+
+Result registrationAttestation(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  return resultOf(context, {.request = passkey.request, .answer = passkey.answer},
+                  reviewOf(passkey).findings, {Subject::attestation, Subject::authenticatorData});
+}
+
+Result registrationFlags(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  const Result result = resultOf(context, {.request = passkey.request, .answer = passkey.answer},
+                                 reviewOf(passkey).findings, {Subject::flags});
+  if (result.outcome != Outcome::passed || !context.settings().attended) {
+    return result;
+  }
+  ProviderMessage request = newRequest(context);
+  request[keys::userVerificationPreference] = "required";
+  const Exchange exchange = askToRegister(context, request);
+  requireServed(context, exchange, "a passkey", "refused where the user must be verified");
+  return resultOf(context, exchange, reviewOf(exchange).findings,
+                  {Subject::flags, Subject::verification});
+}
+
+Result registrationAlgorithm(CheckContext& context) {
+  ProviderMessage request = newRequest(context);
+  request[keys::supportedAlgorithms] = PropertyListValue::Array{Rs256};
+  const Exchange unfit = askToRegister(context, request);
+  if (isOk(unfit.answer)) {
+    return resultOf(context, unfit, reviewOf(unfit).findings, {Subject::algorithm});
+  }
+  request = newRequest(context);
+  request[keys::supportedAlgorithms] = PropertyListValue::Array{Rs256, Es256};
+  const Exchange fit = askToRegister(context, request);
+  requireServed(context, fit, "a passkey for ES256 (-7)",
+                "only the first of supportedAlgorithms is looked at");
+  return resultOf(context, fit, reviewOf(fit).findings, {Subject::algorithm});
+}
+
+Exchange registrationExcluding(CheckContext& context, const std::vector<Data>& excluded) {
+  ProviderMessage request = newRequest(context);
+  request[keys::excludedCredentials] = arrayOf(excluded);
+  return askToRegister(context, request);
+}
+
+Result registrationExcluded(CheckContext& context) {
+  const Data own = context.passkeys().first().credentialID;
+  const Data ofOther = context.passkeys().other().credentialID;
+  const Data unknown = randomData(IdentifierSize);
+  const Result result =
+      refusedWith(context, registrationExcluding(context, {unknown, own}),
+                  provider_error_code::matchedExcludedCredential, "excludedCredentials is ignored");
+  if (result.outcome != Outcome::passed) {
+    return result;
+  }
+  const Exchange both = registrationExcluding(context, {ofOther, unknown});
+  if (!isOk(both.answer)) {
+    requireServed(context, registrationExcluding(context, {unknown}), "a passkey",
+                  "a passkey that the host does not have is no hindrance");
+    requireServed(context, both, "a passkey", "a passkey of another relying party is no hindrance");
+  }
+  return passed();
+}
+
+std::optional<Data> coseKeyIn(const ProviderMessage& answer) {
+  const auto object = dataForKey(answer, keys::attestationObject);
+  const auto bytes = object ? readAttestationObject(*object) : std::nullopt;
+  const auto statement = bytes ? readAuthenticatorData(*bytes) : std::nullopt;
+  const auto attested = statement ? readAttestedCredentialData(statement->rest) : std::nullopt;
+  return attested ? std::optional(attested->coseKey) : std::nullopt;
+}
+
+Result registrationUnique(CheckContext& context) {
+  const CheckPasskey& first = context.passkeys().first();
+  const CheckPasskey& second = context.passkeys().second();
+  const auto fail = [&](const std::string& what, const Data& value) {
+    return failed({.sent = context.described(second.request),
+                   .got = "twice the same " + what + ", " + wordsFor(value),
+                   .wanted = "another " + what + " for each passkey",
+                   .hint = "two passkeys have the same " + what});
+  };
+  if (first.credentialID == second.credentialID) {
+    return fail("credential ID", first.credentialID);
+  }
+  const auto key = coseKeyIn(first.answer);
+  return key && key == coseKeyIn(second.answer) ? fail("public key", *key) : passed();
+}
+
+Result registrationConditional(CheckContext& context) {
+  const Exchange exchange = askSilently(
+      context, registrationRequest(RelyingParty, "dora", randomData(IdentifierSize), false));
+  const auto credentialID = dataForKey(exchange.answer, keys::credentialID);
+  if (isOk(exchange.answer) && credentialID) {
+    context.passkeys().remember(std::string(RelyingParty), *credentialID);
+  }
+  return isOk(exchange.answer) || needsUser(exchange.answer)
+             ? passed()
+             : failed({.sent = context.described(exchange.request),
+                       .got = context.described(exchange.answer),
+                       .wanted = "a passkey, or a refusal with userInteractionRequired or "
+                                 "vaultLocked",
+                       .hint = "a host that makes no passkeys silently refuses with "
+                               "userInteractionRequired"});
+}
+
+}  // namespace
+
+std::vector<Check> registrationChecks() {
+  return {
+      {.name = "registration.answer",
+       .passes =
+           "a registration's answer has every key, each of its kind, and the request's values",
+       .needs = {Need::host},
+       .after = {"answer.ok"},
+       .see = "a-registration",
+       .run = registrationAnswer},
+      {.name = "registration.attestation",
+       .passes = "the attestation object is sound, with a key for ES256 and the answer's ID",
+       .needs = {Need::host, Need::passkey},
+       .after = {"registration.answer"},
+       .see = "a-registration",
+       .run = registrationAttestation},
+      {.name = "registration.flags",
+       .passes = "a new passkey's flags tell of the user, and agree with each other",
+       .needs = {Need::host, Need::passkey},
+       .after = {"registration.answer"},
+       .see = "a-registration",
+       .run = registrationFlags},
+      {.name = "registration.unique",
+       .passes = "each passkey has an ID and a key of its own",
+       .needs = {Need::host, Need::passkey},
+       .after = {"registration.answer"},
+       .see = "a-registration",
+       .run = registrationUnique},
+      {.name = "registration.algorithm",
+       .passes = "a key is made only for an algorithm that the relying party takes",
+       .needs = {Need::host, Need::passkey},
+       .after = {"registration.answer"},
+       .see = "registration",
+       .run = registrationAlgorithm},
+      {.name = "registration.excluded",
+       .passes = "an excluded passkey that the host has, and no other, prevents a new one",
+       .needs = {Need::host, Need::passkey},
+       .after = {"registration.answer", "registration.unique"},
+       .see = "registration",
+       .run = registrationExcluded},
+      {.name = "registration.conditional",
+       .passes = "a silent registration is served or refused at once",
+       .needs = {Need::host},
+       .after = {"answer.ok"},
+       .see = "registration",
+       .run = registrationConditional},
+  };
+}
 
 }  // namespace korvan::lab::check

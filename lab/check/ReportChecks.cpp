@@ -1,7 +1,181 @@
+#include <array>
+#include <string>
+#include <string_view>
+#include <tuple>
+
 #include "lab/check/Catalog.h"
+#include "lab/check/CheckContext.h"
+#include "lab/check/Judgment.h"
+#include "lab/check/Requests.h"
+#include "lab/support/RandomData.h"
 
 namespace korvan::lab::check {
+namespace {
 
-std::vector<Check> reportChecks() { return {}; }
+namespace keys = provider_message_key;
+
+constexpr std::string_view StrangeRelyingParty = "stranger.check-host.invalid";
+constexpr std::size_t UserHandleSize = 16;
+
+Exchange signIn(CheckContext& context, const CheckPasskey& passkey) {
+  return askToSign(context, assertionRequest(passkey.relyingParty, passkey.credentialID, false));
+}
+
+/// Whether the passkey signed, and not another in its place.
+bool isSignedWith(const CheckPasskey& passkey, const Exchange& exchange) {
+  return isOk(exchange.answer) &&
+         dataForKey(exchange.answer, keys::credentialID) == passkey.credentialID;
+}
+
+/// Ends the check unless the passkey signs in after the report.
+void requireSignsIn(CheckContext& context, const CheckPasskey& passkey,
+                    const ProviderMessage& report, const std::string& hint) {
+  const Exchange exchange = signIn(context, passkey);
+  if (!isOk(exchange.answer)) {
+    throw CheckEnd(failed({.sent = context.described(report),
+                           .got = context.described(exchange.answer),
+                           .wanted = "an assertion of " + passkey.userName + " at " +
+                                     passkey.relyingParty + ", as before",
+                           .hint = hint}));
+  }
+}
+
+/// Passkeys that no report is about. Ends the check when one does not sign in already before.
+std::array<const CheckPasskey*, 2> bystanders(CheckContext& context) {
+  const std::array both = {&context.passkeys().first(), &context.passkeys().other()};
+  for (const CheckPasskey* passkey : both) {
+    if (!isOk(signIn(context, *passkey).answer)) {
+      throw CheckEnd(skipped("a passkey that no report was about does not sign in any more"));
+    }
+  }
+  return both;
+}
+
+/// Ends the check if the passkey still signs in after the report.
+void requireGone(CheckContext& context, const CheckPasskey& passkey,
+                 const ProviderMessage& report) {
+  const Exchange exchange = signIn(context, passkey);
+  if (isSignedWith(passkey, exchange)) {
+    throw CheckEnd(failed({.sent = context.described(report),
+                           .got = context.described(exchange.answer),
+                           .wanted = "a refusal with credentialNotFound",
+                           .hint = "the passkey still signs in: " +
+                                   *stringForKey(report, keys::type) + " is ignored"}));
+  }
+}
+
+/// Ends the check unless the person finds the passkey under the name.
+void requireShown(CheckContext& context, const CheckPasskey& passkey, const std::string& name,
+                  const ProviderMessage& report, const std::string& hint) {
+  ProviderMessage request = assertionRequest(passkey.relyingParty, Data(), true);
+  request[keys::allowedCredentials] = arrayOf({passkey.credentialID});
+  const Exchange exchange = askUserToSign(context, request,
+                                          "Now: choose in your host the passkey of " + name +
+                                              ", or cancel if it shows none of that name.");
+  if (!isOk(exchange.answer)) {
+    throw CheckEnd(failed({.sent = context.described(report),
+                           .got = context.described(exchange.answer),
+                           .wanted = "a passkey of " + name + " to choose",
+                           .hint = hint}));
+  }
+}
+
+Result reportUserName(CheckContext& context) {
+  const CheckPasskey& renamed = context.passkeys().make(RelyingParty, "erin");
+  const CheckPasskey& first = context.passkeys().first();
+  const auto report = userNameReport(renamed.relyingParty, renamed.userHandle, "fiona");
+  std::ignore = context.exchange(report);
+  requireShown(context, renamed, "fiona", report, "updateUserName is ignored");
+  requireShown(context, first, first.userName, report, "another user's name was changed too");
+  return passed();
+}
+
+Result reportUnknown(CheckContext& context) {
+  const auto others = bystanders(context);
+  const CheckPasskey& unknown = context.passkeys().make(RelyingParty, "grace");
+  const auto report = unknownCredentialReport(unknown.relyingParty, unknown.credentialID);
+  std::ignore = context.exchange(report);
+  requireGone(context, unknown, report);
+  for (const CheckPasskey* other : others) {
+    requireSignsIn(context, *other, report, "another passkey was removed too");
+  }
+  return passed();
+}
+
+Result reportAccepted(CheckContext& context) {
+  const auto others = bystanders(context);
+  const CheckPasskey& passkey = context.passkeys().make(RelyingParty, "heidi");
+  const auto listing = [&](const std::vector<Data>& accepted) {
+    auto report = acceptedCredentialsReport(passkey.relyingParty, passkey.userHandle, accepted);
+    std::ignore = context.exchange(report);
+    return report;
+  };
+  const auto accepting = listing({randomData(UserHandleSize), passkey.credentialID});
+  requireSignsIn(context, passkey, accepting, "a passkey was removed that is accepted");
+  const auto leavingOut = listing({});
+  requireGone(context, passkey, leavingOut);
+  for (const CheckPasskey* other : others) {
+    requireSignsIn(context, *other, leavingOut,
+                   "another user's passkey was removed: the list is of one user");
+  }
+  // A host that has only hidden it may let it sign again.
+  std::ignore = listing({passkey.credentialID});
+  return passed();
+}
+
+Result reportStranger(CheckContext& context) {
+  const auto others = bystanders(context);
+  const CheckPasskey& first = *others.front();
+  const Data stranger = randomData(UserHandleSize);
+  struct Row {
+    ProviderMessage report;
+    const char* hint;
+  };
+  for (const Row& row : {Row{unknownCredentialReport(StrangeRelyingParty, first.credentialID),
+                             "a report removed another relying party's passkey"},
+                         Row{acceptedCredentialsReport(StrangeRelyingParty, first.userHandle, {}),
+                             "a report removed another relying party's passkey"},
+                         Row{acceptedCredentialsReport(RelyingParty, stranger, {}),
+                             "a report of an unknown user removed another user's passkey"},
+                         Row{userNameReport(RelyingParty, stranger, "mallory"),
+                             "a report of an unknown user changed another user's passkey"}}) {
+    std::ignore = context.exchange(row.report);
+    for (const CheckPasskey* other : others) {
+      requireSignsIn(context, *other, row.report, row.hint);
+    }
+  }
+  return passed();
+}
+
+}  // namespace
+
+std::vector<Check> reportChecks() {
+  return {
+      {.name = "report.userName",
+       .passes = "updateUserName gives one user's passkey its new name",
+       .needs = {Need::host, Need::passkey, Need::person},
+       .after = {"assertion.list"},
+       .see = "reports",
+       .run = reportUserName},
+      {.name = "report.unknown",
+       .passes = "a passkey that removeUnknownCredential names does not sign in any more",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "reports",
+       .run = reportUnknown},
+      {.name = "report.accepted",
+       .passes = "of one user only the passkeys sign in that acceptedCredentials lists",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "reports",
+       .run = reportAccepted},
+      {.name = "report.stranger",
+       .passes = "a report of an unknown relying party or user changes nothing",
+       .needs = {Need::host, Need::passkey},
+       .after = {"assertion.answer"},
+       .see = "reports",
+       .run = reportStranger},
+  };
+}
 
 }  // namespace korvan::lab::check

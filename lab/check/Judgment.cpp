@@ -1,0 +1,203 @@
+#include "lab/check/Judgment.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "lab/site/ValueWords.h"
+
+namespace korvan::lab::check {
+namespace {
+
+namespace keys = provider_message_key;
+namespace codes = provider_error_code;
+using Clock = std::chrono::steady_clock;
+using Verdict = Finding::Verdict;
+
+RequestTerms requestTerms(const ProviderMessage& request) {
+  return {
+      .relyingParty = *stringForKey(request, keys::relyingPartyIdentifier),
+      .clientDataHash = *dataForKey(request, keys::clientDataHash),
+      .verificationRequired = stringForKey(request, keys::userVerificationPreference) == "required",
+      .presenceRequired =
+          stringForKey(request, keys::type) != provider_request_type::registration ||
+          booleanForKey(request, keys::allowsUserInteraction)};
+}
+
+const PropertyListValue::Array& arrayIn(const ProviderMessage& request, std::string_view key) {
+  return *valueForKey(request, key)->array();
+}
+
+std::vector<Data> identifiersIn(const ProviderMessage& request, std::string_view key) {
+  std::vector<Data> identifiers;
+  for (const PropertyListValue& each : arrayIn(request, key)) {
+    identifiers.push_back(*each.data());
+  }
+  return identifiers;
+}
+
+/// One text after another, without those that are empty.
+void append(std::string& all, const std::string& more) {
+  if (!more.empty()) {
+    all.append(all.empty() ? "" : "; ").append(more);
+  }
+}
+
+std::string codeOf(const ProviderMessage& answer) {
+  return stringForKey(answer, keys::errorCode).value_or("no errorCode");
+}
+
+/// What is to be said of a refusal with another code than the wanted one.
+std::string hintForOtherCode(const ProviderMessage& answer) {
+  for (const Finding& finding :
+       findingsAbout(Finding::Subject::refusalCode, judgeRefusal(answer, false))) {
+    if (finding.verdict == Verdict::fails) {
+      return finding.hint;
+    }
+  }
+  return "refused with " + quotedText(codeOf(answer));
+}
+
+std::string secondsOf(Clock::duration duration) {
+  const auto tenths = std::chrono::duration_cast<std::chrono::milliseconds>(duration).count() / 100;
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+}
+
+Result tooLate(const CheckContext& context, const ProviderMessage& request, std::string got) {
+  return failed({.sent = context.described(request),
+                 .got = std::move(got),
+                 .wanted = "an answer within 2 s",
+                 .hint = "the request does not allow interaction: answer at once, without asking "
+                         "the user"});
+}
+
+}  // namespace
+
+bool needsUser(const ProviderMessage& answer) {
+  const auto code = stringForKey(answer, keys::errorCode);
+  return !isOk(answer) && (code == codes::userInteractionRequired || code == codes::vaultLocked);
+}
+
+Exchange askSilently(CheckContext& context, const ProviderMessage& request) {
+  const auto start = Clock::now();
+  const auto isLate = [start] { return Clock::now() - start >= SilentTime; };
+  try {
+    Exchange exchange{.request = request, .answer = context.exchange(request)};
+    if (isLate()) {
+      throw CheckEnd(
+          tooLate(context, request, "an answer after " + secondsOf(Clock::now() - start)));
+    }
+    return exchange;
+  } catch (const CheckEnd& end) {
+    throw CheckEnd(isLate() ? tooLate(context, request, end.result().findings.got) : end.result());
+  }
+}
+
+Exchange askToSign(CheckContext& context, ProviderMessage request) {
+  ProviderMessage answer = context.exchange(request);
+  if (!needsUser(answer)) {
+    return {.request = std::move(request), .answer = std::move(answer)};
+  }
+  if (!context.settings().attended) {
+    throw CheckEnd(
+        skipped("the host does not sign without its user: " + context.described(answer)));
+  }
+  request[keys::type] = provider_request_type::interactiveAssertion;
+  request[keys::allowsUserInteraction] = true;
+  return askUserToSign(context, request, "Now: agree in your host to sign in.");
+}
+
+Exchange askUserToSign(CheckContext& context, const ProviderMessage& request,
+                       const std::string& sentence) {
+  context.tellPerson(sentence);
+  return {.request = request, .answer = context.exchange(request)};
+}
+
+Exchange askToRegister(CheckContext& context, const ProviderMessage& request) {
+  const std::string relyingParty = *stringForKey(request, keys::relyingPartyIdentifier);
+  if (booleanForKey(request, keys::allowsUserInteraction)) {
+    context.tellPerson("Now: agree in your host, if it asks, to a passkey for " + relyingParty +
+                       ".");
+  }
+  Exchange exchange{.request = request, .answer = context.exchange(request)};
+  const auto credentialID = dataForKey(exchange.answer, keys::credentialID);
+  if (isOk(exchange.answer) && credentialID) {
+    context.passkeys().remember(relyingParty, *credentialID);
+  }
+  return exchange;
+}
+
+RegistrationReview reviewOf(const Exchange& exchange) {
+  RegistrationTerms terms{
+      .request = requestTerms(exchange.request),
+      .userHandle = *dataForKey(exchange.request, keys::userHandle),
+      .algorithms = {},
+      .excludedCredentials = identifiersIn(exchange.request, keys::excludedCredentials)};
+  for (const PropertyListValue& each : arrayIn(exchange.request, keys::supportedAlgorithms)) {
+    terms.algorithms.push_back(*each.integer());
+  }
+  return judgeRegistration(exchange.answer, terms);
+}
+
+RegistrationReview reviewOf(const CheckPasskey& passkey) {
+  return reviewOf(Exchange{.request = passkey.request, .answer = passkey.answer});
+}
+
+AssertionTerms assertionTerms(const Exchange& exchange, const CheckPasskey& passkey) {
+  const Data credentialID = *dataForKey(exchange.request, keys::credentialID);
+  return {.request = requestTerms(exchange.request),
+          .credentialID = credentialID.empty() ? std::nullopt : std::optional(credentialID),
+          .allowedCredentials = identifiersIn(exchange.request, keys::allowedCredentials),
+          .passkey = reviewOf(passkey).passkey};
+}
+
+void requireServed(const CheckContext& context, const Exchange& exchange, std::string_view wanted,
+                   std::string_view hint) {
+  if (!isOk(exchange.answer)) {
+    throw CheckEnd(failed({.sent = context.described(exchange.request),
+                           .got = context.described(exchange.answer),
+                           .wanted = std::string(wanted),
+                           .hint = std::string(hint)}));
+  }
+}
+
+Result refusedWith(const CheckContext& context, const Exchange& exchange, std::string_view code,
+                   std::string_view hint) {
+  const bool served = isOk(exchange.answer);
+  if (!served && codeOf(exchange.answer) == code) {
+    return passed();
+  }
+  return failed({.sent = context.described(exchange.request),
+                 .got = context.described(exchange.answer),
+                 .wanted = "a refusal with " + std::string(code),
+                 .hint = served ? std::string(hint) : hintForOtherCode(exchange.answer)});
+}
+
+Result resultOf(const CheckContext& context, const Exchange& exchange, const FindingList& findings,
+                std::initializer_list<Finding::Subject> subjects) {
+  Findings flaws{.sent = context.described(exchange.request), .got = {}, .wanted = {}, .hint = {}};
+  bool fails = false;
+  bool warns = false;
+  bool holds = false;
+  std::string why = "it cannot be seen in the answer";
+  for (const Finding& finding : findings) {
+    if (std::ranges::find(subjects, finding.subject) == subjects.end()) {
+      continue;
+    }
+    fails = fails || finding.verdict == Verdict::fails;
+    warns = warns || finding.verdict == Verdict::warns;
+    holds = holds || finding.verdict == Verdict::holds;
+    if (finding.verdict == Verdict::notChecked) {
+      why = finding.words;
+    } else if (finding.verdict != Verdict::holds) {
+      append(flaws.got, finding.got);
+      append(flaws.wanted, finding.wanted);
+      append(flaws.hint, finding.words + (finding.hint.empty() ? "" : ": " + finding.hint));
+    }
+  }
+  if (fails || warns) {
+    return fails ? failed(std::move(flaws)) : warned(std::move(flaws));
+  }
+  return holds ? passed() : skipped(why);
+}
+
+}  // namespace korvan::lab::check
