@@ -91,6 +91,21 @@ TEST_P(BrokenHosts, FailTheirChecksAndNoOthers) {
               testing::HasSubstr(mistake.hint));
 }
 
+/// It serves those who ask for nothing but what it would do anyway.
+class HeedlessHost : public BrokenHosts {};
+
+TEST_P(HeedlessHost, FailsWhatItDoesNotHeed) {
+  const Found failures = found(jsonLines(checkHost().output), "failed");
+  EXPECT_THAT(failures.names, testing::SizeIs(testing::Ge(10)));
+  EXPECT_THAT(failures.names,
+              testing::IsSupersetOf({"registration.algorithm", "registration.excluded",
+                                     "assertion.credential", "assertion.record",
+                                     "assertion.allowed", "assertion.relyingParty",
+                                     "assertion.unknown", "report.unknown", "report.accepted"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(One, HeedlessHost, testing::Values(heedlessness()), testName);
+
 INSTANTIATE_TEST_SUITE_P(All, BrokenHosts, testing::ValuesIn(allMistakes()), testName);
 
 }  // namespace

@@ -1,7 +1,390 @@
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+#include <openssl/ecdsa.h>
+#include <openssl/evp.h>
+
+#include "channel/ProviderMessage.h"
 #include "lab/check/broken-host/Mistake.h"
+#include "lab/host/AuthenticatorData.h"
+#include "lab/support/Base64Url.h"
 
 namespace korvan::lab::broken {
+namespace {
 
-std::vector<Mistake> assertionMistakes() { return {}; }
+using Message = PropertyListDictionary;
+
+// Places in authenticator data.
+constexpr std::size_t FlagsPlace = 32;
+constexpr std::size_t CountPlace = 33;
+constexpr std::size_t FixedSize = 37;
+
+bool isInteractive(const Message& request) {
+  return stringForKey(request, "type") == "interactiveAssertion";
+}
+
+bool isAssertion(const Message& request) {
+  return stringForKey(request, "type") == "assertion" || isInteractive(request);
+}
+
+bool namesPasskey(const Message& request) { return !dataForKey(request, "credentialID")->empty(); }
+
+bool isRefused(const Message& answer, std::string_view code) {
+  return stringForKey(answer, "errorCode") == code;
+}
+
+Message refusal(std::string_view code) { return failureResponse(code, "It does not work."); }
+
+Data joined(const Data& first, const Data& second) {
+  Bytes all(first.bytes().begin(), first.bytes().end());
+  all.insert(all.end(), second.bytes().begin(), second.bytes().end());
+  return Data(std::move(all));
+}
+
+Data soundSignature(const Signing& signing) {
+  return signing.key.sign(joined(signing.statement, signing.clientDataHash).bytes());
+}
+
+/// Alters requests for assertions alone.
+auto inRequests(void (*alter)(Message& request)) {
+  return [alter](Message& request) {
+    if (isAssertion(request)) {
+      alter(request);
+    }
+  };
+}
+
+/// Alters the answer to each assertion that is served.
+auto inAnswers(void (*alter)(Message& answer)) {
+  return [alter](const Message& request, Message& answer) {
+    if (isAssertion(request) && booleanForKey(answer, "ok")) {
+      alter(answer);
+    }
+  };
+}
+
+/// Alters the authenticator data of assertions alone.
+auto inStatements(void (*alter)(Bytes& statement)) {
+  return [alter](const Message& request, Bytes& statement) {
+    if (isAssertion(request)) {
+      alter(statement);
+    }
+  };
+}
+
+auto refusingWith(std::string_view code, std::string_view instead) {
+  return [code, instead](const Message& request, Message& answer) {
+    if (isAssertion(request) && isRefused(answer, code)) {
+      answer = refusal(instead);
+    }
+  };
+}
+
+Data rawSignature(const Signing& signing) {
+  constexpr int ScalarSize = 32;
+  const Data der = soundSignature(signing);
+  const auto* first = der.bytes().data();
+  const std::unique_ptr<ECDSA_SIG, decltype(&ECDSA_SIG_free)> value(
+      d2i_ECDSA_SIG(nullptr, &first, static_cast<long>(der.size())), ECDSA_SIG_free);
+  Bytes raw(std::size_t{2} * ScalarSize);
+  BN_bn2binpad(ECDSA_SIG_get0_r(value.get()), raw.data(), ScalarSize);
+  BN_bn2binpad(ECDSA_SIG_get0_s(value.get()), raw.data() + ScalarSize, ScalarSize);
+  return Data(std::move(raw));
+}
+
+Data signatureOfDigest(const Signing& signing) {
+  Bytes digest(EVP_MAX_MD_SIZE);
+  unsigned size = 0;
+  const Data message = joined(signing.statement, signing.clientDataHash);
+  EVP_Digest(message.bytes().data(), message.size(), digest.data(), &size, EVP_sha256(), nullptr);
+  digest.resize(size);
+  return signing.key.sign(digest);
+}
+
+/// Those of the passkeys that the host has.
+std::vector<Data>& knownIdentifiers() {
+  static std::vector<Data> identifiers;
+  return identifiers;
+}
+
+std::optional<host::SigningKey>& otherKey() {
+  static std::optional<host::SigningKey> key;
+  return key;
+}
+
+/// Never answers a silent assertion: it asks a user who is not there.
+void serveWithUser(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const Bytes body = readFrame(socket);
+  const auto request = surroundings.propertyLists.decode(Data::copyOf(body));
+  if (request && request->dictionary() != nullptr &&
+      stringForKey(*request->dictionary(), "type") == "assertion") {
+    std::ignore = readFrame(socket);
+  } else if (!body.empty()) {
+    sendAll(socket, answerFrame(body, mistake, surroundings));
+  }
+}
+
+std::vector<Mistake> mistakesInAnswers() {
+  return {
+      {.name = "asks-in-a-silent-assertion",
+       .fails = {"assertion.silent"},
+       .hint = "the request does not allow interaction",
+       .serve = serveWithUser},
+      {.name = "refuses-its-own-passkeys",
+       .fails = {"assertion.answer"},
+       .hint = "a passkey of the host's own is refused",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isAssertion(request)) {
+               answer = refusal("credentialNotFound");
+             }
+           }},
+      {.name = "leaves-out-the-user-handle",
+       .fails = {"assertion.answer"},
+       .hint = "userHandle is missing",
+       .answer = inAnswers([](Message& answer) { answer.erase(Text("userHandle")); })},
+      {.name = "spells-the-user-handle-differently",
+       .fails = {"assertion.answer"},
+       .hint = "there is \"user_handle\": keys are spelled exactly",
+       .answer = inAnswers([](Message& answer) {
+         answer["user_handle"] = answer.at("userHandle");
+         answer.erase(Text("userHandle"));
+       })},
+      {.name = "sends-the-signature-as-integers",
+       .fails = {"assertion.answer"},
+       .hint = "bytes are one data value, not an array of integers",
+       .answer = inAnswers(
+           [](Message& answer) { answer["signature"] = PropertyListValue::Array{48, 69}; })},
+      {.name = "answers-another-challenge",
+       .fails = {"assertion.answer"},
+       .hint = "answer with the request's clientDataHash",
+       .answer = inAnswers([](Message& answer) { answer["clientDataHash"] = Data(Bytes(32, 1)); })},
+      {.name = "answers-with-the-text-of-the-user-handle",
+       .fails = {"assertion.userHandle"},
+       .hint = "written as base64url text",
+       .answer = inAnswers([](Message& answer) {
+         const std::string text = base64Url(dataForKey(answer, "userHandle")->bytes());
+         answer["userHandle"] = Data(Bytes(text.begin(), text.end()));
+       })},
+  };
+}
+
+std::vector<Mistake> mistakesInChoices() {
+  return {
+      {.name = "ignores-the-credential-id",
+       .fails = {"assertion.credential", "assertion.unknown", "assertion.interactive"},
+       .hint = "credentialID is ignored",
+       .request = inRequests([](Message& request) { request["credentialID"] = Data(); })},
+      {.name = "ignores-the-record-identifier",
+       .fails = {"assertion.record"},
+       .hint = "recordIdentifier is ignored",
+       .request = inRequests([](Message& request) { request["recordIdentifier"] = ""; })},
+      {.name = "ignores-the-allowed-credentials",
+       .fails = {"assertion.allowed"},
+       .hint = "allowedCredentials is ignored",
+       .request = inRequests(
+           [](Message& request) { request["allowedCredentials"] = PropertyListValue::Array{}; })},
+      {.name = "requires-a-credential-id",
+       .fails = {"assertion.allowed"},
+       .hint = "an empty credentialID matches any passkey",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isAssertion(request) && !namesPasskey(request)) {
+               answer = refusal("credentialNotFound");
+             }
+           }},
+      {.name = "ignores-the-relying-party",
+       .fails = {"assertion.relyingParty"},
+       .hint = "signed for a relying party that the passkey does not belong to",
+       .request = inRequests([](Message& request) {
+         if (*stringForKey(request, "relyingPartyIdentifier") == "stranger.check-host.invalid") {
+           request["relyingPartyIdentifier"] = "check-host.invalid";
+         }
+       })},
+      {.name = "signs-for-unknown-passkeys",
+       .fails = {"assertion.unknown"},
+       .hint = "another passkey signed in place of one that the host does not have",
+       .request = inRequests([](Message& request) {
+         if (std::ranges::find(knownIdentifiers(), *dataForKey(request, "credentialID")) ==
+             knownIdentifiers().end()) {
+           request["credentialID"] = Data();
+         }
+       }),
+       .keep =
+           [](const auto& /*request*/, auto& passkeys) {
+             knownIdentifiers().clear();
+             std::ranges::transform(passkeys, std::back_inserter(knownIdentifiers()),
+                                    [](const auto& each) { return each.credentialID; });
+           }},
+      {.name = "calls-an-unknown-passkey-failed",
+       .fails = {"assertion.record", "assertion.allowed", "assertion.relyingParty",
+                 "assertion.unknown"},
+       .hint = "refused with \"failed\"",
+       .answer = refusingWith("credentialNotFound", "failed")},
+      {.name = "refuses-interactive-assertions",
+       .fails = {"assertion.interactive"},
+       .hint = "a sign-in with the user is refused",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isInteractive(request)) {
+               answer = refusal("failed");
+             }
+           }},
+      {.name = "lets-the-newest-sign-with-the-user",
+       .fails = {"assertion.interactive"},
+       .hint = "credentialID is ignored",
+       .request =
+           [](auto& request) {
+             if (isInteractive(request)) {
+               request["credentialID"] = Data();
+             }
+           }},
+      {.name = "lists-passkeys-that-are-not-allowed",
+       .fails = {"assertion.list"},
+       .hint = "the list offers those that are not allowed",
+       .request =
+           [](auto& request) {
+             if (isInteractive(request)) {
+               request["allowedCredentials"] = PropertyListValue::Array{};
+             }
+           }},
+      {.name = "has-no-list",
+       .fails = {"assertion.list"},
+       .hint = "an empty credentialID asks for a choice",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isInteractive(request) && !namesPasskey(request)) {
+               answer = refusal("credentialNotFound");
+             }
+           }},
+  };
+}
+
+std::vector<Mistake> mistakesInStatements() {
+  return {
+      {.name = "states-the-hash-of-the-origin",
+       .fails = {"assertion.authenticatorData"},
+       .hint = "the hash is that of the origin https://check-host.invalid",
+       .statement =
+           [](const auto& request, auto& statement) {
+             const Data other = host::authenticatorData(
+                 "https://" + *stringForKey(request, "relyingPartyIdentifier"), 0, 0);
+             if (isAssertion(request)) {
+               std::ranges::copy(other.slice(0, FlagsPlace).bytes(), statement.begin());
+             }
+           }},
+      {.name = "announces-an-attested-credential",
+       .fails = {"assertion.authenticatorData"},
+       .hint = "AT announces attested credential data, and none follows",
+       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) |= 0x40U; })},
+      {.name = "states-no-presence",
+       .fails = {"assertion.authenticatorData"},
+       .hint = "no user was present",
+       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) &= 0xFEU; })},
+      {.name = "backs-up-what-is-not-eligible",
+       .fails = {"assertion.authenticatorData"},
+       .hint = "its backup flags do not agree",
+       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) &= 0xF7U; })},
+      {.name = "states-the-hash-alone",
+       .fails = {"assertion.authenticatorData"},
+       .hint = "the flags and the counter are missing",
+       .statement = inStatements([](Bytes& statement) { statement.resize(FlagsPlace); })},
+      {.name = "states-more-than-it-should",
+       .fails = {"assertion.authenticatorData"},
+       .hint = "the authenticator data is too long",
+       .statement = inStatements([](Bytes& statement) { statement.push_back(0); })},
+      {.name = "does-not-verify-the-user",
+       .fails = {"assertion.verification"},
+       .hint = "the user was not verified",
+       .request = inRequests(
+           [](Message& request) { request["userVerificationPreference"] = "preferred"; }),
+       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) &= 0xFBU; })},
+      {.name = "calls-a-missing-verification-failed",
+       .fails = {"assertion.verification"},
+       .hint = "refused with \"failed\"",
+       .answer = refusingWith("userInteractionRequired", "failed")},
+      {.name = "counts-no-further-than-five",
+       .fails = {"assertion.counter"},
+       .hint = "sign count 5, which is not above the last one, 5",
+       .statement = inStatements([](Bytes& statement) {
+         const std::array<std::uint8_t, FixedSize - CountPlace> five = {0, 0, 0, 5};
+         std::ranges::copy(five, statement.begin() + CountPlace);
+       })},
+      {.name = "counts-little-endian",
+       .fails = {"assertion.counter"},
+       .hint = "little-endian: with its bytes reversed it is ",
+       .statement = inStatements([](Bytes& statement) {
+         std::reverse(statement.begin() + CountPlace, statement.begin() + FixedSize);
+       })},
+  };
+}
+
+std::vector<Mistake> mistakesInSignatures() {
+  return {
+      {.name = "signs-without-der",
+       .fails = {"assertion.signature"},
+       .hint = "it verifies raw r‖s of 64 bytes",
+       .sign = rawSignature},
+      {.name = "signs-the-client-data-hash-alone",
+       .fails = {"assertion.signature"},
+       .hint = "over clientDataHash alone",
+       .sign =
+           [](const auto& signing) { return signing.key.sign(signing.clientDataHash.bytes()); }},
+      {.name = "signs-in-the-wrong-order",
+       .fails = {"assertion.signature"},
+       .hint = "over clientDataHash before authenticatorData",
+       .sign =
+           [](const auto& signing) {
+             return signing.key.sign(joined(signing.clientDataHash, signing.statement).bytes());
+           }},
+      {.name = "hashes-twice",
+       .fails = {"assertion.signature"},
+       .hint = "hashed twice",
+       .sign = signatureOfDigest},
+      {.name = "signs-with-a-new-key",
+       .fails = {"assertion.signature"},
+       .hint = "none of the usual mistakes explains it",
+       .sign =
+           [](const auto& signing) {
+             return soundSignature({.key = host::SigningKey::generate(),
+                                    .statement = signing.statement,
+                                    .clientDataHash = signing.clientDataHash});
+           }},
+      {.name = "signs-with-another-passkeys-key",
+       .fails = {"assertion.signature"},
+       .hint = "with the key of another passkey",
+       .sign =
+           [](const auto& signing) {
+             return soundSignature({.key = otherKey().value_or(signing.key),
+                                    .statement = signing.statement,
+                                    .clientDataHash = signing.clientDataHash});
+           },
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             if (stringForKey(request, "relyingPartyIdentifier") == "other.check-host.invalid") {
+               otherKey() = passkeys.back().key;
+             }
+           }},
+  };
+}
+
+}  // namespace
+
+std::vector<Mistake> assertionMistakes() {
+  std::vector<Mistake> all;
+  for (const auto group :
+       {mistakesInAnswers, mistakesInChoices, mistakesInStatements, mistakesInSignatures}) {
+    std::ranges::move(group(), std::back_inserter(all));
+  }
+  return all;
+}
 
 }  // namespace korvan::lab::broken

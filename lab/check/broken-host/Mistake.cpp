@@ -1,7 +1,9 @@
 #include "lab/check/broken-host/Mistake.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <utility>
@@ -9,6 +11,8 @@
 #include <sys/socket.h>
 
 #include "channel/ProviderFrame.h"
+#include "channel/ProviderMessage.h"
+#include "lab/host/AuthenticatorData.h"
 
 namespace korvan::lab::broken {
 namespace {
@@ -28,6 +32,50 @@ PropertyListDictionary failure(std::string_view description) {
   return {{"ok", false}, {"errorCode", "failed"}, {"errorDescription", description}};
 }
 
+/// The passkey's signature, as WebAuthn wants it.
+Data signSoundly(const Signing& signing) {
+  Bytes message(signing.statement.bytes().begin(), signing.statement.bytes().end());
+  message.insert(message.end(), signing.clientDataHash.bytes().begin(),
+                 signing.clientDataHash.bytes().end());
+  return signing.key.sign(message);
+}
+
+void alterAssertion(const PropertyListDictionary& request, PropertyListDictionary& answer,
+                    const Mistake& mistake, const host::Vault& vault) {
+  const auto passkey =
+      std::ranges::find(vault.passkeys(), *dataForKey(answer, "credentialID"),
+                        [](const host::Passkey& each) { return each.credentialID; });
+  const Data statement = *dataForKey(answer, "authenticatorData");
+  Bytes altered(statement.bytes().begin(), statement.bytes().end());
+  if (mistake.statement) {
+    mistake.statement(request, altered);
+  }
+  const Signing signing{.key = passkey->key,
+                        .statement = Data::copyOf(altered),
+                        .clientDataHash = *dataForKey(answer, "clientDataHash")};
+  answer["authenticatorData"] = signing.statement;
+  answer["signature"] = mistake.sign ? mistake.sign(signing) : signSoundly(signing);
+}
+
+void alterRegistration(const PropertyListDictionary& request, PropertyListDictionary& answer,
+                       const Mistake& mistake) {
+  // What host::attestationObject() puts before the authenticator data.
+  constexpr std::size_t Start = 30;
+  const Data object = *dataForKey(answer, "attestationObject");
+  Bytes altered(object.bytes().begin() + Start, object.bytes().end());
+  mistake.statement(request, altered);
+  answer["attestationObject"] = host::attestationObject(altered);
+}
+
+void alterStatement(const PropertyListDictionary& request, PropertyListDictionary& answer,
+                    const Mistake& mistake, const host::Vault& vault) {
+  if (answer.contains("authenticatorData") && (mistake.statement || mistake.sign)) {
+    alterAssertion(request, answer, mistake, vault);
+  } else if (answer.contains("attestationObject") && mistake.statement) {
+    alterRegistration(request, answer, mistake);
+  }
+}
+
 PropertyListDictionary answerTo(const Bytes& requestBody, const Mistake& mistake,
                                 const Surroundings& surroundings) {
   const auto request = surroundings.propertyLists.decode(Data::copyOf(requestBody));
@@ -38,7 +86,16 @@ PropertyListDictionary answerTo(const Bytes& requestBody, const Mistake& mistake
   if (mistake.request) {
     mistake.request(seen);
   }
+  // The handler does not know that the vault is looked at.
+  static std::mutex mutex;
+  const std::scoped_lock lock(mutex);
   PropertyListDictionary answer = surroundings.handler.answer(seen);
+  alterStatement(*request->dictionary(), answer, mistake, surroundings.vault);
+  if (mistake.keep) {
+    std::vector<host::Passkey> passkeys = surroundings.vault.passkeys();
+    mistake.keep(*request->dictionary(), passkeys);
+    surroundings.vault.replacePasskeys(std::move(passkeys));
+  }
   if (mistake.answer) {
     mistake.answer(*request->dictionary(), answer);
   }

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "lab/host/RequestHandler.h"
+#include "lab/host/SigningKey.h"
+#include "lab/host/Vault.h"
 #include "lab/support/Descriptor.h"
 #include "platform/PropertyList.h"
 #include "platform/PropertyListSerialization.h"
@@ -18,7 +20,16 @@ using Bytes = std::vector<std::uint8_t>;
 /// What a connection is served with.
 struct Surroundings {
   host::RequestHandler& handler;
+  /// Belongs to the handler while it answers.
+  host::Vault& vault;
   const PropertyListSerialization& propertyLists;
+};
+
+/// What an assertion's signature is made with.
+struct Signing {
+  const host::SigningKey& key;
+  Data statement;
+  Data clientDataHash;
 };
 
 /// A host's one mistake, and what a run must say of it. What is left empty is as in a sound host.
@@ -62,6 +73,13 @@ struct Mistake {
   bool oneAtATime = false;
   /// Runs before anything else.
   std::function<void()> start = {};
+  /// Alters authenticator data, in registrations too, before it is signed.
+  std::function<void(const PropertyListDictionary& request, Bytes& statement)> statement = {};
+  /// Makes an assertion's signature.
+  std::function<Data(const Signing& signing)> sign = {};
+  /// Alters what the host keeps, after it has answered the request.
+  std::function<void(const PropertyListDictionary& request, std::vector<host::Passkey>& passkeys)>
+      keep = {};
 };
 
 // The mistakes of each group of checks. One file a group.
@@ -73,6 +91,9 @@ struct Mistake {
 [[nodiscard]] std::vector<Mistake> refusalMistakes();
 [[nodiscard]] std::vector<Mistake> reportMistakes();
 [[nodiscard]] std::vector<Mistake> processMistakes();
+
+/// That of a host which looks at nothing in a request but its kind. It is not among allMistakes().
+[[nodiscard]] const Mistake& heedlessness();
 
 /// All mistakes. Their names are different.
 [[nodiscard]] const std::vector<Mistake>& allMistakes();

@@ -1,7 +1,80 @@
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "channel/ProviderMessage.h"
 #include "lab/check/broken-host/Mistake.h"
 
 namespace korvan::lab::broken {
+namespace {
 
-std::vector<Mistake> refusalMistakes() { return {}; }
+using Message = PropertyListDictionary;
+
+/// Alters every refusal.
+auto inRefusals(void (*alter)(Message& answer)) {
+  return [alter](const Message& /*request*/, Message& answer) {
+    if (!booleanForKey(answer, "ok")) {
+      alter(answer);
+    }
+  };
+}
+
+/// Alters the refusals of registrations, which a run does not expect with a certain code.
+auto inRefusalsOfAlgorithms(void (*alter)(Message& answer)) {
+  return [alter](const Message& request, Message& answer) {
+    if (stringForKey(request, "type") == "registration" &&
+        stringForKey(answer, "errorCode") == "failed") {
+      alter(answer);
+    }
+  };
+}
+
+}  // namespace
+
+std::vector<Mistake> refusalMistakes() {
+  return {
+      {.name = "spells-a-code-with-a-capital",
+       .fails = {"refusal.code"},
+       .hint = "\"Failed\" counts as failed: meant \"failed\"?",
+       .answer = inRefusalsOfAlgorithms([](Message& answer) { answer["errorCode"] = "Failed"; })},
+      {.name = "invents-a-code",
+       .fails = {"refusal.code"},
+       .hint = "\"noAlgorithm\" counts as failed",
+       .answer =
+           inRefusalsOfAlgorithms([](Message& answer) { answer["errorCode"] = "noAlgorithm"; })},
+      {.name = "refuses-without-a-code",
+       .fails = {"refusal.code"},
+       .hint = "a refusal without a code counts as failed",
+       .answer = inRefusalsOfAlgorithms([](Message& answer) { answer.erase(Text("errorCode")); })},
+      {.name = "spells-not-found-differently",
+       .fails = {"assertion.record", "assertion.allowed", "assertion.relyingParty",
+                 "assertion.unknown", "refusal.code"},
+       .hint = "\"CredentialNotFound\" counts as failed: meant \"credentialNotFound\"?",
+       .answer =
+           [](const auto& /*request*/, auto& answer) {
+             if (stringForKey(answer, "errorCode") == "credentialNotFound") {
+               answer["errorCode"] = "CredentialNotFound";
+             }
+           }},
+      {.name = "colors-its-descriptions",
+       .fails = {"refusal.description"},
+       .hint = "the refusal's description has control characters",
+       .answer = inRefusals(
+           [](Message& answer) { answer["errorDescription"] = "\x1b[32m✓ verified\x1b[0m"; })},
+      {.name = "describes-with-a-number",
+       .fails = {"refusal.description"},
+       .hint = "the refusal's description is no string",
+       .answer = inRefusals([](Message& answer) { answer["errorDescription"] = 101; })},
+      {.name = "does-not-describe-refusals",
+       .fails = {},
+       .hint = "the system has no sentence to show",
+       .warns = {"refusal.description"},
+       .answer = inRefusals([](Message& answer) { answer.erase(Text("errorDescription")); })},
+      {.name = "shows-the-notice-to-nobody",
+       .fails = {"refusal.notice"},
+       .hint = "nobody is there to see the notice",
+       .answer = inRefusals([](Message& answer) { answer["showUnavailableUI"] = true; })},
+  };
+}
 
 }  // namespace korvan::lab::broken

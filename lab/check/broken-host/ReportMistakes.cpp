@@ -1,7 +1,159 @@
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "channel/ProviderMessage.h"
 #include "lab/check/broken-host/Mistake.h"
 
 namespace korvan::lab::broken {
+namespace {
 
-std::vector<Mistake> reportMistakes() { return {}; }
+using Message = PropertyListDictionary;
+using Passkeys = std::vector<host::Passkey>;
+
+bool isOf(const Message& request, std::string_view type) {
+  return stringForKey(request, "type") == type;
+}
+
+bool isReport(const Message& request) {
+  return isOf(request, "updateUserName") || isOf(request, "removeUnknownCredential") ||
+         isOf(request, "acceptedCredentials");
+}
+
+std::vector<Data> acceptedIn(const Message& request) {
+  std::vector<Data> identifiers;
+  for (const PropertyListValue& each : *valueForKey(request, "acceptedCredentialIDs")->array()) {
+    identifiers.push_back(*each.data());
+  }
+  return identifiers;
+}
+
+/// Leaves the reports of a type without effect.
+auto ignoring(std::string_view type) {
+  return [type](Message& request) {
+    if (isOf(request, type)) {
+      request["type"] = "synchronize";
+    }
+  };
+}
+
+/// The passkeys of the relying party that do not satisfy `stays` go after a report of the type.
+auto removingAfter(std::string_view type,
+                   bool (*stays)(const host::Passkey& passkey, const Message& request)) {
+  return [type, stays](const Message& request, Passkeys& passkeys) {
+    if (isOf(request, type)) {
+      std::erase_if(passkeys, [&](const host::Passkey& each) {
+        return each.relyingPartyIdentifier == stringForKey(request, "relyingPartyIdentifier") &&
+               !stays(each, request);
+      });
+    }
+  };
+}
+
+/// The user handle in the last report of a name.
+std::optional<Data>& renamedUser() {
+  static std::optional<Data> user;
+  return user;
+}
+
+/// Plays a person who does not find the passkeys that `isMisnamed` picks under their right names.
+auto cancelingFor(bool (*isMisnamed)(const Data& userHandle)) {
+  return [isMisnamed](const Message& request, Message& answer) {
+    if (isOf(request, "updateUserName")) {
+      renamedUser() = dataForKey(request, "userHandle");
+    }
+    if (isOf(request, "interactiveAssertion") && dataForKey(answer, "userHandle") &&
+        renamedUser() && isMisnamed(*dataForKey(answer, "userHandle"))) {
+      answer = failureResponse("userCanceled", "There is no such user.");
+    }
+  };
+}
+
+void serveNoReports(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const Bytes body = readFrame(socket);
+  const auto request = surroundings.propertyLists.decode(Data::copyOf(body));
+  const bool isForNaught =
+      request && request->dictionary() != nullptr && isReport(*request->dictionary());
+  if (!body.empty() && !isForNaught) {
+    sendAll(socket, answerFrame(body, mistake, surroundings));
+  }
+}
+
+}  // namespace
+
+std::vector<Mistake> reportMistakes() {
+  return {
+      {.name = "ignores-new-user-names",
+       .fails = {"report.userName"},
+       .hint = "updateUserName is ignored",
+       .request = ignoring("updateUserName"),
+       .answer = cancelingFor([](const Data& userHandle) { return userHandle == renamedUser(); })},
+      {.name = "renames-every-user",
+       .fails = {"report.userName"},
+       .hint = "another user's name was changed too",
+       .answer = cancelingFor([](const Data& userHandle) { return userHandle != renamedUser(); })},
+      {.name = "ignores-unknown-credentials",
+       .fails = {"report.unknown"},
+       .hint = "the passkey still signs in: removeUnknownCredential is ignored",
+       .request = ignoring("removeUnknownCredential")},
+      {.name = "removes-all-for-one-unknown-credential",
+       .fails = {"report.unknown"},
+       .hint = "another passkey was removed too",
+       .keep =
+           removingAfter("removeUnknownCredential",
+                         [](const auto& /*passkey*/, const auto& /*request*/) { return false; })},
+      {.name = "ignores-accepted-credentials",
+       .fails = {"report.accepted"},
+       .hint = "the passkey still signs in: acceptedCredentials is ignored",
+       .request = ignoring("acceptedCredentials")},
+      {.name = "removes-accepted-credentials",
+       .fails = {"report.accepted"},
+       .hint = "a passkey was removed that is accepted",
+       .keep = removingAfter("acceptedCredentials",
+                             [](const auto& passkey, const auto& request) {
+                               const auto accepted = acceptedIn(request);
+                               return std::ranges::find(accepted, passkey.credentialID) ==
+                                      accepted.end();
+                             })},
+      {.name = "takes-the-accepted-for-everybodys",
+       .fails = {"report.accepted"},
+       .hint = "another user's passkey was removed: the list is of one user",
+       .keep = removingAfter("acceptedCredentials",
+                             [](const auto& passkey, const auto& request) {
+                               const auto accepted = acceptedIn(request);
+                               return std::ranges::find(accepted, passkey.credentialID) !=
+                                      accepted.end();
+                             })},
+      {.name = "ignores-the-relying-party-of-reports",
+       .fails = {"report.stranger"},
+       .hint = "a report removed another relying party's passkey",
+       .request =
+           [](auto& request) {
+             if (isReport(request)) {
+               request["relyingPartyIdentifier"] = "check-host.invalid";
+             }
+           }},
+      {.name = "removes-all-for-an-unknown-user",
+       .fails = {"report.stranger"},
+       .hint = "a report of an unknown user removed another user's passkey",
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             static std::vector<Data> users;
+             const Data user = dataForKey(request, "userHandle").value_or(Data());
+             if (isOf(request, "registration")) {
+               users.push_back(user);
+             } else if (isOf(request, "acceptedCredentials") &&
+                        std::ranges::find(users, user) == users.end()) {
+               passkeys.clear();
+             }
+           }},
+      {.name = "leaves-reports-unanswered",
+       .fails = {"report.userName", "report.unknown", "report.accepted", "report.stranger"},
+       .hint = "the host closed the connection before it had answered",
+       .serve = serveNoReports},
+  };
+}
 
 }  // namespace korvan::lab::broken

@@ -45,6 +45,9 @@ void endOnSignal(int /*signal*/) {
 
 const Mistake& mistakeOf(const std::string& name) {
   static const Mistake none{.name = "none", .fails = {}, .hint = {}};
+  if (name == heedlessness().name) {
+    return heedlessness();
+  }
   const auto found = std::ranges::find(allMistakes(), name, &Mistake::name);
   if (name != none.name && found == allMistakes().end()) {
     throw std::invalid_argument("there is no mistake \"" + name + "\"");
@@ -92,7 +95,7 @@ void run(const Options& options) {
   }
   std::cout << R"({"event":"ready"})" << '\n' << std::flush;
   serveAll(socket ? socket->descriptor() : other.get(), mistake,
-           {.handler = handler, .propertyLists = propertyLists});
+           {.handler = handler, .vault = vault, .propertyLists = propertyLists});
 }
 
 }  // namespace
