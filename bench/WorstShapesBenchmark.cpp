@@ -1,5 +1,5 @@
-// What the costliest bodies of 4 MiB take to decode, or to be refused: processor time and memory,
-// the body's own included, each in a process of its own.
+// What the costliest bodies of 4 MiB take to decode, or to be refused, and the costliest message to
+// encode: processor time and memory, the body's own included, each in a process of its own.
 
 #include <array>
 #include <cstddef>
@@ -9,6 +9,7 @@
 #include <iostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
@@ -16,6 +17,7 @@
 #include <unistd.h>
 
 #include "platform/Data.h"
+#include "platform/PropertyList.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
 namespace korvan::bench {
@@ -215,14 +217,22 @@ constexpr auto TextShapes = std::to_array<TextShape>({
 });
 // NOLINTEND(modernize-use-designated-initializers)
 
-/// Decodes the bytes in a child, prints the shape's line, and tells
-/// whether it is within bounds.
-bool show(std::string_view name, const std::string& bytes) {
-  const Data body =
-      Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+/// Texts that begin and end alike.
+PropertyListDictionary similarTexts() {
+  const std::string alike(64, 'a');
+  PropertyListValue::Array items;
+  for (std::size_t index = 0; index < Size / 136; ++index) {
+    items.emplace_back(alike + std::to_string(1'000'000 + index) + alike);
+  }
+  return {{"items", std::move(items)}};
+}
+
+/// Does the work in a child, prints its line, and tells whether it is within bounds. `work` tells
+/// whether it succeeded.
+bool show(std::string_view name, auto work) {
   const pid_t child = fork();
   if (child == 0) {
-    _exit(LinuxPropertyListSerialization().decode(body) ? 0 : 1);
+    _exit(work() ? 0 : 1);
   }
   int status = 0;
   rusage usage{};
@@ -237,21 +247,33 @@ bool show(std::string_view name, const std::string& bytes) {
   const bool isWithin = seconds < MaxSeconds && megabytes < MaxMegabytes;
   std::cout << std::left << std::setw(42) << name << std::right << std::fixed
             << std::setprecision(1) << std::setw(9) << seconds * 1000 << " ms" << std::setw(8)
-            << megabytes << " MB" << (WEXITSTATUS(status) == 0 ? "  read" : "  refused")
+            << megabytes << " MB" << (WEXITSTATUS(status) == 0 ? "  taken" : "  refused")
             << (isWithin ? "" : "  TOO MUCH") << std::endl;
   return isWithin;
+}
+
+bool showDecoding(std::string_view name, const std::string& bytes) {
+  const Data body =
+      Data::copyOf({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  return show(name, [&] { return LinuxPropertyListSerialization().decode(body).has_value(); });
+}
+
+bool showEncoding(std::string_view name, const PropertyListDictionary& message) {
+  return show(name,
+              [&] { return LinuxPropertyListSerialization().encodeBinary(message).has_value(); });
 }
 
 }  // namespace
 }  // namespace korvan::bench
 
 int main() {
-  bool areWithin = true;
+  bool areWithin = korvan::bench::showEncoding("written: texts that begin and end alike",
+                                               korvan::bench::similarTexts());
   for (const auto& shape : korvan::bench::BinaryShapes) {
-    areWithin = korvan::bench::show(shape.name, shape.bytes()) && areWithin;
+    areWithin = korvan::bench::showDecoding(shape.name, shape.bytes()) && areWithin;
   }
   for (const auto& shape : korvan::bench::TextShapes) {
-    areWithin = korvan::bench::show(shape.name, shape.bytes()) && areWithin;
+    areWithin = korvan::bench::showDecoding(shape.name, shape.bytes()) && areWithin;
   }
   return areWithin ? EXIT_SUCCESS : EXIT_FAILURE;
 }
