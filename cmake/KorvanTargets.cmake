@@ -95,3 +95,21 @@ function(korvan_test name)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   endif()
 endfunction()
+
+# korvan_python_tests(SUITE FILE VARIABLE=value...): each test of a file of Python's unittest, as SUITE.NAME, with
+# these variables in its environment.
+function(korvan_python_tests suite file)
+  # The system's Python: what a user's own set-up puts first in the search path may be another.
+  find_program(KORVAN_PYTHON3 python3 HINTS /usr/bin REQUIRED)
+  mark_as_advanced(KORVAN_PYTHON3)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+  file(STRINGS ${file} lines REGEX "^class |^    def test")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "^class ([A-Za-z]+)")
+      set(class ${CMAKE_MATCH_1})
+    elseif(line MATCHES "def (test_?([A-Za-z0-9_]+))")
+      add_test(NAME ${suite}.${CMAKE_MATCH_2} COMMAND ${KORVAN_PYTHON3} -B ${file} ${class}.${CMAKE_MATCH_1})
+      set_tests_properties(${suite}.${CMAKE_MATCH_2} PROPERTIES TIMEOUT 300 ENVIRONMENT "${ARGN}")
+    endif()
+  endforeach()
+endfunction()

@@ -1,6 +1,6 @@
 """docs/lab-calls.md says what korvan-lab does: its examples are run, its tables are compared.
 
-The environment says where things are: KORVAN_BINARIES is the build's folder, KORVAN_DOCS holds the page.
+The environment says where things are: KORVAN_BINARIES is the build's folder, KORVAN_SOURCE the project's.
 """
 
 import json
@@ -11,7 +11,7 @@ import subprocess
 import tempfile
 import unittest
 
-DOCS = pathlib.Path(os.environ["KORVAN_DOCS"])
+DOCS = pathlib.Path(os.environ["KORVAN_SOURCE"]) / "docs"
 PAGE = (DOCS / "lab-calls.md").read_text("utf-8")
 # The table in the parser.
 ENTRY_POINTS = re.findall(r'\.selector\s*=\s*"([^"]+)"',
