@@ -25,8 +25,8 @@ namespace korvan::bench {
 namespace {
 
 void exchangeOnce(const std::string& socketPath, const Data& request) {
-  const ProviderExchange result = exchangeProviderMessage(
-      LinuxLocalSockets(), TrustingCodeSigning(), socketPath, request.bytes());
+  const ProviderExchange result =
+      exchangeProviderMessage(LinuxLocalSockets(), FakeCodeSigning(), socketPath, request.bytes());
   if (!result.response) {
     std::abort();
   }

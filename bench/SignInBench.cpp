@@ -36,27 +36,6 @@ std::shared_ptr<PasskeyCredentialRequest> makeRequest() {
 
 }  // namespace
 
-OSStatus TrustingCodeSigning::copyGuest(std::int32_t /*processIdentifier*/,
-                                        std::unique_ptr<Code>& code) const {
-  code = std::make_unique<Code>();
-  return 0;
-}
-
-OSStatus TrustingCodeSigning::createRequirement(std::string_view /*text*/,
-                                                std::unique_ptr<Requirement>& requirement) const {
-  requirement = std::make_unique<Requirement>();
-  return 0;
-}
-
-OSStatus TrustingCodeSigning::checkValidity(const Code& /*code*/,
-                                            const Requirement& /*requirement*/) const {
-  return 0;
-}
-
-std::optional<std::string> TrustingCodeSigning::errorMessage(OSStatus /*status*/) const {
-  return std::nullopt;
-}
-
 void SignInBench::Context::completeExtensionConfigurationRequest() { std::abort(); }
 void SignInBench::Context::completeAssertionRequest(const PasskeyAssertionCredential& credential) {
   if (!credential.signature || credential.relyingParty != "example.com") {

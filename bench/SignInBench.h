@@ -2,16 +2,15 @@
 
 #include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include <glib.h>
 
-#include "platform/CodeSigning.h"
 #include "platform/CredentialRequest.h"
 #include "platform/Data.h"
 #include "platform/ExtensionContext.h"
 #include "platform/Services.h"
+#include "platform/fake/FakeCodeSigning.h"
 #include "platform/fake/FakeViews.h"
 #include "platform/linux/LinuxAppGroupContainers.h"
 #include "platform/linux/LinuxClock.h"
@@ -24,20 +23,8 @@
 
 namespace korvan::bench {
 
-/// Trusts every peer, so that what is measured is everything but the code-signature check.
-class TrustingCodeSigning : public CodeSigning {
- public:
-  [[nodiscard]] OSStatus copyGuest(std::int32_t processIdentifier,
-                                   std::unique_ptr<Code>& code) const override;
-  [[nodiscard]] OSStatus createRequirement(
-      std::string_view text, std::unique_ptr<Requirement>& requirement) const override;
-  [[nodiscard]] OSStatus checkValidity(const Code& code,
-                                       const Requirement& requirement) const override;
-  [[nodiscard]] std::optional<std::string> errorMessage(OSStatus status) const override;
-};
-
-/// Whole silent sign-ins through the real platform, but for the code-signature check: from the
-/// entry point to the platform's completion, each on a controller of its own.
+/// Whole silent sign-ins through the real platform, but for the code-signature check, which trusts
+/// every peer: from the entry point to the platform's completion, each on a controller of its own.
 class SignInBench {
  public:
   /// `directory` holds the host's socket.
@@ -67,7 +54,7 @@ class SignInBench {
   Context extensionContext_;
   LinuxAppGroupContainers appGroupContainers_;
   LinuxClock clock_;
-  TrustingCodeSigning codeSigning_;
+  FakeCodeSigning codeSigning_;
   LinuxLocalSockets localSockets_;
   LinuxLocalizedStrings localizedStrings_;
   LinuxOperatingSystem operatingSystem_;
