@@ -432,16 +432,5 @@ TEST(BinaryPropertyListReader, GivesAValueOrAnErrorWhicheverByteIsChanged) {
   }
 }
 
-TEST(BinaryPropertyListReader, GivesAValueOrAnErrorWhereverBytesAreMissing) {
-  for (const std::string& sample : wellFormedSamples()) {
-    for (std::size_t size = 0; size < sample.size(); ++size) {
-      expectValueOrError(sample.substr(0, size));
-      for (std::size_t missing = 1; missing <= 4 && size + missing <= sample.size(); ++missing) {
-        expectValueOrError(std::string(sample).erase(size, missing));
-      }
-    }
-  }
-}
-
 }  // namespace
 }  // namespace korvan
