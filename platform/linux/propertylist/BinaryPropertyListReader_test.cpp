@@ -373,21 +373,6 @@ TEST(BinaryPropertyListReader, DecodesASharedGraphInProportionToItsBytes) {
   EXPECT_EQ(*inner, PropertyListValue(true));
 }
 
-TEST(BinaryPropertyListReader, ReadsAMillionReferencesToAFewIntegers) {
-  constexpr std::size_t Count = 1'000'000;
-  Parts parts{.objects = {longHead('\xA0', Count)}, .offsetWidth = 4};
-  for (std::size_t index = 0; index < Count; ++index) {
-    parts.objects[0] += static_cast<char>(1 + (index % 250));
-  }
-  for (std::size_t index = 0; index < 250; ++index) {
-    parts.objects.push_back(object(0x10, bigEndian(index, 1)));
-  }
-  const PropertyListValue value = valueOf(parts.bytes());
-  ASSERT_EQ(value.array()->size(), Count);
-
-  EXPECT_EQ(value.array()->back().integer(), (Count - 1) % 250);
-}
-
 /// Property lists with every kind of object and of reference.
 std::vector<std::string> wellFormedSamples() {
   const PropertyListDictionary mixed{
