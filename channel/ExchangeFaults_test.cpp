@@ -33,16 +33,13 @@ const std::vector<int> RecvErrors{EAGAIN, EBADF,  ECONNREFUSED, ECONNRESET, EFAU
                                   EINVAL, ENOMEM, ENOTCONN,     ENOTSOCK};
 const std::vector<int> CloseErrors{EBADF, EINTR, EIO, ENOSPC, EDQUOT};
 
-constexpr std::size_t BytesPerCall = 2;
 constexpr std::size_t FrameSize = 9;
-/// Where a transfer can stop: before each of the calls that move a frame, the first as any later.
-const std::vector<std::size_t> Stops{0, 2, 4, 6, 8};
 
 FakePeer::Bytes body() { return FakePeer::Bytes(FrameSize - 4, 7); }
 
 FakePeer healthyPeer() {
   FakePeer peer;
-  peer.bytesPerCall = BytesPerCall;
+  peer.bytesPerCall = 1;
   peer.answer = [](const FakePeer::Bytes&) { return framed(body()); };
   return peer;
 }
@@ -76,27 +73,26 @@ std::vector<std::string> callsEndingWith(std::vector<std::string> calls, const s
 void addTransferFaults(std::vector<Fault>& faults) {
   std::vector<std::string> verified{"socket", "connect", "getpeereid", "getPeerProcessIdentifier"};
   std::vector<std::string> sent = verified;
-  sent.insert(sent.end(), Stops.size(), "send");
-  for (const std::size_t stop : Stops) {
-    const std::size_t times = stop / BytesPerCall + 1;
+  sent.insert(sent.end(), FrameSize, "send");
+  for (std::size_t moved = 0; moved < FrameSize; ++moved) {
     for (const int error : SendErrors) {
       Fault fault{.error = failedCall("Writing to Korvan", error),
-                  .calls = callsEndingWith(verified, "send", times)};
-      fault.peer.takes = stop;
+                  .calls = callsEndingWith(verified, "send", moved + 1)};
+      fault.peer.takes = moved;
       fault.peer.sendErrno = error;
       faults.push_back(fault);
     }
     for (const int error : RecvErrors) {
       Fault fault{.error = failedCall("Reading from Korvan", error),
-                  .calls = callsEndingWith(sent, "recv", times)};
-      fault.peer.gives = stop;
+                  .calls = callsEndingWith(sent, "recv", moved + 1)};
+      fault.peer.gives = moved;
       fault.peer.recvErrno = error;
       faults.push_back(fault);
     }
     Fault closed{
         .error = posixError(ECONNRESET, "Korvan closed the credential-provider connection."),
-        .calls = callsEndingWith(sent, "recv", times)};
-    closed.peer.gives = stop;
+        .calls = callsEndingWith(sent, "recv", moved + 1)};
+    closed.peer.gives = moved;
     faults.push_back(closed);
   }
 }
@@ -162,7 +158,7 @@ class ExchangeFaults : public testing::Test {
   FakeCodeSigning codeSigning;
 };
 
-TEST_F(ExchangeFaults, EverySystemCallsFailureIsReportedOnceAndClosesTheSocketOnce) {
+TEST_F(ExchangeFaults, EverySystemCallsFailureAtAnyByteIsReportedOnceAndClosesTheSocketOnce) {
   for (const Fault& fault : allFaults()) {
     expectFault(fault);
   }
