@@ -146,27 +146,17 @@ TEST_F(RequestDispatcher, EarlyFailuresWithoutACompletionAreSilent) {
 // The outcomes, row by row.
 
 TEST_F(RequestDispatcher, HostsDictionaryIsPassedOnUnchanged) {
-  platform->localSockets.peer = answering(hostsAnswer);
-  dispatch();
-  expectOnlyResponse(hostsAnswer);
-  EXPECT_EQ(platform->requests, std::vector<ProviderMessage>{request});
-  EXPECT_TRUE(platform->workspace.countedIdentifiers.empty());
-  expectNoLaunch();
-}
-
-TEST_F(RequestDispatcher, HostsRefusalIsPassedOnUnchanged) {
   allowUserInteraction();
   const ProviderMessage refusal{{"ok", false}, {"errorCode", "userCanceled"}};
-  platform->localSockets.peer = answering(refusal);
-  dispatch();
-  expectOnlyResponse(refusal);
-  expectNoLaunch();
-}
-
-TEST_F(RequestDispatcher, EmptyDictionaryIsAResponseToo) {
-  platform->localSockets.peer = answering(ProviderMessage());
-  dispatch();
-  expectOnlyResponse(ProviderMessage());
+  for (const ProviderMessage& answer : {hostsAnswer, refusal, ProviderMessage()}) {
+    responses.clear();
+    platform->localSockets.peer = answering(answer);
+    dispatch();
+    expectOnlyResponse(answer);
+  }
+  EXPECT_EQ(platform->requests, std::vector<ProviderMessage>(3, request));
+  EXPECT_TRUE(platform->workspace.countedIdentifiers.empty());
+  EXPECT_TRUE(platform->workspace.openedURLs.empty());
 }
 
 TEST_F(RequestDispatcher, AnswerThatDoesNotDecodeIsUnavailableWithTheDecodersWords) {
