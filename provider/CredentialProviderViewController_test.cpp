@@ -75,6 +75,28 @@ class ControllerClass : public ControllerFixture {
  protected:
   using Messages = std::vector<std::string>;
 
+  /// Of each flow, the last message that the controller sends itself.
+  Messages lastMessagesOfFlows() {
+    Messages last;
+    const auto addLast = [&] {
+      runAll();
+      last.push_back(controller->messages.back());
+    };
+    controller->prepareCredentialListForServiceIdentifiers({}, requestParameters());
+    addLast();
+    controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
+    addLast();
+    controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
+    addLast();
+    controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
+    addLast();
+    controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
+    addLast();
+    controller->prepareInterfaceForExtensionConfiguration();
+    addLast();
+    return last;
+  }
+
   std::shared_ptr<RecordingController> controller =
       std::make_shared<RecordingController>(platform->services());
 };
@@ -230,68 +252,37 @@ TEST_F(ControllerClass, RequestThatIsNotForAPasskeyIsRejectedAndChangesNothing) 
 // The completions.
 
 TEST_F(ControllerClass, FlowsJudgeTheAnswerByOkAlone) {
-  struct Row {
-    PropertyListValue ok;
-    bool succeeds;
-  };
-  for (const Row& row : {Row{true, true}, Row{1, true}, Row{false, false}, Row{0, false},
-                         Row{"true", false}, Row{PropertyListValue::Array{true}, false}}) {
-    controller->messages.clear();
-    hostAnswers({{"ok", row.ok}, {"errorCode", "failed"}});
+  const auto ok = [](const PropertyListValue& value) { return ProviderMessage{{"ok", value}}; };
+  const PropertyListValue::Array array{true};
+  for (const auto& [answer, succeeds] : {std::pair(ok(true), true),
+                                         {ok(1), true},
+                                         {ok(false), false},
+                                         {ok(0), false},
+                                         {ok("true"), false},
+                                         {ok(array), false},
+                                         {ProviderMessage(), false}}) {
+    hostAnswers(answer);
     controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
     runAll();
     EXPECT_EQ(controller->messages.back(),
-              row.succeeds ? "completeAssertionWithResponse" : "cancelForResponse");
+              succeeds ? "completeAssertionWithResponse" : "cancelForResponse");
   }
 }
 
-TEST_F(ControllerClass, AnswerWithoutOkIsAFailure) {
-  hostAnswers({});
-  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
-  runAll();
-  EXPECT_EQ(controller->messages.back(), "cancelForResponse");
-}
-
 TEST_F(ControllerClass, EveryFlowCompletesWithItsOwnMethod) {
+  const std::string assertion = "completeAssertionWithResponse";
+  const std::string registration = "completeRegistrationWithResponse";
   hostAnswers({{"ok", true}});
-  const auto lastMessage = [this] {
-    runAll();
-    return controller->messages.back();
-  };
-  controller->prepareCredentialListForServiceIdentifiers({}, requestParameters());
-  EXPECT_EQ(lastMessage(), "completeAssertionWithResponse");
-  controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "completeAssertionWithResponse");
-  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "completeAssertionWithResponse");
-  controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "completeRegistrationWithResponse");
-  controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "completeRegistrationWithResponse");
-  controller->prepareInterfaceForExtensionConfiguration();
-  runAll();
+  EXPECT_EQ(lastMessagesOfFlows(),
+            (Messages{assertion, assertion, assertion, registration, registration,
+                      "performRequest synchronize interaction"}));
   EXPECT_TRUE(platform->extensionContext.endings.back() ==
               FakeExtensionContext::Ending(FakeExtensionContext::ConfigurationCompleted()));
 }
 
 TEST_F(ControllerClass, EveryFlowHandsAFailureToCancelForResponse) {
   hostAnswers({{"ok", false}});
-  const auto lastMessage = [this] {
-    runAll();
-    return controller->messages.back();
-  };
-  controller->prepareCredentialListForServiceIdentifiers({}, requestParameters());
-  EXPECT_EQ(lastMessage(), "cancelForResponse");
-  controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "cancelForResponse");
-  controller->provideCredentialWithoutUserInteractionForRequest(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "cancelForResponse");
-  controller->prepareInterfaceForPasskeyRegistration(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "cancelForResponse");
-  controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(passkeyRequest());
-  EXPECT_EQ(lastMessage(), "cancelForResponse");
-  controller->prepareInterfaceForExtensionConfiguration();
-  EXPECT_EQ(lastMessage(), "cancelForResponse");
+  EXPECT_EQ(lastMessagesOfFlows(), Messages(6, "cancelForResponse"));
   EXPECT_EQ(platform->extensionContext.endings.size(), 6U);
 }
 
