@@ -13,30 +13,6 @@ TEST_F(ConfigurationSynchronization, SendsNothingButTypeAndInteraction) {
             (ProviderMessage{{"type", "synchronize"}, {"allowsUserInteraction", true}}));
 }
 
-TEST_F(ConfigurationSynchronization, LeavesAllRequestPropertiesNil) {
-  controller->setRequestParameters(requestParameters());
-  controller->setCredentialRequest(passkeyRequest());
-  controller->setRegistrationRequest(passkeyRequest());
-  controller->prepareInterfaceForExtensionConfiguration();
-  EXPECT_EQ(controller->requestParameters(), nullptr);
-  EXPECT_EQ(controller->credentialRequest(), nullptr);
-  EXPECT_EQ(controller->registrationRequest(), nullptr);
-}
-
-TEST_F(ConfigurationSynchronization, SuccessCompletesTheConfiguration) {
-  hostAnswers({{"ok", true}});
-  controller->prepareInterfaceForExtensionConfiguration();
-  runAll();
-  expectEnding(FakeExtensionContext::ConfigurationCompleted());
-}
-
-TEST_F(ConfigurationSynchronization, AnswerWithoutOkIsAFailure) {
-  hostAnswers({{"errorDescription", "Not now."}});
-  controller->prepareInterfaceForExtensionConfiguration();
-  runAll();
-  expectEnding(cancellation(0, "Not now."));
-}
-
 TEST_F(ConfigurationSynchronization, FailureIsCanceledWithItsCodeAndDescription) {
   hostAnswers(failureResponse("userCanceled", "The user canceled."));
   controller->prepareInterfaceForExtensionConfiguration();
