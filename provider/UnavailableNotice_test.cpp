@@ -169,15 +169,5 @@ TEST_F(UnavailableNotice, ComesUpWhenTheHostCannotBeOpened) {
   expectEnding(cancellation(0, "Korvan could not be opened."));
 }
 
-TEST_F(UnavailableNotice, ComesUpWhenTheHostItselfAsksForIt) {
-  ProviderMessage refusal = failureResponse("vaultLocked", "Locked.");
-  refusal.insert_or_assign("showUnavailableUI", true);
-  hostAnswers(refusal);
-  controller->prepareInterfaceToProvideCredentialForRequest(passkeyRequest());
-  runAll();
-  platform->views.pressButton();
-  expectEnding(cancellation(100, "Locked."));
-}
-
 }  // namespace
 }  // namespace korvan
