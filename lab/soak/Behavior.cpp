@@ -92,14 +92,6 @@ ProviderMessage mistyped(ProviderMessage message) {
   return message;
 }
 
-/// A binary property list that is an empty array.
-Bytes arrayBody() {
-  return {'b', 'p', 'l', 'i', 's', 't', '0', '0', 0xA0, 8,                    // up to the trailer
-          0,   0,   0,   0,   0,   0,   1,   1,                               // the integers' sizes
-          0,   0,   0,   0,   0,   0,   0,   1,   0,    0, 0, 0, 0, 0, 0, 0,  // objects, top object
-          0,   0,   0,   0,   0,   0,   0,   9};  // the offset table's place
-}
-
 // What is right for the extension to make of it.
 
 Outcome canceled(ExtensionErrorCode code, std::optional<std::string> description,
@@ -274,7 +266,7 @@ constexpr auto Behaviors = std::to_array<Behavior>({
     // Answers that are none.
     {"sendArray", 30,
      [](Request /*request*/) {
-       return sends(frameOf(arrayBody()), "Korvan returned an invalid response.");
+       return sends(frameOf(bytesOf("<array/>")), "Korvan returned an invalid response.");
      }},
     {"sendOtherFormat", 30,
      [](Request request) {  // success without any other field, as XML
