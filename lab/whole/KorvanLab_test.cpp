@@ -34,16 +34,14 @@ json passkeyRequest() {
           {"clientDataHash", Hash}};
 }
 
-json call(const char* entryPoint, json request = passkeyRequest()) {
-  return {{"entryPoint", entryPoint}, {"request", std::move(request)}};
-}
-
 json silentCall(json request = passkeyRequest()) {
-  return call("provideCredentialWithoutUserInteractionForRequest:", std::move(request));
+  return {{"entryPoint", "provideCredentialWithoutUserInteractionForRequest:"},
+          {"request", std::move(request)}};
 }
 
-json interactiveCall(json request = passkeyRequest()) {
-  return call("prepareInterfaceToProvideCredentialForRequest:", std::move(request));
+json interactiveCall() {
+  return {{"entryPoint", "prepareInterfaceToProvideCredentialForRequest:"},
+          {"request", passkeyRequest()}};
 }
 
 /// A private container, with a host on it or without, and the lab's program to talk to it.
@@ -78,40 +76,10 @@ class KorvanLabTest : public testing::Test {
     return lines.empty() ? json() : lines.front();
   }
 
-  static void expectCanceled(const json& line, int code, const std::string& description) {
-    EXPECT_EQ(line.at("outcome"), "cancelled") << line;
-    EXPECT_EQ(line.at("error").at("domain"), "ASExtensionErrorDomain");
-    EXPECT_EQ(line.at("error").at("code"), code) << line;
-    EXPECT_EQ(line.at("error").at("localizedDescription"), json(description)) << line;
-  }
-
   TemporaryDirectory directory_;
   Stage stage_{directory_.path()};
   json ready_;
 };
-
-TEST_F(KorvanLabTest, RejectsRequestsOfAnotherKindWithoutTellingTheHost) {
-  const json password = {{"class", "ASPasswordCredentialRequest"}};
-  for (const json& request : {password, json()}) {
-    for (const auto& [line, code] :
-         {std::pair(silentCall(request), 101), std::pair(interactiveCall(request), 101),
-          std::pair(call("prepareInterfaceForPasskeyRegistration:", request), 0)}) {
-      const json shown = answer(line, {"--show-messages"});
-      EXPECT_EQ(shown.at("outcome"), "cancelled");
-      EXPECT_EQ(shown.at("error").at("code"), code) << line;
-      EXPECT_EQ(shown.at("error").at("localizedDescription"), nullptr);
-      EXPECT_EQ(shown.at("noticeShown"), false);
-      EXPECT_EQ(shown.at("messages"), json::array());
-    }
-  }
-}
-
-TEST_F(KorvanLabTest, CancelsWithoutAContainer) {
-  const auto result = runLab({"call", "--container", "none"}, interactiveCall().dump());
-  const json line = json::parse(result.output);
-  expectCanceled(line, 0, "The Korvan App Group is unavailable.");
-  EXPECT_EQ(line.at("noticeShown"), false);
-}
 
 TEST_F(KorvanLabTest, ShowsWhatWentOverTheSocket) {
   startHost();
@@ -263,16 +231,6 @@ TEST_F(KorvanLabTest, OpensTheHostThatDoesNotRunAndSignsIn) {
   EXPECT_EQ(line.at("credential").at("credentialID"), passkey().at("credentialID"));
 }
 
-TEST_F(KorvanLabTest, ShowsTheNoticeWhenTheHostCannotBeOpened) {
-  const fs::path unfit = stage_.file("unfit");
-  std::ofstream(unfit) << "not a program";
-  for (const std::string& host : {std::string("none"), unfit.string()}) {
-    const json line = answer(interactiveCall(), {"--host-application", host});
-    expectCanceled(line, 0, "Korvan could not be opened.");
-    EXPECT_EQ(line.at("noticeShown"), true);
-  }
-}
-
 TEST_F(KorvanLabTest, LeavesTheNoticeUpWhenToldTo) {
   const json line = answer(interactiveCall(), {"--notice", "leave"});
   EXPECT_EQ(line.at("outcome"), "noticePending");
@@ -286,13 +244,6 @@ TEST_F(KorvanLabTest, DoesNotOpenAHostThatRunsWithoutListening) {
   EXPECT_EQ(line.at("outcome"), "cancelled");
   EXPECT_EQ(line.at("noticeShown"), false);
   EXPECT_THAT(line.at("error").at("localizedDescription"), HasSubstr("failed: "));
-}
-
-TEST_F(KorvanLabTest, OpensNothingForASilentRequest) {
-  const fs::path launcher = stage_.writeLauncher({});
-  const json line = answer(silentCall(), {"--host-application", launcher});
-  EXPECT_EQ(line.at("noticeShown"), false);
-  EXPECT_FALSE(fs::exists(stage_.container() / "acp.sock"));
 }
 
 TEST_F(KorvanLabTest, SignsPeopleInAndChecksTheSignature) {
