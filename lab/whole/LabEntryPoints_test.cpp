@@ -28,11 +28,10 @@ class LabEntryPoints : public testing::Test {
   }
 
   /// The answer to one call, with the messages.
-  [[nodiscard]] json answer(const json& line, std::vector<std::string> more = {}) const {
-    std::vector<std::string> arguments = {
-        "call", "--container", stage_.container(), "--host-application", "none", "--show-messages"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    const auto result = runLab(arguments, line.dump() + "\n");
+  [[nodiscard]] json answer(const json& line) const {
+    const auto result = runLab({"call", "--container", stage_.container(), "--host-application",
+                                "none", "--show-messages"},
+                               line.dump() + "\n");
     EXPECT_EQ(result.status, 0) << result.errors;
     return json::parse(result.output);
   }
@@ -152,40 +151,6 @@ TEST_F(LabEntryPoints, ReportsReturnWhateverBecomesOfThem) {
     const json line = answer(call);
     EXPECT_EQ(line.at("outcome"), "returned");
     EXPECT_EQ(line.at("messages").at(1).at("message").at("errorCode"), "vaultLocked");
-  }
-}
-
-TEST_F(LabEntryPoints, ReportsNameTheArgumentThatIsNilAndSendNothing) {
-  startHost();
-  for (const auto& [call, type] : reports()) {
-    for (const auto& [argument, value] : call.items()) {
-      if (argument == "entryPoint") {
-        continue;
-      }
-      json without = call;
-      without[argument] = nullptr;
-      const json line = answer(without);
-      EXPECT_EQ(line.at("outcome"), "exception") << line;
-      EXPECT_EQ(line.at("reason"), "The argument " + argument + " is nil.");
-      EXPECT_EQ(line.at("messages"), json::array());
-    }
-  }
-}
-
-TEST_F(LabEntryPoints, ExcludedCredentialsAreSentFromMacOS15On) {
-  startHost();
-  for (const auto& [call, outcome] : requests()) {
-    if (outcome != "completedRegistration") {
-      continue;
-    }
-    json excluding = call;
-    excluding["request"]["excludedCredentials"] = {{{"credentialID", passkey_.at("credentialID")}}};
-    const json refused = answer(excluding, {"--os-version", "15.0"});
-    EXPECT_EQ(refused.at("error").at("code"), 102) << refused;
-    EXPECT_EQ(refused.at("messages").at(0).at("message").at("excludedCredentials").size(), 1U);
-    const json made = answer(excluding, {"--os-version", "14.5"});
-    EXPECT_EQ(made.at("outcome"), "completedRegistration") << made;
-    EXPECT_EQ(made.at("messages").at(0).at("message").at("excludedCredentials"), json::array());
   }
 }
 
