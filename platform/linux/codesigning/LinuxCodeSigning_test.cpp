@@ -276,15 +276,6 @@ TEST_F(LinuxCodeSigningTest, ProcessThatEndsAfterTheLookUpIsJudgedByItsProgram) 
   EXPECT_EQ(checkCode(*code, HostRequirement), 0);
 }
 
-TEST_F(LinuxCodeSigningTest, CheckingTwiceGivesTheSame) {
-  authority.sign(program);
-  const WaitingProcess process(program);
-  std::unique_ptr<CodeSigning::Code> code;
-  ASSERT_EQ(signing->copyGuest(process.id(), code), 0);
-  EXPECT_EQ(checkCode(*code, HostRequirement), 0);
-  EXPECT_EQ(checkCode(*code, HostRequirement), 0);
-}
-
 TEST_F(LinuxCodeSigningTest, ThreadsMayCheckTheSameCodeAtOnce) {
   constexpr int Rounds = 50;
   authority.sign(program);
