@@ -158,13 +158,6 @@ TEST_F(SampleHost, TellsWhenARequestUnlocksTheVault) {
   EXPECT_EQ(program.nextEvent()["ok"], true);
 }
 
-TEST_F(SampleHost, CancelsForTheUser) {
-  Host program({"--container", container(), "--user-cancels"});
-  program.nextEvent();
-  exchange(assertionRequest({{"allowsUserInteraction", true}}));
-  EXPECT_EQ(program.nextEvent()["errorCode"], "userCanceled");
-}
-
 TEST_F(SampleHost, ServesOnWhenNobodyReadsItsEvents) {
   Host program({"--container", container()});
   program.nextEvent();
