@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -32,13 +31,6 @@ constexpr std::string_view BareCharacters =
 constexpr std::string_view OpenStepSpace = " \t\n\v\f\r";
 
 bool isQuote(char character) { return character == '"' || character == '\''; }
-
-/// The digit's value. None when the character is no digit in base 8 or 16.
-std::optional<std::uint32_t> digitOf(char character, int base) {
-  std::uint32_t value = 0;
-  const auto [end, error] = std::from_chars(&character, &character + 1, value, base);
-  return error == std::errc() ? std::optional(value) : std::nullopt;
-}
 
 /// Reads from front to back. Its functions throw PropertyListDamage.
 class OpenStepReader {
@@ -136,11 +128,10 @@ class OpenStepReader {
         ++next_;
         continue;
       }
-      const auto high = digitOf(view_[next_], 16);
-      const auto low = digitOf(view_[next_ + 1], 16);
-      require(high && low, next_, "data holds something else than pairs of hexadecimal digits");
-      bytes.push_back(static_cast<std::uint8_t>((*high << 4) | *low));
-      next_ += 2;
+      const std::size_t first = next_;
+      bytes.push_back(static_cast<std::uint8_t>(readDigits(16, 2)));
+      require(next_ == first + 2, first,
+              "data holds something else than pairs of hexadecimal digits");
     }
     ++next_;
     return Data(std::move(bytes));
@@ -181,7 +172,7 @@ class OpenStepReader {
     const char name = next();
     if (name == 'U') {
       readUnicodeEscape(text);
-    } else if (digitOf(name, 8)) {
+    } else if (name >= '0' && name <= '7') {
       const std::size_t first = next_;
       const std::uint32_t byte = readDigits(8, 3);
       require(byte <= UINT8_MAX, first, "an octal escape is above 377");
@@ -197,16 +188,12 @@ class OpenStepReader {
 
   void readUnicodeEscape(std::string& text) {
     const std::size_t first = next_++;
-    const char32_t unit = readDigits(16, 4);
+    std::optional<char32_t> codePoint = readDigits(16, 4);
     require(next_ > first + 1, first, "no hexadecimal digit follows \\U");
-    const bool isSurrogate = unit >= 0xD800 && unit <= 0xDFFF;
-    if (!isSurrogate) {
-      appendUtf8(text, unit);
-      return;
-    }
-    std::optional<char32_t> codePoint;
-    if (take('\\') && take('U')) {
-      codePoint = codePointOfPair(unit, readDigits(16, 4));
+    const bool isSurrogate = *codePoint >= 0xD800 && *codePoint <= 0xDFFF;
+    if (isSurrogate) {
+      codePoint =
+          take('\\') && take('U') ? codePointOfPair(*codePoint, readDigits(16, 4)) : std::nullopt;
     }
     require(codePoint.has_value(), first, "an escape is half a surrogate pair");
     appendUtf8(text, *codePoint);
@@ -214,15 +201,10 @@ class OpenStepReader {
 
   /// The number of up to `most` digits in base 8 or 16.
   std::uint32_t readDigits(int base, std::size_t most) {
+    const std::string_view digits = view_.substr(next_, most);
     std::uint32_t number = 0;
-    for (std::size_t count = 0; count < most && !isAtEnd(); ++count) {
-      const auto digit = digitOf(next(), base);
-      if (!digit) {
-        break;
-      }
-      number = (number * static_cast<std::uint32_t>(base)) + *digit;
-      ++next_;
-    }
+    const char* const end = std::from_chars(digits.begin(), digits.end(), number, base).ptr;
+    next_ += static_cast<std::size_t>(end - digits.begin());
     return number;
   }
 
