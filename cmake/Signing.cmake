@@ -3,7 +3,7 @@
 
 set(KORVAN_AUTHORITY ${PROJECT_BINARY_DIR}/authority)
 set(KORVAN_TRUST_ANCHOR ${KORVAN_AUTHORITY}/authority.pem CACHE FILEPATH
-    "Certificate in PEM that the lab trusts: the host's signature must end in it")
+    "PEM certificate that the lab trusts: the chain of the host's signature must end in it")
 
 find_program(KORVAN_OPENSSL openssl REQUIRED)
 mark_as_advanced(KORVAN_OPENSSL)

@@ -260,7 +260,7 @@ bool runAll(Tour& tour) {
 void sayHowToGoOn(Narrator& narrator, const std::string& program) {
   narrator.heading("To try one step:");
   narrator.say(program + " demo --step 2");
-  narrator.say("With a host of your own: see " + program + " sign-in --help.");
+  narrator.say("With a host of your own: see " + program + " check-host --help.");
 }
 
 }  // namespace

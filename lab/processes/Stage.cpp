@@ -91,7 +91,7 @@ void Stage::stopLaunchedHost() const {
   const fs::path processFile = file(LaunchedProcessName);
   pid_t process = 0;
   std::ifstream(processFile) >> process;
-  // Only an adopted process is waited for, so that a number that passed on hits no stranger.
+  // waitpid() fails for a process that is not a child: an ID that was reused is another's.
   if (process <= 0 || ::waitpid(process, nullptr, WNOHANG) != 0) {
     return;
   }

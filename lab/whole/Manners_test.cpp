@@ -167,6 +167,14 @@ TEST_F(Manners, HelpPrintsThePageOfACommand) {
   }
 }
 
+TEST_F(Manners, DemoLeadsToAPageThatSaysHowToNameAHost) {
+  const std::string tour = runLab({"demo"}).output;
+  const std::string lead = "With a host of your own: see " + std::string(KORVAN_LAB) + " ";
+  const std::size_t start = tour.find(lead) + lead.size();
+  const std::string command = tour.substr(start, tour.find(" --help.", start) - start);
+  EXPECT_THAT(runLab({"help", command}).output, HasSubstr("--container DIR"));
+}
+
 TEST_F(Manners, CallTakesADashForStandardInput) {
   const auto result = runLab({"call", "--container", "none", "-"}, NoHostLine);
   EXPECT_EQ(result.status, 0) << result.errors;
