@@ -34,6 +34,7 @@ install(FILES ${korvan_links}/locale DESTINATION ${korvan_home})
 
 foreach(script IN ITEMS make-signing-authority sign-executable)
   install(PROGRAMS tools/${script} DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME korvan-${script})
+  install(FILES ${korvan_manual}/man/korvan-${script}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endforeach()
 install(FILES README.md SECURITY.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -19,8 +19,8 @@ using HostUser = std::function<bool(const LabSettings& settings)>;
 using OwnHostUser =
     std::function<bool(const LabSettings& settings, const nlohmann::json& readyEvent)>;
 
-/// Runs a command with the host that the settings name. Returns the exit status, which is HostAbsent
-/// when the command failed and nobody listens.
+/// Runs a command with the host that the settings name. Returns the exit status, which is
+/// HostAbsent when the command failed and nobody listens.
 [[nodiscard]] int useHost(const LabSettings& settings, const HostUser& use);
 
 /// Runs a command with a sample host of its own, in a private directory that replaces the settings'

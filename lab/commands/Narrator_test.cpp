@@ -57,5 +57,12 @@ TEST_F(NarratorTest, ShowsTheBytesOfAnAnswerThatCannotBeRead) {
   EXPECT_THAT(told(), HasSubstr("Answered: 2 bytes: 7b22, which look like JSON\n"));
 }
 
+TEST_F(NarratorTest, DoesNotNameAPasskeyThatHasNoID) {
+  CallResult result;
+  result.outcome = CompletedAssertion{};
+  narrator_.outcome(result);
+  EXPECT_THAT(told(), HasSubstr("completed the sign-in with a passkey without an ID.\n"));
+}
+
 }  // namespace
 }  // namespace korvan::lab

@@ -119,8 +119,9 @@ std::string manualPage(const CLI::App& app) {
   // Without a date, so that the same source makes the same page.
   std::string page = ".TH " + roff(upperCase(app.get_name())) + " 1 \"\" \"" + roff(app.version()) +
                      "\" \"Korvan AutoFill\"\n.ad l\n.nh\n.SH NAME\n" + roff(app.get_name()) +
-                     " \\- " + roff(purposeOf(app)) + "\n.SH SYNOPSIS\n.B " + roff(program.usage) +
-                     "\n.SH DESCRIPTION\n" + program.body;
+                     " \\- " + roff(purposeOf(app)) + '\n';
+  page += program.usage.empty() ? "" : ".SH SYNOPSIS\n.B " + roff(program.usage) + '\n';
+  page += ".SH DESCRIPTION\n" + program.body;
   const auto commands = app.get_subcommands([](const CLI::App* /*each*/) { return true; });
   page += commands.empty() ? "" : ".SH COMMANDS\n";
   for (const CLI::App* const command : commands) {

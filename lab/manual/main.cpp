@@ -1,9 +1,11 @@
-// korvan-manual DIRECTORY: writes the manual pages of the lab's programs, and the scripts that
-// complete their arguments in a shell, from the tables that the programs parse with.
+// korvan-manual DIRECTORY SCRIPT...: writes the manual pages of the lab's programs, and the scripts
+// that complete their arguments in a shell, from the tables that the programs parse with. Writes
+// the pages of scripts from the comments that they start with.
 
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -36,7 +38,31 @@ void writeFor(const CLI::App& app, const fs::path& directory) {
   write(directory / "zsh" / ("_" + name), manual::zshCompletion(app));
 }
 
-int run(const fs::path& directory) {
+/// What the --help of a script prints.
+std::string commentIn(const fs::path& script) {
+  std::ifstream file(script);
+  std::string text;
+  std::string line;
+  std::getline(file, line);
+  while (std::getline(file, line) && line.starts_with('#')) {
+    text += (line.size() > 2 ? line.substr(2) : "") + '\n';
+  }
+  return text;
+}
+
+/// Scripts are installed under names of their own.
+void writePageOf(const fs::path& script, const fs::path& directory) {
+  const std::string name = "korvan-" + script.filename().string();
+  CLI::App app("", name);
+  app.formatter_fn([text = commentIn(script)](const CLI::App* /*app*/, const std::string& /*name*/,
+                                              CLI::AppFormatMode /*mode*/) { return text; });
+  write(directory / "man" / (name + ".1"), manual::manualPage(app));
+}
+
+int run(const fs::path& directory, std::span<char* const> scripts) {
+  for (const fs::path script : scripts) {
+    writePageOf(script, directory);
+  }
   CLI::App lab("", LabProgramName);
   int exitStatus = Well;
   describeLabProgram(lab, exitStatus);
@@ -52,9 +78,10 @@ int run(const fs::path& directory) {
 
 int main(int argc, char** argv) {
   return runProgram("korvan-manual", [&] {
-    if (argc != 2) {
-      throw std::invalid_argument("usage: korvan-manual DIRECTORY");
+    const std::span<char* const> arguments(argv, static_cast<std::size_t>(argc));
+    if (arguments.size() < 2) {
+      throw std::invalid_argument("usage: korvan-manual DIRECTORY SCRIPT...");
     }
-    return run(argv[1]);
+    return run(arguments[1], arguments.subspan(2));
   });
 }

@@ -40,6 +40,7 @@ std::vector<Arguments> programsThatPrint(const std::string& container) {
                                      {"sign-in"},
                                      {"configure"},
                                      {"report", "unknown-credential"},
+                                     {"check-host", "--list"},
                                      {"soak", "--minutes", "0.001"},
                                      {"call", "--host-application", "none", "-"}}) {
     programs.push_back({KORVAN_LAB});
@@ -114,6 +115,9 @@ TEST_F(Manners, WrongUsageIsToldFromFailureInALineThatNamesTheProgram) {
        "korvan-lab: --trust-anchor: cannot read \"\": "},
       {{KORVAN_LAB, "call", "--host-application", file("missing")},
        "korvan-lab: --host-application: \"" + file("missing") + "\" is not a file"},
+      {{KORVAN_LAB, "check-host", "--trust-anchor", ""},
+       "korvan-lab: --trust-anchor: cannot read \"\": "},
+      {{KORVAN_LAB, "check-host", "--only", "nothing"}, "korvan-lab: "},
       {{KORVAN_LAB, "call", file("missing")}, "korvan-lab: FILE: cannot read \"" + file("missing")},
       {{KORVAN_SAMPLE_HOST, "--vault"}, "korvan-sample-host: --vault needs a value; see "},
       {{KORVAN_SAMPLE_HOST, "--loud"}, "korvan-sample-host: "}};
