@@ -1,7 +1,6 @@
 // The lab's program and the sample host's, as people and scripts use them.
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -22,7 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
-using testing::Contains;
 using testing::HasSubstr;
 using testing::StartsWith;
 
