@@ -222,7 +222,7 @@ PropertyListDictionary similarTexts() {
   const std::string alike(64, 'a');
   PropertyListValue::Array items;
   for (std::size_t index = 0; index < Size / 136; ++index) {
-    items.emplace_back(alike + std::to_string(1'000'000 + index) + alike);
+    items.emplace_back(std::string(alike).append(std::to_string(1'000'000 + index)).append(alike));
   }
   return {{"items", std::move(items)}};
 }
@@ -248,7 +248,8 @@ bool show(std::string_view name, auto work) {
   std::cout << std::left << std::setw(42) << name << std::right << std::fixed
             << std::setprecision(1) << std::setw(9) << seconds * 1000 << " ms" << std::setw(8)
             << megabytes << " MB" << (WEXITSTATUS(status) == 0 ? "  taken" : "  refused")
-            << (isWithin ? "" : "  TOO MUCH") << std::endl;
+            << (isWithin ? "" : "  TOO MUCH") << '\n'
+            << std::flush;
   return isWithin;
 }
 
