@@ -16,7 +16,7 @@
 
 namespace korvan::lab::broken {
 
-void PrintTo(const Mistake& mistake, std::ostream* out) { *out << mistake.name; }
+static void PrintTo(const Mistake& mistake, std::ostream* out) { *out << mistake.name; }
 
 namespace {
 

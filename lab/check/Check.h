@@ -17,6 +17,8 @@ enum class Outcome : std::uint8_t { passed, failed, warned, skipped };
 /// "passed", "failed", "warned" or "skipped".
 [[nodiscard]] std::string_view nameOf(Outcome outcome) noexcept;
 
+// NOLINTBEGIN(readability-redundant-member-init): so that initializers may leave members out
+
 /// The words for people on a check's outcome. Those that do not apply are empty. They may hold what
 /// the host sent as it came: the reports make control characters visible.
 struct Findings {
@@ -33,6 +35,8 @@ struct Result {
   /// The failed check that made this one pointless, and so all that come after this one.
   std::string_view because = {};
 };
+
+// NOLINTEND(readability-redundant-member-init)
 
 [[nodiscard]] inline Result passed() { return {}; }
 [[nodiscard]] inline Result failed(Findings findings) {
@@ -73,9 +77,11 @@ struct Check {
   std::string_view name;
   /// What passes, as a short sentence for people.
   std::string_view passes;
+  // NOLINTBEGIN(readability-redundant-member-init): so that initializers may leave members out
   std::vector<Need> needs = {};
   /// Checks that must not have failed before, because this one would only fail for their reason.
   std::vector<std::string_view> after = {};
+  // NOLINTEND(readability-redundant-member-init)
   /// The heading in docs/host-protocol.md that tells what is right.
   std::string_view see;
   /// May throw a CheckEnd. Another exception means that the check itself could not be made.

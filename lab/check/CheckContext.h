@@ -27,6 +27,8 @@ struct CheckSettings {
   /// The certificate that the chain of the host's signature must end in.
   std::string trustAnchorPem;
   /// The program that is the host, and its arguments; empty when the host runs already.
+  // So that initializers may leave it out.
+  // NOLINTNEXTLINE(readability-redundant-member-init)
   std::vector<std::string> launch = {};
   std::chrono::milliseconds timeout = std::chrono::seconds(10);
   /// Whether a person answers what the host asks.

@@ -102,7 +102,7 @@ void CheckPasskeys::removeAll() {
       std::ignore =
           context_.exchange(unknownCredentialReport(made.relyingParty, made.credentialID));
     }
-  } catch (const CheckEnd&) {
+  } catch (const CheckEnd&) {  // NOLINT(bugprone-empty-catch)
     // A host that does not answer has been told already what is wrong with it.
   }
   forget();

@@ -88,8 +88,8 @@ void JunitReport::finish(const Counts& counts) {
   for (const CheckRecord& record : records_) {
     all += record.duration;
   }
-  out_ << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-       << "<testsuite name=\"korvan-lab check-host\" tests=\"" << records_.size()
+  out_ << R"(<?xml version="1.0" encoding="UTF-8"?>)" << '\n'
+       << R"(<testsuite name="korvan-lab check-host" tests=")" << records_.size()
        << "\" failures=\"" << counts.failed << "\" errors=\"0\" skipped=\"" << counts.skipped
        << "\" time=\"" << seconds(all) << "\">\n";
   for (const CheckRecord& record : records_) {

@@ -57,6 +57,7 @@ void LaunchedProgram::start() {
   }
   words.push_back(nullptr);
   GError* error = nullptr;
+  // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): GLib means a set of them
   constexpr auto Flags = static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_SEARCH_PATH |
                                                   G_SPAWN_STDOUT_TO_DEV_NULL);
   startTime_ = Waits::Clock::now();

@@ -32,6 +32,8 @@ struct Signing {
   Data clientDataHash;
 };
 
+// NOLINTBEGIN(readability-redundant-member-init): so that initializers may leave members out
+
 /// A host's one mistake, and what a run must say of it. What is left empty is as in a sound host.
 struct Mistake {
   /// Words with hyphens.
@@ -81,6 +83,8 @@ struct Mistake {
   std::function<void(const PropertyListDictionary& request, std::vector<host::Passkey>& passkeys)>
       keep = {};
 };
+
+// NOLINTEND(readability-redundant-member-init)
 
 // The mistakes of each group of checks. One file a group.
 [[nodiscard]] std::vector<Mistake> socketMistakes();

@@ -31,6 +31,7 @@ void makeContainer(const fs::path& container, mode_t mode = OwnerOnly) {
 Descriptor boundSocket(const fs::path& container, int type = SOCK_STREAM,
                        const std::string& name = "acp.sock") {
   Descriptor socket(::socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
+  requireSystem(socket.get() >= 0, "making a socket");
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   (container / name).string().copy(static_cast<char*>(address.sun_path), sizeof address.sun_path);
