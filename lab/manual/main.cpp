@@ -60,7 +60,7 @@ void writePageOf(const fs::path& script, const fs::path& directory) {
 }
 
 int run(const fs::path& directory, std::span<char* const> scripts) {
-  for (const fs::path script : scripts) {
+  for (const char* const script : scripts) {
     writePageOf(script, directory);
   }
   CLI::App lab("", LabProgramName);
