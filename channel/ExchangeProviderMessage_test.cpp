@@ -128,6 +128,14 @@ TEST_F(ExchangeProviderMessage, PathIsMeasuredInBytesNotCharacters) {
   expectError(posix(ENAMETOOLONG, "The Korvan connection path is too long."));
 }
 
+TEST_F(ExchangeProviderMessage, ConnectThatReturnsMoreThanZeroHasFailedToo) {
+  sockets.peer.connectErrno = ENOENT;
+  sockets.peer.failure = 1;
+  const ProviderExchange result = exchange();
+  EXPECT_FALSE(result.response.has_value());
+  EXPECT_TRUE(result.connectFailed);
+}
+
 // The peer.
 
 TEST_F(ExchangeProviderMessage, PeerOfAnotherUserIsRefusedAndSentNothing) {

@@ -124,6 +124,29 @@ TEST_F(PeerVerification, FailingStatusCountsEvenWithACodeObject) {
   EXPECT_EQ(codeSigning.checks, 0U);
 }
 
+TEST_F(PeerVerification, StatusAboveZeroIsAFailureToo) {
+  // The system reports an errno value as 100000 more: here, that there is no such process.
+  constexpr OSStatus NoSuchProcess = 100'003;
+  codeSigning.copyStatus = NoSuchProcess;
+  EXPECT_EQ(verify().error->code, NoSuchProcess);
+  codeSigning.copyStatus = 0;
+  codeSigning.createStatus = NoSuchProcess;
+  EXPECT_EQ(verify().error->code, NoSuchProcess);
+  codeSigning.createStatus = 0;
+  EXPECT_EQ(codeSigning.checks, 0U);
+  codeSigning.checkStatuses = {NoSuchProcess};
+  EXPECT_EQ(verify().error->code, NoSuchProcess);
+}
+
+TEST_F(PeerVerification, PeerCallsThatReturnMoreThanZeroHaveFailedToo) {
+  sockets.peer.failure = 1;
+  sockets.peer.peerIdentifiersErrno = ENOTCONN;
+  expectIdentityRefused();
+  sockets.peer.peerIdentifiersErrno = 0;
+  sockets.peer.peerProcessErrno = EINVAL;
+  expectIdentityRefused();
+}
+
 TEST_F(PeerVerification, MissingCodeObjectIsReportedWithStatusZero) {
   codeSigning.givesCode = false;
   codeSigning.message = std::nullopt;

@@ -4,7 +4,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/Data.h"
@@ -13,10 +12,6 @@ namespace korvan {
 
 // The platform's request types as plain records. A field that the platform left nil is nullopt,
 // which is not the same as empty. The terms are WebAuthn's: https://www.w3.org/TR/webauthn-3/
-
-/// The preferred level of user verification, the platform's default.
-/// https://www.w3.org/TR/webauthn-3/#enumdef-userverificationrequirement
-inline constexpr std::string_view UserVerificationPreferencePreferred = "preferred";
 
 /// ASPasskeyCredentialIdentity.
 struct PasskeyCredentialIdentity {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <string>
 
 namespace korvan {
 
@@ -19,6 +20,10 @@ class OperatingSystem {
 
   /// Callers do not cache the answer.
   [[nodiscard]] virtual bool isAtLeast(OperatingSystemVersion version) const = 0;
+
+  /// The system's word for the preferred level of user verification, WebAuthn's "preferred".
+  /// https://www.w3.org/TR/webauthn-3/#enumdef-userverificationrequirement
+  [[nodiscard]] virtual std::string preferredUserVerification() const = 0;
 };
 
 }  // namespace korvan

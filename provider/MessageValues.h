@@ -6,6 +6,7 @@
 
 #include "platform/CredentialRequest.h"
 #include "platform/Data.h"
+#include "platform/OperatingSystem.h"
 #include "platform/PropertyList.h"
 
 namespace korvan {
@@ -28,8 +29,9 @@ template <typename Object, typename Field>
 }
 
 /// The relying party's preference, or the platform's default.
-[[nodiscard]] inline PropertyListValue preferenceOrPreferred(const std::string* preference) {
-  return preference != nullptr ? Text(*preference) : UserVerificationPreferencePreferred;
+[[nodiscard]] inline PropertyListValue preferenceOrPreferred(const std::string* preference,
+                                                             const OperatingSystem& system) {
+  return Text(preference != nullptr ? *preference : system.preferredUserVerification());
 }
 
 /// The list's elements, in order.

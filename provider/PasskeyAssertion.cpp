@@ -72,7 +72,8 @@ ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
       {key::relyingPartyIdentifier, stringOrEmpty(relyingPartyIdentifier)},
       {key::type, interactive ? provider_request_type::interactiveAssertion
                               : provider_request_type::assertion},
-      {key::userVerificationPreference, preferenceOrPreferred(userVerificationPreference)},
+      {key::userVerificationPreference,
+       preferenceOrPreferred(userVerificationPreference, services_->operatingSystem)},
   };
 }
 

@@ -139,6 +139,13 @@ TEST_F(PasskeyAssertion, FieldThatTheParametersLackIsNotTakenFromTheRequest) {
   EXPECT_EQ(value(request, "userVerificationPreference"), "preferred");
 }
 
+TEST_F(PasskeyAssertion, PreferredVerificationIsTheSystemsWord) {
+  platform->operatingSystem.preferred = "the system's word";
+  EXPECT_EQ(
+      value(controller->assertionRequestForRecord({}, true, true), "userVerificationPreference"),
+      "the system's word");
+}
+
 TEST_F(PasskeyAssertion, EmptyFieldsAreSentAsTheyAreAndNotReplaced) {
   const auto parameters = std::make_shared<PasskeyCredentialRequestParameters>();
   parameters->userVerificationPreference = "";

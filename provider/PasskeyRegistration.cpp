@@ -58,7 +58,8 @@ ProviderMessage CredentialProviderViewController::registrationRequestDictionary(
       {key::userHandle, dataOrEmpty(fieldOf(identity, &Identity::userHandle))},
       {key::userName, stringOrEmpty(fieldOf(identity, &Identity::userName))},
       {key::userVerificationPreference,
-       preferenceOrPreferred(fieldOf(request, &Request::userVerificationPreference))},
+       preferenceOrPreferred(fieldOf(request, &Request::userVerificationPreference),
+                             services_->operatingSystem)},
   };
 }
 

@@ -74,6 +74,13 @@ TEST_F(PasskeyRegistration, SilentFlowWithoutARequestSendsEmptyValues) {
   EXPECT_EQ(sentRequest(), controller->registrationRequestDictionary(nullptr, false, true));
 }
 
+TEST_F(PasskeyRegistration, PreferredVerificationIsTheSystemsWord) {
+  platform->operatingSystem.preferred = "the system's word";
+  EXPECT_EQ(*valueForKey(controller->registrationRequestDictionary(nullptr, true, false),
+                         "userVerificationPreference"),
+            "the system's word");
+}
+
 TEST_F(PasskeyRegistration, SupportedAlgorithmsKeepTheirOrder) {
   const auto request = passkeyRequest();
   request->supportedAlgorithms = std::vector<std::int64_t>{-257, -7, -8, -7};

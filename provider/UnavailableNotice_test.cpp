@@ -85,6 +85,26 @@ TEST_F(UnavailableNotice, KeepsTheResponseUntilOKIsPressed) {
   EXPECT_TRUE(platform->extensionContext.endings.empty());
 }
 
+TEST_F(UnavailableNotice, ResponseIsKeptBeforeTheViewIsTouched) {
+  class Watching : public CredentialProviderViewController {
+   public:
+    Watching(std::shared_ptr<const Services> services, Operations& operations)
+        : CredentialProviderViewController(std::move(services)), operations_(operations) {}
+    void setPendingUnavailableResponse(std::optional<ProviderMessage> given) override {
+      operations_.emplace_back("kept");
+      CredentialProviderViewController::setPendingUnavailableResponse(std::move(given));
+    }
+
+   private:
+    Operations& operations_;
+  };
+  std::make_shared<Watching>(platform->services(), platform->views.operations)
+      ->showUnavailableUIForResponse(response("why"));
+  ASSERT_GE(platform->views.operations.size(), 2U);
+  EXPECT_EQ(platform->views.operations[0], "kept");
+  EXPECT_EQ(platform->views.operations[1], "view: subviews");
+}
+
 TEST_F(UnavailableNotice, OKCancelsWithTheResponsesCodeAndDescription) {
   show();
   platform->views.pressButton();

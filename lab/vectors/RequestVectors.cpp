@@ -55,7 +55,7 @@ std::shared_ptr<PasskeyCredentialRequest> registrationRequest() {
       .credentialID = std::nullopt,
   };
   request->clientDataHash = registrationClientDataHash();
-  request->userVerificationPreference = std::string(UserVerificationPreferencePreferred);
+  request->userVerificationPreference = "preferred";
   request->supportedAlgorithms = {{Es256, Rs256}};
   return request;
 }
@@ -71,7 +71,7 @@ Call listCall(std::optional<std::vector<Data>> allowedCredentials) {
   auto parameters = std::make_shared<PasskeyCredentialRequestParameters>();
   parameters->relyingPartyIdentifier = std::string(RelyingParty);
   parameters->clientDataHash = assertionClientDataHash();
-  parameters->userVerificationPreference = std::string(UserVerificationPreferencePreferred);
+  parameters->userVerificationPreference = "preferred";
   parameters->allowedCredentials = std::move(allowedCredentials);
   return credentialListCall({}, parameters);
 }

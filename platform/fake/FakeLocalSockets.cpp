@@ -16,9 +16,9 @@ namespace {
   std::abort();
 }
 
-int fail(int error) {
+int fail(int error, int result = -1) {
   errno = error;
-  return -1;
+  return result;
 }
 
 /// True when a signal interrupts this call; the next ones are let through until all have been.
@@ -66,14 +66,16 @@ int FakeLocalSockets::connect(int descriptor, std::string_view path) const {
     brokenRule("a path that does not fit an address");
   }
   connection.path = path;
-  return connection.peer.connectErrno == 0 ? 0 : fail(connection.peer.connectErrno);
+  return connection.peer.connectErrno == 0
+             ? 0
+             : fail(connection.peer.connectErrno, connection.peer.failure);
 }
 
 int FakeLocalSockets::getpeereid(int descriptor, std::int64_t& peerUserIdentifier,
                                  std::int64_t& groupIdentifier) const {
   const Connection& connection = at(descriptor, "getpeereid");
   if (connection.peer.peerIdentifiersErrno != 0) {
-    return fail(connection.peer.peerIdentifiersErrno);
+    return fail(connection.peer.peerIdentifiersErrno, connection.peer.failure);
   }
   peerUserIdentifier = connection.peer.userIdentifier;
   groupIdentifier = 20;
@@ -84,7 +86,7 @@ int FakeLocalSockets::getPeerProcessIdentifier(int descriptor,
                                                std::int32_t& processIdentifier) const {
   const Connection& connection = at(descriptor, "getPeerProcessIdentifier");
   if (connection.peer.peerProcessErrno != 0) {
-    return fail(connection.peer.peerProcessErrno);
+    return fail(connection.peer.peerProcessErrno, connection.peer.failure);
   }
   processIdentifier = connection.peer.processIdentifier;
   return 0;

@@ -14,7 +14,10 @@ class FakeOperatingSystem : public OperatingSystem {
     return version >= wanted;
   }
 
+  [[nodiscard]] std::string preferredUserVerification() const override { return preferred; }
+
   OperatingSystemVersion version{.major = 15};
+  std::string preferred = "preferred";
   mutable std::vector<OperatingSystemVersion> questions;
 };
 

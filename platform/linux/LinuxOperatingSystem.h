@@ -10,6 +10,7 @@ class LinuxOperatingSystem final : public OperatingSystem {
   explicit LinuxOperatingSystem(OperatingSystemVersion version) : version_(version) {}
 
   [[nodiscard]] bool isAtLeast(OperatingSystemVersion version) const override;
+  [[nodiscard]] std::string preferredUserVerification() const override { return "preferred"; }
 
  private:
   const OperatingSystemVersion version_;

@@ -20,5 +20,9 @@ TEST(LinuxOperatingSystem, IsNotAtLeastALaterVersion) {
   EXPECT_FALSE(system.isAtLeast({.major = 15}));
 }
 
+TEST(LinuxOperatingSystem, PrefersUserVerificationInTheWordOfWebAuthn) {
+  EXPECT_EQ(LinuxOperatingSystem({}).preferredUserVerification(), "preferred");
+}
+
 }  // namespace
 }  // namespace korvan
