@@ -31,8 +31,7 @@ class AppleViews final : public Views {
   [[nodiscard]] std::shared_ptr<StackView> stackViewWithViews(
       std::vector<std::shared_ptr<View>> views) override;
 
-  /// Activates all constraints in one call. Without a second anchor only a width can be
-  /// constrained; other attributes are then ignored.
+  /// Activates all constraints in one call. Without a second anchor the first must be a width.
   void activateConstraints(std::span<const LayoutConstraint> constraints) override;
 
  private:

@@ -52,8 +52,8 @@ NSLayoutConstraint* toNSLayoutConstraint(const LayoutConstraint& constraint) {
     return betweenAnchors(first, constraint.relation, toNSLayoutAnchor(*constraint.second),
                           constraint.constant);
   }
-  return toConstant(instanceOf([NSLayoutDimension class], first), constraint.relation,
-                    constraint.constant);
+  // A cast, because the class is no symbol that the system's library is known to have.
+  return toConstant((NSLayoutDimension*)first, constraint.relation, constraint.constant);
 }
 
 }  // namespace

@@ -2,8 +2,13 @@
 
 #include <array>
 #include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#import <objc/runtime.h>
 
 #include "platform/apple/AppleView.h"
 #include "platform/apple/Conversions.h"
@@ -57,7 +62,8 @@ TEST_F(AppleViewsTest, ALabelIsAsItWasTold) {
 
   NSTextField* const field = native<NSTextField>(label);
   EXPECT_EQ(stringOf(field.stringValue), "Couldn\u2019t");
-  EXPECT_EQ(field.font.pointSize, 17);
+  EXPECT_TRUE([field.font isEqual:[NSFont systemFontOfSize:17 weight:NSFontWeightSemibold]]);
+  EXPECT_FALSE([field.font isEqual:[NSFont systemFontOfSize:17 weight:NSFontWeightRegular]]);
   EXPECT_EQ(field.alignment, NSTextAlignmentCenter);
   EXPECT_EQ(field.maximumNumberOfLines, 0);
   EXPECT_EQ(field.lineBreakMode, NSLineBreakByWordWrapping);
@@ -75,7 +81,7 @@ TEST_F(AppleViewsTest, AButtonSendsTheControllersMessage) {
   EXPECT_EQ(stringOf(made.title), "OK");
   EXPECT_EQ(stringOf(made.keyEquivalent), "\r");
   EXPECT_EQ(made.target, controller_);
-  EXPECT_EQ(made.action, @selector(performClick:));
+  EXPECT_TRUE(sel_isEqual(made.action, @selector(performClick:)));
 }
 
 TEST_F(AppleViewsTest, AStackViewHoldsItsViewsInOrder) {
@@ -97,29 +103,92 @@ TEST_F(AppleViewsTest, AStackViewHoldsItsViewsInOrder) {
   EXPECT_FALSE(made.translatesAutoresizingMaskIntoConstraints);
 }
 
+std::string_view nameOf(NSLayoutAttribute attribute) {
+  switch (attribute) {
+    case NSLayoutAttributeLeading:
+      return "leading";
+    case NSLayoutAttributeTrailing:
+      return "trailing";
+    case NSLayoutAttributeWidth:
+      return "width";
+    case NSLayoutAttributeCenterX:
+      return "centerX";
+    case NSLayoutAttributeCenterY:
+      return "centerY";
+    case NSLayoutAttributeNotAnAttribute:
+      return "";
+    default:
+      return "another attribute";
+  }
+}
+
+std::string_view nameOf(NSLayoutRelation relation) {
+  switch (relation) {
+    case NSLayoutRelationLessThanOrEqual:
+      return " <= ";
+    case NSLayoutRelationEqual:
+      return " = ";
+    case NSLayoutRelationGreaterThanOrEqual:
+      return " >= ";
+  }
+  return " another relation ";
+}
+
+/// Such as "label.leading >= view.leading + 40", if it is active.
+std::string describe(NSLayoutConstraint* constraint, NSView* view) {
+  const auto item = [view](id each) {
+    return each == nil ? "" : each == view ? "view." : "label.";
+  };
+  std::ostringstream text;
+  text << (constraint.active ? "" : "not active: ") << item(constraint.firstItem)
+       << nameOf(constraint.firstAttribute) << nameOf(constraint.relation)
+       << item(constraint.secondItem) << nameOf(constraint.secondAttribute) << " + "
+       << constraint.constant;
+  return text.str();
+}
+
 TEST_F(AppleViewsTest, ActivatesTheConstraints) {
+  using enum LayoutAttribute;
+  using enum LayoutRelation;
   const auto view = views_.view();
   const auto label = views_.labelWithString("text");
   view->addSubview(label);
-  const std::array constraints = {
-      LayoutConstraint{.first = {.view = label, .attribute = LayoutAttribute::leading},
-                       .relation = LayoutRelation::greaterThanOrEqual,
-                       .second = LayoutAnchor{.view = view, .attribute = LayoutAttribute::leading},
-                       .constant = 40},
-      LayoutConstraint{.first = {.view = label, .attribute = LayoutAttribute::width},
-                       .relation = LayoutRelation::lessThanOrEqual,
-                       .second = std::nullopt,
-                       .constant = 420},
+  const auto anchor = [](const std::shared_ptr<View>& of, LayoutAttribute attribute) {
+    return LayoutAnchor{.view = of, .attribute = attribute};
   };
-  views_.activateConstraints(constraints);
+  const auto between = [&](LayoutAttribute attribute, LayoutRelation relation, double constant) {
+    return LayoutConstraint{.first = anchor(label, attribute),
+                            .relation = relation,
+                            .second = anchor(view, attribute),
+                            .constant = constant};
+  };
+  const auto alone = [&](LayoutRelation relation, double constant) {
+    return LayoutConstraint{.first = anchor(label, width),
+                            .relation = relation,
+                            .second = std::nullopt,
+                            .constant = constant};
+  };
+  views_.activateConstraints(std::array{
+      between(centerX, equal, 0),
+      between(centerY, equal, 0),
+      between(leading, greaterThanOrEqual, 40),
+      between(trailing, lessThanOrEqual, -40),
+      alone(lessThanOrEqual, 420),
+      alone(greaterThanOrEqual, 1),
+      alone(equal, 2),
+  });
 
-  NSView* const field = native<NSView>(label);
-  ASSERT_EQ(controller_.view.constraints.count, 1U);
-  EXPECT_EQ(controller_.view.constraints[0].constant, 40);
-  EXPECT_EQ(controller_.view.constraints[0].relation, NSLayoutRelationGreaterThanOrEqual);
-  ASSERT_EQ(field.constraints.count, 1U);
-  EXPECT_EQ(field.constraints[0].constant, 420);
-  EXPECT_EQ(field.constraints[0].relation, NSLayoutRelationLessThanOrEqual);
+  std::vector<std::string> active;
+  for (NSView* owner in @[ controller_.view, native<NSView>(label) ]) {
+    for (NSLayoutConstraint* constraint in owner.constraints) {
+      active.push_back(describe(constraint, controller_.view));
+    }
+  }
+  EXPECT_THAT(active,
+              testing::UnorderedElementsAre(
+                  "label.centerX = view.centerX + 0", "label.centerY = view.centerY + 0",
+                  "label.leading >= view.leading + 40", "label.trailing <= view.trailing + -40",
+                  "label.width <=  + 420", "label.width >=  + 1", "label.width =  + 2"));
 }
 
 }  // namespace

@@ -36,6 +36,7 @@ typedef NS_ENUM(NSInteger, NSUserInterfaceLayoutOrientation) {
 };
 
 typedef NS_ENUM(NSInteger, NSLayoutAttribute) {
+  NSLayoutAttributeNotAnAttribute = 0,
   NSLayoutAttributeLeading = 5,
   NSLayoutAttributeTrailing = 6,
   NSLayoutAttributeWidth = 7,
@@ -52,8 +53,13 @@ typedef NS_ENUM(NSInteger, NSLayoutRelation) {
 };
 
 @interface NSLayoutConstraint : NSObject
-@property CGFloat constant;
+@property(nullable, readonly, assign) id firstItem;
+@property(readonly) NSLayoutAttribute firstAttribute;
 @property(readonly) NSLayoutRelation relation;
+@property(nullable, readonly, assign) id secondItem;
+@property(readonly) NSLayoutAttribute secondAttribute;
+@property CGFloat constant;
+@property(getter=isActive) BOOL active;
 + (void)activateConstraints:(NSArray<NSLayoutConstraint*>*)constraints;
 @end
 
@@ -80,7 +86,6 @@ typedef NS_ENUM(NSInteger, NSLayoutRelation) {
 
 @interface NSFont : NSObject <NSCopying>
 + (NSFont*)systemFontOfSize:(CGFloat)size weight:(NSFontWeight)weight;
-@property(readonly) CGFloat pointSize;
 @end
 
 @interface NSResponder : NSObject
