@@ -93,8 +93,8 @@ std::size_t encodeWithLibplist(const AssertionRequest& request) {
   const PasskeyCredentialIdentity& identity = *request.credential->credentialIdentity;
   const PasskeyCredentialRequestParameters& parameters = *request.parameters;
   plist_t allowed = plist_new_array();
-  for (const Data& credential : *parameters.allowedCredentials) {
-    plist_array_append_item(allowed, plistData(credential));
+  for (const PropertyListValue& credential : *parameters.allowedCredentials) {
+    plist_array_append_item(allowed, plistData(*credential.data()));
   }
   plist_t message = plist_new_dict();
   plist_dict_set_item(message, "type", plist_new_string("interactiveAssertion"));
@@ -195,9 +195,8 @@ std::size_t decodeWithLibplist(const Data& bytes) {
   return total;
 }
 
-Data encodedList(const std::vector<Data>& items) {
-  PropertyListValue::Array array(items.begin(), items.end());
-  const PropertyListDictionary root{{"items", std::move(array)}};
+Data encodedList(const PropertyListValue::Array& items) {
+  const PropertyListDictionary root{{"items", items}};
   return LinuxPropertyListSerialization().encodeBinary(root).value_or(Data());
 }
 

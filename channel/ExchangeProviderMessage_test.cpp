@@ -130,7 +130,7 @@ TEST_F(ExchangeProviderMessage, PathIsMeasuredInBytesNotCharacters) {
 
 TEST_F(ExchangeProviderMessage, ConnectThatReturnsMoreThanZeroHasFailedToo) {
   sockets.peer.connectErrno = ENOENT;
-  sockets.peer.failure = 1;
+  sockets.peer.connectResult = 1;
   const ProviderExchange result = exchange();
   EXPECT_FALSE(result.response.has_value());
   EXPECT_TRUE(result.connectFailed);

@@ -138,15 +138,6 @@ TEST_F(PeerVerification, StatusAboveZeroIsAFailureToo) {
   EXPECT_EQ(verify().error->code, NoSuchProcess);
 }
 
-TEST_F(PeerVerification, PeerCallsThatReturnMoreThanZeroHaveFailedToo) {
-  sockets.peer.failure = 1;
-  sockets.peer.peerIdentifiersErrno = ENOTCONN;
-  expectIdentityRefused();
-  sockets.peer.peerIdentifiersErrno = 0;
-  sockets.peer.peerProcessErrno = EINVAL;
-  expectIdentityRefused();
-}
-
 TEST_F(PeerVerification, MissingCodeObjectIsReportedWithStatusZero) {
   codeSigning.givesCode = false;
   codeSigning.message = std::nullopt;

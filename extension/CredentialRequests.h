@@ -11,12 +11,12 @@
 namespace korvan {
 
 // The platform's requests as records. A property that is nil, or of another class than declared, is
-// nullopt; see Conversions.h. Thread-safe.
+// nullopt; lists stand as they are. See Conversions.h. Thread-safe.
 
 /// An ASPasskeyCredentialRequest; null for nil or another class. An identity that is not an
 /// ASPasskeyCredentialIdentity is nullopt. The record owns the platform's object. Its excluded
-/// credentials may be read on macOS 15.0 and later only; they have one descriptor per element, even
-/// for an element without an ID.
+/// credentials may be read on macOS 15.0 and later only; they have one descriptor per element, of
+/// whatever class, even for an element without an ID.
 [[nodiscard]] std::shared_ptr<const PasskeyCredentialRequest> passkeyCredentialRequestOf(
     id _Nullable request);
 

@@ -23,9 +23,14 @@ std::optional<PasskeyCredentialIdentity> identityOf(id identity) {
 }
 
 PasskeyCredentialDescriptor descriptorOf(id descriptor) {
-  ASAuthorizationPlatformPublicKeyCredentialDescriptor* const checked =
-      instanceOf([ASAuthorizationPlatformPublicKeyCredentialDescriptor class], descriptor);
-  return {.credentialID = dataOf(checked.credentialID)};
+  if (![descriptor respondsToSelector:@selector(credentialID)]) {
+    return {};
+  }
+  // Of any class: what is excluded counts, not how it is described.
+  id const credentialID =
+      ((ASAuthorizationPlatformPublicKeyCredentialDescriptor*)descriptor).credentialID;
+  return {.credentialID =
+              credentialID != nil ? std::optional(valueOf(credentialID)) : std::nullopt};
 }
 
 std::optional<PasskeyCredentialRequest::Descriptors> descriptorsOf(id descriptors) {
@@ -61,7 +66,7 @@ std::shared_ptr<const PasskeyCredentialRequest> passkeyCredentialRequestOf(id re
   record->credentialIdentity = identityOf(checked.credentialIdentity);
   record->clientDataHash = dataOf(checked.clientDataHash);
   record->userVerificationPreference = stringOf(checked.userVerificationPreference);
-  record->supportedAlgorithms = integerArrayOf(checked.supportedAlgorithms);
+  record->supportedAlgorithms = arrayOf(checked.supportedAlgorithms);
   record->excludedCredentials = [checked] { return excludedCredentialsOf(checked); };
   return record;
 }
@@ -83,7 +88,7 @@ std::shared_ptr<const PasskeyCredentialRequestParameters> requestParametersOf(id
       .relyingPartyIdentifier = stringOf(checked.relyingPartyIdentifier),
       .clientDataHash = dataOf(checked.clientDataHash),
       .userVerificationPreference = stringOf(checked.userVerificationPreference),
-      .allowedCredentials = dataArrayOf(checked.allowedCredentials)});
+      .allowedCredentials = arrayOf(checked.allowedCredentials)});
 }
 
 std::vector<std::string> serviceIdentifiersOf(id identifiers) {

@@ -1,11 +1,55 @@
 #include "extension/CredentialRequests.h"
 
 #include <array>
+#include <optional>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "platform/apple/AppleOperatingSystem.h"
 #include "platform/apple/Conversions.h"
+
+/// A request whose excluded credentials the test chooses, on any version of the system.
+@interface ExcludingRequest : ASPasskeyCredentialRequest
+@property(nonatomic, nullable) NSArray* excluded;
+@end
+
+@implementation ExcludingRequest
+- (NSArray*)excludedCredentials {
+  return self.excluded;
+}
+@end
+
+/// Describes a credential without being of the platform's class.
+@interface OtherDescriptor : NSObject
+@property(nonatomic, nullable) id credentialID;
+@end
+
+@implementation OtherDescriptor
+@end
+
+/// Parameters whose values the test chooses.
+@interface ChosenParameters : ASPasskeyCredentialRequestParameters
+@property(nonatomic, nullable) NSString* relyingParty;
+@property(nonatomic, nullable) NSData* hash32;
+@property(nonatomic, nullable) NSString* preference;
+@property(nonatomic, nullable) NSArray* allowed;
+@end
+
+@implementation ChosenParameters
+- (NSString*)relyingPartyIdentifier {
+  return self.relyingParty;
+}
+- (NSData*)clientDataHash {
+  return self.hash32;
+}
+- (ASAuthorizationPublicKeyCredentialUserVerificationPreference)userVerificationPreference {
+  return self.preference;
+}
+- (NSArray<NSData*>*)allowedCredentials {
+  return self.allowed;
+}
+@end
 
 namespace korvan {
 namespace {
@@ -20,13 +64,13 @@ ASPasskeyCredentialIdentity* identity() {
                                                             recordIdentifier:nil];
 }
 
-ASPasskeyCredentialRequest* request() {
-  return [[ASPasskeyCredentialRequest alloc]
-      initWithCredentialIdentity:identity()
-                  clientDataHash:toNSData(data(3))
-      userVerificationPreference:
-          ASAuthorizationPublicKeyCredentialUserVerificationPreferencePreferred
-             supportedAlgorithms:@[ @(-7) ]];
+template <typename Request = ASPasskeyCredentialRequest>
+Request* request() {
+  return [[Request alloc] initWithCredentialIdentity:identity()
+                                      clientDataHash:toNSData(data(3))
+                          userVerificationPreference:
+                              ASAuthorizationPublicKeyCredentialUserVerificationPreferencePreferred
+                                 supportedAlgorithms:@[ @(-7) ]];
 }
 
 TEST(CredentialRequests, NilIsNull) {
@@ -52,8 +96,9 @@ TEST(CredentialRequests, APasskeyRequestKeepsEveryField) {
   const PasskeyCredentialRequest* const passkey = record->passkeyRequest();
   ASSERT_NE(passkey, nullptr);
   EXPECT_EQ(passkey->clientDataHash, data(3));
-  EXPECT_EQ(passkey->userVerificationPreference, UserVerificationPreferencePreferred);
-  EXPECT_EQ(passkey->supportedAlgorithms, std::vector<std::int64_t>{-7});
+  EXPECT_EQ(passkey->userVerificationPreference,
+            AppleOperatingSystem().preferredUserVerification());
+  EXPECT_EQ(passkey->supportedAlgorithms, PropertyListValue::Array{-7});
   ASSERT_TRUE(passkey->credentialIdentity.has_value());
   EXPECT_EQ(passkey->credentialIdentity->relyingPartyIdentifier, "example.org");
   EXPECT_EQ(passkey->credentialIdentity->userName, "alice");
@@ -63,10 +108,56 @@ TEST(CredentialRequests, APasskeyRequestKeepsEveryField) {
 }
 
 TEST(CredentialRequests, ExcludedCredentialsAreReadOnDemandAndNilIsNullopt) {
-  if (!AppleOperatingSystem().isAtLeast({.major = 15})) {
-    GTEST_SKIP() << "The property is not there before macOS 15.0.";
+  ExcludingRequest* const excluding = request<ExcludingRequest>();
+  const auto record = passkeyCredentialRequestOf(excluding);
+  EXPECT_FALSE(record->excludedCredentials().has_value());
+  excluding.excluded = [NSArray array];
+  EXPECT_TRUE(record->excludedCredentials().value().empty());
+}
+
+TEST(CredentialRequests, AnythingWithACredentialIDDescribesACredential) {
+  OtherDescriptor* const other = [[OtherDescriptor alloc] init];
+  other.credentialID = toNSData(data(2));
+  OtherDescriptor* const unusual = [[OtherDescriptor alloc] init];
+  unusual.credentialID = @"text";
+  ExcludingRequest* const excluding = request<ExcludingRequest>();
+  excluding.excluded = @[
+    [[ASAuthorizationPlatformPublicKeyCredentialDescriptor alloc]
+        initWithCredentialID:toNSData(data(1))],
+    [[OtherDescriptor alloc] init], other, unusual, @"no descriptor"
+  ];
+
+  const auto descriptors = passkeyCredentialRequestOf(excluding)->excludedCredentials();
+  ASSERT_TRUE(descriptors.has_value());
+  std::vector<std::optional<PropertyListValue>> identifiers;
+  for (const PasskeyCredentialDescriptor& descriptor : *descriptors) {
+    identifiers.push_back(descriptor.credentialID);
   }
-  EXPECT_FALSE(passkeyCredentialRequestOf(request())->excludedCredentials().has_value());
+  EXPECT_EQ(identifiers, (std::vector<std::optional<PropertyListValue>>{
+                             data(1), std::nullopt, data(2), "text", std::nullopt}));
+}
+
+TEST(CredentialRequests, RequestParametersKeepEveryField) {
+  ChosenParameters* const chosen = [[ChosenParameters alloc] init];
+  chosen.relyingParty = @"example.org";
+  chosen.hash32 = toNSData(data(1));
+  chosen.preference = @"discouraged";
+  chosen.allowed = @[ toNSData(data(3)), @"text", toNSData(data(2)) ];
+  const auto record = requestParametersOf(chosen);
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->relyingPartyIdentifier, "example.org");
+  EXPECT_EQ(record->clientDataHash, data(1));
+  EXPECT_EQ(record->userVerificationPreference, "discouraged");
+  EXPECT_EQ(record->allowedCredentials, (PropertyListValue::Array{data(3), "text", data(2)}));
+}
+
+TEST(CredentialRequests, RequestParametersThatAreNilAreNullopt) {
+  const auto record = requestParametersOf([[ChosenParameters alloc] init]);
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->relyingPartyIdentifier, std::nullopt);
+  EXPECT_EQ(record->clientDataHash, std::nullopt);
+  EXPECT_EQ(record->userVerificationPreference, std::nullopt);
+  EXPECT_EQ(record->allowedCredentials, std::nullopt);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 function(korvan_add_extension target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "COMPILE;LINK")
   add_executable(${target})
-  foreach(library korvan_platform korvan_channel korvan_provider korvan_platform_apple korvan_extension_library)
+  foreach(library korvan_platform korvan_channel korvan_provider korvan_utf16 korvan_platform_apple korvan_extension_library)
     get_target_property(folder ${library} SOURCE_DIR)
     get_target_property(sources ${library} SOURCES)
     list(TRANSFORM sources PREPEND ${folder}/)

@@ -131,7 +131,7 @@ void sendReport(CredentialProviderViewController* self, const Report& report) {
   sendReport(self, [=](korvan::AppleController& controller) {
     controller.reportAllAcceptedPublicKeyCredentialsForRelyingParty(
         korvan::stringOf(relyingParty), korvan::dataOf(userHandle),
-        korvan::dataArrayOf(acceptedCredentialIDs));
+        korvan::arrayOf(acceptedCredentialIDs));
   });
 }
 

@@ -7,11 +7,13 @@
 #include <vector>
 
 #include "platform/Data.h"
+#include "platform/PropertyList.h"
 
 namespace korvan {
 
 // The platform's request types as plain records. A field that the platform left nil is nullopt,
-// which is not the same as empty. The terms are WebAuthn's: https://www.w3.org/TR/webauthn-3/
+// which is not the same as empty. Lists hold what the platform's do, whatever it is. The terms are
+// WebAuthn's: https://www.w3.org/TR/webauthn-3/
 
 /// ASPasskeyCredentialIdentity.
 struct PasskeyCredentialIdentity {
@@ -23,9 +25,9 @@ struct PasskeyCredentialIdentity {
   std::optional<Data> credentialID;
 };
 
-/// ASAuthorizationPlatformPublicKeyCredentialDescriptor.
+/// Whatever names a credential by its ID; ASAuthorizationPlatformPublicKeyCredentialDescriptor.
 struct PasskeyCredentialDescriptor {
-  std::optional<Data> credentialID;
+  std::optional<PropertyListValue> credentialID;
 };
 
 class PasskeyCredentialRequest;
@@ -59,7 +61,7 @@ class PasskeyCredentialRequest : public CredentialRequest {
   std::optional<Data> clientDataHash;
   std::optional<std::string> userVerificationPreference;
   /// COSE algorithm identifiers in the relying party's order of preference, ES256 being -7.
-  std::optional<std::vector<std::int64_t>> supportedAlgorithms;
+  std::optional<PropertyListValue::Array> supportedAlgorithms;
   /// Reads the request's excluded credentials. A function instead of a value, because the
   /// platform's property exists only from macOS 15.0 on and must not be touched before. Never
   /// empty.
@@ -73,7 +75,7 @@ struct PasskeyCredentialRequestParameters {
   std::optional<Data> clientDataHash;
   std::optional<std::string> userVerificationPreference;
   /// The credential IDs that the relying party accepts.
-  std::optional<std::vector<Data>> allowedCredentials;
+  std::optional<PropertyListValue::Array> allowedCredentials;
 };
 
 }  // namespace korvan

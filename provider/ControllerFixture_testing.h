@@ -38,7 +38,7 @@ class ControllerFixture : public testing::Test {
                                                             .credentialID = bytes("credential")};
     request->clientDataHash = bytes("hash of the request");
     request->userVerificationPreference = "required";
-    request->supportedAlgorithms = std::vector<std::int64_t>{-7, -257};
+    request->supportedAlgorithms = PropertyListValue::Array{-7, -257};
     return request;
   }
 
@@ -47,7 +47,7 @@ class ControllerFixture : public testing::Test {
     parameters->relyingPartyIdentifier = "list.example";
     parameters->clientDataHash = bytes("hash of the list");
     parameters->userVerificationPreference = "discouraged";
-    parameters->allowedCredentials = std::vector<Data>{bytes("A"), bytes("B")};
+    parameters->allowedCredentials = PropertyListValue::Array{bytes("A"), bytes("B")};
     return parameters;
   }
 

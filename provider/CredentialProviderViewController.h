@@ -108,7 +108,7 @@ class CredentialProviderViewController
       const std::optional<std::string>& relyingParty, const std::optional<Data>& credentialID);
   virtual void reportAllAcceptedPublicKeyCredentialsForRelyingParty(
       const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
-      const std::optional<std::vector<Data>>& acceptedCredentialIDs);
+      const std::optional<PropertyListValue::Array>& acceptedCredentialIDs);
 
   // The properties.
 

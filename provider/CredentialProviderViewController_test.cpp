@@ -220,7 +220,7 @@ TEST_F(ControllerClass, ReportsSetNoPropertyAndWaitForNoAnswer) {
   controller->reportPublicKeyCredentialUpdateForRelyingParty("rp", bytes("u"), "name");
   controller->reportUnknownPublicKeyCredentialForRelyingParty("rp", bytes("c"));
   controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("rp", bytes("u"),
-                                                                   std::vector<Data>());
+                                                                   PropertyListValue::Array());
   EXPECT_EQ(
       controller->messages,
       (Messages{"sendCredentialUpdate", "performRequest updateUserName without completion",

@@ -49,10 +49,9 @@ void CredentialProviderViewController::reportUnknownPublicKeyCredentialForRelyin
 
 void CredentialProviderViewController::reportAllAcceptedPublicKeyCredentialsForRelyingParty(
     const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
-    const std::optional<std::vector<Data>>& acceptedCredentialIDs) {
+    const std::optional<PropertyListValue::Array>& acceptedCredentialIDs) {
   sendCredentialUpdate({
-      {key::acceptedCredentialIDs,
-       arrayOrEmpty(&required("acceptedCredentialIDs", acceptedCredentialIDs))},
+      {key::acceptedCredentialIDs, required("acceptedCredentialIDs", acceptedCredentialIDs)},
       {key::relyingPartyIdentifier, required("relyingParty", relyingParty)},
       {key::type, provider_request_type::acceptedCredentials},
       {key::userHandle, required("userHandle", userHandle)},

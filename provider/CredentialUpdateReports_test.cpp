@@ -25,7 +25,7 @@ class CredentialUpdateReports : public ControllerFixture {
             },
             [this] {
               controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(
-                  "example.com", bytes("handle"), std::vector<Data>{bytes("ID")});
+                  "example.com", bytes("handle"), PropertyListValue::Array{bytes("ID")});
             }};
   }
 
@@ -69,7 +69,7 @@ TEST_F(CredentialUpdateReports, AcceptedCredentialsSendTheListAsItIs) {
   hostAnswers({});
   controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(
       "example.com", bytes("handle"),
-      std::vector<Data>{bytes("B"), bytes("A"), bytes("B"), Data()});
+      PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B"), Data()});
   runAll();
   EXPECT_EQ(sentRequest(),
             (ProviderMessage{{"type", "acceptedCredentials"},
@@ -171,11 +171,11 @@ TEST_F(CredentialUpdateReports, NilArgumentIsAnInvalidArgumentThatIsNamedAndNoth
   });
   expectInvalid("relyingParty", [&] {
     controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(std::nullopt, some,
-                                                                     std::vector<Data>());
+                                                                     PropertyListValue::Array());
   });
   expectInvalid("userHandle", [&] {
     controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("rp", std::nullopt,
-                                                                     std::vector<Data>());
+                                                                     PropertyListValue::Array());
   });
   expectInvalid("acceptedCredentialIDs", [&] {
     controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("rp", some, std::nullopt);

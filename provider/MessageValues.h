@@ -34,11 +34,8 @@ template <typename Object, typename Field>
   return Text(preference != nullptr ? *preference : system.preferredUserVerification());
 }
 
-/// The list's elements, in order.
-template <typename Element>
-[[nodiscard]] PropertyListValue arrayOrEmpty(const std::vector<Element>* list) {
-  return list != nullptr ? PropertyListValue::Array(list->begin(), list->end())
-                         : PropertyListValue::Array();
+[[nodiscard]] inline PropertyListValue arrayOrEmpty(const PropertyListValue::Array* list) {
+  return list != nullptr ? *list : PropertyListValue::Array();
 }
 
 }  // namespace korvan

@@ -253,7 +253,7 @@ TEST_F(MemoryRunsOut, DuringAReportEndsIt) {
   expectOneOutcomeOrNone(
       [&] {
         controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty(
-            "example.com", bytes("handle"), std::vector<Data>{bytes("A"), bytes("B")});
+            "example.com", bytes("handle"), PropertyListValue::Array{bytes("A"), bytes("B")});
         runAll();
       },
       std::nullopt);

@@ -149,7 +149,7 @@ TEST_F(PasskeyAssertion, PreferredVerificationIsTheSystemsWord) {
 TEST_F(PasskeyAssertion, EmptyFieldsAreSentAsTheyAreAndNotReplaced) {
   const auto parameters = std::make_shared<PasskeyCredentialRequestParameters>();
   parameters->userVerificationPreference = "";
-  parameters->allowedCredentials = std::vector<Data>{Data()};
+  parameters->allowedCredentials = PropertyListValue::Array{Data()};
   controller->setRequestParameters(parameters);
   const auto request = controller->assertionRequestForRecord({}, false, false);
   EXPECT_EQ(value(request, "userVerificationPreference"), "");
@@ -169,7 +169,7 @@ TEST_F(PasskeyAssertion, BuilderTakesTypeAndInteractionFromItsTwoFlags) {
 
 TEST_F(PasskeyAssertion, ManyAllowedCredentialsKeepTheirOrderAndDuplicates) {
   const auto parameters = requestParameters();
-  parameters->allowedCredentials = std::vector<Data>{bytes("B"), bytes("A"), bytes("B")};
+  parameters->allowedCredentials = PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B")};
   controller->setRequestParameters(parameters);
   EXPECT_EQ(value(controller->assertionRequestForRecord({}, true, true), "allowedCredentials"),
             PropertyListValue(PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B")}));

@@ -83,7 +83,7 @@ TEST_F(PasskeyRegistration, PreferredVerificationIsTheSystemsWord) {
 
 TEST_F(PasskeyRegistration, SupportedAlgorithmsKeepTheirOrder) {
   const auto request = passkeyRequest();
-  request->supportedAlgorithms = std::vector<std::int64_t>{-257, -7, -8, -7};
+  request->supportedAlgorithms = PropertyListValue::Array{-257, -7, -8, -7};
   EXPECT_EQ(*valueForKey(controller->registrationRequestDictionary(request.get(), true, false),
                          "supportedAlgorithms"),
             PropertyListValue(PropertyListValue::Array{-257, -7, -8, -7}));

@@ -162,11 +162,11 @@ bool keepOnlyTheAccepted(Tour& tour) {
   Tour::Host host = tour.startHost({});
   const PasskeyCredentialIdentity& identity = host.passkey.identity;
   const std::string site(TourRelyingParty);
-  std::ignore = tour.call(acceptedCredentialsReport(site, identity.userHandle,
-                                                    std::vector{identity.credentialID.value()}));
+  std::ignore = tour.call(acceptedCredentialsReport(
+      site, identity.userHandle, PropertyListValue::Array{identity.credentialID.value()}));
   const SignInResult accepted = tour.signIn(SignInMode::silent, host.passkey);
   std::ignore =
-      tour.call(acceptedCredentialsReport(site, identity.userHandle, std::vector<Data>()));
+      tour.call(acceptedCredentialsReport(site, identity.userHandle, PropertyListValue::Array()));
   const CallResult result = tour.signIn(SignInMode::silent, host.passkey).call;
   host.process.stop();
   return tour.narrator().verdict(

@@ -91,8 +91,9 @@ Call unknownCredential(const ReportOptions& options, const OwnPasskey& passkey) 
 }
 
 Call acceptedCredentials(const ReportOptions& options, const OwnPasskey& passkey) {
+  const std::vector<Data> accepted = bytesOf(options.credentials);
   return acceptedCredentialsReport(options.relyingParty, userHandleOf(options, passkey),
-                                   bytesOf(options.credentials));
+                                   PropertyListValue::Array(accepted.begin(), accepted.end()));
 }
 
 bool send(LabSettings settings, const Call& call) {

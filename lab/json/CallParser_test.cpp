@@ -71,7 +71,7 @@ TEST(CallParser, HandsOverEveryFieldOfAPasskeyRequest) {
   EXPECT_EQ(request->credentialIdentity->credentialID, Data());
   EXPECT_EQ(request->clientDataHash, bytes({1, 2}));
   EXPECT_EQ(request->userVerificationPreference, "required");
-  EXPECT_EQ(request->supportedAlgorithms, (std::vector<std::int64_t>{-7, INT64_MAX}));
+  EXPECT_EQ(request->supportedAlgorithms, (PropertyListValue::Array{-7, INT64_MAX}));
   const auto excluded = request->excludedCredentials().value();
   ASSERT_EQ(excluded.size(), 3U);
   EXPECT_EQ(excluded[0].credentialID, bytes({3}));
@@ -114,7 +114,8 @@ TEST(CallParser, HandsOverTheRequestParametersOfAList) {
   EXPECT_EQ(controller->parameters->relyingPartyIdentifier, "example.com");
   EXPECT_EQ(controller->parameters->clientDataHash, bytes({1}));
   EXPECT_EQ(controller->parameters->userVerificationPreference, "discouraged");
-  EXPECT_EQ(controller->parameters->allowedCredentials, (std::vector{bytes({1}), bytes({2})}));
+  EXPECT_EQ(controller->parameters->allowedCredentials,
+            (PropertyListValue::Array{bytes({1}), bytes({2})}));
 }
 
 TEST(CallParser, HandsOverAbsentRequestParametersAsNull) {
@@ -166,7 +167,7 @@ TEST(CallParser, HandsOverTheArgumentsOfReports) {
       R"({"entryPoint":"reportAllAcceptedPublicKeyCredentialsForRelyingParty:userHandle:acceptedCredentialIDs:",
           "relyingParty":"example.com","userHandle":"","acceptedCredentialIDs":[]})");
   EXPECT_THAT(controller->data, testing::ElementsAre(Data()));
-  EXPECT_EQ(controller->accepted, std::vector<Data>());
+  EXPECT_EQ(controller->accepted, PropertyListValue::Array());
 }
 
 TEST(CallParser, RefusesWhatIsNotACallAndSaysWhy) {

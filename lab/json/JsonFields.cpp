@@ -75,6 +75,12 @@ Data readBytes(const std::string& place, const Json& value) {
   return *std::move(bytes);
 }
 
+/// The same as a property list's value.
+template <auto Read>
+PropertyListValue valueOf(const std::string& place, const Json& value) {
+  return Read(place, value);
+}
+
 JsonFields readObject(const std::string& place, const Json& value) {
   if (!value.is_object()) {
     refuse(place, value, "an object");
@@ -145,12 +151,13 @@ std::optional<std::vector<std::string>> JsonFields::strings(std::string_view key
   return elements(key, "an array of strings", readString);
 }
 
-std::optional<std::vector<std::int64_t>> JsonFields::integers(std::string_view key) const {
-  return elements(key, "an array of integers", readInteger);
+std::optional<PropertyListValue::Array> JsonFields::integers(std::string_view key) const {
+  return elements(key, "an array of integers", valueOf<readInteger>);
 }
 
-std::optional<std::vector<Data>> JsonFields::byteStrings(std::string_view key) const {
-  return elements(key, "an array of bytes, strings of base64url without padding", readBytes);
+std::optional<PropertyListValue::Array> JsonFields::byteStrings(std::string_view key) const {
+  return elements(key, "an array of bytes, strings of base64url without padding",
+                  valueOf<readBytes>);
 }
 
 std::optional<std::vector<JsonFields>> JsonFields::objects(std::string_view key) const {

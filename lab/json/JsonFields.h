@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/Data.h"
+#include "platform/PropertyList.h"
 
 namespace korvan::lab {
 
@@ -47,10 +48,10 @@ class JsonFields {
 
   [[nodiscard]] std::optional<std::string> string(std::string_view key) const;
   [[nodiscard]] std::optional<std::vector<std::string>> strings(std::string_view key) const;
-  [[nodiscard]] std::optional<std::vector<std::int64_t>> integers(std::string_view key) const;
+  [[nodiscard]] std::optional<PropertyListValue::Array> integers(std::string_view key) const;
   /// Base64url without padding: https://www.rfc-editor.org/rfc/rfc4648#section-5
   [[nodiscard]] std::optional<Data> bytes(std::string_view key) const;
-  [[nodiscard]] std::optional<std::vector<Data>> byteStrings(std::string_view key) const;
+  [[nodiscard]] std::optional<PropertyListValue::Array> byteStrings(std::string_view key) const;
   [[nodiscard]] std::optional<JsonFields> object(std::string_view key) const;
   [[nodiscard]] std::optional<std::vector<JsonFields>> objects(std::string_view key) const;
 

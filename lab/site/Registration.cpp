@@ -24,7 +24,7 @@ Controller::PasskeyRequest requestFor(const RelyingParty& relyingParty,
                                 .credentialID = std::nullopt};
   request->clientDataHash = relyingParty.clientDataHash();
   request->userVerificationPreference = relyingParty.userVerificationPreference();
-  request->supportedAlgorithms = options.algorithms;
+  request->supportedAlgorithms.emplace(options.algorithms.begin(), options.algorithms.end());
   request->excludedCredentials = [excluded = options.excludedCredentials] {
     return PasskeyCredentialRequest::Descriptors(excluded.begin(), excluded.end());
   };

@@ -29,7 +29,7 @@ TEST(RegistrationCall, AsksForAPasskeyWithTheUserUnlessItIsConditional) {
     EXPECT_EQ(request->credentialIdentity->userHandle, bytes({1}));
     EXPECT_EQ(request->clientDataHash, site.clientDataHash());
     EXPECT_EQ(request->userVerificationPreference, "required");
-    EXPECT_EQ(request->supportedAlgorithms, (std::vector<std::int64_t>{-7, -257}));
+    EXPECT_EQ(request->supportedAlgorithms, (PropertyListValue::Array{-7, -257}));
     EXPECT_EQ(request->excludedCredentials()->at(1).credentialID, bytes({3}));
   }
 }

@@ -20,7 +20,8 @@ Controller::RequestParameters parametersFor(const RelyingParty& relyingParty,
       .relyingPartyIdentifier = relyingParty.identifier(),
       .clientDataHash = relyingParty.clientDataHash(),
       .userVerificationPreference = relyingParty.userVerificationPreference(),
-      .allowedCredentials = allowedCredentials});
+      .allowedCredentials =
+          PropertyListValue::Array(allowedCredentials.begin(), allowedCredentials.end())});
 }
 
 Controller::PasskeyRequest requestFor(const RelyingParty& relyingParty,

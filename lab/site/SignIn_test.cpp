@@ -51,7 +51,7 @@ TEST_F(SignInTest, AsksForAnAllowedPasskeyOfTheSiteFromTheList) {
   ASSERT_NE(parameters, nullptr);
   EXPECT_EQ(parameters->relyingPartyIdentifier, "example.com");
   EXPECT_EQ(parameters->clientDataHash, site_.clientDataHash());
-  EXPECT_EQ(parameters->allowedCredentials, (std::vector<Data>{bytes({1}), bytes({2})}));
+  EXPECT_EQ(parameters->allowedCredentials, (PropertyListValue::Array{bytes({1}), bytes({2})}));
 }
 
 TEST(EnrolledPasskey, IsTheFirstOfTheSiteThatTheHostTellsOf) {

@@ -24,7 +24,7 @@ std::shared_ptr<const PasskeyCredentialRequest> passkeyRequest(std::uint64_t num
                                 .userHandle = dataOf(number, "userHandle"),
                                 .credentialID = dataOf(number, "credentialID")};
   request->clientDataHash = dataOf(number, "clientDataHash");
-  request->supportedAlgorithms = {Es256};
+  request->supportedAlgorithms = PropertyListValue::Array{Es256};
   return request;
 }
 
@@ -34,7 +34,7 @@ Call listCall(std::uint64_t number) {
               .relyingPartyIdentifier = relyingPartyOf(number),
               .clientDataHash = dataOf(number, "clientDataHash"),
               .userVerificationPreference = {},
-              .allowedCredentials = std::vector{dataOf(number, "credentialID")}}));
+              .allowedCredentials = PropertyListValue::Array{dataOf(number, "credentialID")}}));
 }
 
 using enum Ask::Kind;
@@ -65,7 +65,7 @@ constexpr auto Asks = std::to_array<Ask>({
     {"report of accepted credentials", report, type::acceptedCredentials,
      [](Number number) {
        return acceptedCredentialsReport(relyingPartyOf(number), dataOf(number, "userHandle"),
-                                        std::vector{dataOf(number, "credentialID")});
+                                        PropertyListValue::Array{dataOf(number, "credentialID")});
      }},
 });
 

@@ -64,7 +64,7 @@ Call unknownCredentialReport(std::optional<std::string> relyingParty,
 
 Call acceptedCredentialsReport(std::optional<std::string> relyingParty,
                                std::optional<Data> userHandle,
-                               std::optional<std::vector<Data>> acceptedCredentialIDs) {
+                               std::optional<PropertyListValue::Array> acceptedCredentialIDs) {
   return reportOf<&Controller::reportAllAcceptedPublicKeyCredentialsForRelyingParty>(
       std::move(relyingParty), std::move(userHandle), std::move(acceptedCredentialIDs));
 }

@@ -40,6 +40,6 @@ struct Call {
 /// The relying party accepts these credentials of the user, and no others.
 [[nodiscard]] Call acceptedCredentialsReport(
     std::optional<std::string> relyingParty, std::optional<Data> userHandle,
-    std::optional<std::vector<Data>> acceptedCredentialIDs);
+    std::optional<PropertyListValue::Array> acceptedCredentialIDs);
 
 }  // namespace korvan::lab

@@ -56,7 +56,7 @@ class RecordingController final : public CredentialProviderViewController {
   }
   void reportAllAcceptedPublicKeyCredentialsForRelyingParty(
       const std::optional<std::string>& relyingParty, const std::optional<Data>& userHandle,
-      const std::optional<std::vector<Data>>& acceptedCredentialIDs) override {
+      const std::optional<PropertyListValue::Array>& acceptedCredentialIDs) override {
     called = "accepted report";
     texts = {relyingParty};
     data = {userHandle};
@@ -73,7 +73,7 @@ class RecordingController final : public CredentialProviderViewController {
   AnyRequest request;
   std::vector<std::optional<std::string>> texts;
   std::vector<std::optional<Data>> data;
-  std::optional<std::vector<Data>> accepted;
+  std::optional<PropertyListValue::Array> accepted;
 };
 
 }  // namespace korvan::lab

@@ -56,7 +56,7 @@ std::shared_ptr<PasskeyCredentialRequest> registrationRequest() {
   };
   request->clientDataHash = registrationClientDataHash();
   request->userVerificationPreference = "preferred";
-  request->supportedAlgorithms = {{Es256, Rs256}};
+  request->supportedAlgorithms = PropertyListValue::Array{Es256, Rs256};
   return request;
 }
 
@@ -67,7 +67,7 @@ std::shared_ptr<PasskeyCredentialRequest> registrationRequestExcluding(
   return request;
 }
 
-Call listCall(std::optional<std::vector<Data>> allowedCredentials) {
+Call listCall(std::optional<PropertyListValue::Array> allowedCredentials) {
   auto parameters = std::make_shared<PasskeyCredentialRequestParameters>();
   parameters->relyingPartyIdentifier = std::string(RelyingParty);
   parameters->clientDataHash = assertionClientDataHash();
@@ -82,7 +82,7 @@ std::vector<MessageVector> requestVectors() {
   const auto excluding = registrationRequestExcluding(
       {{.credentialID = credentialID()}, {.credentialID = otherCredentialID()}});
   const auto empty = std::make_shared<PasskeyCredentialRequest>();
-  const std::vector several{credentialID(), otherCredentialID()};
+  const PropertyListValue::Array several{credentialID(), otherCredentialID()};
   const std::string party(RelyingParty);
   const std::vector<std::pair<const char*, Call>> calls = {
       {"assertion", silentAssertionCall(assertionRequest())},
@@ -98,7 +98,7 @@ std::vector<MessageVector> requestVectors() {
       {"remove-unknown-credential", unknownCredentialReport(party, credentialID())},
       {"accepted-credentials", acceptedCredentialsReport(party, userHandle(), several)},
       {"accepted-credentials-none",
-       acceptedCredentialsReport(party, userHandle(), std::vector<Data>())}};
+       acceptedCredentialsReport(party, userHandle(), PropertyListValue::Array())}};
   std::vector<MessageVector> vectors;
   vectors.reserve(calls.size());
   for (const auto& [name, call] : calls) {

@@ -18,8 +18,8 @@ class ApplePropertyListSerialization final : public PropertyListSerialization {
 
   /// Booleans, integers and reals stay what they are; an integer keeps its 64 bits, signed or not.
   /// An object of a class that property lists do not document, such as a keyed archiver's
-  /// reference, and a string that cannot be had in UTF-8, become null; a dictionary's entry whose
-  /// key is no string is left out. Data shares the bytes of the platform's object.
+  /// reference, becomes null; a dictionary's entry whose key is no string is left out. Data shares
+  /// the bytes of the platform's object.
   [[nodiscard]] std::expected<PropertyListValue, PropertyListError> decode(
       const Data& bytes) const override;
 };

@@ -83,20 +83,6 @@ class Objects {
   bool isTooDeep_ = false;
 };
 
-PropertyListValue numberValue(NSNumber* number) {
-  const auto reference = (__bridge CFNumberRef)number;
-  if (CFGetTypeID(reference) == CFBooleanGetTypeID()) {
-    return static_cast<bool>(number.boolValue);
-  }
-  if (CFNumberIsFloatType(reference) != 0) {
-    return number.doubleValue;
-  }
-  if ([number compare:@(INT64_MAX)] == NSOrderedDescending) {
-    return number.unsignedLongLongValue;
-  }
-  return number.longLongValue;
-}
-
 /// The values of one property list's objects. A container that is referred to from many places
 /// becomes one value that they share: whoever wrote the bytes may have made it stand for far more
 /// than it holds.
@@ -116,7 +102,7 @@ class Values {
     if (NSDictionary* const dictionary = instanceOf([NSDictionary class], object)) {
       return shared(object, depth, [&] { return ofDictionary(dictionary, depth + 1); });
     }
-    return {.value = ofLeaf(object)};
+    return {.value = valueOf(object)};
   }
 
   [[nodiscard]] bool isTooDeep() const { return isTooDeep_; }
@@ -161,20 +147,6 @@ class Values {
       }
     }
     return {.value = std::move(values), .height = height + 1};
-  }
-
-  static PropertyListValue ofLeaf(id object) {
-    if (NSNumber* const number = instanceOf([NSNumber class], object)) {
-      return numberValue(number);
-    }
-    if (NSDate* const date = instanceOf([NSDate class], object)) {
-      return PropertyListDate{.secondsSinceReferenceDate = date.timeIntervalSinceReferenceDate};
-    }
-    if (auto data = dataOf(object)) {
-      return *std::move(data);
-    }
-    const auto string = stringOf(object);
-    return string ? PropertyListValue(*string) : PropertyListValue();
   }
 
   std::unordered_map<const void*, Converted> met_;

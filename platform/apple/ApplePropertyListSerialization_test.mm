@@ -30,6 +30,7 @@ TEST(ApplePropertyListSerialization, EveryKindComesBackAsItWas) {
       PropertyListDate{.secondsSinceReferenceDate = 1.5},
       "",
       "Couldn\u2019t",
+      "\uFEFFat the start and \uFEFF within",
       Data(),
       dataOf("\x01\x02"),
       PropertyListValue::Array(),
@@ -44,9 +45,27 @@ TEST(ApplePropertyListSerialization, EveryKindComesBackAsItWas) {
   }
 }
 
+TEST(ApplePropertyListSerialization, AKeyKeepsAByteOrderMark) {
+  const ApplePropertyListSerialization serialization;
+  const PropertyListDictionary message{{"\uFEFFkey", 1}, {"key", 2}};
+  const auto bytes = serialization.encodeBinary(message);
+  ASSERT_TRUE(bytes.has_value());
+  EXPECT_EQ(serialization.decode(*bytes).value(), PropertyListValue(message));
+}
+
+TEST(ApplePropertyListSerialization, ATextThatUTF8CannotHoldArrivesWithAReplacement) {
+  // A dictionary whose key and value are half of a surrogate pair each, in UTF-16.
+  const std::string_view bytes("bplist00\xD1\x01\x02\x61\xD8\x3D\x61\xDD\x11\x08\x0B\x0E\0\0\0\0\0"
+                               "\0\x01\x01\0\0\0\0\0\0\0\x03"
+                               "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x11",
+                               8 + 3 + 3 + 3 + 3 + 32);
+  EXPECT_EQ(ApplePropertyListSerialization().decode(dataOf(bytes)).value(),
+            PropertyListValue(PropertyListDictionary{{"\uFFFD", "\uFFFD"}}));
+}
+
 TEST(ApplePropertyListSerialization, EncodesTheBinaryFormat) {
-  const auto bytes = ApplePropertyListSerialization().encodeBinary({}).value().bytes();
-  EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(bytes.data()), 8), "bplist00");
+  const Data encoded = ApplePropertyListSerialization().encodeBinary({}).value();
+  EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(encoded.bytes().data()), 8), "bplist00");
 }
 
 TEST(ApplePropertyListSerialization, DecodesXML) {
@@ -65,7 +84,7 @@ TEST(ApplePropertyListSerialization, RefusesWhatHasNoPlaceInAPropertyList) {
 }
 
 TEST(ApplePropertyListSerialization, RefusesOtherBytes) {
-  for (const std::string_view bytes : {"", "bplist00", "\x01\x02\x03"}) {
+  for (const std::string_view bytes : {"", "<plist><dict>", "\x01\x02\x03"}) {
     const auto value = ApplePropertyListSerialization().decode(dataOf(bytes));
     EXPECT_FALSE(value.has_value()) << testing::PrintToString(bytes);
     EXPECT_TRUE(value.has_value() || value.error().localizedDescription);
@@ -113,16 +132,27 @@ TEST(ApplePropertyListSerialization, EncodesAsManyNestedContainersAsTheBound) {
             "A value is part of a nesting of more than 512 arrays and dictionaries.");
 }
 
+/// A number in two bytes.
+std::string twoBytes(std::size_t number) {
+  return {static_cast<char>(number >> 8), static_cast<char>(number & 0xFF)};
+}
+
+/// `count` arrays inside one another, in the binary format.
+std::string bytesOfNestedArrays(std::size_t count) {
+  std::string bytes = "bplist00";
+  std::string table;
+  for (std::size_t index = 0; index < count; ++index) {
+    table += twoBytes(bytes.size());
+    bytes += index + 1 < count ? "\xA1" + twoBytes(index + 1) : "\xA0";
+  }
+  const std::string tableOffset = twoBytes(bytes.size());
+  return bytes + table + std::string(6, '\0') + "\x02\x02" + std::string(6, '\0') +
+         twoBytes(count) + std::string(8, '\0') + std::string(6, '\0') + tableOffset;
+}
+
 TEST(ApplePropertyListSerialization, DecodesAsManyNestedContainersAsTheBound) {
   const auto decoded = [](std::size_t arrays) {
-    std::string text = "<plist version=\"1.0\">";
-    for (std::size_t depth = 0; depth < arrays; ++depth) {
-      text += "<array>";
-    }
-    for (std::size_t depth = 0; depth < arrays; ++depth) {
-      text += "</array>";
-    }
-    return ApplePropertyListSerialization().decode(dataOf(text + "</plist>"));
+    return ApplePropertyListSerialization().decode(dataOf(bytesOfNestedArrays(arrays)));
   };
 
   EXPECT_TRUE(decoded(MaxPropertyListNesting).has_value());

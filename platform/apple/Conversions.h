@@ -1,14 +1,13 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #import <Foundation/Foundation.h>
 
 #include "platform/Data.h"
+#include "platform/PropertyList.h"
 
 namespace korvan {
 
@@ -21,20 +20,21 @@ namespace korvan {
 /// `value` if it is an instance of `kind` or of a subclass, otherwise nil.
 [[nodiscard]] id _Nullable instanceOf(Class _Nonnull kind, id _Nullable value);
 
-/// An NSString in UTF-8, including NUL characters. Nullopt also for a string with an unpaired
-/// surrogate, which UTF-8 cannot encode.
+/// An NSString in UTF-8 with all its characters: NUL, and U+FEFF at the start as well. U+FFFD
+/// stands for each half of a surrogate pair, which UTF-8 cannot encode.
 [[nodiscard]] std::optional<std::string> stringOf(id _Nullable string);
 
 /// An NSData, without copying its bytes unless it is mutable.
 [[nodiscard]] std::optional<Data> dataOf(id _Nullable data);
 
-/// An NSArray of NSData. Elements of other classes are left out.
-[[nodiscard]] std::optional<std::vector<Data>> dataArrayOf(id _Nullable array);
+/// An NSString, NSData, NSDate or NSNumber; null for any other object, which no property list
+/// holds. A number stays a boolean, an integer of 64 bits, signed or not, or a real.
+[[nodiscard]] PropertyListValue valueOf(id _Nullable object);
 
-/// An NSArray of NSNumber as 64-bit integers. Elements of other classes are left out.
-[[nodiscard]] std::optional<std::vector<std::int64_t>> integerArrayOf(id _Nullable array);
+/// An NSArray as it stands: one value for each element.
+[[nodiscard]] std::optional<PropertyListValue::Array> arrayOf(id _Nullable array);
 
-/// The characters, including NUL; nil when they are not UTF-8.
+/// All the characters: NUL, and U+FEFF at the start as well. Nil when they are not UTF-8.
 [[nodiscard]] NSString* _Null_unspecified toNSString(std::string_view characters);
 [[nodiscard]] NSString* _Null_unspecified toNSString(const std::optional<std::string>& characters);
 

@@ -1,19 +1,41 @@
 #include "platform/apple/Conversions.h"
 
+#include <cstdint>
 #include <memory>
-#include <span>
+#include <utility>
+
+#include "platform/apple/Utf16.h"
 
 namespace korvan {
+namespace {
+
+PropertyListValue valueOfNumber(NSNumber* number) {
+  const auto reference = (__bridge CFNumberRef)number;
+  if (CFGetTypeID(reference) == CFBooleanGetTypeID()) {
+    return static_cast<bool>(number.boolValue);
+  }
+  if (CFNumberIsFloatType(reference) != 0) {
+    return number.doubleValue;
+  }
+  if ([number compare:@(INT64_MAX)] == NSOrderedDescending) {
+    return number.unsignedLongLongValue;
+  }
+  return number.longLongValue;
+}
+
+}  // namespace
 
 id instanceOf(Class kind, id value) { return [value isKindOfClass:kind] ? value : nil; }
 
 std::optional<std::string> stringOf(id string) {
   NSString* const checked = instanceOf([NSString class], string);
-  NSData* const utf8 = [checked dataUsingEncoding:NSUTF8StringEncoding];
-  if (utf8 == nil) {
+  if (checked == nil) {
     return std::nullopt;
   }
-  return std::string(static_cast<const char*>(utf8.bytes), utf8.length);
+  std::u16string characters(checked.length, u'\0');
+  [checked getCharacters:reinterpret_cast<unichar*>(characters.data())
+                   range:NSMakeRange(0, characters.size())];
+  return utf8OfUtf16(characters);
 }
 
 std::optional<Data> dataOf(id data) {
@@ -28,39 +50,41 @@ std::optional<Data> dataOf(id data) {
       held.length);
 }
 
-std::optional<std::vector<Data>> dataArrayOf(id array) {
-  NSArray* const checked = instanceOf([NSArray class], array);
-  if (checked == nil) {
-    return std::nullopt;
+PropertyListValue valueOf(id object) {
+  if (NSNumber* const number = instanceOf([NSNumber class], object)) {
+    return valueOfNumber(number);
   }
-  std::vector<Data> list;
-  for (id element in checked) {
-    if (auto data = dataOf(element)) {
-      list.push_back(*std::move(data));
-    }
+  if (NSDate* const date = instanceOf([NSDate class], object)) {
+    return PropertyListDate{.secondsSinceReferenceDate = date.timeIntervalSinceReferenceDate};
   }
-  return list;
+  if (auto data = dataOf(object)) {
+    return *std::move(data);
+  }
+  const auto string = stringOf(object);
+  return string ? PropertyListValue(*string) : PropertyListValue();
 }
 
-std::optional<std::vector<std::int64_t>> integerArrayOf(id array) {
+std::optional<PropertyListValue::Array> arrayOf(id array) {
   NSArray* const checked = instanceOf([NSArray class], array);
   if (checked == nil) {
     return std::nullopt;
   }
-  std::vector<std::int64_t> list;
+  PropertyListValue::Array values;
   for (id element in checked) {
-    if (NSNumber* const number = instanceOf([NSNumber class], element)) {
-      list.push_back(number.longLongValue);
-    }
+    values.push_back(valueOf(element));
   }
-  return list;
+  return values;
 }
 
 NSString* toNSString(std::string_view characters) {
-  // No characters may be nowhere, and Foundation wants to know where.
-  return [[NSString alloc] initWithBytes:characters.empty() ? "" : characters.data()
-                                  length:characters.size()
-                                encoding:NSUTF8StringEncoding];
+  const auto utf16 = utf16OfUtf8(characters);
+  if (!utf16) {
+    return nil;
+  }
+  // The encoding says the order of the bytes, so that U+FEFF at the start is no byte-order mark.
+  return [[NSString alloc] initWithBytes:utf16->data()
+                                  length:utf16->size() * sizeof(char16_t)
+                                encoding:NSUTF16LittleEndianStringEncoding];
 }
 
 NSString* toNSString(const std::optional<std::string>& characters) {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/apple/HalfOfASurrogatePair_testing.h"
+
 namespace korvan {
 namespace {
 
@@ -13,16 +15,11 @@ using namespace std::string_view_literals;
 
 constexpr std::array<std::uint8_t, 3> Bytes = {0, 1, 255};
 
-NSString* halfOfASurrogatePair() {
-  const unichar half = 0xD800;
-  return [[NSString alloc] initWithCharacters:&half length:1];
-}
-
 TEST(Conversions, NilIsNullopt) {
   EXPECT_EQ(stringOf(nil), std::nullopt);
   EXPECT_EQ(dataOf(nil), std::nullopt);
-  EXPECT_EQ(dataArrayOf(nil), std::nullopt);
-  EXPECT_EQ(integerArrayOf(nil), std::nullopt);
+  EXPECT_EQ(arrayOf(nil), std::nullopt);
+  EXPECT_TRUE(valueOf(nil).isNull());
 }
 
 TEST(Conversions, NulloptIsNil) {
@@ -33,8 +30,7 @@ TEST(Conversions, NulloptIsNil) {
 TEST(Conversions, EmptyIsNotNullopt) {
   EXPECT_EQ(stringOf(@""), "");
   EXPECT_EQ(dataOf(toNSData(Data())), Data());
-  EXPECT_TRUE(dataArrayOf([NSArray array]).value().empty());
-  EXPECT_TRUE(integerArrayOf([NSArray array]).value().empty());
+  EXPECT_TRUE(arrayOf([NSArray array]).value().empty());
   EXPECT_EQ(stringOf(toNSString(""sv)), "");
   EXPECT_EQ(stringOf(toNSString(std::string_view())), "");
 }
@@ -42,21 +38,38 @@ TEST(Conversions, EmptyIsNotNullopt) {
 TEST(Conversions, AnotherClassIsNullopt) {
   EXPECT_EQ(stringOf(@1), std::nullopt);
   EXPECT_EQ(dataOf(@"text"), std::nullopt);
-  EXPECT_EQ(dataArrayOf(@"text"), std::nullopt);
-  EXPECT_EQ(integerArrayOf(NSNull.null), std::nullopt);
+  EXPECT_EQ(arrayOf(@"text"), std::nullopt);
+  EXPECT_TRUE(valueOf(NSNull.null).isNull());
+  EXPECT_TRUE(valueOf([NSArray array]).isNull());
 }
 
-TEST(Conversions, AnElementOfAnotherClassIsLeftOut) {
+TEST(Conversions, AnArrayStandsAsItIs) {
   const Data bytes = Data::copyOf(Bytes);
-  EXPECT_EQ(dataArrayOf(@[ @"text", toNSData(bytes) ]), std::vector<Data>{bytes});
-  EXPECT_EQ(integerArrayOf(@[ @(-7), NSNull.null, @(-257) ]),
-            (std::vector<std::int64_t>{-7, -257}));
+  EXPECT_EQ(arrayOf(@[ toNSData(bytes), @(-7), @"text", NSNull.null, toNSData(bytes) ]),
+            (PropertyListValue::Array{bytes, -7, "text", PropertyListValue(), bytes}));
 }
 
-TEST(Conversions, AStringKeepsItsNULAndItsAccents) {
-  for (const std::string& text : {"a\0b"s, "Couldn\u2019t"s, "\U0001F511"s}) {
+TEST(Conversions, ANumberKeepsItsKind) {
+  EXPECT_EQ(valueOf([NSNumber numberWithBool:YES]), PropertyListValue(true));
+  EXPECT_EQ(valueOf([NSNumber numberWithBool:NO]), PropertyListValue(false));
+  EXPECT_EQ(valueOf(@1), PropertyListValue(1));
+  EXPECT_EQ(valueOf([NSNumber numberWithLongLong:INT64_MIN]), PropertyListValue(INT64_MIN));
+  EXPECT_EQ(valueOf([NSNumber numberWithUnsignedLongLong:UINT64_MAX]),
+            PropertyListValue(UINT64_MAX));
+  EXPECT_EQ(valueOf([NSNumber numberWithDouble:1]), PropertyListValue(1.0));
+}
+
+TEST(Conversions, AStringKeepsAllItsCharacters) {
+  for (const std::string& text : {"a\0b"s, "Couldn\u2019t"s, "\U0001F511"s, "\uFEFF"s,
+                                  "\uFEFFat the start"s, "with\uFEFFin"s, "\uFEFF\uFEFF"s}) {
     EXPECT_EQ(stringOf(toNSString(std::string_view(text))), text);
   }
+}
+
+TEST(Conversions, AByteOrderMarkIsACharacterOfTheObject) {
+  NSString* const text = toNSString("\uFEFFa"sv);
+  ASSERT_EQ(text.length, 2U);
+  EXPECT_EQ([text characterAtIndex:0], 0xFEFF);
 }
 
 TEST(Conversions, WhatIsNotUTF8IsNil) {
@@ -64,8 +77,8 @@ TEST(Conversions, WhatIsNotUTF8IsNil) {
   EXPECT_EQ(stringOf(toNSStringOrEmpty("\xFF"sv)), "");
 }
 
-TEST(Conversions, AStringThatUnicodeCannotEncodeIsNullopt) {
-  EXPECT_EQ(stringOf(halfOfASurrogatePair()), std::nullopt);
+TEST(Conversions, HalfOfASurrogatePairIsReplaced) {
+  EXPECT_EQ(stringOf([[HalfOfASurrogatePair alloc] init]), "\uFFFD");
 }
 
 TEST(Conversions, DataSharesTheBytesOfTheObjectAndKeepsIt) {

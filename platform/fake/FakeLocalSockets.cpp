@@ -68,14 +68,14 @@ int FakeLocalSockets::connect(int descriptor, std::string_view path) const {
   connection.path = path;
   return connection.peer.connectErrno == 0
              ? 0
-             : fail(connection.peer.connectErrno, connection.peer.failure);
+             : fail(connection.peer.connectErrno, connection.peer.connectResult);
 }
 
 int FakeLocalSockets::getpeereid(int descriptor, std::int64_t& peerUserIdentifier,
                                  std::int64_t& groupIdentifier) const {
   const Connection& connection = at(descriptor, "getpeereid");
   if (connection.peer.peerIdentifiersErrno != 0) {
-    return fail(connection.peer.peerIdentifiersErrno, connection.peer.failure);
+    return fail(connection.peer.peerIdentifiersErrno);
   }
   peerUserIdentifier = connection.peer.userIdentifier;
   groupIdentifier = 20;
@@ -86,7 +86,7 @@ int FakeLocalSockets::getPeerProcessIdentifier(int descriptor,
                                                std::int32_t& processIdentifier) const {
   const Connection& connection = at(descriptor, "getPeerProcessIdentifier");
   if (connection.peer.peerProcessErrno != 0) {
-    return fail(connection.peer.peerProcessErrno, connection.peer.failure);
+    return fail(connection.peer.peerProcessErrno);
   }
   processIdentifier = connection.peer.processIdentifier;
   return 0;

@@ -25,8 +25,8 @@ struct FakePeer {
   int connectErrno = 0;
   int peerIdentifiersErrno = 0;
   int peerProcessErrno = 0;
-  /// What connect, getpeereid and getPeerProcessIdentifier return when they fail: anything but 0.
-  int failure = -1;
+  /// What a connect that fails returns: anything but 0.
+  int connectResult = -1;
   /// As with the real call, the descriptor is closed nevertheless.
   int closeErrno = 0;
 

@@ -18,7 +18,7 @@ typedef double NSTimeInterval;
 typedef NSString* NSErrorDomain;
 typedef NSString* NSExceptionName;
 typedef NSUInteger NSStringEncoding;
-enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
+enum : NSStringEncoding { NSUTF16LittleEndianStringEncoding = 0x94000100 };
 
 typedef NS_ENUM(NSInteger, NSComparisonResult) {
   NSOrderedAscending = -1,
@@ -57,12 +57,20 @@ typedef struct {
 
 typedef unsigned short unichar;
 
+typedef struct {
+  NSUInteger location;
+  NSUInteger length;
+} NSRange;
+
+inline NSRange NSMakeRange(NSUInteger location, NSUInteger length) { return {location, length}; }
+
 @interface NSString : NSObject <NSCopying>
-- (instancetype)initWithCharacters:(const unichar*)characters length:(NSUInteger)length;
 - (nullable instancetype)initWithBytes:(const void*)bytes
                                 length:(NSUInteger)length
                               encoding:(NSStringEncoding)encoding;
-- (nullable NSData*)dataUsingEncoding:(NSStringEncoding)encoding;
+- (unichar)characterAtIndex:(NSUInteger)index;
+- (void)getCharacters:(unichar*)buffer range:(NSRange)range;
+@property(readonly) NSUInteger length;
 @end
 
 @interface NSNumber : NSObject <NSCopying>
