@@ -1,5 +1,6 @@
 #import "extension/PrincipalClass.h"
 
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -29,27 +30,29 @@ korvan::AppleController& controllerOf(CredentialProviderViewController* self) {
   return *static_cast<korvan::AppleController*>(self->_controller.get());
 }
 
-/// Calls the controller. An exception ends the process.
+/// Calls the controller. What a framework raises passes to the caller, as from any extension. A C++
+/// exception, which the caller does not expect, ends the process.
 template <typename Message>
-void send(CredentialProviderViewController* self, const Message& message) noexcept {
-  message(controllerOf(self));
-}
-
-/// The same for a report. Returns what was wrong with its arguments, or nil.
-template <typename Report>
-NSString* reasonOfRefusal(CredentialProviderViewController* self, const Report& report) noexcept {
+void send(CredentialProviderViewController* self, const Message& message) {
   try {
-    report(controllerOf(self));
-    return nil;
-  } catch (const std::invalid_argument& refusal) {
-    return korvan::toNSStringOrEmpty(refusal.what());
+    message(controllerOf(self));
+  } catch (const std::exception&) {
+    std::terminate();
   }
 }
 
 /// Sends a report, and raises if it was refused, outside any C++ exception handler.
 template <typename Report>
 void sendReport(CredentialProviderViewController* self, const Report& report) {
-  if (NSString* const reason = reasonOfRefusal(self, report)) {
+  NSString* reason = nil;
+  send(self, [&](korvan::AppleController& controller) {
+    try {
+      report(controller);
+    } catch (const std::invalid_argument& refusal) {
+      reason = korvan::toNSStringOrEmpty(refusal.what());
+    }
+  });
+  if (reason != nil) {
     @throw [NSException exceptionWithName:NSInvalidArgumentException reason:reason userInfo:nil];
   }
 }

@@ -57,6 +57,7 @@ TEST_F(AppleExtensionContextTest, HandsOverEachValueOfAnAssertion) {
   EXPECT_EQ(dataOf(credential.clientDataHash), data(3));
   EXPECT_EQ(dataOf(credential.authenticatorData), data(4));
   EXPECT_EQ(dataOf(credential.credentialID), data(5));
+  EXPECT_FALSE(controller_.recording.handlerGiven);
 }
 
 TEST_F(AppleExtensionContextTest, HandsOverEachValueOfARegistration) {
@@ -69,6 +70,25 @@ TEST_F(AppleExtensionContextTest, HandsOverEachValueOfARegistration) {
   EXPECT_EQ(dataOf(credential.clientDataHash), data(1));
   EXPECT_EQ(dataOf(credential.credentialID), data(2));
   EXPECT_EQ(dataOf(credential.attestationObject), data(3));
+  EXPECT_FALSE(controller_.recording.handlerGiven);
+}
+
+TEST_F(AppleExtensionContextTest, WhatTheFrameworkRaisesPassesToTheCaller) {
+  NSException* const raised = [NSException exceptionWithName:NSInvalidArgumentException
+                                                      reason:@"why"
+                                                    userInfo:nil];
+  controller_.recording.exception = raised;
+  const auto expectRaised = [raised](const auto& call) {
+    @try {
+      call();
+      ADD_FAILURE() << "Nothing was raised.";
+    } @catch (NSException* exception) {
+      EXPECT_EQ(exception, raised);
+    }
+  };
+  expectRaised([this] { context_.completeAssertionRequest({}); });
+  expectRaised([this] { context_.completeRegistrationRequest({}); });
+  expectRaised([this] { context_.cancelRequest({.domain = ErrorDomain::extension}); });
 }
 
 TEST_F(AppleExtensionContextTest, CancelsWithTheErrorsDomainCodeAndDescription) {

@@ -7,5 +7,9 @@
 @property(nonatomic) BOOL configurationCompleted;
 @property(nonatomic, nullable) ASPasskeyAssertionCredential* assertionCredential;
 @property(nonatomic, nullable) ASPasskeyRegistrationCredential* registrationCredential;
+/// Whether a completion came with a handler.
+@property(nonatomic) BOOL handlerGiven;
 @property(nonatomic, nullable) NSError* error;
+/// If set, completions and cancellations raise it.
+@property(nonatomic, nullable) NSException* exception;
 @end
