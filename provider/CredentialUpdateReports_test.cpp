@@ -83,7 +83,8 @@ TEST_F(CredentialUpdateReports, AcceptedCredentialsSendTheListAsItIs) {
 TEST_F(CredentialUpdateReports, EmptyArgumentsAreSentAsTheyAre) {
   hostAnswers({});
   controller->reportPublicKeyCredentialUpdateForRelyingParty("", Data(), "");
-  controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("", Data(), std::vector<Data>());
+  controller->reportAllAcceptedPublicKeyCredentialsForRelyingParty("", Data(),
+                                                                   PropertyListValue::Array());
   runAll();
   EXPECT_EQ(platform->requests.at(0).size(), 5U);
   EXPECT_EQ(*valueForKey(platform->requests.at(0), "userName"), "");
