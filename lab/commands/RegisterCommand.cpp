@@ -50,7 +50,7 @@ with it. Starts a sample host of its own unless you name one.
   --show-messages          prints what goes over the socket, as it does
   --help                   this page
 
-Exit status: 0 when the passkey and the sign-in were verified, otherwise 1.
+Exit status: 0 when passkey and sign-in were verified, 3 without a host, else 1.
 
 Example:
   korvan-lab register --user-name carol
