@@ -2,6 +2,7 @@
 
 #include <iostream>
 #include <string>
+#include <variant>
 
 namespace korvan::lab {
 
@@ -12,6 +13,17 @@ void watch(CallRunner& runner, Narrator& narrator, bool showMessages) {
   if (showMessages) {
     runner.onMessage(
         [&](const PassingMessage& message) { narrator.message(runner.propertyLists(), message); });
+  }
+}
+
+void tellLaunch(CallRunner& runner, Narrator& narrator, const CallResult& result) {
+  const bool failed = std::holds_alternative<Canceled>(result.outcome) ||
+                      std::holds_alternative<TimedOut>(result.outcome);
+  if (!failed || !result.frames.empty()) {
+    return;
+  }
+  for (const std::string& sentence : runner.causesOfFailedLaunch()) {
+    narrator.say("  " + sentence);
   }
 }
 

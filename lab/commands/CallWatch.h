@@ -9,4 +9,7 @@ namespace korvan::lab {
 /// the narrator tell messages as they go over the socket, if those are to be shown. Refers to both.
 void watch(CallRunner& runner, Narrator& narrator, bool showMessages);
 
+/// Tells why a call that failed could not reach the host that it opened, if it opened one.
+void tellLaunch(CallRunner& runner, Narrator& narrator, const CallResult& result);
+
 }  // namespace korvan::lab

@@ -48,6 +48,7 @@ bool configure(const LabSettings& settings) {
   narrator.silence(result);
   const FindingList findings = judgeWireAnswer(runner.propertyLists(), result, false);
   narrator.result(result, findings);
+  tellLaunch(runner, narrator, result);
   const bool completed = std::holds_alternative<CompletedConfiguration>(result.outcome);
   const std::string words = completed ? "Synchronized" : "Not synchronized";
   return narrator.verdict(completed && isVerified(findings),

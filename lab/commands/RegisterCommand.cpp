@@ -108,6 +108,7 @@ RegistrationResult registerAndTell(Narrator& narrator, CallRunner& runner,
     narrator.silence(result.call);
   }
   narrator.result(result.call, result.findings);
+  tellLaunch(runner, narrator, result.call);
   if (result.passkey) {
     tell(narrator, *result.passkey);
   }

@@ -112,8 +112,10 @@ SignInRequest requestFor(const SignInOptions& options,
   return request;
 }
 
-bool tell(Narrator& narrator, const RelyingParty& relyingParty, const SignInResult& result) {
+bool tell(CallRunner& runner, Narrator& narrator, const RelyingParty& relyingParty,
+          const SignInResult& result) {
   narrator.result(result.call, result.findings);
+  tellLaunch(runner, narrator, result.call);
   const std::string duration = " (" + durationText(result.call.milliseconds) + ")";
   return narrator.verdict(result.verified(),
                           (result.verified() ? "Signed in to " : "No verified sign-in to ") +
@@ -140,7 +142,7 @@ bool signInWith(const SignInOptions& options, const LabSettings& settings,
   if (options.system.showMessages) {
     narrator.silence(result.call);
   }
-  return tell(narrator, relyingParty, result);
+  return tell(runner, narrator, relyingParty, result);
 }
 
 int run(const SignInOptions& options) {

@@ -139,6 +139,7 @@ CallResult CallRunner::run(const Call& call) {
       platform_.queues.asyncMain([this, message] { listener_(message); });
     });
   }
+  platform_.workspace.forget();
   platform_.patience.restart();
   const Time start = now();
   const End end = endOf(call, *controller, *session, platform_, waitingNotice_);

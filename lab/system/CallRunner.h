@@ -3,10 +3,12 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "lab/system/Call.h"
 #include "lab/system/LabPlatform.h"
 #include "lab/system/LabSettings.h"
+#include "lab/system/LaunchCause.h"
 #include "lab/system/MessageTap.h"
 #include "lab/system/Outcome.h"
 
@@ -29,6 +31,11 @@ class CallRunner {
   /// Makes the call on a new controller, and runs the main loop until the call has an outcome and
   /// all its background work is done.
   [[nodiscard]] CallResult run(const Call& call);
+
+  /// Why the last call failed although it opened the host; nothing if it started no program.
+  [[nodiscard]] std::vector<std::string> causesOfFailedLaunch() {
+    return lab::causesOfFailedLaunch(platform_);
+  }
 
   [[nodiscard]] const PropertyListSerialization& propertyLists() const noexcept {
     return platform_.propertyLists;

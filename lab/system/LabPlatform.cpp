@@ -43,6 +43,6 @@ LabPlatform::LabPlatform(const LabSettings& settings)
       localSockets(systemSockets, patience),
       localizedStrings(catalogDirectory()),
       operatingSystem(settings.operatingSystemVersion),
-      workspace(hostFor(settings)) {}
+      workspace(hostFor(settings), patience) {}
 
 }  // namespace korvan::lab

@@ -6,6 +6,7 @@
 
 #include "lab/system/CountedQueues.h"
 #include "lab/system/LabSettings.h"
+#include "lab/system/LabWorkspace.h"
 #include "lab/system/Patience.h"
 #include "lab/system/PatientServices.h"
 #include "platform/linux/LinuxAppGroupContainers.h"
@@ -14,7 +15,6 @@
 #include "platform/linux/LinuxLocalizedStrings.h"
 #include "platform/linux/LinuxOperatingSystem.h"
 #include "platform/linux/LinuxQueues.h"
-#include "platform/linux/LinuxWorkspace.h"
 #include "platform/linux/codesigning/LinuxCodeSigning.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
@@ -39,7 +39,7 @@ struct LabPlatform {
   LinuxLocalizedStrings localizedStrings;
   LinuxOperatingSystem operatingSystem;
   LinuxPropertyListSerialization propertyLists;
-  LinuxWorkspace workspace;
+  LabWorkspace workspace;
 };
 
 }  // namespace korvan::lab

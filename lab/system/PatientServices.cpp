@@ -23,12 +23,13 @@ Result endedBy(Patience& patience, Result result) {
 }  // namespace
 
 /// False, with errno ETIMEDOUT, if the patience is over already.
-bool PatientSockets::limit(int descriptor, int option) const {
+bool PatientSockets::limit(int descriptor, int option, std::string_view whatFor) const {
   if (patience_.isOver()) {
     patience_.giveUp();
     errno = ETIMEDOUT;
     return false;
   }
+  patience_.waitFor(whatFor);
   if (const auto left = patience_.left()) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(*left);
     const timeval time{.tv_sec = seconds.count(),
@@ -39,23 +40,20 @@ bool PatientSockets::limit(int descriptor, int option) const {
 }
 
 int PatientSockets::connect(int descriptor, std::string_view path) const {
-  patience_.waitFor("accept the connection");
   // The kernel applies it to connections too.
-  return limit(descriptor, SO_SNDTIMEO)
+  return limit(descriptor, SO_SNDTIMEO, "accept the connection")
              ? endedBy(patience_, ForwardedSockets::connect(descriptor, path))
              : -1;
 }
 
 std::ptrdiff_t PatientSockets::send(int descriptor, std::span<const std::uint8_t> bytes) const {
-  patience_.waitFor("take the request");
-  return limit(descriptor, SO_SNDTIMEO)
+  return limit(descriptor, SO_SNDTIMEO, "take the request")
              ? endedBy(patience_, ForwardedSockets::send(descriptor, bytes))
              : -1;
 }
 
 std::ptrdiff_t PatientSockets::recv(int descriptor, std::span<std::uint8_t> bytes) const {
-  patience_.waitFor("answer");
-  return limit(descriptor, SO_RCVTIMEO)
+  return limit(descriptor, SO_RCVTIMEO, "answer")
              ? endedBy(patience_, ForwardedSockets::recv(descriptor, bytes))
              : -1;
 }

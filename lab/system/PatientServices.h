@@ -24,7 +24,7 @@ class PatientSockets final : public ForwardedSockets {
   [[nodiscard]] std::ptrdiff_t recv(int descriptor, std::span<std::uint8_t> bytes) const override;
 
  private:
-  [[nodiscard]] bool limit(int descriptor, int option) const;
+  [[nodiscard]] bool limit(int descriptor, int option, std::string_view whatFor) const;
 
   Patience& patience_;
 };

@@ -178,6 +178,30 @@ TEST_F(LabCommands, ShowMessagesAsTheyGoOverTheSocket) {
   }
 }
 
+TEST_F(LabCommands, TellThatAHostThatWasOpenedEndedAndWhatItWrote) {
+  const fs::path script = stage_.file("host");
+  std::ofstream(script) << "#!/bin/sh\nprintf 'no \\033[2Kvault\\n' >&2\nexit 2\n";
+  fs::permissions(script, fs::perms::owner_all);
+  const auto result = runLab({"configure", "--container", stage_.container().string(),
+                              "--host-application", script.string(), "--timeout", "1"});
+  EXPECT_NE(result.status, 0);
+  EXPECT_THAT(result.output, HasSubstr("the host did not start and listen in time"));
+  EXPECT_THAT(result.output, HasSubstr(script.string() + " ended with status 2.\n"));
+  EXPECT_THAT(result.output, HasSubstr("It wrote to standard error:\n      no \\u{1B}[2Kvault\n"));
+}
+
+TEST_F(LabCommands, TellThatAHostThatWasOpenedIsNotSigned) {
+  const fs::path copy = stage_.file("unsigned-host");
+  fs::copy_file(KORVAN_SAMPLE_HOST, copy);
+  const auto result =
+      runLab({"sign-in", "--interactive", "--container", stage_.container().string(),
+              "--host-application", stage_.writeLauncher({}, copy).string()});
+  stage_.stopLaunchedHost();
+  EXPECT_THAT(result.output, HasSubstr("could not connect to it in time"));
+  EXPECT_THAT(result.output,
+              HasSubstr("listens, but is not trusted: Validating the Korvan peer code signature"));
+}
+
 TEST_F(LabCommands, ConfigureTellsOfTheNoticeWithoutAHost) {
   const auto result = onContainer({"configure"});
   EXPECT_EQ(result.status, 3);

@@ -28,10 +28,12 @@ void useOwnSessionAndSignals(posix_spawnattr_t& attributes) {
       &attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK));
 }
 
-void leaveOnlyNowhereOpen(posix_spawn_file_actions_t& actions) {
+void leaveOnlyNowhereOpen(posix_spawn_file_actions_t& actions, int standardError) {
   require(::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, Nowhere, O_RDONLY, 0));
   require(::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, Nowhere, O_WRONLY, 0));
-  require(::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, Nowhere, O_WRONLY, 0));
+  require(standardError < 0
+              ? ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, Nowhere, O_WRONLY, 0)
+              : ::posix_spawn_file_actions_adddup2(&actions, standardError, STDERR_FILENO));
   require(::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1));
 }
 
@@ -43,9 +45,9 @@ SpawnSettings::SpawnSettings(Defaults /*defaults*/) {
 }
 
 // Delegates, so that the destructor releases what there is when a setting fails.
-SpawnSettings::SpawnSettings() : SpawnSettings(Defaults()) {
+SpawnSettings::SpawnSettings(int standardError) : SpawnSettings(Defaults()) {
   useOwnSessionAndSignals(attributes_);
-  leaveOnlyNowhereOpen(fileActions_);
+  leaveOnlyNowhereOpen(fileActions_, standardError);
 }
 
 SpawnSettings::~SpawnSettings() {
@@ -53,9 +55,14 @@ SpawnSettings::~SpawnSettings() {
   ::posix_spawnattr_destroy(&attributes_);
 }
 
-bool SpawnSettings::spawn(const char* path, char* const* arguments) const noexcept {
+bool SpawnSettings::spawn(const char* path, char* const* arguments, pid_t* process) const noexcept {
   pid_t child = -1;
-  return ::posix_spawn(&child, path, &fileActions_, &attributes_, arguments, environ) == 0;
+  const bool started =
+      ::posix_spawn(&child, path, &fileActions_, &attributes_, arguments, environ) == 0;
+  if (started && process != nullptr) {
+    *process = child;
+  }
+  return started;
 }
 
 }  // namespace korvan

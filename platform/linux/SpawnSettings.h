@@ -9,7 +9,10 @@ namespace korvan {
 class SpawnSettings {
  public:
   /// Throws std::system_error when memory runs out.
-  SpawnSettings();
+  SpawnSettings() : SpawnSettings(-1) {}
+
+  /// The same with a descriptor as the standard error, unless that is negative.
+  explicit SpawnSettings(int standardError);
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
   SpawnSettings(SpawnSettings&&) = delete;
@@ -18,8 +21,9 @@ class SpawnSettings {
 
   /// Starts the program at `path` as a child of the calling process. `arguments` ends with null,
   /// and its first element names the program. False when the kernel cannot execute it. May be
-  /// called between fork() and _exit().
-  [[nodiscard]] bool spawn(const char* path, char* const* arguments) const noexcept;
+  /// called between fork() and _exit(). Sets `process`, unless that is null, to the child.
+  [[nodiscard]] bool spawn(const char* path, char* const* arguments,
+                           pid_t* process = nullptr) const noexcept;
 
  private:
   struct Defaults {};
