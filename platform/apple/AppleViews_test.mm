@@ -169,8 +169,8 @@ TEST_F(AppleViewsTest, ActivatesTheConstraints) {
                             .constant = constant};
   };
   views_.activateConstraints(std::array{
-      between(centerX, equal, 0),
-      between(centerY, equal, 0),
+      between(centerX, equal, 1),
+      between(centerY, equal, 2),
       between(leading, greaterThanOrEqual, 40),
       between(trailing, lessThanOrEqual, -40),
       alone(lessThanOrEqual, 420),
@@ -186,7 +186,7 @@ TEST_F(AppleViewsTest, ActivatesTheConstraints) {
   }
   EXPECT_THAT(active,
               testing::UnorderedElementsAre(
-                  "label.centerX = view.centerX + 0", "label.centerY = view.centerY + 0",
+                  "label.centerX = view.centerX + 1", "label.centerY = view.centerY + 2",
                   "label.leading >= view.leading + 40", "label.trailing <= view.trailing + -40",
                   "label.width <=  + 420", "label.width >=  + 1", "label.width =  + 2"));
 }
