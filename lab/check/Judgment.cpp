@@ -36,13 +36,13 @@ std::vector<Data> identifiersIn(const ProviderMessage& request, std::string_view
 }
 
 /// One text after another, without those that are empty.
-void append(std::string& all, const std::string& more) {
+void appendText(std::string& all, const std::string& more) {
   if (!more.empty()) {
     all.append(all.empty() ? "" : "; ").append(more);
   }
 }
 
-std::string codeOf(const ProviderMessage& answer) {
+std::string refusalCodeOf(const ProviderMessage& answer) {
   return stringForKey(answer, keys::errorCode).value_or("no errorCode");
 }
 
@@ -54,10 +54,10 @@ std::string hintForOtherCode(const ProviderMessage& answer) {
       return finding.hint;
     }
   }
-  return "refused with " + quotedText(codeOf(answer));
+  return "refused with " + quotedText(refusalCodeOf(answer));
 }
 
-std::string secondsOf(Clock::duration duration) {
+std::string wordsForTime(Clock::duration duration) {
   const auto tenths = std::chrono::duration_cast<std::chrono::milliseconds>(duration).count() / 100;
   return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
@@ -79,12 +79,12 @@ bool needsUser(const ProviderMessage& answer) {
 
 Exchange askSilently(CheckContext& context, const ProviderMessage& request) {
   const auto start = Clock::now();
-  const auto isLate = [start] { return Clock::now() - start >= SilentTime; };
+  const auto isLate = [start] { return Clock::now() - start >= UnaskedTime; };
   try {
     Exchange exchange{.request = request, .answer = context.exchange(request)};
     if (isLate()) {
       throw CheckEnd(
-          tooLate(context, request, "an answer after " + secondsOf(Clock::now() - start)));
+          tooLate(context, request, "an answer after " + wordsForTime(Clock::now() - start)));
     }
     return exchange;
   } catch (const CheckEnd& end) {
@@ -163,7 +163,7 @@ void requireServed(const CheckContext& context, const Exchange& exchange, std::s
 Result refusedWith(const CheckContext& context, const Exchange& exchange, std::string_view code,
                    std::string_view hint) {
   const bool served = isOk(exchange.answer);
-  if (!served && codeOf(exchange.answer) == code) {
+  if (!served && refusalCodeOf(exchange.answer) == code) {
     return passed();
   }
   return failed({.sent = context.described(exchange.request),
@@ -189,9 +189,9 @@ Result resultOf(const CheckContext& context, const Exchange& exchange, const Fin
     if (finding.verdict == Verdict::notChecked) {
       why = finding.words;
     } else if (finding.verdict != Verdict::holds) {
-      append(flaws.got, finding.got);
-      append(flaws.wanted, finding.wanted);
-      append(flaws.hint, finding.words + (finding.hint.empty() ? "" : ": " + finding.hint));
+      appendText(flaws.got, finding.got);
+      appendText(flaws.wanted, finding.wanted);
+      appendText(flaws.hint, finding.words + (finding.hint.empty() ? "" : ": " + finding.hint));
     }
   }
   if (fails || warns) {

@@ -16,7 +16,7 @@ namespace korvan::lab::check {
 // What the checks of registrations, assertions, refusals and reports have in common.
 
 /// A silent request may take this long when nobody is asked.
-inline constexpr auto SilentTime = std::chrono::seconds(2);
+inline constexpr auto UnaskedTime = std::chrono::seconds(2);
 
 /// True for a refusal that asks for the request again, with the user.
 [[nodiscard]] bool needsUser(const ProviderMessage& answer);

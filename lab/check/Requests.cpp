@@ -8,7 +8,6 @@ namespace korvan::lab::check {
 namespace {
 
 constexpr std::size_t ClientDataHashSize = 32;
-constexpr std::int64_t Es256 = -7;
 
 ProviderMessage report(std::string_view type, std::string_view relyingParty) {
   return {
@@ -16,6 +15,11 @@ ProviderMessage report(std::string_view type, std::string_view relyingParty) {
 }
 
 }  // namespace
+
+Data newIdentifier() {
+  constexpr std::size_t Size = 32;
+  return randomData(Size);
+}
 
 PropertyListValue arrayOf(const std::vector<Data>& items) {
   PropertyListValue::Array array;

@@ -12,6 +12,15 @@ namespace korvan::lab::check {
 // The relying parties whose passkeys a run makes. No domain ends in "invalid".
 inline constexpr std::string_view RelyingParty = "check-host.invalid";
 inline constexpr std::string_view OtherRelyingParty = "other.check-host.invalid";
+/// One that the host has no passkey for.
+inline constexpr std::string_view StrangeRelyingParty = "stranger.check-host.invalid";
+
+// https://www.iana.org/assignments/cose/cose.xhtml#algorithms
+inline constexpr std::int64_t Es256 = -7;
+inline constexpr std::int64_t Rs256 = -257;
+
+/// The ID of a passkey, or the handle of a user, that nobody has.
+[[nodiscard]] Data newIdentifier();
 
 /// Whether a request lets the host ask its user.
 using AllowsUser = bool;

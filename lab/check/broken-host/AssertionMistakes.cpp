@@ -6,13 +6,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <vector>
 
 #include <openssl/ecdsa.h>
 #include <openssl/evp.h>
 
 #include "channel/ProviderMessage.h"
+#include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
 #include "lab/host/AuthenticatorData.h"
 #include "lab/support/Base64Url.h"
@@ -20,28 +20,21 @@
 namespace korvan::lab::broken {
 namespace {
 
-using Message = PropertyListDictionary;
-
 // Places in authenticator data.
-constexpr std::size_t FlagsPlace = 32;
 constexpr std::size_t CountPlace = 33;
 constexpr std::size_t FixedSize = 37;
 
-bool isInteractive(const Message& request) {
-  return stringForKey(request, "type") == "interactiveAssertion";
+bool isSilentAssertion(const Message& request) {
+  return isAssertion(request) && !isInteractive(request);
 }
 
-bool isAssertion(const Message& request) {
-  return stringForKey(request, "type") == "assertion" || isInteractive(request);
+bool namesNoPasskey(const Message& request) {
+  return isAssertion(request) && dataForKey(request, "credentialID")->empty();
 }
 
-bool namesPasskey(const Message& request) { return !dataForKey(request, "credentialID")->empty(); }
-
-bool isRefused(const Message& answer, std::string_view code) {
-  return stringForKey(answer, "errorCode") == code;
+bool asksForList(const Message& request) {
+  return isInteractive(request) && namesNoPasskey(request);
 }
-
-Message refusal(std::string_view code) { return failureResponse(code, "It does not work."); }
 
 Data joined(const Data& first, const Data& second) {
   Bytes all(first.bytes().begin(), first.bytes().end());
@@ -53,36 +46,9 @@ Data soundSignature(const Signing& signing) {
   return signing.key.sign(joined(signing.statement, signing.clientDataHash).bytes());
 }
 
-/// Alters requests for assertions alone.
-auto inRequests(void (*alter)(Message& request)) {
-  return [alter](Message& request) {
-    if (isAssertion(request)) {
-      alter(request);
-    }
-  };
-}
-
-/// Alters the answer to each assertion that is served.
-auto inAnswers(void (*alter)(Message& answer)) {
-  return [alter](const Message& request, Message& answer) {
-    if (isAssertion(request) && booleanForKey(answer, "ok")) {
-      alter(answer);
-    }
-  };
-}
-
-/// Alters the authenticator data of assertions alone.
-auto inStatements(void (*alter)(Bytes& statement)) {
-  return [alter](const Message& request, Bytes& statement) {
-    if (isAssertion(request)) {
-      alter(statement);
-    }
-  };
-}
-
 auto refusingWith(std::string_view code, std::string_view instead) {
   return [code, instead](const Message& request, Message& answer) {
-    if (isAssertion(request) && isRefused(answer, code)) {
+    if (isAssertion(request) && stringForKey(answer, "errorCode") == code) {
       answer = refusal(instead);
     }
   };
@@ -120,104 +86,93 @@ std::optional<host::SigningKey>& otherKey() {
   return key;
 }
 
-/// Never answers a silent assertion: it asks a user who is not there.
-void serveWithUser(int socket, const Mistake& mistake, const Surroundings& surroundings) {
-  const Bytes body = readFrame(socket);
-  const auto request = surroundings.propertyLists.decode(Data::copyOf(body));
-  if (request && request->dictionary() != nullptr &&
-      stringForKey(*request->dictionary(), "type") == "assertion") {
-    std::ignore = readFrame(socket);
-  } else if (!body.empty()) {
-    sendAll(socket, answerFrame(body, mistake, surroundings));
-  }
-}
-
-std::vector<Mistake> mistakesInAnswers() {
+std::vector<Mistake> wrongAssertions() {
   return {
       {.name = "asks-in-a-silent-assertion",
        .fails = {"assertion.silent"},
        .hint = "the request does not allow interaction",
-       .serve = serveWithUser},
+       .serve = waitingForUser(isSilentAssertion)},
       {.name = "refuses-its-own-passkeys",
        .fails = {"assertion.answer"},
        .hint = "a passkey of the host's own is refused",
-       .answer =
-           [](const auto& request, auto& answer) {
-             if (isAssertion(request)) {
-               answer = refusal("credentialNotFound");
-             }
-           }},
+       .answer = refusing(isAssertion, "credentialNotFound")},
       {.name = "leaves-out-the-user-handle",
        .fails = {"assertion.answer"},
        .hint = "userHandle is missing",
-       .answer = inAnswers([](Message& answer) { answer.erase(Text("userHandle")); })},
+       .answer = inAnswers(isAssertion, [](Message& answer) { answer.erase(Text("userHandle")); })},
       {.name = "spells-the-user-handle-differently",
        .fails = {"assertion.answer"},
        .hint = "there is \"user_handle\": keys are spelled exactly",
-       .answer = inAnswers([](Message& answer) {
-         answer["user_handle"] = answer.at("userHandle");
-         answer.erase(Text("userHandle"));
-       })},
+       .answer = inAnswers(isAssertion,
+                           [](Message& answer) {
+                             answer["user_handle"] = answer.at("userHandle");
+                             answer.erase(Text("userHandle"));
+                           })},
       {.name = "sends-the-signature-as-integers",
        .fails = {"assertion.answer"},
        .hint = "bytes are one data value, not an array of integers",
        .answer = inAnswers(
+           isAssertion,
            [](Message& answer) { answer["signature"] = PropertyListValue::Array{48, 69}; })},
       {.name = "answers-another-challenge",
        .fails = {"assertion.answer"},
        .hint = "answer with the request's clientDataHash",
-       .answer = inAnswers([](Message& answer) { answer["clientDataHash"] = Data(Bytes(32, 1)); })},
+       .answer = inAnswers(isAssertion,
+                           [](Message& answer) { answer["clientDataHash"] = Data(Bytes(32, 1)); })},
       {.name = "answers-with-the-text-of-the-user-handle",
        .fails = {"assertion.userHandle"},
        .hint = "written as base64url text",
-       .answer = inAnswers([](Message& answer) {
-         const std::string text = base64Url(dataForKey(answer, "userHandle")->bytes());
-         answer["userHandle"] = Data(Bytes(text.begin(), text.end()));
-       })},
+       .answer = inAnswers(isAssertion,
+                           [](Message& answer) {
+                             const std::string text =
+                                 base64Url(dataForKey(answer, "userHandle")->bytes());
+                             answer["userHandle"] = Data(Bytes(text.begin(), text.end()));
+                           })},
   };
 }
 
-std::vector<Mistake> mistakesInChoices() {
+std::vector<Mistake> wrongChoices() {
   return {
       {.name = "ignores-the-credential-id",
        .fails = {"assertion.credential", "assertion.unknown", "assertion.interactive"},
        .hint = "credentialID is ignored",
-       .request = inRequests([](Message& request) { request["credentialID"] = Data(); })},
+       .request =
+           inRequests(isAssertion, [](Message& request) { request["credentialID"] = Data(); })},
       {.name = "ignores-the-record-identifier",
        .fails = {"assertion.record"},
        .hint = "recordIdentifier is ignored",
-       .request = inRequests([](Message& request) { request["recordIdentifier"] = ""; })},
+       .request =
+           inRequests(isAssertion, [](Message& request) { request["recordIdentifier"] = ""; })},
       {.name = "ignores-the-allowed-credentials",
        .fails = {"assertion.allowed"},
        .hint = "allowedCredentials is ignored",
        .request = inRequests(
+           isAssertion,
            [](Message& request) { request["allowedCredentials"] = PropertyListValue::Array{}; })},
       {.name = "requires-a-credential-id",
        .fails = {"assertion.allowed"},
        .hint = "an empty credentialID matches any passkey",
-       .answer =
-           [](const auto& request, auto& answer) {
-             if (isAssertion(request) && !namesPasskey(request)) {
-               answer = refusal("credentialNotFound");
-             }
-           }},
+       .answer = refusing(namesNoPasskey, "credentialNotFound")},
       {.name = "ignores-the-relying-party",
        .fails = {"assertion.relyingParty"},
        .hint = "signed for a relying party that the passkey does not belong to",
-       .request = inRequests([](Message& request) {
-         if (*stringForKey(request, "relyingPartyIdentifier") == "stranger.check-host.invalid") {
-           request["relyingPartyIdentifier"] = "check-host.invalid";
-         }
-       })},
+       .request = inRequests(isAssertion,
+                             [](Message& request) {
+                               if (*stringForKey(request, "relyingPartyIdentifier") ==
+                                   "stranger.check-host.invalid") {
+                                 request["relyingPartyIdentifier"] = "check-host.invalid";
+                               }
+                             })},
       {.name = "signs-for-unknown-passkeys",
        .fails = {"assertion.unknown"},
        .hint = "another passkey signed in place of one that the host does not have",
-       .request = inRequests([](Message& request) {
-         if (std::ranges::find(knownIdentifiers(), *dataForKey(request, "credentialID")) ==
-             knownIdentifiers().end()) {
-           request["credentialID"] = Data();
-         }
-       }),
+       .request = inRequests(isAssertion,
+                             [](Message& request) {
+                               if (!contains(knownIdentifiers(),
+                                             *dataForKey(request, "credentialID"))) {
+                                 request["credentialID"] = Data();
+                               }
+                             }),
        .keep =
            [](const auto& /*request*/, auto& passkeys) {
              knownIdentifiers().clear();
@@ -232,43 +187,26 @@ std::vector<Mistake> mistakesInChoices() {
       {.name = "refuses-interactive-assertions",
        .fails = {"assertion.interactive"},
        .hint = "a sign-in with the user is refused",
-       .answer =
-           [](const auto& request, auto& answer) {
-             if (isInteractive(request)) {
-               answer = refusal("failed");
-             }
-           }},
+       .answer = refusing(isInteractive, "failed")},
       {.name = "lets-the-newest-sign-with-the-user",
        .fails = {"assertion.interactive"},
        .hint = "credentialID is ignored",
        .request =
-           [](auto& request) {
-             if (isInteractive(request)) {
-               request["credentialID"] = Data();
-             }
-           }},
+           inRequests(isInteractive, [](Message& request) { request["credentialID"] = Data(); })},
       {.name = "lists-passkeys-that-are-not-allowed",
        .fails = {"assertion.list"},
        .hint = "the list offers those that are not allowed",
-       .request =
-           [](auto& request) {
-             if (isInteractive(request)) {
-               request["allowedCredentials"] = PropertyListValue::Array{};
-             }
-           }},
+       .request = inRequests(
+           isInteractive,
+           [](Message& request) { request["allowedCredentials"] = PropertyListValue::Array{}; })},
       {.name = "has-no-list",
        .fails = {"assertion.list"},
        .hint = "an empty credentialID asks for a choice",
-       .answer =
-           [](const auto& request, auto& answer) {
-             if (isInteractive(request) && !namesPasskey(request)) {
-               answer = refusal("credentialNotFound");
-             }
-           }},
+       .answer = refusing(asksForList, "credentialNotFound")},
   };
 }
 
-std::vector<Mistake> mistakesInStatements() {
+std::vector<Mistake> wrongStatements() {
   return {
       {.name = "states-the-hash-of-the-origin",
        .fails = {"assertion.authenticatorData"},
@@ -284,29 +222,31 @@ std::vector<Mistake> mistakesInStatements() {
       {.name = "announces-an-attested-credential",
        .fails = {"assertion.authenticatorData"},
        .hint = "AT announces attested credential data, and none follows",
-       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) |= 0x40U; })},
+       .statement = withFlags(isAssertion, 0x40)},
       {.name = "states-no-presence",
        .fails = {"assertion.authenticatorData"},
        .hint = "no user was present",
-       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) &= 0xFEU; })},
+       .statement = withoutFlags(isAssertion, 0x01)},
       {.name = "backs-up-what-is-not-eligible",
        .fails = {"assertion.authenticatorData"},
        .hint = "its backup flags do not agree",
-       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) &= 0xF7U; })},
+       .statement = withoutFlags(isAssertion, 0x08)},
       {.name = "states-the-hash-alone",
        .fails = {"assertion.authenticatorData"},
        .hint = "the flags and the counter are missing",
-       .statement = inStatements([](Bytes& statement) { statement.resize(FlagsPlace); })},
+       .statement =
+           inStatements(isAssertion, [](Bytes& statement) { statement.resize(FlagsPlace); })},
       {.name = "states-more-than-it-should",
        .fails = {"assertion.authenticatorData"},
        .hint = "the authenticator data is too long",
-       .statement = inStatements([](Bytes& statement) { statement.push_back(0); })},
+       .statement = inStatements(isAssertion, [](Bytes& statement) { statement.push_back(0); })},
       {.name = "does-not-verify-the-user",
        .fails = {"assertion.verification"},
        .hint = "the user was not verified",
        .request = inRequests(
+           isAssertion,
            [](Message& request) { request["userVerificationPreference"] = "preferred"; }),
-       .statement = inStatements([](Bytes& statement) { statement.at(FlagsPlace) &= 0xFBU; })},
+       .statement = withoutFlags(isAssertion, 0x04)},
       {.name = "calls-a-missing-verification-failed",
        .fails = {"assertion.verification"},
        .hint = "refused with \"failed\"",
@@ -314,20 +254,24 @@ std::vector<Mistake> mistakesInStatements() {
       {.name = "counts-no-further-than-five",
        .fails = {"assertion.counter"},
        .hint = "sign count 5, which is not above the last one, 5",
-       .statement = inStatements([](Bytes& statement) {
-         const std::array<std::uint8_t, FixedSize - CountPlace> five = {0, 0, 0, 5};
-         std::ranges::copy(five, statement.begin() + CountPlace);
-       })},
+       .statement = inStatements(isAssertion,
+                                 [](Bytes& statement) {
+                                   const std::array<std::uint8_t, FixedSize - CountPlace> five = {
+                                       0, 0, 0, 5};
+                                   std::ranges::copy(five, statement.begin() + CountPlace);
+                                 })},
       {.name = "counts-little-endian",
        .fails = {"assertion.counter"},
        .hint = "little-endian: with its bytes reversed it is ",
-       .statement = inStatements([](Bytes& statement) {
-         std::reverse(statement.begin() + CountPlace, statement.begin() + FixedSize);
-       })},
+       .statement = inStatements(isAssertion,
+                                 [](Bytes& statement) {
+                                   std::reverse(statement.begin() + CountPlace,
+                                                statement.begin() + FixedSize);
+                                 })},
   };
 }
 
-std::vector<Mistake> mistakesInSignatures() {
+std::vector<Mistake> wrongSignatures() {
   return {
       {.name = "signs-without-der",
        .fails = {"assertion.signature"},
@@ -380,8 +324,7 @@ std::vector<Mistake> mistakesInSignatures() {
 
 std::vector<Mistake> assertionMistakes() {
   std::vector<Mistake> all;
-  for (const auto group :
-       {mistakesInAnswers, mistakesInChoices, mistakesInStatements, mistakesInSignatures}) {
+  for (const auto group : {wrongAssertions, wrongChoices, wrongStatements, wrongSignatures}) {
     std::ranges::move(group(), std::back_inserter(all));
   }
   return all;

@@ -3,12 +3,11 @@
 #include <vector>
 
 #include "channel/ProviderMessage.h"
+#include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
 
 namespace korvan::lab::broken {
 namespace {
-
-using Message = PropertyListDictionary;
 
 /// Alters every refusal.
 auto inRefusals(void (*alter)(Message& answer)) {
@@ -22,8 +21,7 @@ auto inRefusals(void (*alter)(Message& answer)) {
 /// Alters the refusals of registrations, which a run does not expect with a certain code.
 auto inRefusalsOfAlgorithms(void (*alter)(Message& answer)) {
   return [alter](const Message& request, Message& answer) {
-    if (stringForKey(request, "type") == "registration" &&
-        stringForKey(answer, "errorCode") == "failed") {
+    if (isRegistration(request) && stringForKey(answer, "errorCode") == "failed") {
       alter(answer);
     }
   };

@@ -1,33 +1,19 @@
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "channel/ProviderMessage.h"
+#include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
 
 namespace korvan::lab::broken {
 namespace {
 
-using Message = PropertyListDictionary;
 using Passkeys = std::vector<host::Passkey>;
 
 bool isOf(const Message& request, std::string_view type) {
   return stringForKey(request, "type") == type;
-}
-
-bool isReport(const Message& request) {
-  return isOf(request, "updateUserName") || isOf(request, "removeUnknownCredential") ||
-         isOf(request, "acceptedCredentials");
-}
-
-std::vector<Data> acceptedIn(const Message& request) {
-  std::vector<Data> identifiers;
-  for (const PropertyListValue& each : *valueForKey(request, "acceptedCredentialIDs")->array()) {
-    identifiers.push_back(*each.data());
-  }
-  return identifiers;
 }
 
 /// Leaves the reports of a type without effect.
@@ -71,16 +57,6 @@ auto cancelingFor(bool (*isMisnamed)(const Data& userHandle)) {
   };
 }
 
-void serveNoReports(int socket, const Mistake& mistake, const Surroundings& surroundings) {
-  const Bytes body = readFrame(socket);
-  const auto request = surroundings.propertyLists.decode(Data::copyOf(body));
-  const bool isForNaught =
-      request && request->dictionary() != nullptr && isReport(*request->dictionary());
-  if (!body.empty() && !isForNaught) {
-    sendAll(socket, answerFrame(body, mistake, surroundings));
-  }
-}
-
 }  // namespace
 
 std::vector<Mistake> reportMistakes() {
@@ -113,28 +89,23 @@ std::vector<Mistake> reportMistakes() {
        .hint = "a passkey was removed that is accepted",
        .keep = removingAfter("acceptedCredentials",
                              [](const auto& passkey, const auto& request) {
-                               const auto accepted = acceptedIn(request);
-                               return std::ranges::find(accepted, passkey.credentialID) ==
-                                      accepted.end();
+                               return !contains(identifiersIn(request, "acceptedCredentialIDs"),
+                                                passkey.credentialID);
                              })},
       {.name = "takes-the-accepted-for-everybodys",
        .fails = {"report.accepted"},
        .hint = "another user's passkey was removed: the list is of one user",
        .keep = removingAfter("acceptedCredentials",
                              [](const auto& passkey, const auto& request) {
-                               const auto accepted = acceptedIn(request);
-                               return std::ranges::find(accepted, passkey.credentialID) !=
-                                      accepted.end();
+                               return contains(identifiersIn(request, "acceptedCredentialIDs"),
+                                               passkey.credentialID);
                              })},
       {.name = "ignores-the-relying-party-of-reports",
        .fails = {"report.stranger"},
        .hint = "a report removed another relying party's passkey",
-       .request =
-           [](auto& request) {
-             if (isReport(request)) {
-               request["relyingPartyIdentifier"] = "check-host.invalid";
-             }
-           }},
+       .request = inRequests(
+           isReport,
+           [](Message& request) { request["relyingPartyIdentifier"] = "check-host.invalid"; })},
       {.name = "removes-all-for-an-unknown-user",
        .fails = {"report.stranger"},
        .hint = "a report of an unknown user removed another user's passkey",
@@ -144,15 +115,14 @@ std::vector<Mistake> reportMistakes() {
              const Data user = dataForKey(request, "userHandle").value_or(Data());
              if (isOf(request, "registration")) {
                users.push_back(user);
-             } else if (isOf(request, "acceptedCredentials") &&
-                        std::ranges::find(users, user) == users.end()) {
+             } else if (isOf(request, "acceptedCredentials") && !contains(users, user)) {
                passkeys.clear();
              }
            }},
       {.name = "leaves-reports-unanswered",
        .fails = {"report.userName", "report.unknown", "report.accepted", "report.stranger"},
        .hint = "the host closed the connection before it had answered",
-       .serve = serveNoReports},
+       .serve = closing(isReport)},
   };
 }
 

@@ -11,7 +11,6 @@
 #include "lab/check/Judgment.h"
 #include "lab/check/Requests.h"
 #include "lab/site/AttestationReader.h"
-#include "lab/support/RandomData.h"
 
 namespace korvan::lab::check {
 namespace {
@@ -19,10 +18,6 @@ namespace {
 namespace keys = provider_message_key;
 namespace codes = provider_error_code;
 using Subject = Finding::Subject;
-
-constexpr std::size_t IdentifierSize = 32;
-/// One for which the host has no passkeys.
-constexpr std::string_view StrangeRelyingParty = "stranger.check-host.invalid";
 
 ProviderMessage requestFor(const CheckPasskey& passkey, AllowsUser allowsUser = false) {
   return assertionRequest(passkey.relyingParty, passkey.credentialID, allowsUser);
@@ -79,7 +74,7 @@ Result assertionRecord(CheckContext& context) {
 Result assertionAllowed(CheckContext& context) {
   const CheckPasskey& first = context.passkeys().first();
   const CheckPasskey& second = context.passkeys().second();
-  const Data unknown = randomData(IdentifierSize);
+  const Data unknown = newIdentifier();
   const auto ask = [&](const std::vector<Data>& allowed) {
     ProviderMessage request = assertionRequest(RelyingParty, Data(), false);
     request[keys::allowedCredentials] = arrayOf(allowed);
@@ -108,7 +103,7 @@ Result assertionRelyingParty(CheckContext& context) {
 }
 
 Result assertionUnknown(CheckContext& context) {
-  const auto request = assertionRequest(RelyingParty, randomData(IdentifierSize), false);
+  const auto request = assertionRequest(RelyingParty, newIdentifier(), false);
   return refusedWith(context, askToSign(context, request), codes::credentialNotFound,
                      "another passkey signed in place of one that the host does not have");
 }

@@ -1,4 +1,3 @@
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,7 +8,6 @@
 #include "lab/check/Requests.h"
 #include "lab/site/AttestationReader.h"
 #include "lab/site/ValueWords.h"
-#include "lab/support/RandomData.h"
 
 namespace korvan::lab::check {
 namespace {
@@ -17,14 +15,9 @@ namespace {
 namespace keys = provider_message_key;
 using Subject = Finding::Subject;
 
-constexpr std::int64_t Es256 = -7;
-constexpr std::int64_t Rs256 = -257;
-constexpr std::size_t IdentifierSize = 32;
-
 /// For a user whom no other check knows.
 ProviderMessage newRequest(const CheckContext& context) {
-  return registrationRequest(RelyingParty, "carol", randomData(IdentifierSize),
-                             context.settings().attended);
+  return registrationRequest(RelyingParty, "carol", newIdentifier(), context.settings().attended);
 }
 
 Result registrationAnswer(CheckContext& context) {
@@ -84,7 +77,7 @@ Exchange registrationExcluding(CheckContext& context, const std::vector<Data>& e
 Result registrationExcluded(CheckContext& context) {
   const Data own = context.passkeys().first().credentialID;
   const Data ofOther = context.passkeys().other().credentialID;
-  const Data unknown = randomData(IdentifierSize);
+  const Data unknown = newIdentifier();
   const Result result =
       refusedWith(context, registrationExcluding(context, {unknown, own}),
                   provider_error_code::matchedExcludedCredential, "excludedCredentials is ignored");
@@ -125,8 +118,8 @@ Result registrationUnique(CheckContext& context) {
 }
 
 Result registrationConditional(CheckContext& context) {
-  const Exchange exchange = askSilently(
-      context, registrationRequest(RelyingParty, "dora", randomData(IdentifierSize), false));
+  const Exchange exchange =
+      askSilently(context, registrationRequest(RelyingParty, "dora", newIdentifier(), false));
   const auto credentialID = dataForKey(exchange.answer, keys::credentialID);
   if (isOk(exchange.answer) && credentialID) {
     context.passkeys().remember(std::string(RelyingParty), *credentialID);

@@ -1,23 +1,19 @@
 #include <array>
 #include <string>
-#include <string_view>
 #include <tuple>
+#include <utility>
 
 #include "lab/check/Catalog.h"
 #include "lab/check/CheckContext.h"
 #include "lab/check/Judgment.h"
 #include "lab/check/Requests.h"
-#include "lab/support/RandomData.h"
 
 namespace korvan::lab::check {
 namespace {
 
 namespace keys = provider_message_key;
 
-constexpr std::string_view StrangeRelyingParty = "stranger.check-host.invalid";
-constexpr std::size_t UserHandleSize = 16;
-
-Exchange signIn(CheckContext& context, const CheckPasskey& passkey) {
+Exchange trySignIn(CheckContext& context, const CheckPasskey& passkey) {
   return askToSign(context, assertionRequest(passkey.relyingParty, passkey.credentialID, false));
 }
 
@@ -30,7 +26,7 @@ bool isSignedWith(const CheckPasskey& passkey, const Exchange& exchange) {
 /// Ends the check unless the passkey signs in after the report.
 void requireSignsIn(CheckContext& context, const CheckPasskey& passkey,
                     const ProviderMessage& report, const std::string& hint) {
-  const Exchange exchange = signIn(context, passkey);
+  const Exchange exchange = trySignIn(context, passkey);
   if (!isOk(exchange.answer)) {
     throw CheckEnd(failed({.sent = context.described(report),
                            .got = context.described(exchange.answer),
@@ -44,7 +40,7 @@ void requireSignsIn(CheckContext& context, const CheckPasskey& passkey,
 std::array<const CheckPasskey*, 2> bystanders(CheckContext& context) {
   const std::array both = {&context.passkeys().first(), &context.passkeys().other()};
   for (const CheckPasskey* passkey : both) {
-    if (!isOk(signIn(context, *passkey).answer)) {
+    if (!isOk(trySignIn(context, *passkey).answer)) {
       throw CheckEnd(skipped("a passkey that no report was about does not sign in any more"));
     }
   }
@@ -54,7 +50,7 @@ std::array<const CheckPasskey*, 2> bystanders(CheckContext& context) {
 /// Ends the check if the passkey still signs in after the report.
 void requireGone(CheckContext& context, const CheckPasskey& passkey,
                  const ProviderMessage& report) {
-  const Exchange exchange = signIn(context, passkey);
+  const Exchange exchange = trySignIn(context, passkey);
   if (isSignedWith(passkey, exchange)) {
     throw CheckEnd(failed({.sent = context.described(report),
                            .got = context.described(exchange.answer),
@@ -110,7 +106,7 @@ Result reportAccepted(CheckContext& context) {
     std::ignore = context.exchange(report);
     return report;
   };
-  const auto accepting = listing({randomData(UserHandleSize), passkey.credentialID});
+  const auto accepting = listing({newIdentifier(), passkey.credentialID});
   requireSignsIn(context, passkey, accepting, "a passkey was removed that is accepted");
   const auto leavingOut = listing({});
   requireGone(context, passkey, leavingOut);
@@ -126,22 +122,20 @@ Result reportAccepted(CheckContext& context) {
 Result reportStranger(CheckContext& context) {
   const auto others = bystanders(context);
   const CheckPasskey& first = *others.front();
-  const Data stranger = randomData(UserHandleSize);
-  struct Row {
-    ProviderMessage report;
-    const char* hint;
-  };
-  for (const Row& row : {Row{unknownCredentialReport(StrangeRelyingParty, first.credentialID),
-                             "a report removed another relying party's passkey"},
-                         Row{acceptedCredentialsReport(StrangeRelyingParty, first.userHandle, {}),
-                             "a report removed another relying party's passkey"},
-                         Row{acceptedCredentialsReport(RelyingParty, stranger, {}),
-                             "a report of an unknown user removed another user's passkey"},
-                         Row{userNameReport(RelyingParty, stranger, "mallory"),
-                             "a report of an unknown user changed another user's passkey"}}) {
-    std::ignore = context.exchange(row.report);
+  const Data stranger = newIdentifier();
+  using Row = std::pair<ProviderMessage, const char*>;
+  for (const auto& [report, hint] :
+       {Row{unknownCredentialReport(StrangeRelyingParty, first.credentialID),
+            "a report removed another relying party's passkey"},
+        Row{acceptedCredentialsReport(StrangeRelyingParty, first.userHandle, {}),
+            "a report removed another relying party's passkey"},
+        Row{acceptedCredentialsReport(RelyingParty, stranger, {}),
+            "a report of an unknown user removed another user's passkey"},
+        Row{userNameReport(RelyingParty, stranger, "mallory"),
+            "a report of an unknown user changed another user's passkey"}}) {
+    std::ignore = context.exchange(report);
     for (const CheckPasskey* other : others) {
-      requireSignsIn(context, *other, row.report, row.hint);
+      requireSignsIn(context, *other, report, hint);
     }
   }
   return passed();
