@@ -39,7 +39,7 @@ bool asksForList(const Message& request) {
 Data joined(const Data& first, const Data& second) {
   Bytes all(first.bytes().begin(), first.bytes().end());
   all.insert(all.end(), second.bytes().begin(), second.bytes().end());
-  return Data(std::move(all));
+  return {std::move(all)};
 }
 
 Data soundSignature(const Signing& signing) {
@@ -63,7 +63,7 @@ Data rawSignature(const Signing& signing) {
   Bytes raw(std::size_t{2} * ScalarSize);
   BN_bn2binpad(ECDSA_SIG_get0_r(value.get()), raw.data(), ScalarSize);
   BN_bn2binpad(ECDSA_SIG_get0_s(value.get()), raw.data() + ScalarSize, ScalarSize);
-  return Data(std::move(raw));
+  return {std::move(raw)};
 }
 
 Data signatureOfDigest(const Signing& signing) {
