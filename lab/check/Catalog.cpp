@@ -32,9 +32,9 @@ void requireMatches(const std::vector<Check>& checks, const std::vector<std::str
 
 const std::vector<Check>& allChecks() {
   static const std::vector<Check> checks = [] {
-    constexpr std::array Groups{
-        launchChecks,       socketChecks,    signatureChecks, framingChecks, robustnessChecks,
-        registrationChecks, assertionChecks, refusalChecks,   reportChecks,  processChecks};
+    constexpr std::array Groups{launchChecks,     socketChecks, signatureChecks,    framingChecks,
+                                robustnessChecks, clientChecks, registrationChecks, assertionChecks,
+                                refusalChecks,    reportChecks, processChecks};
     std::vector<Check> all;
     for (const auto group : Groups) {
       for (Check& check : group()) {

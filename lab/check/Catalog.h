@@ -14,6 +14,7 @@ namespace korvan::lab::check {
 [[nodiscard]] std::vector<Check> signatureChecks();
 [[nodiscard]] std::vector<Check> framingChecks();
 [[nodiscard]] std::vector<Check> robustnessChecks();
+[[nodiscard]] std::vector<Check> clientChecks();
 [[nodiscard]] std::vector<Check> registrationChecks();
 [[nodiscard]] std::vector<Check> assertionChecks();
 [[nodiscard]] std::vector<Check> refusalChecks();

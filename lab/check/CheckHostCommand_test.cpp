@@ -152,7 +152,7 @@ TEST_F(CheckHost, ShowsHowTheProgramEndedAndWhatItWrote) {
   const auto result = checkHost({"--launch", "sh -c 'echo no vault >&2; exit 4'"});
   EXPECT_EQ(result.status, 3) << result.output << result.errors;
   EXPECT_THAT(result.output, AllOf(HasSubstr("the program ended with status 4, and has made no "),
-                                   HasSubstr("\n    wrote   no vault\n")));
+                                   HasSubstr(" s; it wrote: no vault\n")));
 }
 
 TEST_F(CheckHost, RefusesWrongUsage) {

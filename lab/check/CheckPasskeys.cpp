@@ -105,6 +105,7 @@ void CheckPasskeys::removeAll() {
   } catch (const CheckEnd&) {  // NOLINT(bugprone-empty-catch)
     // A host that does not answer has been told already what is wrong with it.
   }
+  made_.clear();
   forget();
 }
 
@@ -112,7 +113,6 @@ void CheckPasskeys::forget() {
   first_ = second_ = other_ = nullptr;
   unanswered_.reset();
   passkeys_.clear();
-  made_.clear();
 }
 
 }  // namespace korvan::lab::check

@@ -49,7 +49,7 @@ class CheckPasskeys {
   /// Reports all as unknown, so that the host can remove them. A host need not answer that.
   void removeAll();
 
-  /// The host has lost them.
+  /// The host may have lost them. Those that it has not are still removed by removeAll().
   void forget();
 
  private:

@@ -82,6 +82,8 @@ struct Mistake {
   /// Alters what the host keeps, after it has answered the request.
   std::function<void(const PropertyListDictionary& request, std::vector<host::Passkey>& passkeys)>
       keep = {};
+  /// Whether the passkeys are lost when the host ends.
+  bool forgetsPasskeys = false;
 };
 
 // NOLINTEND(readability-redundant-member-init)

@@ -1,7 +1,166 @@
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <thread>
+#include <tuple>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include "lab/check/broken-host/Mistake.h"
+#include "lab/support/SystemError.h"
 
 namespace korvan::lab::broken {
+namespace {
 
-std::vector<Mistake> processMistakes() { return {}; }
+constexpr int QueueOfClients = 64;
+
+sockaddr_un addressIn(const std::filesystem::path& container) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  (container / "acp.sock")
+      .string()
+      .copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+  return address;
+}
+
+Descriptor streamSocket() { return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)); }
+
+/// Listens without a look at what is there already.
+Descriptor listenBlindly(const std::filesystem::path& container) {
+  std::ignore = ::mkdir(container.c_str(), S_IRWXU);
+  const sockaddr_un address = addressIn(container);
+  Descriptor socket = streamSocket();
+  requireSystem(
+      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+          ::listen(socket.get(), QueueOfClients) == 0,
+      "listening");
+  return socket;
+}
+
+Descriptor takeSocketOver(const std::filesystem::path& container) {
+  ::unlink((container / "acp.sock").c_str());
+  return listenBlindly(container);
+}
+
+bool isTaken(const std::filesystem::path& container) {
+  const sockaddr_un address = addressIn(container);
+  const Descriptor probe = streamSocket();
+  return ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+Descriptor listenSoundly(const std::filesystem::path& container) {
+  if (isTaken(container)) {
+    std::quick_exit(EXIT_FAILURE);
+  }
+  return takeSocketOver(container);
+}
+
+Descriptor removeSocketOfAnother(const std::filesystem::path& container) {
+  if (isTaken(container)) {
+    ::unlink((container / "acp.sock").c_str());
+    std::quick_exit(EXIT_FAILURE);
+  }
+  return takeSocketOver(container);
+}
+
+Descriptor shareWithChild(const std::filesystem::path& container) {
+  std::ignore = std::signal(SIGTERM, SIG_DFL);
+  Descriptor socket = listenSoundly(container);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    while (true) {
+      ::pause();
+    }
+  }
+  return socket;
+}
+
+/// Ends by SIGTERM as processes do that know nothing of it.
+Descriptor leaveSocketAtEnd(const std::filesystem::path& container) {
+  std::ignore = std::signal(SIGTERM, SIG_DFL);
+  return listenBlindly(container);
+}
+
+}  // namespace
+
+std::vector<Mistake> processMistakes() {
+  using namespace std::chrono_literals;
+  return {
+      {.name = "ends-with-status-2",
+       .fails = {"launch.url", "container.exists"},
+       .hint = "it wrote: no display",
+       .status = 3,
+       .launched = true,
+       .start =
+           [] {
+             std::cerr << "no display\n";
+             std::quick_exit(2);
+           }},
+      {.name = "never-listens",
+       .fails = {"launch.time", "socket.present"},
+       .hint = "after the start; the next checks say what there is instead",
+       .status = 3,
+       .launched = true,
+       .listen =
+           [](const std::filesystem::path& container) {
+             std::ignore = ::mkdir(container.c_str(), S_IRWXU);
+             return Descriptor();
+           }},
+      {.name = "listens-late",
+       .fails = {},
+       .hint = "the extension gives up after 5000",
+       .warns = {"launch.time"},
+       .launched = true,
+       .options = {"--skip", "restart.*", "--skip", "launch.twice"},
+       .start = [] { std::this_thread::sleep_for(2600ms); }},
+      {.name = "listens-too-late",
+       .fails = {"launch.time"},
+       .hint = "the extension gives up after 5000",
+       .launched = true,
+       .options = {"--timeout", "10", "--skip", "restart.*", "--skip", "launch.twice"},
+       .start = [] { std::this_thread::sleep_for(5010ms); }},
+      {.name = "takes-the-socket-over",
+       .fails = {"launch.twice"},
+       .hint = "the second took the socket over",
+       .launched = true,
+       .listen = takeSocketOver},
+      {.name = "removes-the-socket-of-another",
+       .fails = {"launch.twice"},
+       .hint = "the second removed the first one's socket",
+       .launched = true,
+       .listen = removeSocketOfAnother},
+      {.name = "leaves-a-stale-socket",
+       .fails = {"restart.stale"},
+       .hint = "EADDRINUSE: remove the stale file first",
+       .launched = true,
+       .listen = leaveSocketAtEnd},
+      {.name = "ignores-sigterm",
+       .fails = {"restart.stop"},
+       .hint = "still runs 2 s after SIGTERM",
+       .launched = true,
+       .listen =
+           [](const std::filesystem::path& container) {
+             std::ignore = std::signal(SIGTERM, SIG_IGN);
+             return listenSoundly(container);
+           }},
+      {.name = "leaves-a-child-that-listens",
+       .fails = {"restart.stop"},
+       .hint = "does a child or a copy hold the socket?",
+       .launched = true,
+       .options = {"--skip", "restart.keeps"},
+       .listen = shareWithChild},
+      {.name = "forgets-passkeys",
+       .fails = {"restart.keeps"},
+       .hint = "the passkeys are gone after a restart",
+       .launched = true,
+       .forgetsPasskeys = true},
+  };
+}
 
 }  // namespace korvan::lab::broken

@@ -1,7 +1,336 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "channel/ProviderFrame.h"
+#include "channel/ProviderMessage.h"
 #include "lab/check/broken-host/Mistake.h"
 
 namespace korvan::lab::broken {
+namespace {
 
-std::vector<Mistake> robustnessMistakes() { return {}; }
+constexpr std::size_t RequestPrefixSize = ProviderFramePrefix().size();
+
+void answer(int socket, const Bytes& request, const Mistake& mistake,
+            const Surroundings& surroundings) {
+  if (!request.empty()) {
+    sendAll(socket, answerFrame(request, mistake, surroundings));
+  }
+}
+
+/// At most `size` bytes, as one call gives them.
+Bytes receivedOnce(int socket, std::size_t size) {
+  Bytes bytes(size);
+  const ssize_t count = ::recv(socket, bytes.data(), bytes.size(), 0);
+  bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  return bytes;
+}
+
+Bytes receivedUntilTheEnd(int socket) {
+  Bytes all;
+  constexpr std::size_t Piece = 4096;
+  for (Bytes some = receivedOnce(socket, Piece); !some.empty();
+       some = receivedOnce(socket, Piece)) {
+    all.insert(all.end(), some.begin(), some.end());
+  }
+  return all;
+}
+
+/// The size in the first four bytes; the number 0 for fewer.
+std::size_t announcedSize(const Bytes& bytes) {
+  ProviderFramePrefix prefix{};
+  if (bytes.size() < prefix.size()) {
+    return 0;
+  }
+  std::copy_n(bytes.begin(), prefix.size(), prefix.begin());
+  return decodeProviderFramePrefix(prefix);
+}
+
+/// All of `size` bytes, or fewer when the client leaves before.
+Bytes received(int socket, std::size_t size) {
+  Bytes all;
+  while (all.size() < size) {
+    const Bytes some = receivedOnce(socket, size - all.size());
+    if (some.empty()) {
+      break;
+    }
+    all.insert(all.end(), some.begin(), some.end());
+  }
+  return all;
+}
+
+void serveWithSizeAtOnce(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const std::size_t size = announcedSize(receivedOnce(socket, RequestPrefixSize));
+  if (isValidProviderMessageSize(size)) {
+    answer(socket, received(socket, size), mistake, surroundings);
+  }
+}
+
+void serveWithBodyAtOnce(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const std::size_t size = announcedSize(received(socket, RequestPrefixSize));
+  if (isValidProviderMessageSize(size)) {
+    answer(socket, receivedOnce(socket, size), mistake, surroundings);
+  }
+}
+
+void serveAfterTheEnd(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  Bytes all = receivedUntilTheEnd(socket);
+  if (all.size() > RequestPrefixSize) {
+    all.erase(all.begin(), all.begin() + RequestPrefixSize);
+    answer(socket, all, mistake, surroundings);
+  }
+}
+
+/// Waits for a size that it likes.
+void serveWithoutRefusals(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  while (true) {
+    const Bytes prefix = received(socket, RequestPrefixSize);
+    const std::size_t size = announcedSize(prefix);
+    if (prefix.empty() || isValidProviderMessageSize(size)) {
+      answer(socket, received(socket, size), mistake, surroundings);
+      return;
+    }
+  }
+}
+
+void serveOrEnd(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const Bytes prefix = received(socket, RequestPrefixSize);
+  const std::size_t announced = announcedSize(prefix);
+  const std::size_t size = isValidProviderMessageSize(announced) ? announced : 0;
+  const Bytes request = received(socket, size);
+  if (prefix.size() < RequestPrefixSize || request.size() < size) {
+    return;
+  }
+  const auto decoded = surroundings.propertyLists.decode(Data::copyOf(request));
+  if (!decoded || decoded->dictionary() == nullptr) {
+    std::quick_exit(EXIT_FAILURE);
+  }
+  answer(socket, request, mistake, surroundings);
+}
+
+void serveUpTo64KiB(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  constexpr std::size_t Most = 65536;
+  const std::size_t size = announcedSize(received(socket, RequestPrefixSize));
+  if (size <= Most) {
+    answer(socket, received(socket, size), mistake, surroundings);
+  }
+}
+
+/// No flags: a client that has left is a SIGPIPE.
+void serveWithoutCare(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  if (const Bytes request = readFrame(socket); !request.empty()) {
+    const Bytes frame = answerFrame(request, mistake, surroundings);
+    std::ignore = ::send(socket, frame.data(), frame.size(), 0);
+  }
+}
+
+void serveOrFail(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  if (const Bytes request = readFrame(socket); !request.empty()) {
+    const Bytes frame = answerFrame(request, mistake, surroundings);
+    if (::send(socket, frame.data(), frame.size(), MSG_NOSIGNAL) < 0) {
+      std::quick_exit(EXIT_FAILURE);
+    }
+  }
+}
+
+bool isAssertion(const Bytes& request, const Surroundings& surroundings) {
+  const auto decoded = surroundings.propertyLists.decode(Data::copyOf(request));
+  return decoded && decoded->dictionary() != nullptr &&
+         stringForKey(*decoded->dictionary(), provider_message_key::type) == "assertion";
+}
+
+/// Two assertions that meet are answered as if each were the other.
+class Meeting {
+ public:
+  Bytes exchange(Bytes request) {
+    std::unique_lock lock(mutex_);
+    if (waiting_ != nullptr) {
+      std::swap(request, *std::exchange(waiting_, nullptr));
+      changed_.notify_all();
+      return request;
+    }
+    waiting_ = &request;
+    // A request that comes alone meets nobody.
+    constexpr auto Patience = std::chrono::milliseconds(100);
+    if (!changed_.wait_for(lock, Patience, [&] { return waiting_ != &request; })) {
+      waiting_ = nullptr;
+    }
+    return request;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  Bytes* waiting_ = nullptr;
+};
+
+void serveMixedUp(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  static Meeting meeting;
+  Bytes request = readFrame(socket);
+  if (isAssertion(request, surroundings)) {
+    request = meeting.exchange(std::move(request));
+  }
+  answer(socket, request, mistake, surroundings);
+}
+
+void leakMemory(int /*socket*/) {
+  constexpr std::size_t Size = 16384;
+  static const auto keep = [](Bytes bytes) { std::ignore = new Bytes(std::move(bytes)); };
+  keep(Bytes(Size, 1));
+}
+
+void fillCache(int /*socket*/) {
+  constexpr std::size_t Size = 16384;
+  constexpr int Most = 500;
+  static std::atomic<int> count = 0;
+  if (++count < Most) {
+    std::ignore = new Bytes(Size, 1);
+  }
+}
+
+}  // namespace
+
+std::vector<Mistake> robustnessMistakes() {
+  constexpr std::string_view Unknown = "checkHostUnknown";
+  const auto isUnknown = [](const PropertyListDictionary& request) {
+    return stringForKey(request, provider_message_key::type) == "checkHostUnknown";
+  };
+  return {
+      {.name = "reads-the-size-at-once",
+       .fails = {"request.pieces"},
+       .hint = "recv() may give less than was asked for",
+       .serve = serveWithSizeAtOnce},
+      {.name = "reads-the-body-at-once",
+       .fails = {"request.pieces"},
+       .hint = "recv() may give less than was asked for",
+       .serve = serveWithBodyAtOnce},
+      {.name = "waits-for-the-end",
+       .fails = {"frame.answer", "request.open"},
+       .hint = "no answer: does the host wait for the end of the stream",
+       .serve = serveAfterTheEnd},
+      {.name = "waits-for-the-end-of-the-stream",
+       .fails = {"request.open"},
+       .hint = "waits for the end of the stream; the size says where the request ends",
+       .options = {"--only", "request.open"},
+       .serve = serveAfterTheEnd},
+      {.name = "serves-unknown-types",
+       .fails = {"request.unknownType"},
+       .hint = "an unknown type is answered with ok",
+       .answer =
+           [isUnknown](auto& request, auto& answer) {
+             if (isUnknown(request)) {
+               answer = {{"ok", true}};
+             }
+           }},
+      {.name = "is-unavailable-for-unknown-types",
+       .fails = {"request.unknownType"},
+       .hint = "an unknown type is refused as unavailable; refuse it as failed",
+       .answer =
+           [isUnknown](auto& request, auto& answer) {
+             if (isUnknown(request)) {
+               answer["errorCode"] = "unavailable";
+             }
+           }},
+      {.name = "refuses-unknown-keys",
+       .fails = {"request.unknownKey"},
+       .hint = "the key checkHostUnknown changes the answer",
+       .answer =
+           [Unknown](auto& request, auto& answer) {
+             if (request.contains(Unknown)) {
+               answer = failureResponse("failed", "What is that?");
+             }
+           }},
+      {.name = "ends-at-damaged-requests",
+       .fails = {"request.damaged"},
+       .hint = "the host ended with status 1 after the size 0",
+       .launched = true,
+       .serve = serveOrEnd},
+      {.name = "ends-at-damaged-requests-for-good",
+       .fails = {"request.damaged"},
+       .hint = "the host has ended after the size 0",
+       .status = 3,
+       .serve = serveOrEnd},
+      {.name = "waits-for-another-size",
+       .fails = {"request.damaged"},
+       .hint = "the size 0 is neither refused nor is the connection closed",
+       .serve = serveWithoutRefusals},
+      {.name = "takes-a-request-without-type",
+       .fails = {"request.damaged"},
+       .hint = "a request without type is answered with ok",
+       .request =
+           [](auto& request) {
+             if (!request.contains(provider_message_key::type)) {
+               request["type"] = "synchronize";
+             }
+           }},
+      {.name = "takes-no-large-requests",
+       .fails = {"request.large"},
+       .hint = "a body may have 4194304",
+       .serve = serveUpTo64KiB},
+      {.name = "refuses-names-outside-ascii",
+       .fails = {"request.texts"},
+       .hint = "a name outside ASCII, or a user handle of 64 bytes, is refused",
+       .answer =
+           [](auto& request, auto& answer) {
+             const auto name = stringForKey(request, provider_message_key::userName);
+             if (name && std::ranges::any_of(*name, [](char each) { return each < 0; })) {
+               answer = failureResponse("failed", "The name cannot be read.");
+             }
+           }},
+      {.name = "keeps-user-handles-as-c-strings",
+       .fails = {"request.texts"},
+       .hint = "the user handle came back as nothing",
+       .answer =
+           [](auto& /*request*/, auto& answer) {
+             const auto handle = dataForKey(answer, provider_message_key::userHandle);
+             if (handle && handle->bytes().front() == 0) {
+               answer["userHandle"] = Data();
+             }
+           }},
+      {.name = "is-ended-by-sigpipe",
+       .fails = {"client.leaves"},
+       .hint = "ended by SIGPIPE: ignore it",
+       .launched = true,
+       .serve = serveWithoutCare},
+      {.name = "ends-with-its-client",
+       .fails = {"client.leaves"},
+       .hint = "the host has ended after a client that leaves before the answer",
+       .status = 3,
+       .serve = serveOrFail},
+      {.name = "serves-one-at-a-time",
+       .fails = {"client.silent"},
+       .hint = "one connection at a time",
+       .oneAtATime = true},
+      {.name = "mixes-up-answers",
+       .fails = {"client.many"},
+       .hint = ": do connections share a buffer?",
+       .serve = serveMixedUp},
+      {.name = "leaks-descriptors",
+       .fails = {"host.leak"},
+       .hint = ": close every connection",
+       .greet = [](int /*socket*/) { std::ignore = ::dup(STDIN_FILENO); }},
+      {.name = "leaks-threads",
+       .fails = {"host.leak"},
+       .hint = ": end a connection's thread with it",
+       .greet = [](int /*socket*/) { std::thread(::pause).detach(); }},
+      {.name = "leaks-memory",
+       .fails = {"host.leak"},
+       .hint = ": release what a request needed",
+       .greet = leakMemory},
+      // Not a mistake.
+      {.name = "fills-a-cache", .fails = {}, .hint = "", .greet = fillCache},
+  };
+}
 
 }  // namespace korvan::lab::broken

@@ -83,7 +83,8 @@ void run(const Options& options) {
   }
   socketFile = options.container + "/acp.sock";
   std::ignore = std::signal(SIGTERM, endOnSignal);
-  host::Vault vault = options.vault.empty() ? host::Vault() : host::Vault(options.vault);
+  const bool inMemory = options.vault.empty() || mistake.forgetsPasskeys;
+  host::Vault vault = inMemory ? host::Vault() : host::Vault(options.vault);
   host::RequestHandler handler(vault, {}, [] {});
   const LinuxPropertyListSerialization propertyLists;
   std::optional<host::HostSocket> socket;

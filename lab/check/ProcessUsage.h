@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+
+#include <sys/types.h>
+
+namespace korvan::lab::check {
+
+/// What a process holds at one moment.
+struct ProcessUsage {
+  std::size_t descriptors = 0;
+  std::size_t threads = 0;
+  /// Resident memory that no file backs, in KiB.
+  std::size_t memory = 0;
+};
+
+/// Nullopt when there is no such process, or its details are another user's.
+[[nodiscard]] std::optional<ProcessUsage> usageOf(pid_t process);
+
+}  // namespace korvan::lab::check

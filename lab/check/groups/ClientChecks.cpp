@@ -1,0 +1,239 @@
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <sys/socket.h>
+
+#include "lab/check/Catalog.h"
+#include "lab/check/CheckContext.h"
+#include "lab/check/Peer.h"
+#include "lab/check/ProcessUsage.h"
+#include "lab/check/Requests.h"
+#include "lab/check/RobustnessSteps.h"
+
+namespace korvan::lab::check {
+namespace {
+
+using namespace std::chrono_literals;
+namespace key = provider_message_key;
+
+/// The host cannot write its answer.
+void leaveWithoutReading(CheckContext& context) {
+  Connection connection = context.connect();
+  ::shutdown(connection.descriptor(), SHUT_RD);
+  std::ignore = connection.sendFrame(context.encoded(plainRequest(context)).bytes());
+  // Both halves are closed when the host has given up.
+  std::ignore = context.waits().forEvent(connection.descriptor(), 0, "the host to close", 1s);
+}
+
+/// The host sees a reset.
+void leaveWithAnswerUnread(CheckContext& context) {
+  Connection connection = context.connect();
+  std::ignore = connection.sendFrame(context.encoded(plainRequest(context)).bytes());
+  std::ignore = connection.waitForBytes(1s);
+}
+
+void leaveWithinRequest(CheckContext& context) {
+  Connection connection = context.connect();
+  const RequestBytes frame = frameOf(context.encoded(plainRequest(context)));
+  std::ignore = connection.send(std::span(frame).first(frame.size() / 2));
+}
+
+struct Leaving {
+  void (*leave)(CheckContext& context);
+  std::string how;
+};
+
+Result clientLeaves(CheckContext& context) {
+  constexpr int Times = 3;
+  for (const Leaving& leaving :
+       {Leaving{leaveWithoutReading, "a client that leaves before the answer"},
+        Leaving{leaveWithAnswerUnread, "a client that leaves the answer unread"},
+        Leaving{leaveWithinRequest, "a client that leaves within its request"}}) {
+    for (int time = 0; time < Times; ++time) {
+      context.waits().restart();
+      leaving.leave(context);
+      requireNextAnswer(context, leaving.how);
+    }
+  }
+  return passed();
+}
+
+Result clientSilent(CheckContext& context) {
+  const Connection silent = context.connect();
+  Connection halfSilent = context.connect();
+  std::ignore = halfSilent.send(std::array<std::uint8_t, 2>{});
+  Connection connection = context.connect();
+  std::ignore = connection.sendFrame(context.encoded(plainRequest(context)).bytes());
+  if (!connection.waitForBytes(1s)) {
+    return failed({.sent = "a request, beside two connections on which nothing more comes",
+                   .got = "nothing within a second",
+                   .wanted = "an answer within a second",
+                   .hint = "one connection at a time: a client that sends nothing holds up all"});
+  }
+  std::ignore = context.answerOn(connection, plainRequest(context));
+  return passed();
+}
+
+struct Asking {
+  Connection connection;
+  ProviderMessage request;
+};
+
+/// The number of the request, from 1, whose hash an answer has. 0 if there is none.
+std::size_t numberOfAsked(const std::vector<Asking>& all, const ProviderMessage& answer) {
+  const auto hash = dataForKey(answer, key::clientDataHash);
+  const auto asked = std::ranges::find_if(all, [&](const Asking& each) {
+    return hash && dataForKey(each.request, key::clientDataHash) == hash;
+  });
+  return asked == all.end() ? 0 : static_cast<std::size_t>(asked - all.begin()) + 1;
+}
+
+Result clientMany(CheckContext& context) {
+  const CheckPasskey& passkey = context.passkeys().first();
+  std::ignore = silentAssertion(context, passkey.relyingParty, passkey.credentialID);
+  constexpr std::size_t Count = 16;
+  std::vector<Asking> all;
+  while (all.size() < Count) {
+    all.push_back({.connection = context.connect(),
+                   .request = assertionRequest(passkey.relyingParty, passkey.credentialID, false)});
+  }
+  for (Asking& each : all) {
+    std::ignore = each.connection.sendFrame(context.encoded(each.request).bytes());
+  }
+  for (std::size_t number = 1; number <= Count; ++number) {
+    Asking& asking = all[number - 1];
+    const ProviderMessage answer = context.answerOn(asking.connection, asking.request);
+    const std::size_t came = numberOfAsked(all, answer);
+    if (came == number) {
+      continue;
+    }
+    const std::string who = "of 16 requests at once, number " + std::to_string(number);
+    return failed({.sent = context.described(asking.request),
+                   .got = context.described(answer),
+                   .wanted = "its own answer",
+                   .hint = came == 0 ? who + " got an answer to none of them"
+                                     : who + " got the answer to number " + std::to_string(came) +
+                                           ": do connections share a buffer?"});
+  }
+  return passed();
+}
+
+constexpr std::size_t LeakRequests = 200;
+
+/// Requests that are served and refused, and clients that leave.
+void makeRequests(CheckContext& context, const Data& filled) {
+  for (std::size_t number = 0; number < LeakRequests; ++number) {
+    context.waits().restart();
+    Connection connection = context.connect();
+    switch (number % 3) {
+      case 0:
+        std::ignore = connection.sendFrame(filled.bytes());
+        std::ignore = context.answerOn(connection, plainRequest(context));
+        break;
+      case 1:
+        std::ignore = connection.sendFrame(context.encoded(unknownRequest()).bytes());
+        std::ignore = context.answerOn(connection, unknownRequest());
+        break;
+      default:
+        std::ignore = connection.sendFrame(filled.bytes());
+    }
+  }
+}
+
+struct Growth {
+  std::string_view what;
+  std::size_t before;
+  std::size_t after;
+  std::string_view advice;
+};
+
+std::string textOf(const Growth& growth) {
+  return std::string(growth.what) + " " + std::to_string(growth.before) + " → " +
+         std::to_string(growth.after);
+}
+
+Result hostLeak(CheckContext& context) {
+  const pid_t process = peerOf(context).process;
+  const auto usage = [&] {
+    const auto now = usageOf(process);
+    return now ? *now
+               : throw CheckEnd(skipped("/proc/" + std::to_string(process) + " cannot be read"));
+  };
+  // A third of the requests may fail to give back a descriptor or a thread. A pool may grow a bit.
+  constexpr std::size_t Few = LeakRequests / 10;
+  constexpr std::size_t LittleMemory = 1024;
+  constexpr std::size_t FillerSize = 32768;
+  // Memory that is collected, cached or kept for reuse stops growing; what leaks does not.
+  constexpr int Rounds = 6;
+  const Data filled = filledRequest(context, FillerSize);
+  makeRequests(context, filled);
+  const ProcessUsage first = usage();
+  ProcessUsage before = first;
+  ProcessUsage after;
+  for (int round = 0; round < Rounds; ++round) {
+    makeRequests(context, filled);
+    const auto isSettled = [&] {
+      after = usage();
+      return after.descriptors <= first.descriptors + Few && after.threads <= first.threads + Few;
+    };
+    if (!context.waits().until(isSettled, "the host to release what it used", 1s)) {
+      break;
+    }
+    if (after.memory <= before.memory + LittleMemory) {
+      return passed();
+    }
+    before = after;
+  }
+  const std::array all{
+      Growth{"descriptors", first.descriptors, after.descriptors, "close every connection"},
+      Growth{"threads", first.threads, after.threads, "end a connection's thread with it"},
+      Growth{"memory in KiB", first.memory, after.memory, "release what a request needed"}};
+  const auto leak = after.descriptors > first.descriptors + Few ? all[0]
+                    : after.threads > first.threads + Few       ? all[1]
+                                                                : all[2];
+  return failed({.sent = "200 requests, more than once",
+                 .got = textOf(all[0]) + ", " + textOf(all[1]) + ", " + textOf(all[2]),
+                 .wanted = "as before",
+                 .hint = textOf(leak) + ": " + std::string(leak.advice)});
+}
+
+}  // namespace
+
+std::vector<Check> clientChecks() {
+  return {
+      {.name = "client.leaves",
+       .passes = "clients that leave do no harm to the next",
+       .needs = {Need::host},
+       .after = {"answer.ok"},
+       .see = "timing",
+       .run = clientLeaves},
+      {.name = "client.silent",
+       .passes = "a client that sends nothing holds up nobody",
+       .needs = {Need::host},
+       .after = {"answer.ok"},
+       .see = "the-socket",
+       .run = clientSilent},
+      {.name = "client.many",
+       .passes = "16 clients at once get an answer each",
+       .needs = {Need::host, Need::passkey},
+       .after = {"answer.ok"},
+       .see = "the-socket",
+       .run = clientMany},
+      {.name = "host.leak",
+       .passes = "200 requests leave descriptors, threads and memory as they were",
+       .needs = {Need::host},
+       .after = {"request.pieces", "request.unknownType", "request.unknownKey", "client.leaves"},
+       .see = "the-socket",
+       .run = hostLeak},
+  };
+}
+
+}  // namespace korvan::lab::check
