@@ -230,7 +230,8 @@ std::vector<Check> clientChecks() {
       {.name = "host.leak",
        .passes = "200 requests leave descriptors, threads and memory as they were",
        .needs = {Need::host},
-       .after = {"request.pieces", "request.unknownType", "request.unknownKey", "client.leaves"},
+       .after = {"frame.close", "request.pieces", "request.unknownType", "request.unknownKey",
+                 "client.leaves"},
        .see = "the-socket",
        .run = hostLeak},
   };

@@ -293,7 +293,7 @@ std::vector<Check> robustnessChecks() {
       robustnessCheck("request.unknownKey", "one more key changes nothing", {"answer.ok"}, "bodies",
                       requestUnknownKey),
       robustnessCheck("request.damaged", "what is no request is refused, and the next one served",
-                      {"answer.ok"}, "frames", requestDamaged),
+                      {"answer.ok", "frame.close"}, "frames", requestDamaged),
       robustnessCheck("request.large", "a body of 4194304 bytes is served",
                       {"request.pieces", "request.unknownKey"}, "frames", requestLarge),
       needingPasskey(robustnessCheck("request.texts",
