@@ -5,7 +5,7 @@
 
 #include "lab/check/Check.h"
 #include "lab/check/CheckContext.h"
-#include "lab/check/CheckReport.h"
+#include "lab/check/report/CheckReport.h"
 
 namespace korvan::lab::check {
 

@@ -14,8 +14,8 @@
 
 #include "lab/check/Catalog.h"
 #include "lab/check/CheckContext.h"
-#include "lab/check/CheckReport.h"
 #include "lab/check/CheckRunner.h"
+#include "lab/check/report/CheckReport.h"
 #include "lab/commands/CheckedHost.h"
 #include "lab/processes/Supervisor.h"
 #include "lab/support/EscapeSequences.h"

@@ -13,7 +13,7 @@
 #include "lab/support/HelpPage.h"
 #include "lab/system/Call.h"
 #include "lab/system/CallRunner.h"
-#include "lab/system/Screen.h"
+#include "lab/system/views/Screen.h"
 
 namespace korvan::lab {
 namespace {

@@ -20,7 +20,7 @@
 #include "lab/support/DomainOption.h"
 #include "lab/support/HelpPage.h"
 #include "lab/support/RandomData.h"
-#include "lab/system/Screen.h"
+#include "lab/system/views/Screen.h"
 
 namespace korvan::lab {
 namespace {

@@ -16,7 +16,7 @@
 #include "lab/soak/plan/SoakLog.h"
 #include "lab/system/CountedQueues.h"
 #include "lab/system/ForwardedSockets.h"
-#include "lab/system/LabViews.h"
+#include "lab/system/views/LabViews.h"
 #include "platform/ExtensionContext.h"
 #include "platform/Workspace.h"
 

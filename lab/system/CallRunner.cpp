@@ -12,7 +12,7 @@
 
 #include "lab/system/LabExtensionContext.h"
 #include "lab/system/MessageTap.h"
-#include "lab/system/Screen.h"
+#include "lab/system/views/Screen.h"
 #include "platform/Services.h"
 
 namespace korvan::lab {

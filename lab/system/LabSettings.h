@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "lab/system/Screen.h"
+#include "lab/system/views/Screen.h"
 #include "platform/OperatingSystem.h"
 
 namespace korvan::lab {

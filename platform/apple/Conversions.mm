@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/apple/Utf16.h"
+#include "platform/apple/utf16/Utf16.h"
 
 namespace korvan {
 namespace {

@@ -16,7 +16,7 @@
 #include "lab/check/Peer.h"
 #include "lab/check/ProcessUsage.h"
 #include "lab/check/Requests.h"
-#include "lab/check/RobustnessSteps.h"
+#include "lab/check/groups/RobustnessSteps.h"
 
 namespace korvan::lab::check {
 namespace {

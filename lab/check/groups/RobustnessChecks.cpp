@@ -17,7 +17,7 @@
 #include "lab/check/Catalog.h"
 #include "lab/check/CheckContext.h"
 #include "lab/check/Requests.h"
-#include "lab/check/RobustnessSteps.h"
+#include "lab/check/groups/RobustnessSteps.h"
 
 namespace korvan::lab::check {
 namespace {

@@ -1,4 +1,4 @@
-#include "lab/system/NoticeWindowModule.h"
+#include "lab/system/views/NoticeWindowModule.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "lab/commands/DemoCommand.h"
+#include "lab/commands/demo/DemoCommand.h"
 
 #include <filesystem>
 #include <memory>
@@ -6,8 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "lab/commands/Demo.h"
 #include "lab/commands/Narrator.h"
+#include "lab/commands/demo/Demo.h"
 #include "lab/processes/Supervisor.h"
 #include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"

@@ -1,4 +1,4 @@
-#include "lab/system/Terminal.h"
+#include "lab/system/views/Terminal.h"
 
 #include <cerrno>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "lab/commands/Tour.h"
+#include "lab/commands/demo/Tour.h"
 
 #include <stdexcept>
 #include <utility>

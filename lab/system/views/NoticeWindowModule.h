@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lab/system/Screen.h"
+#include "lab/system/views/Screen.h"
 
 // What korvan-notice-window.so defines. The lab loads it when a window may be shown, since GTK
 // takes longer to load than most calls take. Main thread.

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "lab/check/CheckReport.h"
+#include "lab/check/report/CheckReport.h"
 
 namespace korvan::lab::check {
 namespace {

@@ -1,4 +1,4 @@
-#include "lab/system/LabViews.h"
+#include "lab/system/views/LabViews.h"
 
 #include <algorithm>
 #include <string>

@@ -1,4 +1,4 @@
-#include "lab/system/Screen.h"
+#include "lab/system/views/Screen.h"
 
 #include <filesystem>
 #include <stdexcept>
@@ -9,9 +9,9 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include "lab/system/LabViews.h"
-#include "lab/system/NoticeWindowModule.h"
-#include "lab/system/Terminal.h"
+#include "lab/system/views/LabViews.h"
+#include "lab/system/views/NoticeWindowModule.h"
+#include "lab/system/views/Terminal.h"
 
 namespace korvan::lab {
 namespace {

@@ -1,4 +1,4 @@
-#include "lab/check/RobustnessSteps.h"
+#include "lab/check/groups/RobustnessSteps.h"
 
 #include <chrono>
 #include <tuple>

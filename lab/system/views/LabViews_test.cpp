@@ -1,11 +1,11 @@
-#include "lab/system/LabViews.h"
+#include "lab/system/views/LabViews.h"
 
 #include <memory>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "lab/system/Screen.h"
+#include "lab/system/views/Screen.h"
 
 namespace korvan::lab {
 namespace {

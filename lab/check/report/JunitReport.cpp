@@ -3,7 +3,7 @@
 #include <sstream>
 #include <string_view>
 
-#include "lab/check/CheckReport.h"
+#include "lab/check/report/CheckReport.h"
 #include "lab/support/VisibleText.h"
 
 namespace korvan::lab::check {

@@ -1,4 +1,4 @@
-#include "lab/check/CheckReport.h"
+#include "lab/check/report/CheckReport.h"
 
 #include <sstream>
 #include <string>

@@ -1,4 +1,4 @@
-#include "lab/commands/Demo.h"
+#include "lab/commands/demo/Demo.h"
 
 #include <array>
 #include <chrono>
@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-#include "lab/commands/Tour.h"
+#include "lab/commands/demo/Tour.h"
 #include "lab/support/RandomData.h"
 #include "platform/Error.h"
 

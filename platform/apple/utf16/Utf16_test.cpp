@@ -1,4 +1,4 @@
-#include "platform/apple/Utf16.h"
+#include "platform/apple/utf16/Utf16.h"
 
 #include <gtest/gtest.h>
 
