@@ -229,16 +229,17 @@ TEST_F(Manners, MissingTemporaryDirectoryIsNamed) {
 }
 
 TEST_F(Manners, ColorsAreForTerminalsThatTakeThem) {
-  const std::string step = std::string(KORVAN_LAB) + " demo --step 8";
-  const std::string last = "The system learns that the user is needed";
-  EXPECT_THAT(TerminalSession("env -u NO_COLOR TERM=xterm " + step).readUntil(last),
-              HasSubstr("\x1b["));
-  for (const char* const environment : {"TERM=dumb", "TERM=xterm NO_COLOR=1"}) {
-    const std::string shown =
-        TerminalSession(std::string("env -u NO_COLOR ") + environment + " " + step).readUntil(last);
-    EXPECT_THAT(shown, HasSubstr(last));
-    EXPECT_THAT(shown, Not(HasSubstr("\x1b"))) << environment;
-  }
+  constexpr std::string_view Last = "The system learns that the user is needed";
+  const auto shownWith = [&](const std::string& environment) {
+    TerminalSession session("env -u NO_COLOR " + environment + " " KORVAN_LAB " demo --step 8");
+    std::string shown = session.readUntil(Last);
+    EXPECT_EQ(session.finish(), 0) << environment;
+    EXPECT_THAT(shown, HasSubstr(Last)) << environment;
+    return shown;
+  };
+  EXPECT_THAT(shownWith("TERM=xterm"), HasSubstr("\x1b["));
+  EXPECT_THAT(shownWith("TERM=dumb"), Not(HasSubstr("\x1b")));
+  EXPECT_THAT(shownWith("TERM=xterm NO_COLOR=1"), Not(HasSubstr("\x1b")));
 }
 
 }  // namespace
