@@ -135,7 +135,6 @@ container.mkdir(mode=0o700, exist_ok=True)
 if container.stat().st_mode & 0o077:
     sys.exit(f"Others may read {container}; its mode must be 0700.")
 os.umask(0o177)
-signal.signal(signal.SIGTERM, lambda *_: sys.exit())
 with open(container / "lock", "w") as lock, socket.socket(socket.AF_UNIX) as listener:
     try:
         fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)  # for as long as this process runs
@@ -144,6 +143,7 @@ with open(container / "lock", "w") as lock, socket.socket(socket.AF_UNIX) as lis
     file = container / "acp.sock"
     file.unlink(missing_ok=True)  # an earlier run's
     listener.bind(str(file))
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(file.unlink()))
     listener.listen(64)
     vault = Vault(container / "vault.plist")
     while True:
