@@ -51,7 +51,7 @@ class HostPageTest(unittest.TestCase):
     def test_names_of_checks_are_those_of_the_command(self):
         listed = re.findall(r"^(\w+\.\w+) ", check_host("--list").stdout, re.MULTILINE)
         table = PAGE[PAGE.index("| checks | |"):].split("\n\n")[0]
-        self.assertLessEqual(set(listed), set(re.findall(r"`(\w+\.\w+)`", table)))
+        self.assertEqual(set(listed), set(re.findall(r"`(\w+\.\w+)`", table)))
         self.assertTrue(listed)
 
     def test_checks_name_headings_of_the_page(self):
