@@ -19,7 +19,8 @@ using ProviderCompletion = std::function<void(const ProviderMessage& response)>;
 /// Calls `completion` on the main thread, exactly once, or never if `controller` is gone when the
 /// answer arrives. `completion` may be empty. If the request cannot even start, because there is no
 /// app group container or the request cannot be encoded, calls `completion` before this function
-/// returns. What `completion` owns is released on the thread that calls it.
+/// returns. What `completion` owns, often the controller and its services, belongs to the thread
+/// that calls it, and is released there.
 void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
                              std::weak_ptr<const void> controller, ProviderMessage request,
                              ProviderCompletion completion);

@@ -38,7 +38,8 @@ docs/lab-calls.md lists every entry point, key and outcome.
   --show-messages          also prints what went over the socket
   --help                   this page
 
-Exit status: 0, 2 when a line was not a call, 1 when the lab could not go on.
+Exit status: 0, 1 when the lab could not go on, 2 when a line was not a call or
+for wrong usage.
 
 Example:
   echo '{"entryPoint":"prepareInterfaceForExtensionConfiguration"}' |

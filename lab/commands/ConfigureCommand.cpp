@@ -33,7 +33,8 @@ Starts a sample host of its own unless you name one.
   --show-messages          accepted; messages are always printed, as they go
   --help                   this page
 
-Exit status: 0 when the configuration was completed, 3 without a host, else 1.
+Exit status: 0 when the configuration was completed, 1 when not, 2 for wrong
+usage, 3 without a host.
 
 Example:
   korvan-lab configure

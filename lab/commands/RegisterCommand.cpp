@@ -39,7 +39,7 @@ with it. Starts a sample host of its own unless you name one.
                            default: -7, which is ES256
   --user-verification required|preferred|discouraged
                            default: required, preferred with --conditional
-  --conditional            without the user, or not at all
+  --conditional            registers silently; fails if the user is needed
   --save FILE              writes the passkey for sign-in --passkey, without
                            its private key
   --container DIR|none     the app group's container
@@ -50,7 +50,8 @@ with it. Starts a sample host of its own unless you name one.
   --show-messages          prints what goes over the socket, as it does
   --help                   this page
 
-Exit status: 0 when passkey and sign-in were verified, 3 without a host, else 1.
+Exit status: 0 when passkey and sign-in were verified, 1 when not, 2 for wrong
+usage, 3 without a host.
 
 Example:
   korvan-lab register --user-name carol

@@ -43,7 +43,8 @@ host and reports about its passkey. KIND and its options:
   --show-messages          accepted; messages are always printed, as they go
   --help                   this page
 
-IDs are base64url. Exit status: 0 when the report was sent, 3 without a host.
+IDs are base64url. Exit status: 0 when the report was sent, 1 when not, 2 for
+wrong usage, 3 without a host.
 
 Example:
   korvan-lab report updated-user-name --new-name 'Alice B.'

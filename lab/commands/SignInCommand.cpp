@@ -51,7 +51,8 @@ does. Starts a sample host of its own unless you name one.
   --show-messages          prints what goes over the socket, as it does
   --help                   this page
 
-Exit status: 0 when the sign-in was verified, 3 without a host, else 1.
+Exit status: 0 when the sign-in was verified, 1 when not, 2 for wrong usage, 3
+without a host.
 
 Example:
   korvan-lab sign-in --interactive

@@ -27,15 +27,15 @@ constexpr std::string_view SoakHelpPage =
 Keeps 32 requests of all types in flight, with host applications that answer,
 refuse, stall, lie and die at random. Verifies that each request has the one
 outcome that is right for what the host did, that both sides' records agree, and
-that descriptors, threads and memory do not grow. Says every ten seconds how far
-it is. Everything happens in a private directory, which is removed in the end.
+that descriptors, threads and memory do not grow. Prints its progress every ten
+seconds. Everything happens in a private directory, removed at the end.
 
   --minutes N  how long, such as 10 or 0.5
   --seed S     repeats the run with this seed, 0 to 18446744073709551615;
                default: a random one, which is printed
   --help       this page
 
-Exit status: 0 when all is well, otherwise 1.
+Exit status: 0 when all is well, 1 when not, 2 for wrong usage.
 
 Example:
   korvan-lab soak --minutes 0.1 --seed 1

@@ -21,12 +21,12 @@ constexpr std::string_view DemoHelpPage =
 Shows what the extension does, with sample hosts of its own: sign-ins and new
 passkeys with and without the user, a host that must be opened first, refusals,
 reports, the configuration, an impostor and the notice. Everything happens in a
-private directory, which is removed in the end.
+private directory, removed at the end.
 
   --step NUMBER  only the step with this number, 1 to 16
   --help         this page
 
-Exit status: 0 when every step was verified, otherwise 1.
+Exit status: 0 when every step was verified, 1 when not, 2 for wrong usage.
 
 Example:
   korvan-lab demo --step 2
