@@ -72,7 +72,7 @@ AssertionRequest requestWith(std::size_t allowedCredentials) {
   request.parameters->userVerificationPreference = "preferred";
   request.parameters->allowedCredentials.emplace();
   for (std::size_t index = 0; index < allowedCredentials; ++index) {
-    request.parameters->allowedCredentials->push_back(bytesOf(32, index));
+    request.parameters->allowedCredentials->emplace_back(bytesOf(32, index));
   }
   request.controller->setCredentialRequest(request.credential);
   request.controller->setRequestParameters(request.parameters);

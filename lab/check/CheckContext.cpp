@@ -115,9 +115,10 @@ const SynchronizeRecord& CheckContext::synchronizeRecord() {
   return *synchronizeRecord_;
 }
 
-void CheckContext::tellPerson(const std::string& sentence) const {
+void CheckContext::tellPerson(const std::string& sentence) {
   if (settings_.attended) {
     say_(sentence);
+    waits_.restart();
   }
 }
 

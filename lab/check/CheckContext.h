@@ -96,8 +96,8 @@ class CheckContext {
   /// this is called first.
   [[nodiscard]] const SynchronizeRecord& synchronizeRecord();
 
-  /// Tells the person, if there is one, what to do in the host.
-  void tellPerson(const std::string& sentence) const;
+  /// Tells the person, if there is one, what to do in the host, and gives them the whole timeout.
+  void tellPerson(const std::string& sentence);
 
   /// The host, of a run that starts it itself; for checks with Need::program.
   [[nodiscard]] LaunchedProgram& program() { return *program_; }

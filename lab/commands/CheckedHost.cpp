@@ -12,7 +12,7 @@
 namespace korvan::lab {
 namespace {
 
-std::string flawOfContainer(const std::string& text) {
+std::string flawOfDirectory(const std::string& text) {
   return text.empty() ? "is empty; it must be a directory" : std::string();
 }
 
@@ -32,7 +32,7 @@ std::filesystem::path containerFrom(const std::string& option) {
 void CheckedHost::addTo(CLI::App& command) {
   constexpr double Shortest = 1;
   constexpr double Longest = 3600;
-  command.add_option("--container", container)->check(CLI::Validator(flawOfContainer, ""));
+  command.add_option("--container", container)->check(CLI::Validator(flawOfDirectory, ""));
   addTrustAnchorOption(command, trustAnchorFile);
   command.add_option("--timeout", timeoutSeconds)->check(CLI::Range(Shortest, Longest));
 }

@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
   return runProgram(HostProgramName, [&] {
     CLI::App app;
     HostOptions options;
-    int exitStatus = Well;
+    const int exitStatus = Well;
     describeHostProgram(app, options, *argv);
     app.callback([&] { run(options); });
     return parseAndRun(app, argc, argv, exitStatus);

@@ -117,7 +117,7 @@ std::string upperCase(std::string text) {
 std::string manualPage(const CLI::App& app) {
   const Section program = sectionOf(app);
   // Without a date, so that the same source makes the same page.
-  std::string page = ".TH " + roff(upperCase(app.get_name())) + " 1 \"\" \"" + roff(app.version()) +
+  std::string page = ".TH " + roff(upperCase(app.get_name())) + R"( 1 "" ")" + roff(app.version()) +
                      "\" \"Korvan AutoFill\"\n.ad l\n.nh\n.SH NAME\n" + roff(app.get_name()) +
                      " \\- " + roff(purposeOf(app)) + '\n';
   page += program.usage.empty() ? "" : ".SH SYNOPSIS\n.B " + roff(program.usage) + '\n';

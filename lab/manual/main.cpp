@@ -32,7 +32,7 @@ void write(const fs::path& file, const std::string& text) {
 }
 
 void writeFor(const CLI::App& app, const fs::path& directory) {
-  const std::string name = app.get_name();
+  const std::string& name = app.get_name();
   write(directory / "man" / (name + ".1"), manual::manualPage(app));
   write(directory / "bash" / name, manual::bashCompletion(app));
   write(directory / "zsh" / ("_" + name), manual::zshCompletion(app));

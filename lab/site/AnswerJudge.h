@@ -26,6 +26,8 @@ struct RequestTerms {
   bool presenceRequired = true;
 };
 
+// NOLINTBEGIN(readability-redundant-member-init): g++ warns where they are left out otherwise
+
 struct AssertionTerms {
   RequestTerms request;
   /// The passkey that the request names.
@@ -45,6 +47,8 @@ struct RegistrationTerms {
   std::vector<std::int64_t> algorithms = {-7};
   std::vector<Data> excludedCredentials = {};
 };
+
+// NOLINTEND(readability-redundant-member-init)
 
 /// What was found about a new passkey, and the passkey if its key could be read.
 struct RegistrationReview {

@@ -34,7 +34,7 @@ bool startsWith(const Data& bytes, std::string_view start) {
 std::string hintForNoObject(const Data& bytes, std::string_view relyingParty) {
   const Data hash = sha256(relyingParty);
   if (bytes.size() >= hash.size() && bytes.slice(0, hash.size()) == hash) {
-    return "this is authData without its object: {\"fmt\", \"attStmt\", \"authData\"}";
+    return R"(this is authData without its object: {"fmt", "attStmt", "authData"})";
   }
   if (startsWith(bytes, "{")) {
     return "this is JSON; an attestation object is CBOR";
@@ -42,7 +42,7 @@ std::string hintForNoObject(const Data& bytes, std::string_view relyingParty) {
   if (startsWith(bytes, "o2") || startsWith(bytes, "a3")) {
     return "this is the object's text in base64 or hexadecimal; send its bytes";
   }
-  return "an attestation object is a CBOR map of \"fmt\", \"attStmt\" and \"authData\"";
+  return R"(an attestation object is a CBOR map of "fmt", "attStmt" and "authData")";
 }
 
 Finding brokenObject(std::string words, std::string wanted, std::string got,
@@ -89,7 +89,7 @@ bool isOnCurve(const Data& x, const Data& y) {
 }
 
 Data reversed(const Data& bytes) {
-  return Data(std::vector<std::uint8_t>(bytes.bytes().rbegin(), bytes.bytes().rend()));
+  return {std::vector<std::uint8_t>(bytes.bytes().rbegin(), bytes.bytes().rend())};
 }
 
 std::string hintForPoint(const Point& point) {
@@ -115,8 +115,9 @@ FindingList judgeLabels(const cbor_item_t* key) {
     std::string_view name;
   };
   FindingList findings;
-  for (const Row& row : {Row{1, 2, "kty (1), the kind of key: EC2"}, Row{3, -7, "alg (3): ES256"},
-                         Row{-1, 1, "crv (-1), the curve: P-256"}}) {
+  for (const Row& row : {Row{.label = 1, .value = 2, .name = "kty (1), the kind of key: EC2"},
+                         Row{.label = 3, .value = -7, .name = "alg (3): ES256"},
+                         Row{.label = -1, .value = 1, .name = "crv (-1), the curve: P-256"}}) {
     const auto* const got = cborMember(key, row.label);
     if (cborInteger(got) != row.value) {
       findings.push_back(brokenObject(
@@ -157,10 +158,9 @@ FindingList judgeKey(const Data& coseKey) {
   const CborStart key = loadCbor(coseKey);
   if (!key.item || !cbor_isa_map(key.item.get())) {
     return {brokenObject("the public key is not a COSE_Key", "a CBOR map", wordsFor(coseKey),
-                         startsWith(coseKey, "\x30")
+                         startsWith(coseKey, "0")  // the tag of DER's sequence
                              ? "it looks like DER, such as a SubjectPublicKeyInfo"
-                         : startsWith(coseKey, "\x04") ? "it looks like a bare point"
-                                                       : "")};
+                             : startsWith(coseKey, "\x04") ? "it looks like a bare point" : "")};
   }
   FindingList findings = judgeLabels(key.item.get());
   std::ranges::move(judgePoint(coseKey), std::back_inserter(findings));

@@ -29,7 +29,7 @@ struct Guess {
 Data joinedBytes(const Data& first, const Data& second) {
   std::vector<std::uint8_t> all(first.bytes().begin(), first.bytes().end());
   all.insert(all.end(), second.bytes().begin(), second.bytes().end());
-  return Data(std::move(all));
+  return {std::move(all)};
 }
 
 /// Authenticator data with another relying party's hash.
@@ -46,20 +46,21 @@ Data withCountChangedBy(int change, const Data& statement) {
   for (std::size_t place = 4; place > 0; --place, count >>= 8U) {
     bytes[CountOffset + place - 1] = static_cast<std::uint8_t>(count);
   }
-  return Data(std::move(bytes));
+  return {std::move(bytes)};
 }
 
 std::vector<Guess<Data>> guessedMessages(const Data& statement, const RequestTerms& terms) {
   const Data& hash = terms.clientDataHash;
   std::vector<Guess<Data>> guesses = {
-      {joinedBytes(statement, hash), ""},
-      {hash, "over clientDataHash alone; authenticatorData comes before it"},
-      {statement, "over authenticatorData alone; clientDataHash follows it"},
-      {joinedBytes(hash, statement), "over clientDataHash before authenticatorData"},
-      {sha256(joinedBytes(statement, hash).bytes()),
-       "hashed twice: ES256 hashes the message itself"},
-      {joinedBytes(statement, sha256(hash.bytes())),
-       "over the hash of clientDataHash, which is a hash already"}};
+      {.value = joinedBytes(statement, hash), .mistake = ""},
+      {.value = hash, .mistake = "over clientDataHash alone; authenticatorData comes before it"},
+      {.value = statement, .mistake = "over authenticatorData alone; clientDataHash follows it"},
+      {.value = joinedBytes(hash, statement),
+       .mistake = "over clientDataHash before authenticatorData"},
+      {.value = sha256(joinedBytes(statement, hash).bytes()),
+       .mistake = "hashed twice: ES256 hashes the message itself"},
+      {.value = joinedBytes(statement, sha256(hash.bytes())),
+       .mistake = "over the hash of clientDataHash, which is a hash already"}};
   if (readAuthenticatorData(statement)) {
     const std::string origin = "https://" + terms.relyingParty;
     guesses.push_back({joinedBytes(withHashOf(origin, statement), hash),
@@ -90,7 +91,7 @@ std::optional<Data> asDer(const Data& raw) {
 }
 
 std::vector<Guess<Data>> guessedSignatures(const Data& signature) {
-  std::vector<Guess<Data>> guesses = {{signature, ""}};
+  std::vector<Guess<Data>> guesses = {{.value = signature, .mistake = ""}};
   if (const auto der = asDer(signature)) {
     guesses.push_back({*der, "raw r‖s of 64 bytes; wanted is a DER Ecdsa-Sig-Value"});
   }
@@ -103,7 +104,7 @@ std::vector<Guess<Data>> guessedSignatures(const Data& signature) {
 }
 
 std::vector<Guess<PublicKey>> guessedKeys(const AssertionTerms& terms) {
-  std::vector<Guess<PublicKey>> guesses = {{terms.passkey->key, ""}};
+  std::vector<Guess<PublicKey>> guesses = {{.value = terms.passkey->key, .mistake = ""}};
   for (const RegisteredPasskey& other : terms.otherPasskeys) {
     const Data identifier = other.credentialID.value_or(Data());
     guesses.push_back(

@@ -32,7 +32,7 @@ std::string namesOf(const std::vector<const CLI::App*>& commands) {
 
 /// The parser's words, but for those that only its own developers understand.
 std::string flawOf(const CLI::Error& error) {
-  const std::string words = error.what();
+  std::string words = error.what();
   const std::string option = words.substr(0, words.find(':'));
   if (words.starts_with(option + ": At Most 1 required")) {
     return option + " may be given only once";

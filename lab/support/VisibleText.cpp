@@ -18,16 +18,16 @@ struct Range {
 
 /// Joiners are left out: they are part of many scripts and pictures, and deceive nobody.
 constexpr std::array<Range, 10> Deceptive{{
-    {0x00, 0x1F},        // C0 controls
-    {0x7F, 0x9F},        // DEL, and C1 controls
-    {0xAD, 0xAD},        // soft hyphen
-    {0x061C, 0x061C},    // Arabic letter mark
-    {0x200B, 0x200B},    // zero width space
-    {0x200E, 0x200F},    // direction marks
-    {0x2028, 0x202E},    // line and paragraph separators, embeddings and overrides
-    {0x2060, 0x206F},    // word joiner, isolates and other format characters
-    {0xFEFF, 0xFEFF},    // byte order mark
-    {0xE0000, 0xE007F},  // tags
+    {.first = 0x00, .last = 0x1F},        // C0 controls
+    {.first = 0x7F, .last = 0x9F},        // DEL, and C1 controls
+    {.first = 0xAD, .last = 0xAD},        // soft hyphen
+    {.first = 0x061C, .last = 0x061C},    // Arabic letter mark
+    {.first = 0x200B, .last = 0x200B},    // zero width space
+    {.first = 0x200E, .last = 0x200F},    // direction marks
+    {.first = 0x2028, .last = 0x202E},    // line and paragraph separators, embeddings and overrides
+    {.first = 0x2060, .last = 0x206F},    // word joiner, isolates and other format characters
+    {.first = 0xFEFF, .last = 0xFEFF},    // byte order mark
+    {.first = 0xE0000, .last = 0xE007F},  // tags
 }};
 
 bool isDeceptive(gunichar character) {

@@ -29,7 +29,11 @@ sockaddr_un addressIn(const std::filesystem::path& container) {
   return address;
 }
 
-Descriptor streamSocket() { return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)); }
+Descriptor streamSocket() {
+  const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  requireSystem(descriptor >= 0, "making a socket");
+  return Descriptor(descriptor);
+}
 
 /// Listens without a look at what is there already.
 Descriptor listenBlindly(const std::filesystem::path& container) {

@@ -33,7 +33,7 @@ std::vector<Mistake> refusalMistakes() {
   return {
       {.name = "spells-a-code-with-a-capital",
        .fails = {"refusal.code"},
-       .hint = "\"Failed\" counts as failed: meant \"failed\"?",
+       .hint = R"("Failed" counts as failed: meant "failed"?)",
        .answer = inRefusalsOfAlgorithms([](Message& answer) { answer["errorCode"] = "Failed"; })},
       {.name = "invents-a-code",
        .fails = {"refusal.code"},
@@ -47,7 +47,7 @@ std::vector<Mistake> refusalMistakes() {
       {.name = "spells-not-found-differently",
        .fails = {"assertion.record", "assertion.allowed", "assertion.relyingParty",
                  "assertion.unknown", "refusal.code"},
-       .hint = "\"CredentialNotFound\" counts as failed: meant \"credentialNotFound\"?",
+       .hint = R"("CredentialNotFound" counts as failed: meant "credentialNotFound"?)",
        .answer =
            [](const auto& /*request*/, auto& answer) {
              if (stringForKey(answer, "errorCode") == "credentialNotFound") {

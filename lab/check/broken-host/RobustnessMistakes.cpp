@@ -9,6 +9,7 @@
 #include <thread>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -184,18 +185,21 @@ void serveMixedUp(int socket, const Mistake& mistake, const Surroundings& surrou
   answer(socket, request, mistake, surroundings);
 }
 
-void leakMemory(int /*socket*/) {
+void keepForever() {
   constexpr std::size_t Size = 16384;
-  static const auto keep = [](Bytes bytes) { std::ignore = new Bytes(std::move(bytes)); };
-  keep(Bytes(Size, 1));
+  static std::mutex mutex;
+  static std::vector<Bytes> kept;
+  const std::scoped_lock lock(mutex);
+  kept.emplace_back(Size, std::uint8_t{1});
 }
 
+void leakMemory(int /*socket*/) { keepForever(); }
+
 void fillCache(int /*socket*/) {
-  constexpr std::size_t Size = 16384;
   constexpr int Most = 500;
   static std::atomic<int> count = 0;
   if (++count < Most) {
-    std::ignore = new Bytes(Size, 1);
+    keepForever();
   }
 }
 

@@ -54,9 +54,9 @@ struct Leaving {
 Result clientLeaves(CheckContext& context) {
   constexpr int Times = 3;
   for (const Leaving& leaving :
-       {Leaving{leaveWithoutReading, "a client that leaves before the answer"},
-        Leaving{leaveWithAnswerUnread, "a client that leaves the answer unread"},
-        Leaving{leaveWithinRequest, "a client that leaves within its request"}}) {
+       {Leaving{.leave = leaveWithoutReading, .how = "a client that leaves before the answer"},
+        Leaving{.leave = leaveWithAnswerUnread, .how = "a client that leaves the answer unread"},
+        Leaving{.leave = leaveWithinRequest, .how = "a client that leaves within its request"}}) {
     for (int time = 0; time < Times; ++time) {
       context.waits().restart();
       leaving.leave(context);
@@ -192,10 +192,18 @@ Result hostLeak(CheckContext& context) {
     }
     before = after;
   }
-  const std::array all{
-      Growth{"descriptors", first.descriptors, after.descriptors, "close every connection"},
-      Growth{"threads", first.threads, after.threads, "end a connection's thread with it"},
-      Growth{"memory in KiB", first.memory, after.memory, "release what a request needed"}};
+  const std::array all{Growth{.what = "descriptors",
+                              .before = first.descriptors,
+                              .after = after.descriptors,
+                              .advice = "close every connection"},
+                       Growth{.what = "threads",
+                              .before = first.threads,
+                              .after = after.threads,
+                              .advice = "end a connection's thread with it"},
+                       Growth{.what = "memory in KiB",
+                              .before = first.memory,
+                              .after = after.memory,
+                              .advice = "release what a request needed"}};
   const auto leak = after.descriptors > first.descriptors + Few ? all[0]
                     : after.threads > first.threads + Few       ? all[1]
                                                                 : all[2];

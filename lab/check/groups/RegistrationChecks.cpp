@@ -40,8 +40,8 @@ Result registrationAttestation(CheckContext& context) {
 
 Result registrationFlags(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().first();
-  const Result result = resultOf(context, {.request = passkey.request, .answer = passkey.answer},
-                                 reviewOf(passkey).findings, {Subject::flags});
+  Result result = resultOf(context, {.request = passkey.request, .answer = passkey.answer},
+                           reviewOf(passkey).findings, {Subject::flags});
   if (result.outcome != Outcome::passed || !context.settings().attended) {
     return result;
   }
@@ -78,7 +78,7 @@ Result registrationExcluded(CheckContext& context) {
   const Data own = context.passkeys().first().credentialID;
   const Data ofOther = context.passkeys().other().credentialID;
   const Data unknown = newIdentifier();
-  const Result result =
+  Result result =
       refusedWith(context, registrationExcluding(context, {unknown, own}),
                   provider_error_code::matchedExcludedCredential, "excludedCredentials is ignored");
   if (result.outcome != Outcome::passed) {

@@ -90,7 +90,7 @@ void JunitReport::finish(const Counts& counts) {
   }
   out_ << R"(<?xml version="1.0" encoding="UTF-8"?>)" << '\n'
        << R"(<testsuite name="korvan-lab check-host" tests=")" << records_.size()
-       << "\" failures=\"" << counts.failed << "\" errors=\"0\" skipped=\"" << counts.skipped
+       << "\" failures=\"" << counts.failed << R"(" errors="0" skipped=")" << counts.skipped
        << "\" time=\"" << seconds(all) << "\">\n";
   for (const CheckRecord& record : records_) {
     writeCase(out_, record);
