@@ -57,7 +57,8 @@ std::optional<Data> fromAnyBase64(std::string_view text) {
 /// Letters and digits in lower case.
 std::string withoutSpelling(std::string_view name) {
   std::string plain;
-  for (const unsigned char each : name) {
+  for (const char character : name) {
+    const auto each = static_cast<unsigned char>(character);
     if (std::isalnum(each) != 0) {
       plain += static_cast<char>(std::tolower(each));
     }

@@ -143,7 +143,7 @@ TEST_F(Manners, NoHostIsToldFromAHostThatFails) {
     Arguments arguments = command;
     arguments.insert(arguments.end(), options.begin(), options.end());
     EXPECT_EQ(runLab(arguments).status, refused) << command.front();
-    arguments[std::ranges::find(arguments, container) - arguments.begin()] = file("nowhere");
+    std::ranges::replace(arguments, container, file("nowhere"));
     EXPECT_EQ(runLab(arguments).status, 3) << command.front();
   }
 }
