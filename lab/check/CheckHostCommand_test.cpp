@@ -25,7 +25,11 @@ using Arguments = std::vector<std::string>;
 
 class CheckHost : public testing::Test {
  protected:
-  void startSampleHost() { stage_.startHost(KORVAN_SAMPLE_HOST, {}).nextEvent(); }
+  void startSampleHost() {
+    SampleHostProcess& host = stage_.startHost(KORVAN_SAMPLE_HOST, {});
+    host.nextEvent();
+    host.ignoreEvents();
+  }
 
   [[nodiscard]] Program::Result checkHost(Arguments arguments) const {
     arguments.insert(arguments.begin(), {"check-host", "--container", stage_.container()});
@@ -46,6 +50,14 @@ TEST_F(CheckHost, FindsNothingWrongWithTheSampleHost) {
   EXPECT_EQ(result.status, 0) << result.output << result.errors;
   EXPECT_THAT(result.output,
               AllOf(HasSubstr("✓ container.exists\n"), HasSubstr("\n\ncheck-host: passing · ")));
+}
+
+TEST_F(CheckHost, MayCheckOneHostAgainAndAgain) {
+  startSampleHost();
+  for (int run = 0; run < 3; ++run) {
+    const auto result = checkHost({"--only", "host.leak"});
+    EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  }
 }
 
 TEST_F(CheckHost, FindsNothingWrongWithTheSampleHostThatItLaunches) {

@@ -26,6 +26,10 @@ class SampleHostProcess {
   /// nothing for 30 seconds.
   nlohmann::json nextEvent();
 
+  /// Reads no more events. A process whose events nobody reads stops once their pipe is full, and
+  /// one without a reader serves on.
+  void ignoreEvents() { events_ = Descriptor(); }
+
   /// Asks the process to end, and waits for that. Further calls do nothing.
   void stop();
 
