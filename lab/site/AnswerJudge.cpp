@@ -114,6 +114,9 @@ FindingList judgeAuthenticatorData(const std::optional<Data>& bytes, const Asser
   findings.push_back(judgeRestOfAssertion(*statement));
   if (terms.passkey) {
     findings.push_back(judgeCounter(statement->signCount, terms.passkey->signCount));
+    if (terms.passkey->backupEligible) {
+      findings.push_back(judgeEligibility(statement->flags, *terms.passkey->backupEligible));
+    }
   }
   return findings;
 }
@@ -129,6 +132,12 @@ Finding judgeSignatureIn(const ProviderMessage& answer, const AssertionTerms& te
                                 : notChecked(Subject::signature,
                                              "the signature was not checked: it or what it signs "
                                              "is missing");
+}
+
+/// The flag BE; not known where BS contradicts it.
+std::optional<bool> backupEligibility(std::uint8_t flags) {
+  const bool eligible = (flags & BackupEligible) != 0;
+  return eligible || (flags & BackedUp) == 0 ? std::optional(eligible) : std::nullopt;
 }
 
 /// The authenticator data inside an attestation object, and the passkey in it.
@@ -161,6 +170,7 @@ RegistrationReview judgeAttestedStatement(const Data& bytes, const ProviderMessa
                                        .credentialID = attested->credentialID,
                                        .userHandle = terms.userHandle,
                                        .signCount = statement->signCount,
+                                       .backupEligible = backupEligibility(statement->flags),
                                        .relyingParty = terms.request.relyingParty};
   }
   return review;

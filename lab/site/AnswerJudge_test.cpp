@@ -236,6 +236,20 @@ TEST_F(AssertionJudge, ReadsTheAuthenticatorDataByteByByte) {
       answerStating(joined({flags(Sound | ExtensionDataIncluded), bytes({0xA0})})), terms_)));
 }
 
+TEST_F(AssertionJudge, WantsTheEligibilityForBackupsThatWasRegistered) {
+  const auto stating = [this](unsigned flags) {
+    return answerStating(host::authenticatorData(
+        "example.com", static_cast<std::uint8_t>(UserPresent | UserVerified | flags), 6));
+  };
+  terms_.passkey->backupEligible = true;
+  EXPECT_TRUE(isVerified(judgeAssertion(stating(BackupEligible), terms_)));
+  EXPECT_TRUE(isVerified(judgeAssertion(stating(BackupEligible | BackedUp), terms_)));
+  expectFlaw(stating(0), {Subject::flags}, "BE is not as it was when the passkey was registered");
+  terms_.passkey->backupEligible = false;
+  EXPECT_TRUE(isVerified(judgeAssertion(stating(0), terms_)));
+  expectFlaw(stating(BackupEligible), {Subject::flags}, "wanted BE (0x08) clear");
+}
+
 TEST_F(AssertionJudge, WantsACounterThatGrowsOrStaysZero) {
   const auto counting = [this](std::uint32_t count) {
     return answerStating(host::authenticatorData("example.com", UserPresent | UserVerified, count));
@@ -397,8 +411,11 @@ TEST_F(RegistrationJudge, FindsNothingWrongWithASoundAnswerAndRemembersThePasske
 TEST_F(RegistrationJudge, AcceptsAnyModelOfAuthenticatorAndFormat) {
   EXPECT_TRUE(
       isVerified(judgeRegistration(answerStating(with(attested(), 3, 7)), terms_).findings));
-  // "none" becomes "nome".
-  const auto other = judgeRegistration(answerAttesting(with(object(), 8, 'm')), terms_);
+  // "none" becomes "nome", with a statement of one member.
+  const Data whole = object();
+  const Data changed = joined({with(whole.slice(0, 18), 8, 'm'), bytes({0xA1, 0x61, 'x', 0}),
+                               whole.slice(19, whole.size() - 19)});
+  const auto other = judgeRegistration(answerAttesting(changed), terms_);
   EXPECT_TRUE(isVerified(other.findings)) << detailsOf(other.findings);
 }
 
@@ -434,6 +451,8 @@ TEST_F(RegistrationJudge, WantsTheAttestationObjectInCanonicalForm) {
   expectFlaw(answerAttesting(joined({bytes({0xA3}), format, statement.slice(0, 8),
                                      bytes({0xA1, 0x61, 'x', 0}), rest})),
              OfAttestation, "the format \"none\" has a statement");
+  expectFlaw(answerAttesting(with(whole, 8, 'm')), OfAttestation,
+             "the format \"nome\" has an empty statement");
 }
 
 TEST_F(RegistrationJudge, WantsTheAttestedCredentialBehindItsFlag) {

@@ -66,6 +66,10 @@ FindingList judgeMembers(const cbor_item_t* object) {
   } else if (cborText(format) == "none" && cbor_map_size(statement) != 0) {
     findings.push_back(brokenObject("the format \"none\" has a statement", "\"attStmt\": {}",
                                     wordsFor(statement)));
+  } else if (cborText(format) && cborText(format) != "none" && cbor_map_size(statement) == 0) {
+    findings.push_back(brokenObject("the format " + wordsFor(format) + " has an empty statement",
+                                    "the members of that format's \"attStmt\"", "\"attStmt\": {}",
+                                    "an attestation without a statement has the format \"none\""));
   }
   if (!cborBytes(data)) {
     findings.push_back(brokenObject("the attestation object has no authenticator data",

@@ -15,6 +15,9 @@ struct RegisteredPasskey {
   std::optional<Data> credentialID;
   std::optional<Data> userHandle;
   std::uint32_t signCount = 0;
+  /// The flag BE, which never changes.
+  // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
+  std::optional<bool> backupEligible = std::nullopt;
   /// The relying party that it was made for.
   // NOLINTNEXTLINE(readability-redundant-member-init): g++ warns where it is left out otherwise
   std::optional<std::string> relyingParty = std::nullopt;

@@ -63,8 +63,8 @@ Finding judgeVerification(std::uint8_t flags, bool required) {
              ? failing(Subject::verification, "the user was not verified",
                        {.wanted = "UV (0x04), which the request requires, or a refusal",
                         .got = wordsForFlags(flags),
-                        .hint = "a silent request that cannot verify the user is refused with "
-                                "userInteractionRequired"})
+                        .hint = "verify the user, and then set UV; a silent request for which the "
+                                "host would have to ask is refused with userInteractionRequired"})
              : holding(Subject::verification, "the user was not verified, which was not required");
 }
 
@@ -148,6 +148,17 @@ Finding judgeExtensions(std::uint8_t flags, const Data& rest, Subject subject) {
                : failing(subject, "the flag ED announces extensions, and none follow",
                          {.wanted = "a CBOR map, or ED (0x80) clear",
                           .got = wordsFor(rest) + "; " + wordsForFlags(flags)});
+}
+
+Finding judgeEligibility(std::uint8_t flags, bool registered) {
+  const auto words = [](bool eligible) { return eligible ? "BE (0x08) set" : "BE (0x08) clear"; };
+  if (has(flags, BackupEligible) == registered) {
+    return holding(Subject::flags, "as eligible for backups as when it was registered");
+  }
+  return failing(Subject::flags, "BE is not as it was when the passkey was registered",
+                 {.wanted = words(registered),
+                  .got = wordsForFlags(flags),
+                  .hint = "BE never changes; BS tells whether it is backed up now"});
 }
 
 Finding judgeCounter(std::uint32_t count, std::uint32_t known) {

@@ -27,6 +27,10 @@ namespace korvan::lab {
 [[nodiscard]] Finding judgeExtensions(std::uint8_t flags, const Data& rest,
                                       Finding::Subject subject);
 
+/// Whether the flag BE is as it was in the registration, which WebAuthn demands:
+/// https://www.w3.org/TR/webauthn-3/#sctn-credential-backup
+[[nodiscard]] Finding judgeEligibility(std::uint8_t flags, bool registered);
+
 /// Whether the sign count grows, or is always zero.
 [[nodiscard]] Finding judgeCounter(std::uint32_t count, std::uint32_t known);
 
