@@ -12,7 +12,10 @@
 namespace korvan::lab::check {
 namespace {
 
-constexpr std::size_t UserHandleSize = 16;
+Data newUserHandle() {
+  constexpr std::size_t Size = 16;
+  return randomData(Size);
+}
 
 /// The passkey that `ask` gives. Throws a CheckEnd "skipped" when it is none.
 const CheckPasskey& made(const std::function<const CheckPasskey&()>& ask,
@@ -40,7 +43,7 @@ const CheckPasskey& CheckPasskeys::firstRegistration() {
   }
   if (first_ == nullptr) {
     try {
-      first_ = &ask(RelyingParty, "alice");
+      first_ = &ask(RelyingParty, "alice", newUserHandle());
     } catch (const CheckEnd& end) {
       unanswered_ = end;
       throw;
@@ -68,18 +71,27 @@ const CheckPasskey& CheckPasskeys::other() {
 }
 
 const CheckPasskey& CheckPasskeys::make(std::string_view relyingParty, std::string_view userName) {
-  return made([&]() -> const CheckPasskey& { return ask(relyingParty, userName); }, context_);
+  return made([&]() -> const CheckPasskey& { return ask(relyingParty, userName, newUserHandle()); },
+              context_);
 }
 
-const CheckPasskey& CheckPasskeys::ask(std::string_view relyingParty, std::string_view userName) {
-  const Data handle = randomData(UserHandleSize);
-  CheckPasskey passkey{
-      .request = registrationRequest(relyingParty, userName, handle, context_.settings().attended),
-      .answer = {},
-      .relyingParty = std::string(relyingParty),
-      .userName = std::string(userName),
-      .userHandle = handle,
-      .credentialID = {}};
+const CheckPasskey& CheckPasskeys::makeAgain(const CheckPasskey& older) {
+  return made(
+      [&]() -> const CheckPasskey& {
+        return ask(older.relyingParty, older.userName, older.userHandle);
+      },
+      context_);
+}
+
+const CheckPasskey& CheckPasskeys::ask(std::string_view relyingParty, std::string_view userName,
+                                       const Data& userHandle) {
+  CheckPasskey passkey{.request = registrationRequest(relyingParty, userName, userHandle,
+                                                      context_.settings().attended),
+                       .answer = {},
+                       .relyingParty = std::string(relyingParty),
+                       .userName = std::string(userName),
+                       .userHandle = userHandle,
+                       .credentialID = {}};
   context_.tellPerson("Now: agree in your host to a passkey for " + passkey.relyingParty + ".");
   passkey.answer = context_.exchange(passkey.request);
   if (booleanForKey(passkey.answer, provider_message_key::ok)) {

@@ -43,6 +43,9 @@ class CheckPasskeys {
   /// One more, of a user with a new random handle, to be changed or removed by a check.
   const CheckPasskey& make(std::string_view relyingParty, std::string_view userName);
 
+  /// A new passkey of the same user, which takes the older one's place.
+  const CheckPasskey& makeAgain(const CheckPasskey& older);
+
   /// Has removeAll() remove a passkey too that a check has made with a request of its own.
   void remember(std::string relyingParty, Data credentialID);
 
@@ -58,7 +61,8 @@ class CheckPasskeys {
     Data credentialID;
   };
 
-  const CheckPasskey& ask(std::string_view relyingParty, std::string_view userName);
+  const CheckPasskey& ask(std::string_view relyingParty, std::string_view userName,
+                          const Data& userHandle);
 
   CheckContext& context_;
   std::deque<CheckPasskey> passkeys_;

@@ -135,6 +135,9 @@ RegistrationReview reviewOf(const Exchange& exchange) {
   for (const PropertyListValue& each : arrayIn(exchange.request, keys::supportedAlgorithms)) {
     terms.algorithms.push_back(*each.integer());
   }
+  if (terms.algorithms.empty()) {
+    terms.algorithms.push_back(Es256);
+  }
   return judgeRegistration(exchange.answer, terms);
 }
 

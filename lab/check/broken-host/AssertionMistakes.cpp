@@ -231,6 +231,10 @@ std::vector<Mistake> wrongStatements() {
        .fails = {"assertion.authenticatorData"},
        .hint = "its backup flags do not agree",
        .statement = withoutFlags(isAssertion, 0x08)},
+      {.name = "changes-the-eligibility-for-backups",
+       .fails = {"assertion.authenticatorData"},
+       .hint = "BE is not as it was when the passkey was registered",
+       .statement = withoutFlags(isAssertion, 0x18)},
       {.name = "states-the-hash-alone",
        .fails = {"assertion.authenticatorData"},
        .hint = "the flags and the counter are missing",
@@ -247,6 +251,13 @@ std::vector<Mistake> wrongStatements() {
            isAssertion,
            [](Message& request) { request["userVerificationPreference"] = "preferred"; }),
        .statement = withoutFlags(isAssertion, 0x04)},
+      {.name = "asks-where-a-silent-assertion-requires-verification",
+       .fails = {"assertion.verification"},
+       .hint = "the request does not allow interaction",
+       .serve = waitingForUser([](const Message& request) {
+         return isSilentAssertion(request) &&
+                stringForKey(request, "userVerificationPreference") == "required";
+       })},
       {.name = "calls-a-missing-verification-failed",
        .fails = {"assertion.verification"},
        .hint = "refused with \"failed\"",

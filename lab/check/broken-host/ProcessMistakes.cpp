@@ -1,6 +1,9 @@
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -12,6 +15,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
 #include "lab/support/SystemError.h"
 
@@ -159,6 +163,19 @@ std::vector<Mistake> processMistakes() {
        .launched = true,
        .options = {"--skip", "restart.keeps"},
        .listen = shareWithChild},
+      {.name = "counts-from-the-start-again",
+       .fails = {"restart.keeps"},
+       .hint = "the sign count starts again after a restart: keep it with the passkey",
+       .launched = true,
+       .statement =
+           [](const auto& request, auto& statement) {
+             static std::uint8_t count = 0;
+             if (isAssertion(request)) {
+               constexpr std::size_t CountPlace = 33;
+               std::ranges::copy(std::array<std::uint8_t, 4>{0, 0, 0, ++count},
+                                 statement.begin() + CountPlace);
+             }
+           }},
       {.name = "forgets-passkeys",
        .fails = {"restart.keeps"},
        .hint = "the passkeys are gone after a restart",

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <iterator>
 #include <string>
@@ -46,6 +47,14 @@ void shortenIdentifier(Bytes& statement) {
   constexpr std::size_t ShortSize = 8;
   statement.erase(statement.begin() + IdentifierPlace + ShortSize, statement.begin() + KeyPlace);
   statement.at(IdentifierPlace - 1) = ShortSize;
+}
+
+/// The same for all passkeys of a user.
+Data identifierOfUser(const Message& request) {
+  const Data handle = *dataForKey(request, "userHandle");
+  Bytes bytes(KeyPlace - IdentifierPlace, 7);
+  std::ranges::copy(handle.bytes().first(std::min(handle.size(), bytes.size())), bytes.begin());
+  return {std::move(bytes)};
 }
 
 Data shortIdentifier(const Data& identifier) { return identifier.slice(0, 8); }
@@ -113,6 +122,20 @@ std::vector<Mistake> wrongAttestations() {
        .fails = {"registration.attestation"},
        .hint = "keys out of order",
        .answer = inAnswers(isRegistration, putStatementFirst)},
+      {.name = "attests-packed-without-a-statement",
+       .fails = {"registration.attestation"},
+       .hint = "the format \"packed\" has an empty statement",
+       .answer = inAnswers(isRegistration,
+                           [](Message& answer) {
+                             const Data object = *dataForKey(answer, "attestationObject");
+                             Bytes bytes(object.bytes().begin(), object.bytes().end());
+                             // {"fmt": "none", ...}
+                             constexpr std::array<std::uint8_t, 7> Packed = {0x66, 'p', 'a', 'c',
+                                                                             'k',  'e', 'd'};
+                             bytes.erase(bytes.begin() + 5, bytes.begin() + 10);
+                             bytes.insert(bytes.begin() + 5, Packed.begin(), Packed.end());
+                             answer["attestationObject"] = Data(std::move(bytes));
+                           })},
       {.name = "attests-without-the-flag",
        .fails = {"registration.attestation"},
        .hint = "the flag AT is missing",
@@ -166,7 +189,7 @@ std::vector<Mistake> wrongFlags() {
        .statement = withoutFlags(isRegistration, 0x01)},
       {.name = "registers-without-verification",
        .fails = {"registration.flags"},
-       .hint = "the user was not verified",
+       .hint = "the user was not verified: verify the user, and then set UV",
        .statement = withoutFlags(isRegistration, 0x04)},
       {.name = "backs-up-what-cannot-be",
        .fails = {"registration.flags"},
@@ -193,6 +216,49 @@ std::vector<Mistake> wrongRegistrations() {
            [](const auto& request, auto& passkeys) {
              if (isRegistration(request)) {
                passkeys.back().credentialID = onlyIdentifier();
+             }
+           }},
+      {.name = "gives-a-user-the-same-credential-id-again",
+       .fails = {"registration.unique"},
+       .hint = "a user's new passkey and the one before have the same credential ID",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isMade(request, answer)) {
+               answer["credentialID"] = identifierOfUser(request);
+             }
+           },
+       .statement =
+           [](const auto& request, auto& statement) {
+             if (isRegistration(request)) {
+               putAt(statement, IdentifierPlace, identifierOfUser(request));
+             }
+           },
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             if (isRegistration(request)) {
+               passkeys.back().credentialID = identifierOfUser(request);
+             }
+           }},
+      {.name = "keeps-a-users-older-passkeys",
+       .fails = {"assertion.unknown"},
+       .hint = "a user's older passkey still signs in; the new one takes its place",
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             static std::vector<host::Passkey> before;
+             for (const host::Passkey& old : before) {
+               if (isRegistration(request) && old.userHandle == dataForKey(request, "userHandle")) {
+                 passkeys.insert(passkeys.begin(), old);
+               }
+             }
+             before = passkeys;
+           }},
+      {.name = "keeps-the-newest-passkey-alone",
+       .fails = {"assertion.answer"},
+       .hint = "a passkey of the host's own is refused",
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             if (isRegistration(request)) {
+               passkeys.erase(passkeys.begin(), passkeys.end() - 1);
              }
            }},
       {.name = "gives-all-the-same-key",
@@ -222,6 +288,16 @@ std::vector<Mistake> wrongRegistrations() {
              if (isRegistration(request)) {
                const auto all = *valueForKey(request, "supportedAlgorithms")->array();
                request["supportedAlgorithms"] = PropertyListValue::Array{all.front()};
+             }
+           }},
+      {.name = "refuses-an-empty-list-of-algorithms",
+       .fails = {"registration.algorithm"},
+       .hint = "an empty supportedAlgorithms is refused; it stands for ES256",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isRegistration(request) &&
+                 valueForKey(request, "supportedAlgorithms")->array()->empty()) {
+               answer = refusal("failed");
              }
            }},
       {.name = "ignores-exclusions",

@@ -70,6 +70,31 @@ std::vector<Mistake> reportMistakes() {
        .fails = {"report.userName"},
        .hint = "another user's name was changed too",
        .answer = cancelingFor([](const Data& userHandle) { return userHandle != renamedUser(); })},
+      {.name = "takes-the-user-name-for-the-handle",
+       .fails = {"report.userName"},
+       .hint = "updateUserName has changed the user handle too",
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             for (host::Passkey& each : passkeys) {
+               if (isOf(request, "updateUserName") &&
+                   each.userHandle == dataForKey(request, "userHandle")) {
+                 const std::string name = *stringForKey(request, "userName");
+                 each.userHandle = Data(Bytes(name.begin(), name.end()));
+               }
+             }
+           }},
+      {.name = "removes-renamed-passkeys",
+       .fails = {"report.userName"},
+       .hint = "updateUserName has removed the passkey",
+       .keep = removingAfter("updateUserName",
+                             [](const auto& passkey, const auto& request) {
+                               return passkey.userHandle != dataForKey(request, "userHandle");
+                             })},
+      {.name = "refuses-reports-that-it-heeds",
+       .fails = {},
+       .hint = "updateUserName is refused, about a passkey that the host has",
+       .warns = {"report.userName", "report.unknown", "report.accepted"},
+       .answer = refusing(isReport, "failed")},
       {.name = "ignores-unknown-credentials",
        .fails = {"report.unknown"},
        .hint = "the passkey still signs in: removeUnknownCredential is ignored",

@@ -26,7 +26,8 @@ ProviderMessage requestFor(const CheckPasskey& passkey, AllowsUser allowsUser = 
 /// Signs in with a passkey that the request names.
 Exchange signIn(CheckContext& context, const CheckPasskey& passkey) {
   Exchange exchange = askToSign(context, requestFor(passkey));
-  requireServed(context, exchange, "an assertion", "a passkey of the host's own is refused");
+  requireServed(context, exchange, "an assertion",
+                "a passkey of the host's own is refused; has a later registration removed it?");
   return exchange;
 }
 
@@ -104,8 +105,16 @@ Result assertionRelyingParty(CheckContext& context) {
 
 Result assertionUnknown(CheckContext& context) {
   const auto request = assertionRequest(RelyingParty, newIdentifier(), false);
-  return refusedWith(context, askToSign(context, request), codes::credentialNotFound,
-                     "another passkey signed in place of one that the host does not have");
+  const Result result =
+      refusedWith(context, askToSign(context, request), codes::credentialNotFound,
+                  "another passkey signed in place of one that the host does not have");
+  if (result.outcome != Outcome::passed) {
+    return result;
+  }
+  const CheckPasskey& replaced = context.passkeys().make(RelyingParty, "kim");
+  std::ignore = context.passkeys().makeAgain(replaced);
+  return refusedWith(context, askToSign(context, requestFor(replaced)), codes::credentialNotFound,
+                     "a user's older passkey still signs in; the new one takes its place");
 }
 
 Result assertionAuthenticatorData(CheckContext& context) {
@@ -146,7 +155,7 @@ Result assertionVerification(CheckContext& context) {
     request[keys::userVerificationPreference] = "required";
     return allowsUser ? askUserToSign(context, request,
                                       "Now: verify yourself in your host, as with a fingerprint.")
-                      : Exchange{.request = request, .answer = context.exchange(request)};
+                      : askSilently(context, request);
   };
   const Exchange silent = ask(false);
   if (isOk(silent.answer)) {
@@ -243,7 +252,7 @@ std::vector<Check> assertionChecks() {
        .see = "assertion-and-interactiveassertion",
        .run = assertionRelyingParty},
       {.name = "assertion.unknown",
-       .passes = "no passkey signs for an ID that nobody has",
+       .passes = "no passkey signs for an ID that nobody has, or has no longer",
        .needs = {Need::host, Need::passkey},
        .after = {"assertion.answer"},
        .see = "refusals",

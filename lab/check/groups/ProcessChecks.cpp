@@ -1,7 +1,9 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -10,6 +12,7 @@
 #include "lab/check/CheckContext.h"
 #include "lab/check/Peer.h"
 #include "lab/check/Requests.h"
+#include "lab/site/AttestationReader.h"
 
 namespace korvan::lab::check {
 namespace {
@@ -104,6 +107,25 @@ Result restartStop(CheckContext& context) {
   return passed();
 }
 
+std::uint32_t signCountIn(const ProviderMessage& answer) {
+  const auto bytes = dataForKey(answer, provider_message_key::authenticatorData);
+  const auto statement = bytes ? readAuthenticatorData(*bytes) : std::nullopt;
+  return statement ? statement->signCount : 0;
+}
+
+/// Passes unless the count after a restart is below that before it. See assertion.counter for one
+/// that does not grow otherwise.
+Result countGoesOn(const ProviderMessage& before, const ProviderMessage& after) {
+  if (signCountIn(after) >= signCountIn(before)) {
+    return passed();
+  }
+  return failed({.sent = "an assertion before a restart, and one after it",
+                 .got = "the sign count " + std::to_string(signCountIn(before)) + ", and then " +
+                        std::to_string(signCountIn(after)),
+                 .wanted = "zero always, or more with every assertion",
+                 .hint = "the sign count starts again after a restart: keep it with the passkey"});
+}
+
 Result restartKeeps(CheckContext& context) {
   const bool attended = context.settings().attended;
   const CheckPasskey passkey = context.passkeys().first();
@@ -113,6 +135,8 @@ Result restartKeeps(CheckContext& context) {
     context.tellPerson("Now: agree in your host to sign in to " + passkey.relyingParty + ".");
     return context.exchange(request);
   };
+  // Twice, so that the count is above that of a first sign-in.
+  std::ignore = signIn();
   const ProviderMessage before = signIn();
   if (!booleanForKey(before, provider_message_key::ok)) {
     return skipped("an assertion was answered with " + context.described(before));
@@ -122,7 +146,7 @@ Result restartKeeps(CheckContext& context) {
   const ProviderMessage after = signIn();
   const std::string code = stringForKey(after, provider_message_key::errorCode).value_or("");
   if (booleanForKey(after, provider_message_key::ok)) {
-    return passed();
+    return countGoesOn(before, after);
   }
   if (code == provider_error_code::vaultLocked ||
       code == provider_error_code::userInteractionRequired) {
@@ -157,7 +181,7 @@ std::vector<Check> processChecks() {
        .see = "the-socket",
        .run = restartStop},
       {.name = "restart.keeps",
-       .passes = "the passkeys are still there after a restart",
+       .passes = "the passkeys, and their sign counts, are still there after a restart",
        .needs = {Need::program, Need::host, Need::passkey},
        .after = {"answer.ok"},
        .see = "check-your-host",

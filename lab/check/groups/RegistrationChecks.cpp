@@ -65,7 +65,16 @@ Result registrationAlgorithm(CheckContext& context) {
   const Exchange fit = askToRegister(context, request);
   requireServed(context, fit, "a passkey for ES256 (-7)",
                 "only the first of supportedAlgorithms is looked at");
-  return resultOf(context, fit, reviewOf(fit).findings, {Subject::algorithm});
+  const Result result = resultOf(context, fit, reviewOf(fit).findings, {Subject::algorithm});
+  if (result.outcome != Outcome::passed) {
+    return result;
+  }
+  request = newRequest(context);
+  request[keys::supportedAlgorithms] = PropertyListValue::Array{};
+  const Exchange any = askToRegister(context, request);
+  requireServed(context, any, "a passkey for ES256 (-7)",
+                "an empty supportedAlgorithms is refused; it stands for ES256");
+  return resultOf(context, any, reviewOf(any).findings, {Subject::algorithm});
 }
 
 Exchange registrationExcluding(CheckContext& context, const std::vector<Data>& excluded) {
@@ -75,8 +84,9 @@ Exchange registrationExcluding(CheckContext& context, const std::vector<Data>& e
 }
 
 Result registrationExcluded(CheckContext& context) {
-  const Data own = context.passkeys().first().credentialID;
   const Data ofOther = context.passkeys().other().credentialID;
+  // The newest: a host that has lost older ones does not ignore the exclusion.
+  const Data own = context.passkeys().make(RelyingParty, "ivan").credentialID;
   const Data unknown = newIdentifier();
   Result result =
       refusedWith(context, registrationExcluding(context, {unknown, own}),
@@ -101,20 +111,31 @@ std::optional<Data> coseKeyIn(const ProviderMessage& answer) {
   return attested ? std::optional(attested->coseKey) : std::nullopt;
 }
 
+/// Ends the check unless the second passkey has an ID and a key of its own.
+void requireDifferent(const CheckContext& context, const CheckPasskey& first,
+                      const CheckPasskey& second, const std::string& who) {
+  const auto fail = [&](const std::string& what, const Data& value) {
+    throw CheckEnd(failed({.sent = context.described(second.request),
+                           .got = "twice the same " + what + ", " + wordsFor(value),
+                           .wanted = "another " + what + " for each passkey",
+                           .hint = who + " have the same " + what}));
+  };
+  if (first.credentialID == second.credentialID) {
+    fail("credential ID", first.credentialID);
+  }
+  if (const auto key = coseKeyIn(first.answer); key && key == coseKeyIn(second.answer)) {
+    fail("public key", *key);
+  }
+}
+
 Result registrationUnique(CheckContext& context) {
   const CheckPasskey& first = context.passkeys().first();
   const CheckPasskey& second = context.passkeys().second();
-  const auto fail = [&](const std::string& what, const Data& value) {
-    return failed({.sent = context.described(second.request),
-                   .got = "twice the same " + what + ", " + wordsFor(value),
-                   .wanted = "another " + what + " for each passkey",
-                   .hint = "two passkeys have the same " + what});
-  };
-  if (first.credentialID == second.credentialID) {
-    return fail("credential ID", first.credentialID);
-  }
-  const auto key = coseKeyIn(first.answer);
-  return key && key == coseKeyIn(second.answer) ? fail("public key", *key) : passed();
+  requireDifferent(context, first, second, "two passkeys");
+  const CheckPasskey& older = context.passkeys().make(RelyingParty, "judy");
+  requireDifferent(context, older, context.passkeys().makeAgain(older),
+                   "a user's new passkey and the one before");
+  return passed();
 }
 
 Result registrationConditional(CheckContext& context) {

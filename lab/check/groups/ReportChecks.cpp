@@ -24,9 +24,9 @@ bool isSignedWith(const CheckPasskey& passkey, const Exchange& exchange) {
 }
 
 /// Ends the check unless the passkey signs in after the report.
-void requireSignsIn(CheckContext& context, const CheckPasskey& passkey,
-                    const ProviderMessage& report, const std::string& hint) {
-  const Exchange exchange = trySignIn(context, passkey);
+Exchange requireSignsIn(CheckContext& context, const CheckPasskey& passkey,
+                        const ProviderMessage& report, const std::string& hint) {
+  Exchange exchange = trySignIn(context, passkey);
   if (!isOk(exchange.answer)) {
     throw CheckEnd(failed({.sent = context.described(report),
                            .got = context.described(exchange.answer),
@@ -34,6 +34,20 @@ void requireSignsIn(CheckContext& context, const CheckPasskey& passkey,
                                      passkey.relyingParty + ", as before",
                            .hint = hint}));
   }
+  return exchange;
+}
+
+/// Passes when the host accepted a report about a passkey that it has. The extension does not read
+/// the answer, so nobody is harmed otherwise.
+Result resultOfReport(const CheckContext& context, const Exchange& report) {
+  if (isOk(report.answer) || needsUser(report.answer)) {
+    return passed();
+  }
+  return warned({.sent = context.described(report.request),
+                 .got = context.described(report.answer),
+                 .wanted = "ok true",
+                 .hint = *stringForKey(report.request, keys::type) +
+                         " is refused, about a passkey that the host has"});
 }
 
 /// Passkeys that no report is about. Ends the check when one does not sign in already before.
@@ -80,43 +94,53 @@ Result reportUserName(CheckContext& context) {
   const CheckPasskey& renamed = context.passkeys().make(RelyingParty, "erin");
   const CheckPasskey& first = context.passkeys().first();
   const auto report = userNameReport(renamed.relyingParty, renamed.userHandle, "fiona");
-  std::ignore = context.exchange(report);
+  const Exchange before = trySignIn(context, renamed);
+  const ProviderMessage answer = context.exchange(report);
+  const Exchange after =
+      requireSignsIn(context, renamed, report, "updateUserName has removed the passkey");
+  if (dataForKey(after.answer, keys::userHandle) != dataForKey(before.answer, keys::userHandle)) {
+    return failed({.sent = context.described(report),
+                   .got = context.described(after.answer),
+                   .wanted = "the user handle that was registered",
+                   .hint = "updateUserName has changed the user handle too"});
+  }
   requireShown(context, renamed, "fiona", report, "updateUserName is ignored");
   requireShown(context, first, first.userName, report, "another user's name was changed too");
-  return passed();
+  return resultOfReport(context, {.request = report, .answer = answer});
 }
 
 Result reportUnknown(CheckContext& context) {
   const auto others = bystanders(context);
   const CheckPasskey& unknown = context.passkeys().make(RelyingParty, "grace");
   const auto report = unknownCredentialReport(unknown.relyingParty, unknown.credentialID);
-  std::ignore = context.exchange(report);
+  const ProviderMessage answer = context.exchange(report);
   requireGone(context, unknown, report);
   for (const CheckPasskey* other : others) {
-    requireSignsIn(context, *other, report, "another passkey was removed too");
+    std::ignore = requireSignsIn(context, *other, report, "another passkey was removed too");
   }
-  return passed();
+  return resultOfReport(context, {.request = report, .answer = answer});
 }
 
 Result reportAccepted(CheckContext& context) {
   const auto others = bystanders(context);
   const CheckPasskey& passkey = context.passkeys().make(RelyingParty, "heidi");
   const auto listing = [&](const std::vector<Data>& accepted) {
-    auto report = acceptedCredentialsReport(passkey.relyingParty, passkey.userHandle, accepted);
-    std::ignore = context.exchange(report);
-    return report;
+    const auto report =
+        acceptedCredentialsReport(passkey.relyingParty, passkey.userHandle, accepted);
+    return Exchange{.request = report, .answer = context.exchange(report)};
   };
-  const auto accepting = listing({newIdentifier(), passkey.credentialID});
-  requireSignsIn(context, passkey, accepting, "a passkey was removed that is accepted");
-  const auto leavingOut = listing({});
-  requireGone(context, passkey, leavingOut);
+  const Exchange accepting = listing({newIdentifier(), passkey.credentialID});
+  std::ignore =
+      requireSignsIn(context, passkey, accepting.request, "a passkey was removed that is accepted");
+  const Exchange leavingOut = listing({});
+  requireGone(context, passkey, leavingOut.request);
   for (const CheckPasskey* other : others) {
-    requireSignsIn(context, *other, leavingOut,
-                   "another user's passkey was removed: the list is of one user");
+    std::ignore = requireSignsIn(context, *other, leavingOut.request,
+                                 "another user's passkey was removed: the list is of one user");
   }
   // A host that has only hidden it may let it sign again.
   std::ignore = listing({passkey.credentialID});
-  return passed();
+  return resultOfReport(context, leavingOut);
 }
 
 Result reportStranger(CheckContext& context) {
@@ -135,7 +159,7 @@ Result reportStranger(CheckContext& context) {
             "a report of an unknown user changed another user's passkey"}}) {
     std::ignore = context.exchange(report);
     for (const CheckPasskey* other : others) {
-      requireSignsIn(context, *other, report, hint);
+      std::ignore = requireSignsIn(context, *other, report, hint);
     }
   }
   return passed();
@@ -146,7 +170,7 @@ Result reportStranger(CheckContext& context) {
 std::vector<Check> reportChecks() {
   return {
       {.name = "report.userName",
-       .passes = "updateUserName gives one user's passkey its new name",
+       .passes = "after updateUserName the person finds one user's passkey under its new name",
        .needs = {Need::host, Need::passkey, Need::person},
        .after = {"assertion.list"},
        .see = "reports",
