@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <tuple>
 #include <utility>
 
 #include "channel/ProviderFrame.h"
 #include "lab/check/Check.h"
 #include "lab/check/Requests.h"
+#include "lab/check/SocketTable.h"
 #include "lab/json/MessageJson.h"
 
 namespace korvan::lab::check {
@@ -31,7 +34,27 @@ CheckContext::CheckContext(CheckSettings settings, Voice say)
       program_(settings_.launch.empty() ? nullptr
                                         : std::make_unique<LaunchedProgram>(settings_.launch)) {}
 
+Connection CheckContext::connect() {
+  closeSilentConnection();
+  Connection connection(socketPath(), waits_);
+  hasConnected_ = true;
+  return connection;
+}
+
+const Connection& CheckContext::silentConnection() {
+  if (!silentConnection_) {
+    silentConnection_.emplace(connect());
+  }
+  return *silentConnection_;
+}
+
 bool CheckContext::hostListens() const {
+  std::error_code error;
+  if (std::filesystem::is_socket(socketPath(), error) &&
+      std::ranges::any_of(socketsAt(socketPath()), &SocketEntry::listens)) {
+    return true;
+  }
+  // The table has another name for a socket that was bound to a relative path.
   try {
     const Connection connection(socketPath(), waits_);
     return true;
@@ -40,15 +63,14 @@ bool CheckContext::hostListens() const {
   }
 }
 
-ProviderMessage CheckContext::exchange(const ProviderMessage& request) const {
+ProviderMessage CheckContext::exchange(const ProviderMessage& request) {
   Connection connection = connect();
   // A host may answer before it has read everything, as when it refuses the size.
   std::ignore = connection.sendFrame(encoded(request).bytes());
   return answerOn(connection, request);
 }
 
-ProviderMessage CheckContext::answerOn(Connection& connection,
-                                       const ProviderMessage& request) const {
+ProviderMessage CheckContext::answerOn(Connection& connection, const ProviderMessage& request) {
   ProviderFramePrefix prefix{};
   const auto fail = [&](const std::string& got, const std::string& hint) {
     throw CheckEnd(failed({.sent = described(request),
@@ -84,15 +106,9 @@ ProviderMessage CheckContext::answerOn(Connection& connection,
     fail(check::described(bytes.bytes()), "see body.binary and body.dictionary");
   }
   if (!booleanForKey(*decoded.message, provider_message_key::ok)) {
-    const std::scoped_lock lock(refusalsMutex_);
     refusals_.push_back({.request = request, .answer = *decoded.message});
   }
   return *std::move(decoded.message);
-}
-
-std::vector<Exchange> CheckContext::refusals() const {
-  const std::scoped_lock lock(refusalsMutex_);
-  return refusals_;
 }
 
 std::string CheckContext::described(const ProviderMessage& message) const {
@@ -109,8 +125,9 @@ Data CheckContext::encoded(const ProviderMessage& message) const {
 
 const SynchronizeRecord& CheckContext::synchronizeRecord() {
   if (!synchronizeRecord_) {
-    synchronizeRecord_ =
-        recordSynchronize(connect(), encoded(synchronizeRequest(settings_.attended)));
+    std::ignore = silentConnection();
+    synchronizeRecord_ = recordSynchronize(*std::exchange(silentConnection_, std::nullopt),
+                                           encoded(synchronizeRequest(settings_.attended)));
   }
   return *synchronizeRecord_;
 }
@@ -127,7 +144,7 @@ bool CheckContext::startProgram() {
   synchronizeRecord_.reset();
   passkeys_.forget();
   launchRecord_ = {};
-  waits_.restart();
+  waits_.restart(LaunchTime);
   try {
     program_->start();
   } catch (const std::runtime_error& error) {
@@ -149,9 +166,10 @@ bool CheckContext::startProgram() {
 }
 
 void CheckContext::stopProgram() {
-  waits_.restart();
+  closeSilentConnection();
+  waits_.restart(EndingTime);
   program_->signal(SIGTERM);
-  std::ignore = program_->endsWithin(waits_, std::chrono::seconds(2));
+  std::ignore = program_->endsWithin(waits_, EndingTime);
   program_->kill();
 }
 

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,6 +37,12 @@ struct CheckSettings {
 /// Takes a sentence for the person who watches the run, while a check lasts.
 using Voice = std::function<void(const std::string& sentence)>;
 
+/// How long the extension retries until a host that it has started listens.
+inline constexpr std::chrono::milliseconds LaunchTime = std::chrono::seconds(5);
+
+/// How long a host may take to end when it is asked to.
+inline constexpr std::chrono::milliseconds EndingTime = std::chrono::seconds(2);
+
 /// What came of starting the program last.
 struct LaunchRecord {
   /// Why it could not be started at all; empty when it was.
@@ -51,8 +56,7 @@ struct Exchange {
   ProviderMessage answer;
 };
 
-/// What the checks of one run share. Not thread-safe, but connect() and exchange() may be called on
-/// several threads at once.
+/// What the checks of one run share. Not thread-safe.
 class CheckContext {
  public:
   CheckContext(CheckSettings settings, Voice say);
@@ -70,21 +74,31 @@ class CheckContext {
   }
 
   /// A new connection. Throws a CheckEnd "failed" when nobody takes it.
-  [[nodiscard]] Connection connect() const { return {socketPath(), waits_}; }
+  [[nodiscard]] Connection connect();
 
-  /// True when somebody takes a connection now.
+  /// The connection of the checks that send nothing, made when it is asked for first. They share it
+  /// with synchronizeRecord(), so that no client leaves a host that cannot bear that before
+  /// client.leaves tells of it. It lasts until another connection is made. Throws as connect().
+  [[nodiscard]] const Connection& silentConnection();
+
+  /// Closes that connection.
+  void closeSilentConnection() { silentConnection_.reset(); }
+
+  /// Whether anybody has taken a connection of this run.
+  [[nodiscard]] bool hasConnected() const noexcept { return hasConnected_; }
+
+  /// True when somebody listens now. Makes no connection where the kernel tells.
   [[nodiscard]] bool hostListens() const;
 
   /// One exchange on a connection of its own: the host's answer, decoded as the extension decodes
   /// it. Throws a CheckEnd "failed" that says how far it got when there is none.
-  [[nodiscard]] ProviderMessage exchange(const ProviderMessage& request) const;
+  [[nodiscard]] ProviderMessage exchange(const ProviderMessage& request);
 
   /// The rest of an exchange, on a connection on which the whole request was sent.
-  [[nodiscard]] ProviderMessage answerOn(Connection& connection,
-                                         const ProviderMessage& request) const;
+  [[nodiscard]] ProviderMessage answerOn(Connection& connection, const ProviderMessage& request);
 
   /// All exchanges so far whose answer is not `ok`, in their order.
-  [[nodiscard]] std::vector<Exchange> refusals() const;
+  [[nodiscard]] const std::vector<Exchange>& refusals() const noexcept { return refusals_; }
 
   /// A request for people, as one line of JSON.
   [[nodiscard]] std::string described(const ProviderMessage& message) const;
@@ -103,14 +117,15 @@ class CheckContext {
   [[nodiscard]] LaunchedProgram& program() { return *program_; }
   [[nodiscard]] bool hasProgram() const noexcept { return program_ != nullptr; }
 
-  /// Starts the program, again if it runs, and waits until it listens or ends. True when it
-  /// listens.
+  /// Starts the program, again if it runs, and waits until it listens or ends, for LaunchTime if
+  /// the timeout is shorter. True when it listens.
   bool startProgram();
 
   /// What the last startProgram() came to.
   [[nodiscard]] const LaunchRecord& launchRecord() const noexcept { return launchRecord_; }
 
-  /// Has the program end as the system would have it, and kills it if it does not within 2 seconds.
+  /// Has the program end as the system would have it, and kills it if it does not within
+  /// EndingTime.
   void stopProgram();
 
   /// The passkeys of the run, made when they are asked for first; for checks with Need::passkey.
@@ -125,8 +140,9 @@ class CheckContext {
   LinuxPropertyListSerialization propertyLists_;
   std::optional<SynchronizeRecord> synchronizeRecord_;
   CheckPasskeys passkeys_;
-  mutable std::mutex refusalsMutex_;
-  mutable std::vector<Exchange> refusals_;
+  std::optional<Connection> silentConnection_;
+  bool hasConnected_ = false;
+  std::vector<Exchange> refusals_;
   std::unique_ptr<LaunchedProgram> program_;
   LaunchRecord launchRecord_;
 };

@@ -29,13 +29,13 @@ std::string nameOfUser(std::int64_t user) {
   return (found == nullptr ? "" : std::string(entry.pw_name) + ", ") + std::to_string(user);
 }
 
-Peer peerOf(const CheckContext& context) {
-  const Connection connection = context.connect();
+Peer peerOf(const Connection& connection) {
+  const LinuxLocalSockets sockets;
   Peer peer;
   std::int64_t group = -1;
   std::int32_t process = -1;
-  std::ignore = context.sockets().getpeereid(connection.descriptor(), peer.user, group);
-  std::ignore = context.sockets().getPeerProcessIdentifier(connection.descriptor(), process);
+  std::ignore = sockets.getpeereid(connection.descriptor(), peer.user, group);
+  std::ignore = sockets.getPeerProcessIdentifier(connection.descriptor(), process);
   peer.process = process;
   peer.executable = executableOf(process);
   if (peer.executable.empty()) {

@@ -19,8 +19,13 @@ struct Peer {
   bool replaced = false;
 };
 
-/// Connects to find out. Throws a CheckEnd "failed" when nobody listens.
-[[nodiscard]] Peer peerOf(const CheckContext& context);
+/// The peer of a connection.
+[[nodiscard]] Peer peerOf(const Connection& connection);
+
+/// That of the connection which sends nothing. Throws a CheckEnd "failed" when nobody listens.
+[[nodiscard]] inline Peer peerOf(CheckContext& context) {
+  return peerOf(context.silentConnection());
+}
 
 /// A user as "alice, 1000", or by the number alone.
 [[nodiscard]] std::string nameOfUser(std::int64_t user);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <string>
@@ -18,8 +19,10 @@ class Waits {
 
   Waits(Duration timeout, Notice notice);
 
-  /// Gives the next check the whole timeout.
-  void restart() { deadline_ = Clock::now() + timeout_; }
+  /// Gives the next check the whole timeout, or `least` if that is longer.
+  void restart(Duration least = Duration::zero()) {
+    deadline_ = Clock::now() + std::max(timeout_, least);
+  }
 
   [[nodiscard]] Duration timeout() const noexcept { return timeout_; }
 

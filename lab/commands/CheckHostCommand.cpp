@@ -137,7 +137,7 @@ int statusOf(const Counts& counts, const CheckContext& context) {
   if (counts.failed == 0) {
     return Well;
   }
-  return context.hostListens() ? NotVerified : HostAbsent;
+  return context.hasConnected() ? NotVerified : HostAbsent;
 }
 
 int run(const CheckHostOptions& options, const CheckSettings& settings,

@@ -65,7 +65,7 @@ void showSignature(const Peer& peer, const CheckSettings& settings) {
   show("valid", "from " + dateOf(facts->validFrom) + " until " + dateOf(facts->validUntil));
 }
 
-void showHost(const CheckContext& context) {
+void showHost(CheckContext& context) {
   show("container", context.settings().container);
   show("socket", context.socketPath());
   try {
@@ -98,7 +98,7 @@ int run(const CheckedHost& options) {
   if (counts.failed == 0) {
     return Well;
   }
-  return context.hostListens() ? NotVerified : HostAbsent;
+  return context.hasConnected() ? NotVerified : HostAbsent;
 }
 
 }  // namespace

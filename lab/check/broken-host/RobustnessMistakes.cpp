@@ -136,6 +136,24 @@ void serveWithoutCare(int socket, const Mistake& mistake, const Surroundings& su
   }
 }
 
+/// Answers whoever connects, even one that has left without a request.
+void serveWithoutCareForAll(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const Bytes frame = answerFrame(readFrame(socket), mistake, surroundings);
+  std::ignore = ::send(socket, frame.data(), frame.size(), 0);
+}
+
+/// Fails when a client has left without a request.
+void serveOrFailWithoutRequest(int socket, const Mistake& mistake,
+                               const Surroundings& surroundings) {
+  const Bytes prefix = received(socket, RequestPrefixSize);
+  if (prefix.empty()) {
+    std::quick_exit(EXIT_FAILURE);
+  }
+  if (const std::size_t size = announcedSize(prefix); isValidProviderMessageSize(size)) {
+    answer(socket, received(socket, size), mistake, surroundings);
+  }
+}
+
 void serveOrFail(int socket, const Mistake& mistake, const Surroundings& surroundings) {
   if (const Bytes request = readFrame(socket); !request.empty()) {
     const Bytes frame = answerFrame(request, mistake, surroundings);
@@ -263,7 +281,6 @@ std::vector<Mistake> robustnessMistakes() {
       {.name = "ends-at-damaged-requests-for-good",
        .fails = {"request.damaged"},
        .hint = "the host has ended after the size 0",
-       .status = 3,
        .serve = serveOrEnd},
       {.name = "waits-for-another-size",
        .fails = {"request.damaged"},
@@ -307,10 +324,23 @@ std::vector<Mistake> robustnessMistakes() {
        .hint = "ended by SIGPIPE: ignore it",
        .launched = true,
        .serve = serveWithoutCare},
+      {.name = "is-ended-by-sigpipe-without-a-request",
+       .fails = {"client.leaves"},
+       .hint = "ended by SIGPIPE: ignore it",
+       .launched = true,
+       .serve = serveWithoutCareForAll},
+      {.name = "is-ended-by-sigpipe-for-good",
+       .fails = {"client.leaves"},
+       .hint = "before the answer; does it ignore SIGPIPE?",
+       .serve = serveWithoutCareForAll},
+      {.name = "fails-without-a-request",
+       .fails = {"client.leaves"},
+       .hint = "the host ended with status 1 after a client that leaves without a request",
+       .launched = true,
+       .serve = serveOrFailWithoutRequest},
       {.name = "ends-with-its-client",
        .fails = {"client.leaves"},
        .hint = "the host has ended after a client that leaves before the answer",
-       .status = 3,
        .serve = serveOrFail},
       {.name = "serves-one-at-a-time",
        .fails = {"client.silent"},

@@ -40,6 +40,8 @@ void leaveWithAnswerUnread(CheckContext& context) {
   std::ignore = connection.waitForBytes(1s);
 }
 
+void leaveAtOnce(CheckContext& context) { context.connect().close(); }
+
 void leaveWithinRequest(CheckContext& context) {
   Connection connection = context.connect();
   const RequestBytes frame = frameOf(context.encoded(plainRequest(context)));
@@ -56,11 +58,12 @@ Result clientLeaves(CheckContext& context) {
   for (const Leaving& leaving :
        {Leaving{.leave = leaveWithoutReading, .how = "a client that leaves before the answer"},
         Leaving{.leave = leaveWithAnswerUnread, .how = "a client that leaves the answer unread"},
-        Leaving{.leave = leaveWithinRequest, .how = "a client that leaves within its request"}}) {
+        Leaving{.leave = leaveWithinRequest, .how = "a client that leaves within its request"},
+        Leaving{.leave = leaveAtOnce, .how = "a client that leaves without a request"}}) {
     for (int time = 0; time < Times; ++time) {
       context.waits().restart();
       leaving.leave(context);
-      requireNextAnswer(context, leaving.how);
+      requireNextAnswer(context, leaving.how, "; does it ignore SIGPIPE?");
     }
   }
   return passed();
@@ -161,7 +164,7 @@ std::string textOf(const Growth& growth) {
 }
 
 Result hostLeak(CheckContext& context) {
-  const pid_t process = peerOf(context).process;
+  const pid_t process = peerOf(context.connect()).process;
   const auto usage = [&] {
     const auto now = usageOf(process);
     return now ? *now
@@ -226,7 +229,7 @@ std::vector<Check> clientChecks() {
       {.name = "client.silent",
        .passes = "a client that sends nothing holds up nobody",
        .needs = {Need::host},
-       .after = {"answer.ok"},
+       .after = {"answer.ok", "client.leaves"},
        .see = "the-socket",
        .run = clientSilent},
       {.name = "client.many",

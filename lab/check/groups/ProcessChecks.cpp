@@ -20,9 +20,9 @@ namespace {
 using namespace std::chrono_literals;
 
 /// The process that listens; -1 when nobody does.
-pid_t listenerOf(const CheckContext& context) {
+pid_t listenerOf(CheckContext& context) {
   try {
-    return peerOf(context).process;
+    return peerOf(context.connect()).process;
   } catch (const CheckEnd&) {
     return -1;
   }
@@ -88,8 +88,9 @@ Result restartStale(CheckContext& context) {
 
 Result restartStop(CheckContext& context) {
   Findings findings = {.sent = "SIGTERM", .wanted = "an end within 2 seconds"};
+  context.waits().restart(EndingTime);
   context.program().signal(SIGTERM);
-  if (!context.program().endsWithin(context.waits(), 2s)) {
+  if (!context.program().endsWithin(context.waits(), EndingTime)) {
     findings.got = "a program that runs after 2 seconds";
     findings.hint = "still runs 2 s after SIGTERM";
     return failed(findings);
@@ -165,7 +166,7 @@ std::vector<Check> processChecks() {
       {.name = "launch.twice",
        .passes = "a second start leaves the first one's socket alone",
        .needs = {Need::program, Need::host},
-       .after = {"launch.url", "socket.kind"},
+       .after = {"launch.url", "socket.kind", "client.leaves"},
        .see = "the-socket",
        .run = launchTwice},
       {.name = "restart.stale",

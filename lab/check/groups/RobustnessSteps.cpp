@@ -14,16 +14,16 @@ using namespace std::chrono_literals;
 namespace key = provider_message_key;
 
 /// What has become of a host that serves no more.
-std::string hintOnEnd(CheckContext& context, const std::string& reason) {
+std::string hintOnEnd(CheckContext& context, const std::string& reason,
+                      const std::string& question) {
   context.waits().restart();
   if (context.hasProgram() && context.program().endsWithin(context.waits(), 1s)) {
     const std::string ending = context.program().ending();
     return ending == "was ended by SIGPIPE" ? "ended by SIGPIPE: ignore it"
-                                            : "the host " + ending + " after " + reason;
+                                            : "the host " + ending + " after " + reason + question;
   }
-  return (context.hostListens() ? "the host does not answer any more after "
-                                : "the host has ended after ") +
-         reason;
+  return context.hostListens() ? "the host does not answer any more after " + reason
+                               : "the host has ended after " + reason + question;
 }
 
 }  // namespace
@@ -49,7 +49,8 @@ ProviderMessage unknownRequest() {
   return {{"type", "checkHostUnknown"}, {"allowsUserInteraction", false}};
 }
 
-void requireNextAnswer(CheckContext& context, const std::string& reason) {
+void requireNextAnswer(CheckContext& context, const std::string& reason,
+                       const std::string& question) {
   context.waits().restart();
   try {
     std::ignore = context.exchange(plainRequest(context));
@@ -57,12 +58,12 @@ void requireNextAnswer(CheckContext& context, const std::string& reason) {
     Findings findings = end.result().findings;
     findings.sent = reason + ", and then a request";
     findings.wanted = "an answer to that";
-    findings.hint = hintOnEnd(context, reason);
+    findings.hint = hintOnEnd(context, reason, question);
     throw CheckEnd(failed(findings));
   }
 }
 
-ProviderMessage silentAssertion(const CheckContext& context, std::string_view relyingParty,
+ProviderMessage silentAssertion(CheckContext& context, std::string_view relyingParty,
                                 const Data& credentialID) {
   const ProviderMessage request = assertionRequest(relyingParty, credentialID, false);
   ProviderMessage answer;

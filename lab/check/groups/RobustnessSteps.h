@@ -27,13 +27,14 @@ using RequestBytes = std::vector<std::uint8_t>;
 [[nodiscard]] RequestBytes frameOf(const Data& body);
 
 /// Throws a CheckEnd "failed", which says what has become of the host, when a plain request is not
-/// answered. `reason` is what the host got before.
-void requireNextAnswer(CheckContext& context, const std::string& reason);
+/// answered. `reason` is what the host got before; `question` asks for the mistake of one that has
+/// ended.
+void requireNextAnswer(CheckContext& context, const std::string& reason,
+                       const std::string& question = "");
 
 /// The answer to a silent assertion, with the hash of its request. Throws a CheckEnd "skipped" when
 /// it is another.
-[[nodiscard]] ProviderMessage silentAssertion(const CheckContext& context,
-                                              std::string_view relyingParty,
+[[nodiscard]] ProviderMessage silentAssertion(CheckContext& context, std::string_view relyingParty,
                                               const Data& credentialID);
 
 }  // namespace korvan::lab::check

@@ -50,7 +50,7 @@ Result signaturePresent(CheckContext& context) {
 
 /// The signature of the program that listens. Throws a CheckEnd that names signature.bytes when it
 /// cannot be read, so that the checks of what is in it need not look.
-SignatureFacts factsOf(const CheckContext& context) {
+SignatureFacts factsOf(CheckContext& context) {
   auto facts = readSignature(peerOf(context).executable, context.settings().trustAnchorPem);
   if (!facts) {
     throw CheckEnd(blockedBy("signature.bytes"));
@@ -126,9 +126,9 @@ Result signatureValidity(CheckContext& context) {
 }
 
 Result signatureAccepted(CheckContext& context) {
-  const Connection connection = context.connect();
-  const PeerVerdict verdict = verifyPeer(context.sockets(), context.codeSigning(),
-                                         connection.descriptor(), AcceptedHostIdentifiers);
+  const PeerVerdict verdict =
+      verifyPeer(context.sockets(), context.codeSigning(), context.silentConnection().descriptor(),
+                 AcceptedHostIdentifiers);
   if (verdict.matchedIdentifier) {
     return passed();
   }

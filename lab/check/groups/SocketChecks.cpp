@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -139,18 +140,23 @@ std::string hintOnConnectError(const std::string& path, int error) {
 }
 
 Result socketKind(CheckContext& context) {
-  const int error = connectError(context.socketPath(), SOCK_STREAM);
-  // With a full queue it is a stream socket that somebody listens on; see socket.accepts.
-  if (error == 0 || error == EAGAIN) {
+  try {
+    std::ignore = context.silentConnection();
     return passed();
+  } catch (const CheckEnd&) {
+    const int error = connectError(context.socketPath(), SOCK_STREAM);
+    // With a full queue it is a stream socket that somebody listens on; see socket.accepts.
+    if (error == 0 || error == EAGAIN) {
+      return passed();
+    }
+    return failed({.got = "connecting: " + errorText(error),
+                   .wanted = "a stream socket that accepts a connection",
+                   .hint = hintOnConnectError(context.socketPath(), error)});
   }
-  return failed({.got = "connecting: " + errorText(error),
-                 .wanted = "a stream socket that accepts a connection",
-                 .hint = hintOnConnectError(context.socketPath(), error)});
 }
 
 Result socketAccepts(CheckContext& context) {
-  const Connection connection = context.connect();
+  std::ignore = context.silentConnection();
   const auto accepted = [&] {
     return std::ranges::none_of(socketsAt(context.socketPath()),
                                 [](const SocketEntry& each) { return each.inode == 0; });
