@@ -1,13 +1,17 @@
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <tuple>
 
 #include <glib.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "channel/ProviderFrame.h"
+#include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
 
@@ -39,6 +43,25 @@ void setObject(Bytes& body, const Bytes& object) {
   trailer[6] = trailer[7] = trailer[15] = 1;
   trailer[31] = offsetsPlace;
   body.insert(body.end(), trailer.begin(), trailer.end());
+}
+
+/// Takes a size that is right for one with which it has no use, and refuses the request.
+void serveReversedSizes(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  ProviderFramePrefix prefix{};
+  std::ignore = ::recv(socket, prefix.data(), prefix.size(), MSG_WAITALL);
+  std::ranges::reverse(prefix);
+  Bytes body;
+  if (const std::uint32_t size = decodeProviderFramePrefix(prefix);
+      isValidProviderMessageSize(size)) {
+    body.resize(size);
+    std::ignore = ::recv(socket, body.data(), body.size(), MSG_WAITALL);
+  }
+  sendAll(socket, answerFrame(body, mistake, surroundings));
+  ::shutdown(socket, SHUT_WR);
+  // So that the client does not see a reset.
+  std::array<std::uint8_t, 4096> rest{};
+  while (::recv(socket, rest.data(), rest.size(), 0) > 0) {
+  }
 }
 
 void setDictionary(Bytes& body, const PropertyListDictionary& dictionary) {
@@ -184,6 +207,20 @@ std::vector<Mistake> framingMistakes() {
        .fails = {"answer.ok"},
        .hint = "ok is missing",
        .answer = [](const auto& /*request*/, auto& answer) { answer.erase("ok"); }},
+      {.name = "reads-sizes-reversed",
+       .fails = {"answer.ok"},
+       .hint = "synchronize is refused as failed: does the host read the size big-endian",
+       .serve = serveReversedSizes},
+      {.name = "locks-its-vault-for-ever",
+       .fails = {"answer.ok"},
+       .hint = "synchronize is refused as vaultLocked, though the user may be asked",
+       .answer = [](const auto& /*request*/, auto& answer) { answer = refusal("vaultLocked"); }},
+      // Not a mistake.
+      {.name = "is-locked-while-nobody-is-there",
+       .fails = {},
+       .hint = "",
+       .options = {"--unattended", "--only", "frame.*", "--only", "answer.ok"},
+       .answer = [](const auto& /*request*/, auto& answer) { answer = refusal("vaultLocked"); }},
   };
 }
 

@@ -11,6 +11,7 @@
 #include "channel/ProviderFrame.h"
 #include "lab/check/Catalog.h"
 #include "lab/check/CheckContext.h"
+#include "lab/check/Judgment.h"
 #include "lab/check/Requests.h"
 
 namespace korvan::lab::check {
@@ -90,7 +91,7 @@ Result frameAnswer(CheckContext& context) {
       return framingFailure(
           context, "nothing within the timeout", "an answer",
           "no answer: does the host wait for the end of the stream, or for a second "
-          "request?");
+          "request, or does it read the size with its bytes reversed?");
     case Ending::reset:
       return framingFailure(context, "a reset connection", "an answer",
                             "closed without having read the request");
@@ -273,13 +274,29 @@ Result bodyDictionary(CheckContext& context) {
                               "the body is " + kind + "; wrap the answer in a dictionary");
 }
 
+/// What is to be said of a refused `synchronize`. With nobody there a host may refuse it.
+Result refusedSynchronize(CheckContext& context, const ProviderMessage& answer) {
+  const bool attended = context.settings().attended;
+  if (!attended && needsUser(answer)) {
+    return passed();
+  }
+  const std::string code =
+      stringForKey(answer, provider_message_key::errorCode).value_or("no errorCode");
+  const std::string refused = "synchronize is refused as " + code;
+  return framingFailure(context, context.described(answer), "ok, true",
+                        !needsUser(answer) ? refused +
+                                                 ": does the host read the size big-endian, "
+                                                 "and the body as a binary property list?"
+                                           : refused + ", though the user may be asked");
+}
+
 Result answerOk(CheckContext& context) {
   const ProviderMessage answer = context.exchange(synchronizeRequest(context.settings().attended));
   const PropertyListValue* const ok = valueForKey(answer, provider_message_key::ok);
   std::string kind = "missing";
   if (ok != nullptr) {
-    if (ok->boolean()) {
-      return passed();
+    if (const auto value = ok->boolean()) {
+      return *value ? passed() : refusedSynchronize(context, answer);
     }
     const Text* const text = ok->text();
     const auto integer = ok->integer();
@@ -287,7 +304,7 @@ Result answerOk(CheckContext& context) {
            : text != nullptr ? "the text " + std::string(text->view())
                              : std::string(kindOf(*ok));
   }
-  return framingFailure(context, context.described(answer), "ok, true or false",
+  return framingFailure(context, context.described(answer), "ok, true",
                         "ok is " + kind + "; it must be a boolean");
 }
 
@@ -322,7 +339,7 @@ std::vector<Check> framingChecks() {
                    bodyBinary),
       framingCheck("body.dictionary", "it is a dictionary", {"frame.bounds"}, "bodies",
                    bodyDictionary),
-      framingCheck("answer.ok", "its ok is a boolean", {"frame.early", "body.dictionary"},
+      framingCheck("answer.ok", "its ok is the boolean true", {"frame.early", "body.dictionary"},
                    "answers", answerOk),
   };
 }
