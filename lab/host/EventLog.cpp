@@ -34,9 +34,9 @@ void EventLog::connection(const ConnectionSummary& summary) {
 
 void EventLog::write(const Json& event) {
   // A client may send what is not UTF-8; the line must be JSON nevertheless.
-  const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace);
+  const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
   const std::scoped_lock lock(mutex_);
-  stream_ << line << '\n' << std::flush;
+  stream_ << line << std::flush;
 }
 
 }  // namespace korvan::lab::host

@@ -1,12 +1,13 @@
 #include <csignal>
 #include <filesystem>
-#include <iostream>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
 #include <CLI/CLI.hpp>
 #include <pthread.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 
 #include "channel/HostIdentifiers.h"
 #include "lab/host/EventLog.h"
@@ -14,6 +15,7 @@
 #include "lab/host/HostServer.h"
 #include "lab/host/HostSocket.h"
 #include "lab/host/RequestHandler.h"
+#include "lab/host/StoppableOutput.h"
 #include "lab/host/Vault.h"
 #include "lab/support/Descriptor.h"
 #include "lab/support/ExitStatus.h"
@@ -58,7 +60,9 @@ void run(const HostOptions& options) {
   const Descriptor stop = stopSignals();
   Vault vault = options.vault.empty() ? Vault() : Vault(options.vault);
   const HostSocket socket(containerFor(options));
-  EventLog log(std::cout);
+  StoppableOutput output(STDOUT_FILENO, stop.get());
+  std::ostream events(&output);
+  EventLog log(events);
   RequestHandler handler(vault, options.behavior, [&log] { log.unlocked(); });
   const LinuxPropertyListSerialization serialization;
   HostServer server(
@@ -67,8 +71,11 @@ void run(const HostOptions& options) {
        .closed = [&log](const ConnectionSummary& summary) { log.connection(summary); }});
   log.ready(socket.path(), vault.passkeys());
   // Nobody would learn that it is ready.
-  if (std::cout) {
+  if (events) {
     server.run(socket.descriptor(), stop.get());
+  }
+  if (!events) {
+    throw std::runtime_error("cannot write to standard output");
   }
 }
 

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/wait.h>
 
 #include "lab/host/AssertionRequest_testing.h"
 #include "lab/host/Client_testing.h"
@@ -164,6 +165,24 @@ TEST_F(SampleHost, ServesOnWhenNobodyReadsItsEvents) {
   program.closeOutput();
   EXPECT_FALSE(exchange(assertionRequest({})).empty());
   EXPECT_FALSE(exchange(assertionRequest({})).empty());
+}
+
+TEST_F(SampleHost, EndsThoughItsEventsAreLeftUnread) {
+  Host program({"--container", container()});
+  program.nextEvent();
+  // The events repeat the type, and are soon more than their pipe holds.
+  constexpr int Requests = 20;
+  for (int request = 0; request < Requests; ++request) {
+    exchange({{"type", std::string(4096, 'x')}});
+  }
+  program.signal(SIGTERM);
+  // Nothing is read until the program has ended.
+  siginfo_t end{};
+  ::waitid(P_PID, static_cast<id_t>(program.processIdentifier()), &end, WEXITED | WNOWAIT);
+  EXPECT_THAT(namesIn(directory_.path()), IsEmpty());
+  const auto result = program.finish();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.errors, "korvan-sample-host: cannot write to standard output\n");
 }
 
 TEST_F(SampleHost, TakesTheUrlThatItIsOpenedWith) {
