@@ -28,6 +28,21 @@ void requireMatches(const std::vector<Check>& checks, const std::vector<std::str
   }
 }
 
+/// Adds the checks that those in `after` follow, so that it holds without them too.
+void completeAfter(Check& check, const std::vector<Check>& checks) {
+  for (std::size_t index = 0; index < check.after.size(); ++index) {
+    const auto earlier = std::ranges::find(checks, check.after[index], &Check::name);
+    if (earlier == checks.end()) {
+      continue;
+    }
+    for (const std::string_view name : earlier->after) {
+      if (std::ranges::find(check.after, name) == check.after.end()) {
+        check.after.push_back(name);
+      }
+    }
+  }
+}
+
 }  // namespace
 
 const std::vector<Check>& allChecks() {
@@ -55,6 +70,9 @@ std::vector<Check> chosenChecks(const std::vector<Check>& checks,
   std::ranges::copy_if(checks, std::back_inserter(chosen), [&](const Check& check) {
     return (only.empty() || matchesAny(only, check)) && !matchesAny(skip, check);
   });
+  for (Check& check : chosen) {
+    completeAfter(check, checks);
+  }
   return chosen;
 }
 

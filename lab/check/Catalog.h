@@ -26,7 +26,7 @@ namespace korvan::lab::check {
 
 /// The checks whose names match one of the patterns `only` (all, if there are none) and none of
 /// `skip`. In a pattern "*" stands for any characters and "?" for one. Throws std::invalid_argument
-/// for a pattern that matches no check.
+/// for a pattern that matches no check. What a check comes after holds across those left out.
 [[nodiscard]] std::vector<Check> chosenChecks(const std::vector<Check>& checks,
                                               const std::vector<std::string>& only,
                                               const std::vector<std::string>& skip);

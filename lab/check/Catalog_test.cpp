@@ -15,6 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
+using testing::UnorderedElementsAre;
 
 Check named(std::string_view name) {
   return {.name = name, .passes = "it is well", .needs = {}, .after = {}, .see = {}, .run = {}};
@@ -51,6 +52,14 @@ TEST(Catalog, RefusesAPatternThatMatchesNoCheck) {
               ThrowsMessage<std::invalid_argument>(HasSubstr("\"farme.*\" matches no check")));
   EXPECT_THAT([] { std::ignore = chosen({}, {"farme.*"}); },
               ThrowsMessage<std::invalid_argument>(HasSubstr("\"farme.*\" matches no check")));
+}
+
+TEST(Catalog, PutsAChosenCheckAfterWhatALeftOutOneWouldFollow) {
+  std::vector<Check> checks = someChecks();
+  checks[1].after = {"frame.order"};
+  checks[2].after = {"frame.close"};
+  EXPECT_THAT(chosenChecks(checks, {}, {"frame.close"}).back().after,
+              UnorderedElementsAre("frame.close", "frame.order"));
 }
 
 TEST(Catalog, ListsNamesAndWhatPasses) {

@@ -84,8 +84,8 @@ void showHost(CheckContext& context) {
 }
 
 int run(const CheckedHost& options) {
-  const std::vector<std::string> parts = {"container.*", "socket.*",     "peer.*",
-                                          "signature.*", "frame.answer", "answer.ok"};
+  const std::vector<std::string> parts = {"container.*", "socket.*", "peer.*", "signature.*",
+                                          "answer.ok"};
   CheckReports reports;
   reports.push_back(
       std::make_unique<PeopleReport>(std::cout, outputTakesEscapeSequences(), "host-status"));

@@ -88,7 +88,7 @@ std::string hintOnMissingSocket(CheckContext& context) {
     return "there is " + names.front() + ", but no acp.sock";
   }
   if (!context.hasProgram()) {
-    return "no host listens here; start it, or name it with --launch";
+    return "no host listens here; start it, or have check-host start it with --launch";
   }
   const std::string& failure = context.launchRecord().failure;
   return failure.empty() ? "the program " + context.program().ending() + ", and has made no socket"
