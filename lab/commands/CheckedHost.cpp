@@ -7,6 +7,7 @@
 
 #include "channel/HostIdentifiers.h"
 #include "lab/commands/SystemOptions.h"
+#include "lab/support/NumberOption.h"
 #include "platform/linux/LinuxAppGroupContainers.h"
 
 namespace korvan::lab {
@@ -34,7 +35,8 @@ void CheckedHost::addTo(CLI::App& command) {
   constexpr double Longest = 3600;
   command.add_option("--container", container)->check(CLI::Validator(flawOfDirectory, ""));
   addTrustAnchorOption(command, trustAnchorFile);
-  command.add_option("--timeout", timeoutSeconds)->check(CLI::Range(Shortest, Longest));
+  command.add_option("--timeout", timeoutSeconds)
+      ->check(isNumber("a number of seconds", Shortest, Longest));
 }
 
 check::CheckSettings CheckedHost::settings() const {

@@ -19,6 +19,7 @@
 #include "lab/support/Base64UrlOption.h"
 #include "lab/support/DomainOption.h"
 #include "lab/support/HelpPage.h"
+#include "lab/support/NumberOption.h"
 #include "lab/support/RandomData.h"
 #include "lab/system/views/Screen.h"
 
@@ -169,7 +170,10 @@ void addRegisterCommand(CLI::App& app, int& exitStatus) {
   command.add_option("--relying-party", options->relyingParty)->check(isDomain());
   command.add_option("--user-name", options->userName);
   command.add_option("--exclude", options->excluded)->allow_extra_args(false)->check(isBase64Url());
-  command.add_option("--algorithms", options->algorithms)->delimiter(',')->allow_extra_args(false);
+  command.add_option("--algorithms", options->algorithms)
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(isNumber("an algorithm's number", std::int64_t{INT32_MIN}, std::int64_t{INT32_MAX}));
   options->verification.addTo(command);
   command.add_option("--save", options->saveFile);
   command.add_flag("--conditional", options->conditional);

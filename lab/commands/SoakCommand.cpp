@@ -1,6 +1,5 @@
 #include "lab/commands/SoakCommand.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
@@ -9,14 +8,13 @@
 #include <optional>
 #include <random>
 #include <string>
-#include <string_view>
-#include <system_error>
 
 #include <CLI/CLI.hpp>
 
 #include "lab/processes/Supervisor.h"
 #include "lab/soak/Soak.h"
 #include "lab/support/HelpPage.h"
+#include "lab/support/NumberOption.h"
 
 namespace korvan::lab {
 namespace {
@@ -42,14 +40,6 @@ Example:
 )";
 
 constexpr double SecondsPerMinute = 60;
-template <typename Number>
-std::optional<Number> numberIn(std::string_view text) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool isNumber = error == std::errc() && end == text.data() + text.size();
-  return isNumber ? std::optional(number) : std::nullopt;
-}
-
 std::string flawOfMinutes(const std::string& text) {
   const double minutes = numberIn<double>(text).value_or(0);
   return std::isfinite(minutes) && minutes > 0

@@ -1,6 +1,5 @@
 #include "lab/commands/SystemOptions.h"
 
-#include <charconv>
 #include <chrono>
 #include <filesystem>
 #include <stdexcept>
@@ -9,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "lab/support/FileContents.h"
+#include "lab/support/NumberOption.h"
 #include "lab/system/TrustAnchor.h"
 #include "platform/linux/codesigning/LinuxCodeSigning.h"
 
@@ -41,17 +41,6 @@ std::string flawOfTrustAnchor(const std::string& file) {
   }
 }
 
-constexpr double MostSeconds = 86'400;
-
-std::string flawOfTimeout(const std::string& text) {
-  double seconds = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-  const bool isNumber = error == std::errc() && end == text.data() + text.size();
-  return isNumber && seconds > 0 && seconds <= MostSeconds
-             ? std::string()
-             : "\"" + text + "\" is not a number of seconds above 0 and up to 86400";
-}
-
 std::optional<std::chrono::milliseconds> timeoutFrom(const std::optional<double>& seconds) {
   return seconds ? std::optional(std::chrono::ceil<std::chrono::milliseconds>(
                        std::chrono::duration<double>(*seconds)))
@@ -61,11 +50,14 @@ std::optional<std::chrono::milliseconds> timeoutFrom(const std::optional<double>
 }  // namespace
 
 void SystemOptions::addTo(CLI::App& command) {
+  constexpr double Shortest = 0.001;
+  constexpr double Longest = 86'400;
   command.add_option("--container", container)->check(CLI::Validator(flawOfContainer, ""));
   command.add_option("--host-application", hostApplication)->check(CLI::Validator(flawOfHost, ""));
   addTrustAnchorOption(command, trustAnchorFile);
   command.add_flag("--show-messages", showMessages);
-  command.add_option("--timeout", timeoutSeconds)->check(CLI::Validator(flawOfTimeout, ""));
+  command.add_option("--timeout", timeoutSeconds)
+      ->check(isNumber("a number of seconds", Shortest, Longest));
 }
 
 void addTrustAnchorOption(CLI::App& command, std::string& file) {

@@ -30,6 +30,10 @@ std::string namesOf(const std::vector<const CLI::App*>& commands) {
   return names;
 }
 
+std::string unknownWord(const std::string& word, const std::string& command) {
+  return "\"" + word + "\" is unknown to " + command;
+}
+
 /// The parser's words, but for those that only its own developers understand.
 std::string flawOf(const CLI::Error& error) {
   std::string words = error.what();
@@ -48,12 +52,14 @@ std::string flawOf(const CLI::Error& error) {
 std::string usageError(const CLI::App* app, const CLI::Error& error) {
   const auto [command, name] = reachedBy(app);
   const auto commands = command->get_subcommands([](const CLI::App* /*each*/) { return true; });
-  if (commands.empty()) {
-    return flawOf(error) + "; see " + name + " --help\n";
-  }
   const std::vector<std::string> unknown = app->remaining(true);
-  return (unknown.empty() ? name + " needs one more word"
-                          : "\"" + unknown.front() + "\" is unknown to " + name) +
+  if (commands.empty()) {
+    const bool isUnknown =
+        dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr && !unknown.empty();
+    return (isUnknown ? unknownWord(unknown.front(), name) : flawOf(error)) + "; see " + name +
+           " --help\n";
+  }
+  return (unknown.empty() ? name + " needs one more word" : unknownWord(unknown.front(), name)) +
          "; it must be one of " + namesOf(commands) + "\n";
 }
 

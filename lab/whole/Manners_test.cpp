@@ -97,11 +97,21 @@ TEST_F(Manners, OutputThatNobodyReadsIsNoticed) {
 }
 
 TEST_F(Manners, WrongUsageIsToldFromFailureInALineThatNamesTheProgram) {
-  std::vector<std::pair<Arguments, std::string>> rows = {
+  const std::vector<std::pair<Arguments, std::string>> rows = {
       {{KORVAN_LAB}, "korvan-lab: "},
       {{KORVAN_LAB, "sing-in"}, "korvan-lab: \"sing-in\" is unknown to "},
       {{KORVAN_LAB, "help", "sing-in"}, "korvan-lab: \"sing-in\" is no command"},
       {{KORVAN_LAB, "demo", "--step"}, "korvan-lab: --step needs a value; see "},
+      {{KORVAN_LAB, "register", "--algorithms", "-7,x"},
+       "korvan-lab: --algorithms: \"x\" is not an algorithm's number from "},
+      {{KORVAN_LAB, "check-host", "--timeout", "abc"},
+       "korvan-lab: --timeout: \"abc\" is not a number of seconds from 1 to 3600; see "},
+      {{KORVAN_LAB, "host-status", "--timeout", "0.5"},
+       "korvan-lab: --timeout: \"0.5\" is not a number of seconds from 1 to 3600; see "},
+      {{KORVAN_LAB, "check-host", "--version"},
+       "korvan-lab: \"--version\" is unknown to " KORVAN_LAB " check-host; see " KORVAN_LAB
+       " check-host --help"},
+      {{KORVAN_LAB, "sign-in", "alice"}, "korvan-lab: \"alice\" is unknown to "},
       {{KORVAN_LAB, "demo", "--step", "1", "--step", "2"},
        "korvan-lab: --step may be given only once; see "},
       {{KORVAN_LAB, "register", "--relying-party", "https://example.com"},
@@ -238,6 +248,7 @@ TEST_F(Manners, ColorsAreForTerminalsThatTakeThem) {
     return shown;
   };
   EXPECT_THAT(shownWith("TERM=xterm"), HasSubstr("\x1b["));
+  EXPECT_THAT(shownWith("TERM=xterm NO_COLOR="), HasSubstr("\x1b["));
   EXPECT_THAT(shownWith("TERM=dumb"), Not(HasSubstr("\x1b")));
   EXPECT_THAT(shownWith("TERM=xterm NO_COLOR=1"), Not(HasSubstr("\x1b")));
 }

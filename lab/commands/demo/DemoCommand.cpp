@@ -11,6 +11,7 @@
 #include "lab/processes/Supervisor.h"
 #include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"
+#include "lab/support/NumberOption.h"
 
 namespace korvan::lab {
 namespace {
@@ -38,7 +39,7 @@ void addDemoCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("demo", "the whole tour, with sample hosts of its own");
   const auto step = std::make_shared<std::optional<std::size_t>>();
   command.add_option("--step", *step)
-      ->check(CLI::Range(std::size_t{1}, DemoStepCount).description(""));
+      ->check(isNumber("the number of a step", std::size_t{1}, DemoStepCount));
   setHelpPage(command, DemoHelpPage);
   command.callback([&app, &exitStatus, step] {
     exitStatus = runSupervised([&app, step](const std::filesystem::path& directory) {
