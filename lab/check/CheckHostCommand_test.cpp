@@ -3,6 +3,7 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -66,6 +67,25 @@ TEST_F(CheckHost, FindsNothingWrongWithTheSampleHostThatItLaunches) {
   EXPECT_EQ(result.status, 0) << result.output << result.errors;
   EXPECT_THAT(result.output, HasSubstr("0 failed, 0 warned, 0 skipped"));
   EXPECT_FALSE(Stage::hasProcesses());
+}
+
+/// The vault of a launched host with that mistake, after a run.
+std::string vaultAfterRun(const Stage& stage, const std::string& mistake) {
+  const std::string vault = stage.file("vault");
+  std::ignore = runLab({"check-host", "--container", stage.container(), "--timeout", "2", "--skip",
+                        "restart.*", "--launch",
+                        KORVAN_BROKEN_HOST " --mistake " + mistake + " --container " +
+                            stage.container().string() + " --vault " + vault});
+  return contentsOf(vault);
+}
+
+TEST_F(CheckHost, LeavesNoPasskeyInTheVault) {
+  const std::string untouched = vaultAfterRun(stage_, "refuses-registrations");
+  EXPECT_THAT(untouched, HasSubstr("example.com"));
+  for (const std::string mistake :
+       {"none", "writes-the-new-credential-id-as-text", "answers-with-another-credential-id"}) {
+    EXPECT_EQ(vaultAfterRun(stage_, mistake), untouched) << mistake;
+  }
 }
 
 TEST_F(CheckHost, TellsThatThereIsNoHostByItsStatus) {

@@ -97,14 +97,18 @@ const CheckPasskey& CheckPasskeys::ask(std::string_view relyingParty, std::strin
   if (booleanForKey(passkey.answer, provider_message_key::ok)) {
     passkey.credentialID =
         dataForKey(passkey.answer, provider_message_key::credentialID).value_or(Data());
-    remember(passkey.relyingParty, passkey.credentialID);
   }
+  remember(passkey.request, passkey.answer);
   return passkeys_.emplace_back(std::move(passkey));
 }
 
-void CheckPasskeys::remember(std::string relyingParty, Data credentialID) {
-  made_.push_back(
-      {.relyingParty = std::move(relyingParty), .credentialID = std::move(credentialID)});
+void CheckPasskeys::remember(const ProviderMessage& request, const ProviderMessage& answer) {
+  namespace keys = provider_message_key;
+  if (booleanForKey(answer, keys::ok)) {
+    made_.push_back({.relyingParty = *stringForKey(request, keys::relyingPartyIdentifier),
+                     .userHandle = *dataForKey(request, keys::userHandle),
+                     .credentialID = dataForKey(answer, keys::credentialID).value_or(Data())});
+  }
 }
 
 void CheckPasskeys::removeAll() {
@@ -113,6 +117,8 @@ void CheckPasskeys::removeAll() {
       context_.waits().restart();
       std::ignore =
           context_.exchange(unknownCredentialReport(made.relyingParty, made.credentialID));
+      std::ignore =
+          context_.exchange(acceptedCredentialsReport(made.relyingParty, made.userHandle, {}));
     }
   } catch (const CheckEnd&) {  // NOLINT(bugprone-empty-catch)
     // A host that does not answer has been told already what is wrong with it.

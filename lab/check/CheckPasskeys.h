@@ -46,10 +46,11 @@ class CheckPasskeys {
   /// A new passkey of the same user, which takes the older one's place.
   const CheckPasskey& makeAgain(const CheckPasskey& older);
 
-  /// Has removeAll() remove a passkey too that a check has made with a request of its own.
-  void remember(std::string relyingParty, Data credentialID);
+  /// Has removeAll() remove what a registration of a check's own has made, if anything.
+  void remember(const ProviderMessage& request, const ProviderMessage& answer);
 
-  /// Reports all as unknown, so that the host can remove them. A host need not answer that.
+  /// Reports all as unknown, and that their users have none, so that the host can remove them, by
+  /// one report or the other. A host need not answer that.
   void removeAll();
 
   /// The host may have lost them. Those that it has not are still removed by removeAll().
@@ -58,7 +59,8 @@ class CheckPasskeys {
  private:
   struct Made {
     std::string relyingParty;
-    Data credentialID;
+    Data userHandle;
+    Data credentialID;  ///< empty when the answer gave none
   };
 
   const CheckPasskey& ask(std::string_view relyingParty, std::string_view userName,

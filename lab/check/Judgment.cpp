@@ -119,10 +119,7 @@ Exchange askToRegister(CheckContext& context, const ProviderMessage& request) {
                        ".");
   }
   Exchange exchange{.request = request, .answer = context.exchange(request)};
-  const auto credentialID = dataForKey(exchange.answer, keys::credentialID);
-  if (isOk(exchange.answer) && credentialID) {
-    context.passkeys().remember(relyingParty, *credentialID);
-  }
+  context.passkeys().remember(exchange.request, exchange.answer);
   return exchange;
 }
 

@@ -8,6 +8,21 @@
 
 namespace korvan::lab::check {
 
+namespace {
+
+std::size_t childrenOf(const std::filesystem::path& process) {
+  std::size_t count = 0;
+  std::error_code error;
+  for (const auto& thread : std::filesystem::directory_iterator(process / "task", error)) {
+    std::ifstream children(thread.path() / "children");
+    count += static_cast<std::size_t>(
+        std::distance(std::istream_iterator<pid_t>(children), std::istream_iterator<pid_t>()));
+  }
+  return count;
+}
+
+}  // namespace
+
 std::optional<ProcessUsage> usageOf(pid_t process) {
   namespace fs = std::filesystem;
   const fs::path directory = "/proc/" + std::to_string(process);
@@ -18,6 +33,7 @@ std::optional<ProcessUsage> usageOf(pid_t process) {
     return std::nullopt;
   }
   ProcessUsage usage;
+  usage.children = childrenOf(directory);
   usage.descriptors = static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
   for (std::string word; status >> word;) {
     if (word == "Threads:") {

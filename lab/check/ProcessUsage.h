@@ -11,6 +11,8 @@ namespace korvan::lab::check {
 struct ProcessUsage {
   std::size_t descriptors = 0;
   std::size_t threads = 0;
+  /// Processes that it has started and not waited for, whether they run or have ended.
+  std::size_t children = 0;
   /// Resident memory that no file backs, in KiB.
   std::size_t memory = 0;
 };

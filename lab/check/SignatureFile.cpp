@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <span>
 
 #include <openssl/bio.h>
 #include <openssl/cms.h>
@@ -12,6 +13,7 @@
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
+#include "lab/site/ValueWords.h"
 #include "lab/support/FileContents.h"
 
 namespace korvan::lab::check {
@@ -104,11 +106,19 @@ std::optional<std::string> flawOf(const std::string& file, const std::string& by
   return std::nullopt;
 }
 
+std::string fingerprintOf(X509* certificate) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
+  unsigned size = 0;
+  X509_digest(certificate, EVP_sha256(), hash.data(), &size);
+  return hexadecimalOf(std::span(hash).first(size));
+}
+
 SignatureFacts factsOf(X509* certificate, STACK_OF(X509) * others, X509* anchor) {
   const X509_NAME* const subject = X509_get_subject_name(certificate);
   return {.signer = textOf(subject),
           .issuer = textOf(X509_get_issuer_name(certificate)),
           .anchor = textOf(X509_get_subject_name(anchor)),
+          .anchorFingerprint = fingerprintOf(anchor),
           .isAnchored = chainEndsIn(certificate, others, anchor),
           .organizationalUnit = onlyValue(subject, NID_organizationalUnitName),
           .commonName = onlyValue(subject, NID_commonName),

@@ -12,6 +12,7 @@ struct SignatureFacts {
   std::string signer;  ///< the subjects and issuers as OpenSSL writes them
   std::string issuer;
   std::string anchor;
+  std::string anchorFingerprint;  ///< SHA-256 of its certificate, in hexadecimal
   /// Whether the chain ends in the trust anchor, whatever the time.
   bool isAnchored = false;
   /// Nullopt when there is none, or several.

@@ -110,6 +110,12 @@ std::vector<Mistake> processMistakes() {
              std::cerr << "no display\n";
              std::quick_exit(2);
            }},
+      {.name = "goes-to-the-background",
+       .fails = {"launch.url", "container.exists"},
+       .hint = "; a host stays in the foreground; it wrote nothing",
+       .status = 3,
+       .launched = true,
+       .start = [] { std::quick_exit(EXIT_SUCCESS); }},
       {.name = "never-listens",
        .fails = {"launch.time", "socket.present"},
        .hint = "after the start; the next checks say what there is instead",

@@ -153,6 +153,15 @@ std::vector<Mistake> wrongAttestations() {
        .hint = "another credential ID outside",
        .statement = inStatements(isRegistration,
                                  [](Bytes& statement) { statement.at(IdentifierPlace) ^= 1U; })},
+      {.name = "answers-with-another-credential-id",
+       .fails = {"registration.attestation", "registration.excluded", "assertion.answer"},
+       .hint = "another credential ID outside",
+       .answer = inAnswers(isRegistration,
+                           [](Message& answer) {
+                             const Data made = *dataForKey(answer, "credentialID");
+                             answer["credentialID"] =
+                                 Data(Bytes(made.bytes().rbegin(), made.bytes().rend()));
+                           })},
       {.name = "makes-short-credential-ids",
        .fails = {"registration.attestation"},
        .hint = "a credential ID of 8 bytes",

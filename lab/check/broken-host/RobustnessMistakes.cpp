@@ -16,6 +16,7 @@
 
 #include "channel/ProviderFrame.h"
 #include "channel/ProviderMessage.h"
+#include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
 
 namespace korvan::lab::broken {
@@ -273,6 +274,13 @@ std::vector<Mistake> robustnessMistakes() {
                answer = failureResponse("failed", "What is that?");
              }
            }},
+      {.name = "refuses-all-that-is-silent-as-locked",
+       .fails = {},
+       .hint = "refused as vaultLocked: unlock the vault, and check again",
+       .warns = {"request.unknownType"},
+       .answer = refusing(
+           [](const auto& request) { return !booleanForKey(request, "allowsUserInteraction"); },
+           "vaultLocked")},
       {.name = "ends-at-damaged-requests",
        .fails = {"request.damaged"},
        .hint = "the host ended with status 1 after the size 0",
@@ -358,6 +366,15 @@ std::vector<Mistake> robustnessMistakes() {
        .fails = {"host.leak"},
        .hint = ": end a connection's thread with it",
        .greet = [](int /*socket*/) { std::thread(::pause).detach(); }},
+      {.name = "leaves-zombies",
+       .fails = {"host.leak"},
+       .hint = ": wait for each with waitpid(), or it stays as a zombie",
+       .greet =
+           [](int /*socket*/) {
+             if (::fork() == 0) {
+               ::_exit(EXIT_SUCCESS);
+             }
+           }},
       {.name = "leaks-memory",
        .fails = {"host.leak"},
        .hint = ": release what a request needed",

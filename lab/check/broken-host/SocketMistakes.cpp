@@ -72,6 +72,17 @@ std::vector<Mistake> socketMistakes() {
              makeContainer(container, 0755);
              return listening(boundSocket(container));
            }},
+      {.name = "socket-is-open-to-others",
+       .fails = {},
+       .hint = "acp.sock is 0666",
+       .warns = {"socket.present"},
+       .listen =
+           [](const fs::path& container) {
+             makeContainer(container);
+             Descriptor socket = listening(boundSocket(container));
+             requireSystem(::chmod((container / "acp.sock").c_str(), 0666) == 0, "opening it");
+             return socket;
+           }},
       {.name = "socket-has-another-name",
        .fails = {"socket.present"},
        .hint = "there is korvan.sock, but no acp.sock",

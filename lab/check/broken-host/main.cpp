@@ -14,6 +14,7 @@
 
 #include <CLI/CLI.hpp>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "lab/check/broken-host/Mistake.h"
@@ -78,6 +79,7 @@ void serve(const Descriptor& socket, const Mistake& mistake, const Surroundings&
 
 void run(const Options& options) {
   const Mistake& mistake = mistakeOf(options.mistake);
+  ::umask(S_IRWXG | S_IRWXO);
   if (mistake.start) {
     mistake.start();
   }

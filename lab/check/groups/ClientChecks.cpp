@@ -185,7 +185,8 @@ Result hostLeak(CheckContext& context) {
     makeRequests(context, filled);
     const auto isSettled = [&] {
       after = usage();
-      return after.descriptors <= first.descriptors + Few && after.threads <= first.threads + Few;
+      return after.descriptors <= first.descriptors + Few && after.threads <= first.threads + Few &&
+             after.children <= first.children + Few;
     };
     if (!context.waits().until(isSettled, "the host to release what it used", 1s)) {
       break;
@@ -203,15 +204,21 @@ Result hostLeak(CheckContext& context) {
                               .before = first.threads,
                               .after = after.threads,
                               .advice = "end a connection's thread with it"},
+                       Growth{.what = "child processes",
+                              .before = first.children,
+                              .after = after.children,
+                              .advice = "wait for each with waitpid(), or it stays as a zombie"},
                        Growth{.what = "memory in KiB",
                               .before = first.memory,
                               .after = after.memory,
                               .advice = "release what a request needed"}};
   const auto leak = after.descriptors > first.descriptors + Few ? all[0]
                     : after.threads > first.threads + Few       ? all[1]
-                                                                : all[2];
+                    : after.children > first.children + Few     ? all[2]
+                                                                : all[3];
   return failed({.sent = "200 requests, more than once",
-                 .got = textOf(all[0]) + ", " + textOf(all[1]) + ", " + textOf(all[2]),
+                 .got = textOf(all[0]) + ", " + textOf(all[1]) + ", " + textOf(all[2]) + ", " +
+                        textOf(all[3]),
                  .wanted = "as before",
                  .hint = textOf(leak) + ": " + std::string(leak.advice)});
 }
@@ -239,7 +246,7 @@ std::vector<Check> clientChecks() {
        .see = "the-socket",
        .run = clientMany},
       {.name = "host.leak",
-       .passes = "200 requests leave descriptors, threads and memory as they were",
+       .passes = "200 requests leave descriptors, threads, child processes and memory as they were",
        .needs = {Need::host},
        .after = {"frame.close", "request.pieces", "request.unknownType", "request.unknownKey",
                  "client.leaves"},

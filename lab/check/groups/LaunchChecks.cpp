@@ -35,11 +35,13 @@ Result launchUrl(CheckContext& context) {
   }
   std::string wrote = context.program().newErrors();
   wrote.erase(wrote.find_last_not_of('\n') + 1);
-  return failed({.sent = std::string(LaunchUrl),
-                 .got = "a program that " + ending,
-                 .wanted = "a program that runs",
-                 .hint = ending + (wrote.empty() ? "; it wrote nothing to standard error"
-                                                 : "; it wrote: " + wrote)});
+  const bool mayBeInBackground = ending.starts_with("ended with status 0 ");
+  return failed(
+      {.sent = std::string(LaunchUrl),
+       .got = "a program that " + ending,
+       .wanted = "a program that runs",
+       .hint = (mayBeInBackground ? ending + "; a host stays in the foreground" : ending) +
+               (wrote.empty() ? "; it wrote nothing to standard error" : "; it wrote: " + wrote)});
 }
 
 Result launchTime(CheckContext& context) {

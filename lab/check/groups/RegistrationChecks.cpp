@@ -141,10 +141,7 @@ Result registrationUnique(CheckContext& context) {
 Result registrationConditional(CheckContext& context) {
   const Exchange exchange =
       askSilently(context, registrationRequest(RelyingParty, "dora", newIdentifier(), false));
-  const auto credentialID = dataForKey(exchange.answer, keys::credentialID);
-  if (isOk(exchange.answer) && credentialID) {
-    context.passkeys().remember(std::string(RelyingParty), *credentialID);
-  }
+  context.passkeys().remember(exchange.request, exchange.answer);
   return isOk(exchange.answer) || needsUser(exchange.answer)
              ? passed()
              : failed({.sent = context.described(exchange.request),

@@ -37,10 +37,20 @@ Exchange requireSignsIn(CheckContext& context, const CheckPasskey& passkey,
   return exchange;
 }
 
+/// Ends the check when a locked vault cannot heed the report.
+Exchange sendReport(CheckContext& context, const ProviderMessage& report) {
+  Exchange exchange{.request = report, .answer = context.exchange(report)};
+  if (needsUser(exchange.answer)) {
+    throw CheckEnd(skipped("a report was answered with " + context.described(exchange.answer) +
+                           ": unlock the vault, and check again"));
+  }
+  return exchange;
+}
+
 /// Passes when the host accepted a report about a passkey that it has. The extension does not read
 /// the answer, so nobody is harmed otherwise.
 Result resultOfReport(const CheckContext& context, const Exchange& report) {
-  if (isOk(report.answer) || needsUser(report.answer)) {
+  if (isOk(report.answer)) {
     return passed();
   }
   return warned({.sent = context.described(report.request),
@@ -95,7 +105,7 @@ Result reportUserName(CheckContext& context) {
   const CheckPasskey& first = context.passkeys().first();
   const auto report = userNameReport(renamed.relyingParty, renamed.userHandle, "fiona");
   const Exchange before = trySignIn(context, renamed);
-  const ProviderMessage answer = context.exchange(report);
+  const Exchange exchange = sendReport(context, report);
   const Exchange after =
       requireSignsIn(context, renamed, report, "updateUserName has removed the passkey");
   if (dataForKey(after.answer, keys::userHandle) != dataForKey(before.answer, keys::userHandle)) {
@@ -106,28 +116,27 @@ Result reportUserName(CheckContext& context) {
   }
   requireShown(context, renamed, "fiona", report, "updateUserName is ignored");
   requireShown(context, first, first.userName, report, "another user's name was changed too");
-  return resultOfReport(context, {.request = report, .answer = answer});
+  return resultOfReport(context, exchange);
 }
 
 Result reportUnknown(CheckContext& context) {
   const auto others = bystanders(context);
   const CheckPasskey& unknown = context.passkeys().make(RelyingParty, "grace");
   const auto report = unknownCredentialReport(unknown.relyingParty, unknown.credentialID);
-  const ProviderMessage answer = context.exchange(report);
+  const Exchange exchange = sendReport(context, report);
   requireGone(context, unknown, report);
   for (const CheckPasskey* other : others) {
     std::ignore = requireSignsIn(context, *other, report, "another passkey was removed too");
   }
-  return resultOfReport(context, {.request = report, .answer = answer});
+  return resultOfReport(context, exchange);
 }
 
 Result reportAccepted(CheckContext& context) {
   const auto others = bystanders(context);
   const CheckPasskey& passkey = context.passkeys().make(RelyingParty, "heidi");
   const auto listing = [&](const std::vector<Data>& accepted) {
-    const auto report =
-        acceptedCredentialsReport(passkey.relyingParty, passkey.userHandle, accepted);
-    return Exchange{.request = report, .answer = context.exchange(report)};
+    return sendReport(
+        context, acceptedCredentialsReport(passkey.relyingParty, passkey.userHandle, accepted));
   };
   const Exchange accepting = listing({newIdentifier(), passkey.credentialID});
   std::ignore =

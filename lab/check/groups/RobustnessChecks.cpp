@@ -120,6 +120,12 @@ Result requestUnknownType(CheckContext& context) {
   if (!ok && std::ranges::find(Others, code) == Others.end()) {
     return passed();
   }
+  if (!ok && code == provider_error_code::vaultLocked) {
+    return warned({.sent = context.described(unknownRequest()),
+                   .got = context.described(answer),
+                   .wanted = "ok false, errorCode failed",
+                   .hint = "refused as vaultLocked: unlock the vault, and check again"});
+  }
   return failed({.sent = context.described(unknownRequest()),
                  .got = context.described(answer),
                  .wanted = "ok false, errorCode failed",
@@ -240,6 +246,7 @@ Result requestTexts(CheckContext& context) {
   context.tellPerson("Now: agree in your host to a passkey for " + std::string(OtherRelyingParty) +
                      ".");
   const ProviderMessage registered = context.exchange(request);
+  context.passkeys().remember(request, registered);
   const auto credentialID = dataForKey(registered, key::credentialID);
   Findings findings = {.sent = context.described(request),
                        .got = context.described(registered),
@@ -248,7 +255,6 @@ Result requestTexts(CheckContext& context) {
   if (!booleanForKey(registered, key::ok) || !credentialID) {
     return failed(findings);
   }
-  context.passkeys().remember(std::string(OtherRelyingParty), *credentialID);
   const ProviderMessage answer = silentAssertion(context, OtherRelyingParty, *credentialID);
   if (dataForKey(answer, key::credentialID) != credentialID) {
     return skipped("another passkey has signed; see assertion.credential");
@@ -292,8 +298,10 @@ std::vector<Check> robustnessChecks() {
                       "requests", requestUnknownType),
       robustnessCheck("request.unknownKey", "one more key changes nothing", {"answer.ok"}, "bodies",
                       requestUnknownKey),
-      robustnessCheck("request.damaged", "what is no request is refused, and the next one served",
-                      {"answer.ok", "frame.close"}, "frames", requestDamaged),
+      robustnessCheck(
+          "request.damaged",
+          "a damaged request is refused or its connection closed; the next one is served",
+          {"answer.ok", "frame.close"}, "frames", requestDamaged),
       robustnessCheck("request.large", "a body of 4194304 bytes is served",
                       {"request.pieces", "request.unknownKey"}, "frames", requestLarge),
       needingPasskey(robustnessCheck("request.texts",

@@ -76,10 +76,17 @@ Result signatureRunning(CheckContext& context) {
 
 Result signatureAnchor(CheckContext& context) {
   const SignatureFacts facts = factsOf(context);
-  return facts.isAnchored
-             ? passed()
-             : signatureFailure("a certificate issued by " + facts.issuer,
-                                "a chain that ends in " + facts.anchor,
+  if (facts.isAnchored) {
+    return passed();
+  }
+  const std::string got = "a certificate issued by " + facts.issuer;
+  const std::string wanted =
+      "a chain that ends in " + facts.anchor + ", SHA-256 " + facts.anchorFingerprint;
+  return facts.issuer == facts.anchor
+             ? signatureFailure(got, wanted,
+                                "issued by another authority of the name " + facts.anchor +
+                                    " than the trust anchor; name yours with --trust-anchor")
+             : signatureFailure(got, wanted,
                                 "issued by " + facts.issuer + ", but the trust anchor is " +
                                     facts.anchor + "; name yours with --trust-anchor");
 }

@@ -153,9 +153,9 @@ TEST_F(SignatureChecks, TellThatTheProgramWasReplacedWhileRunning) {
 TEST_F(SignatureChecks, TellOfAnotherAnchor) {
   SigningAuthority().sign(program());
   start();
-  EXPECT_THAT(
-      hints("failed"),
-      UnorderedElementsAre(Pair("signature.anchor", HasSubstr("name yours with --trust-anchor"))));
+  EXPECT_THAT(hints("failed"), UnorderedElementsAre(Pair("signature.anchor",
+                                                         HasSubstr("issued by another authority of "
+                                                                   "the name "))));
 }
 
 TEST_F(SignatureChecks, TellOfAnotherTeamAndIdentifier) {

@@ -103,7 +103,12 @@ Result socketPresent(CheckContext& context) {
                    .hint = hintOnMissingSocket(context)});
   }
   if (S_ISSOCK(status.st_mode)) {
-    return passed();
+    return (status.st_mode & (S_IRWXG | S_IRWXO)) == 0
+               ? passed()
+               : warned({.got = "mode " + octal(status.st_mode),
+                         .wanted = "mode 0600",
+                         .hint = "acp.sock is " + octal(status.st_mode) +
+                                 ", and only the container keeps others out: chmod it to 0600"});
   }
   const std::string kind(kindOf(status.st_mode));
   return failed({.got = kind,
@@ -223,7 +228,7 @@ std::vector<Check> socketChecks() {
        .see = "the-socket",
        .run = containerMode},
       {.name = "socket.present",
-       .passes = "acp.sock is a socket",
+       .passes = "acp.sock is a socket, with mode 0600",
        .after = {"container.exists"},
        .see = "the-socket",
        .run = socketPresent},
