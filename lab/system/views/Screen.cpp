@@ -1,6 +1,8 @@
 #include "lab/system/views/Screen.h"
 
+#include <exception>
 #include <filesystem>
+#include <iostream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -10,6 +12,7 @@
 #include <unistd.h>
 
 #include "lab/system/views/LabViews.h"
+#include "lab/system/views/LateScreen.h"
 #include "lab/system/views/NoticeWindowModule.h"
 #include "lab/system/views/Terminal.h"
 
@@ -82,6 +85,16 @@ std::unique_ptr<Screen> makeWindowScreen() {
       inNoticeWindowModule<decltype(korvanMakeWindowScreen)>("korvanMakeWindowScreen")());
 }
 
+/// Called inside the main loop, where nothing can be thrown.
+std::unique_ptr<Screen> makeScreenForNotice() noexcept {
+  try {
+    return makeWindowScreen();
+  } catch (const std::exception& error) {
+    std::cerr << "korvan-lab: " << error.what() << '\n';
+    return std::make_unique<HeadlessScreen>(true);
+  }
+}
+
 }  // namespace
 
 NoticeMode noticeForPeople() {
@@ -102,6 +115,8 @@ std::unique_ptr<Screen> makeScreen(NoticeMode mode) {
       return std::make_unique<TerminalScreen>(Terminal::controlling());
     case NoticeMode::window:
       return makeWindowScreen();
+    case NoticeMode::windowWhenNeeded:
+      return std::make_unique<LateScreen>(makeScreenForNotice);
   }
   return nullptr;
 }

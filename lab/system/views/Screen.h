@@ -19,6 +19,9 @@ enum class NoticeMode : std::uint8_t {
   controllingTerminal,
   /// It is shown in a window.
   window,
+  /// The same, but nothing of windows is loaded before there is a notice. If it cannot be shown
+  /// then, OK is pressed.
+  windowWhenNeeded,
 };
 
 /// How to show the notice to the person who runs the program: in a window if there is a display,
