@@ -85,10 +85,12 @@ std::string Program::readLine() {
   return line;
 }
 
+std::string Program::readOutput() { return std::exchange(unread_, {}) + readAll(output_.get()); }
+
 Program::Result Program::finish() {
   closeInput();
   Result result;
-  result.output = unread_ + readAll(output_.get());
+  result.output = readOutput();
   result.errors = readAll(errors_.get());
   int status = 0;
   ::waitpid(processIdentifier_, &status, 0);

@@ -37,6 +37,9 @@ class Program {
   /// The next line of the output without its newline; empty at the end of the output.
   std::string readLine();
 
+  /// The rest of the output, to its end. The input stays open.
+  std::string readOutput();
+
   /// Closes the input, and reads until the program has ended.
   Result finish();
 
