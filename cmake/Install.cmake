@@ -12,6 +12,7 @@ install(TARGETS korvan-lab korvan-sample-host korvan-soak-host korvan-notice-win
 # A signature is of the program's bytes: nothing may change them on the way.
 install(FILES $<TARGET_FILE:korvan-sample-host>.p7s $<TARGET_FILE:korvan-soak-host>.p7s
   DESTINATION ${korvan_home}/lab)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/lab/browser/extension/ DESTINATION ${korvan_home}/lab/browser-extension)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/locale/ DESTINATION ${CMAKE_INSTALL_LOCALEDIR} FILES_MATCHING PATTERN "*.mo")
 
 # Debian's zsh looks for what packages bring in another folder than for what an administrator installs.

@@ -53,11 +53,6 @@ struct CallOptions {
   std::string file;
 };
 
-std::string flawOfVersion(const std::string& text) {
-  const auto version = parseOperatingSystemVersion(text);
-  return version ? std::string() : version.error();
-}
-
 std::string flawOfNotice(const std::string& text) {
   for (const std::string_view known : {"press-ok", "leave", "terminal", "window"}) {
     if (text == known) {
@@ -146,8 +141,7 @@ void addCallCommand(CLI::App& app, int& exitStatus) {
   CLI::App& command = *app.add_subcommand("call", "calls entry points, for scripts");
   const auto options = std::make_shared<CallOptions>();
   options->system.addTo(command);
-  command.add_option("--os-version", options->operatingSystemVersion)
-      ->check(CLI::Validator(flawOfVersion, ""));
+  addOperatingSystemVersionOption(command, options->operatingSystemVersion);
   command.add_option("--notice", options->notice)->check(CLI::Validator(flawOfNotice, ""));
   command.add_option("FILE", options->file);
   setHelpPage(command, CallHelpPage);

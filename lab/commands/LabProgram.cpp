@@ -3,7 +3,9 @@
 #include <string_view>
 
 #include <CLI/CLI.hpp>
+#include <unistd.h>
 
+#include "lab/browser/BrowserBridge.h"
 #include "lab/commands/CallCommand.h"
 #include "lab/commands/CheckHostCommand.h"
 #include "lab/commands/ConfigureCommand.h"
@@ -14,6 +16,7 @@
 #include "lab/commands/ReportCommand.h"
 #include "lab/commands/SignInCommand.h"
 #include "lab/commands/SoakCommand.h"
+#include "lab/commands/browser/BrowserCommand.h"
 #include "lab/commands/demo/DemoCommand.h"
 #include "lab/support/ExitStatus.h"
 #include "lab/support/HelpPage.h"
@@ -33,6 +36,7 @@ points, runs the main loop, and shows what the extension told the system.
   sign-in      signs in with a passkey, and checks the answer as a web site does
   configure    opens the extension's configuration
   report       passes on a web site's report about a user's name or passkeys
+  browser      opens a browser whose passkey requests the extension answers
   check-host   says what is wrong with a host
   host-status  shows who listens for the extension, and how it is signed
   soak         sends many requests to hosts that misbehave, and checks outcomes
@@ -50,6 +54,10 @@ Example:
   korvan-lab demo
 )";
 
+/// What the browser starts for each request, with the profile's directory and arguments of its own.
+/// No command, since it is not for people.
+constexpr std::string_view BridgeCommand = "browser-bridge";
+
 }  // namespace
 
 void describeLabProgram(CLI::App& app, int& exitStatus) {
@@ -61,6 +69,7 @@ void describeLabProgram(CLI::App& app, int& exitStatus) {
   addSignInCommand(app, exitStatus);
   addConfigureCommand(app, exitStatus);
   addReportCommand(app, exitStatus);
+  addBrowserCommand(app, exitStatus);
   addCheckHostCommand(app, exitStatus);
   addHostStatusCommand(app, exitStatus);
   addSoakCommand(app, exitStatus);
@@ -70,6 +79,9 @@ void describeLabProgram(CLI::App& app, int& exitStatus) {
 }
 
 int runLabProgram(int argc, char** argv) {
+  if (argc > 2 && argv[1] == BridgeCommand) {
+    return runBrowserBridge(argv[2], STDIN_FILENO, STDOUT_FILENO);
+  }
   CLI::App app;
   int exitStatus = Well;
   describeLabProgram(app, exitStatus);

@@ -41,6 +41,11 @@ std::string flawOfTrustAnchor(const std::string& file) {
   }
 }
 
+std::string flawOfVersion(const std::string& text) {
+  const auto version = parseOperatingSystemVersion(text);
+  return version ? std::string() : version.error();
+}
+
 std::optional<std::chrono::milliseconds> timeoutFrom(const std::optional<double>& seconds) {
   return seconds ? std::optional(std::chrono::ceil<std::chrono::milliseconds>(
                        std::chrono::duration<double>(*seconds)))
@@ -50,14 +55,22 @@ std::optional<std::chrono::milliseconds> timeoutFrom(const std::optional<double>
 }  // namespace
 
 void SystemOptions::addTo(CLI::App& command) {
+  addHostTo(command);
+  command.add_flag("--show-messages", showMessages);
+}
+
+void SystemOptions::addHostTo(CLI::App& command) {
   constexpr double Shortest = 0.001;
   constexpr double Longest = 86'400;
   command.add_option("--container", container)->check(CLI::Validator(flawOfContainer, ""));
   command.add_option("--host-application", hostApplication)->check(CLI::Validator(flawOfHost, ""));
   addTrustAnchorOption(command, trustAnchorFile);
-  command.add_flag("--show-messages", showMessages);
   command.add_option("--timeout", timeoutSeconds)
       ->check(isNumber("a number of seconds", Shortest, Longest));
+}
+
+void addOperatingSystemVersionOption(CLI::App& command, std::string& version) {
+  command.add_option("--os-version", version)->check(CLI::Validator(flawOfVersion, ""));
 }
 
 void addTrustAnchorOption(CLI::App& command, std::string& file) {

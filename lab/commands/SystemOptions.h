@@ -21,10 +21,17 @@ struct SystemOptions {
 
   void addTo(CLI::App& command);
 
+  /// Adds them without --show-messages.
+  void addHostTo(CLI::App& command);
+
   /// The settings; what is not given is left to the system. Throws std::system_error when the
   /// trust anchor's file can no longer be read.
   [[nodiscard]] LabSettings settings() const;
 };
+
+/// Adds the option that says which macOS the lab plays, in the form that
+/// parseOperatingSystemVersion() reads.
+void addOperatingSystemVersionOption(CLI::App& command, std::string& version);
 
 /// Adds the option that names the file of the trust anchor, which is looked into at once.
 void addTrustAnchorOption(CLI::App& command, std::string& file);

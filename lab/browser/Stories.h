@@ -1,0 +1,43 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include <nlohmann/json.hpp>
+
+#include "lab/support/Descriptor.h"
+
+namespace korvan::lab {
+
+/// Hears the stories that bridges tell: what a page asked, and what became of it. A story is an
+/// object with
+///
+///     "id"            the bridge's process ID
+///     "origin"        the page's, or ""
+///     "kind"          "create", "get", "signal" or "configure"
+///     "request"       what the page asked, bytes as base64url
+///     "entryPoints"   those that were called, in order, as the platform spells them
+///     "outcome"       "credential", "completed", "returned" or "canceled"
+///     "error"         with "canceled": the page's exception, {"name", "message"}
+///     "reason"        with "canceled": the reason for a developer
+///     "noticeShown"   whether the notice was up
+///     "milliseconds"  from the message's arrival to the answer
+class StoryListener {
+ public:
+  /// Listens at a new socket. Throws std::system_error when it cannot.
+  explicit StoryListener(const std::filesystem::path& socket);
+
+  /// Readable when there is a story.
+  [[nodiscard]] int descriptor() const { return socket_.get(); }
+
+  /// The next story that has come, or nullopt if none has. What is no story is skipped.
+  [[nodiscard]] std::optional<nlohmann::json> next() const;
+
+ private:
+  Descriptor socket_;
+};
+
+/// Tells a story to who listens at `socket`. False if nobody does.
+[[nodiscard]] bool tellStory(const std::filesystem::path& socket, const nlohmann::json& story);
+
+}  // namespace korvan::lab
