@@ -26,12 +26,14 @@ constexpr std::string_view BrowserHelpPage =
     R"(Usage: korvan-lab browser [options]
 
 Opens Chromium, in which the extension answers the passkey requests of every web
-page, and prints a line for each: who asked, the entry points, the outcome. Uses
+page, and prints a line for each: who asked, the entry points, the outcome. Has
 a profile of its own, and a sample host of its own unless you name one. Ends
 with the browser.
 
-  --site URL               the page to open; required
-  --headless               without a window, as where there is no display; OK is
+  --site URL               the page to open; default: a site of the lab's own,
+                           with a button for each kind of request
+  --headless               without a window, as where there is no display: the
+                           lab's own site then runs by itself, and OK is
                            pressed when there is a notice
   --container DIR|none     the app group's container
   --host-application EXECUTABLE|none
@@ -43,11 +45,11 @@ with the browser.
                            DIR, and says how to use it in your own Chromium
   --help                   this page
 
-Exit status: 0 when the browser was closed, 1 when it failed or is missing, 2
-for wrong usage.
+Exit status: 0 when the browser was closed, or the site ran well by itself, 1
+when not or without a browser, 2 for wrong usage.
 
 Example:
-  korvan-lab browser --site https://example.com
+  korvan-lab browser
 )";
 
 struct BrowserOptions {
@@ -119,9 +121,6 @@ int installByHand(const BrowserOptions& options) {
 int run(const BrowserOptions& options) {
   if (!options.directory.empty()) {
     return installByHand(options);
-  }
-  if (options.site.empty()) {
-    throw CLI::RequiredError("--site");
   }
   const auto program = browserProgram();
   if (!program) {

@@ -1,6 +1,7 @@
 #include "lab/commands/browser/BrowserSession.h"
 
 #include <fstream>
+#include <optional>
 #include <string>
 
 #include <glib-unix.h>
@@ -11,13 +12,14 @@
 #include "lab/browser/BrowserProfile.h"
 #include "lab/browser/Stories.h"
 #include "lab/browser/StoryLine.h"
+#include "lab/browser/site/Site.h"
 #include "lab/support/ExitStatus.h"
 #include "lab/support/VisibleText.h"
 
 namespace korvan::lab {
 namespace {
 
-/// The browser, and what is heard of it while it runs. Main thread.
+/// The browser, the site, and what is heard of them. Main thread.
 class BrowserSession {
  public:
   BrowserSession(Narrator& narrator, const BrowserProfile& profile)
@@ -33,14 +35,21 @@ class BrowserSession {
     g_main_loop_unref(loop_);
   }
 
+  /// Serves the lab's own site from now on, and returns its URL.
+  std::string serveSite() {
+    site_.emplace();
+    site_->onFinished = [this](bool well) {
+      end(narrator_.verdict(well, "The page has run by itself") ? Well : NotVerified);
+    };
+    return site_->url();
+  }
+
   int run(const BrowserStart& start) {
     const BrowserProcess browser(profile_, start, [this](int status) {
-      status_ = status;
-      g_main_loop_quit(loop_);
+      end(WIFEXITED(status) && WEXITSTATUS(status) == 0 ? Well : browserFailed());
     });
     g_main_loop_run(loop_);
-    tellStories();
-    return WIFEXITED(status_) && WEXITSTATUS(status_) == 0 ? Well : failed();
+    return status_;
   }
 
  private:
@@ -52,10 +61,20 @@ class BrowserSession {
   void tellStories() {
     while (const auto story = stories_.next()) {
       narrator_.say(storyLine(*story));
+      if (site_) {
+        site_->tell(*story);
+      }
     }
   }
 
-  int failed() {
+  void end(int status) {
+    // Those that came before the end are heard.
+    tellStories();
+    status_ = status;
+    g_main_loop_quit(loop_);
+  }
+
+  int browserFailed() {
     narrator_.verdict(false, "The browser failed. It wrote:");
     std::ifstream log(profile_.browserLog());
     for (std::string line; std::getline(log, line);) {
@@ -69,8 +88,18 @@ class BrowserSession {
   const StoryListener stories_;
   GMainLoop* const loop_;
   const unsigned storyWatch_;
-  int status_ = 0;
+  std::optional<Site> site_;
+  int status_ = Well;
 };
+
+std::string pageFor(BrowserSession& session, Narrator& narrator, const BrowserShow& show) {
+  if (!show.site.empty()) {
+    return show.site;
+  }
+  const std::string site = session.serveSite();
+  narrator.say("The lab's own site is at " + site);
+  return show.headless ? site + "?run" : site;
+}
 
 }  // namespace
 
@@ -80,13 +109,13 @@ int showInBrowser(Narrator& narrator, const std::filesystem::path& directory,
                   const LabSettings& settings, const BrowserShow& show) {
   const BrowserProfile profile(directory);
   profile.write(settings, labProgram());
-  profile.writeStartPage(show.site);
-  const BrowserStart start{
-      .program = show.program, .headless = show.headless, .noSandbox = needsNoSandbox()};
-  if (start.noSandbox) {
+  if (needsNoSandbox()) {
     narrator.say("Chromium runs without its sandbox, since it has none for root.");
   }
-  return BrowserSession(narrator, profile).run(start);
+  BrowserSession session(narrator, profile);
+  profile.writeStartPage(pageFor(session, narrator, show));
+  return session.run(
+      {.program = show.program, .headless = show.headless, .noSandbox = needsNoSandbox()});
 }
 
 }  // namespace korvan::lab
