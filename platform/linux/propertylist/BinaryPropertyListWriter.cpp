@@ -171,6 +171,11 @@ class ObjectTable {
   std::size_t addArray(const PropertyListValue::Array& array) {
     const auto addMembers = [&](std::vector<std::size_t>& references) {
       references.reserve(array.size());
+      // At least doubles the room, so that many small arrays do not grow it step by step.
+      if (array.size() > rows_.size()) {
+        rows_.reserve(rows_.size() + array.size());
+        leaves_.reserve(leaves_.size() + array.size());
+      }
       for (std::size_t index = 0; index < array.size(); ++index) {
         path_.push_back({.index = index});
         references.push_back(add(array[index]));
