@@ -2,6 +2,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <limits>
 #include <string>
@@ -336,16 +337,13 @@ class BinaryReader {
   }
 
   [[nodiscard]] std::uint64_t numberAt(std::size_t offset, std::size_t width) const {
-    const std::uint8_t* next = first_ + offset;
-    std::uint64_t number = *next;
-    // Nearly all references and offsets of messages have one byte.
-    if (width == 1) {
-      return number;
+    // Eight bytes are always there, since the trailer follows all numbers but its own last one.
+    std::uint64_t number = 0;
+    std::memcpy(&number, first_ + offset, sizeof number);
+    if constexpr (std::endian::native == std::endian::little) {
+      number = std::byteswap(number);
     }
-    while (--width > 0) {
-      number = (number << 8) | *++next;
-    }
-    return number;
+    return number >> (8 * (MaxWidth - width));
   }
 
   const Data& bytes_;

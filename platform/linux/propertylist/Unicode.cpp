@@ -22,13 +22,22 @@ void appendUnit(std::string& utf16, char32_t unit) {
 
 bool isAscii(std::string_view text) noexcept {
   std::uint64_t seen = 0;
-  for (; text.size() >= sizeof seen; text.remove_prefix(sizeof seen)) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data(), sizeof word);
-    seen |= word;
-  }
-  for (const char byte : text) {
-    seen |= static_cast<std::uint8_t>(byte);
+  constexpr std::size_t WordSize = sizeof seen;
+  if (text.size() < WordSize) {
+    for (const char byte : text) {
+      seen |= static_cast<std::uint8_t>(byte);
+    }
+  } else {
+    const auto seeWord = [&](std::size_t place) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, text.data() + place, WordSize);
+      seen |= word;
+    };
+    for (std::size_t place = 0; place < text.size() - WordSize; place += WordSize) {
+      seeWord(place);
+    }
+    // Overlaps the word before it, unless the size is a multiple.
+    seeWord(text.size() - WordSize);
   }
   return (seen & 0x8080808080808080) == 0;
 }
