@@ -21,6 +21,7 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 using Arguments = std::vector<std::string>;
 
@@ -104,7 +105,7 @@ TEST_F(CheckHost, RefusesAPatternThatMatchesNoCheck) {
 TEST_F(CheckHost, RefusesToLaunchBesideAHostThatListens) {
   startSampleHost();
   const auto result = checkHost({"--launch", launchCommand()});
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.errors, HasSubstr("already; stop it, or leave out --launch"));
 }
 
@@ -129,7 +130,7 @@ class InterruptedCheckHost : public CheckHost {
  protected:
   InterruptedCheckHost()
       : program_({KORVAN_LAB, "check-host", "--container", stage_.container(), "--timeout", "60",
-                  "--launch",
+                  "--junit", stage_.file("results.xml"), "--launch",
                   KORVAN_BROKEN_HOST " --mistake never-answers --container " +
                       stage_.container().string()}) {
     std::string line;
@@ -160,6 +161,7 @@ TEST_F(InterruptedCheckHost, LeavesNothingWhenItIsInterrupted) {
   EXPECT_EQ(program_.finish().status, 128 + SIGINT);
   EXPECT_FALSE(Stage::hasProcesses());
   EXPECT_FALSE(leavesAnything());
+  EXPECT_FALSE(std::filesystem::exists(stage_.file("results.xml")));
 }
 
 TEST_F(InterruptedCheckHost, LeavesNothingWhenItIsKilled) {
@@ -168,6 +170,23 @@ TEST_F(InterruptedCheckHost, LeavesNothingWhenItIsKilled) {
   EXPECT_EQ(program_.finish().status, 128 + SIGKILL);
   waitForTheEndOfAll();
   EXPECT_FALSE(leavesAnything());
+}
+
+TEST_F(CheckHost, RemovesItsPasskeysWhenItIsInterrupted) {
+  const std::string vault = stage_.file("vault");
+  SampleHostProcess& host = stage_.startHost(
+      KORVAN_BROKEN_HOST, {"--mistake", "asks-in-a-silent-assertion", "--vault", vault});
+  host.nextEvent();
+  Program program({KORVAN_LAB, "check-host", "--container", stage_.container(), "--only",
+                   "assertion.silent", "--timeout", "60"});
+  std::string line;
+  do {
+    line = program.readLine();
+  } while (!line.empty() && line != "… Waiting for the host to answer");
+  EXPECT_THAT(contentsOf(vault), HasSubstr("check-host.invalid"));
+  program.signal(SIGINT);
+  EXPECT_EQ(program.finish().status, 128 + SIGINT);
+  EXPECT_THAT(contentsOf(vault), Not(HasSubstr("check-host.invalid")));
 }
 
 TEST_F(CheckHost, TellsWhyTheProgramCannotBeStarted) {
@@ -188,20 +207,43 @@ TEST_F(CheckHost, ShowsHowTheProgramEndedAndWhatItWrote) {
 }
 
 TEST_F(CheckHost, RefusesWrongUsage) {
-  for (const Arguments& wrong : {Arguments{"--timeout", "0"}, Arguments{"--launch", "'"},
-                                 Arguments{"--trust-anchor", "/nowhere"}}) {
+  for (const Arguments& wrong :
+       {Arguments{"--timeout", "0"}, Arguments{"--launch", "'"},
+        Arguments{"--trust-anchor", "/nowhere"}, Arguments{"--junit", ""}}) {
     EXPECT_EQ(checkHost(wrong).status, 2) << wrong.front();
   }
   EXPECT_EQ(runLab({"check-host", "--container", ""}).status, 2);
 }
 
+TEST_F(CheckHost, RefusesAJunitFileThatItCannotOpenAndRunsNothing) {
+  startSampleHost();
+  for (const std::string& file :
+       {std::string("/nowhere/results.xml"), stage_.container().string()}) {
+    const auto result = checkHost({"--only", "container.*", "--junit", file});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.errors, HasSubstr("--junit: cannot write \"" + file + "\": "));
+  }
+}
+
 TEST_F(CheckHost, TellsThatTheJunitFileCannotBeWritten) {
   startSampleHost();
-  for (const std::string file : {"/nowhere/results.xml", "/dev/full"}) {
-    const auto result = checkHost({"--only", "container.*", "--junit", file});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.errors, HasSubstr("--junit " + file + " cannot be written"));
-  }
+  const auto result = checkHost({"--only", "container.*", "--junit", "/dev/full"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.errors, HasSubstr("cannot write \"/dev/full\"\n"));
+}
+
+TEST_F(CheckHost, LeavesNoHalfOfAJunitFile) {
+  startSampleHost();
+  const std::string file = stage_.file("results.xml");
+  // A file may have 512 bytes, and a larger one is an error rather than the program's end.
+  const auto result = Program({"/bin/sh", "-c", R"(trap '' XFSZ; ulimit -f 1; exec "$@")", "sh",
+                               KORVAN_LAB, "check-host", "--container", stage_.container(),
+                               "--only", "container.*", "--only", "socket.*", "--junit", file})
+                          .finish();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.errors, HasSubstr("cannot write \"" + file + "\"\n"));
+  EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST(CheckHostList, PrintsEveryCheckAndSoDoesTheHelp) {

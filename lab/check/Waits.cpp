@@ -1,7 +1,9 @@
 #include "lab/check/Waits.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <tuple>
 #include <utility>
 
 #include <poll.h>
@@ -12,17 +14,23 @@ namespace {
 constexpr Waits::Duration SilentTime = std::chrono::seconds(1);
 constexpr Waits::Duration AskingInterval = std::chrono::milliseconds(5);
 
-/// Whether the event, or an error or hang-up, occurs before `end`.
-bool occurs(int descriptor, short event, Waits::Clock::time_point end) {
-  pollfd watched{.fd = descriptor, .events = event, .revents = 0};
-  while (true) {
+constexpr int None = -1;
+
+/// Whether the event, or an error or hang-up, occurs before `end`. Throws Interrupted when the
+/// interruption comes first. Either descriptor may be None.
+bool occurs(int descriptor, short event, Waits::Clock::time_point end, int interruption) {
+  std::array watched{pollfd{.fd = descriptor, .events = event, .revents = 0},
+                     pollfd{.fd = interruption, .events = POLLIN, .revents = 0}};
+  int count = 0;
+  do {
     const auto left = std::chrono::ceil<Waits::Duration>(end - Waits::Clock::now());
-    const int count =
-        ::poll(&watched, 1, static_cast<int>(std::max(left, Waits::Duration::zero()).count()));
-    if (count >= 0 || errno != EINTR) {
-      return count > 0;
-    }
+    count = ::poll(watched.data(), watched.size(),
+                   static_cast<int>(std::max(left, Waits::Duration::zero()).count()));
+  } while (count < 0 && errno == EINTR);
+  if (count > 0 && watched[0].revents == 0) {
+    throw Interrupted{};
   }
+  return count > 0;
 }
 
 }  // namespace
@@ -33,7 +41,7 @@ Waits::Waits(Duration timeout, Notice notice)
 Waits::Clock::time_point Waits::endOf(Duration limit) const {
   const auto now = Clock::now();
   // In milliseconds, since the greatest number of them is more than a time point holds.
-  const auto left = std::chrono::ceil<Duration>(deadline_ - now);
+  const auto left = std::chrono::ceil<Duration>(std::min(deadline_, end_) - now);
   return now + std::max(std::min(limit, left), Duration::zero());
 }
 
@@ -41,14 +49,14 @@ bool Waits::forEvent(int descriptor, short event, const std::string& whatFor,
                      Duration limit) const {
   const auto end = endOf(limit);
   const auto silentEnd = Clock::now() + SilentTime;
-  if (occurs(descriptor, event, std::min(end, silentEnd))) {
+  if (occurs(descriptor, event, std::min(end, silentEnd), None)) {
     return true;
   }
   if (end <= silentEnd) {
     return false;
   }
   notice_(whatFor);
-  return occurs(descriptor, event, end);
+  return occurs(descriptor, event, end, interruption_);
 }
 
 bool Waits::until(const std::function<bool()>& happened, const std::string& whatFor,
@@ -56,6 +64,7 @@ bool Waits::until(const std::function<bool()>& happened, const std::string& what
   const auto end = endOf(limit);
   const auto silentEnd = Clock::now() + SilentTime;
   bool told = false;
+  std::ignore = occurs(None, 0, Clock::now(), interruption_);
   while (!happened()) {
     const auto now = Clock::now();
     if (now >= end) {
@@ -65,8 +74,8 @@ bool Waits::until(const std::function<bool()>& happened, const std::string& what
       notice_(whatFor);
       told = true;
     }
-    // Nothing to poll for: a person or another process does it.
-    ::poll(nullptr, 0, static_cast<int>(AskingInterval.count()));
+    // No descriptor tells of it: a person or another process does it.
+    std::ignore = occurs(None, 0, now + AskingInterval, interruption_);
   }
   return true;
 }

@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "lab/check/Interruption.h"
+
 namespace korvan::lab::check {
 
 /// Bounds every wait of a run, and says what is waited for when that takes over a second. All waits
@@ -24,6 +26,16 @@ class Waits {
     deadline_ = Clock::now() + std::max(timeout_, least);
   }
 
+  /// Has waits throw Interrupted after the interruption, but not within their first second for an
+  /// event: an answer that is on its way is still read. The interruption outlives this object.
+  void heed(const Interruption& interruption) { interruption_ = interruption.descriptor(); }
+
+  /// Heeds no interruption any more. From now on all waits together take no longer than `limit`.
+  void end(Duration limit) {
+    interruption_ = -1;
+    end_ = Clock::now() + limit;
+  }
+
   [[nodiscard]] Duration timeout() const noexcept { return timeout_; }
 
   /// Waits until a poll(2) event occurs on the descriptor. False when `limit`, or the timeout if
@@ -41,6 +53,8 @@ class Waits {
   Duration timeout_;
   Notice notice_;
   Clock::time_point deadline_;
+  Clock::time_point end_ = Clock::time_point::max();
+  int interruption_ = -1;
 };
 
 }  // namespace korvan::lab::check

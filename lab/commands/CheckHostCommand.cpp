@@ -1,11 +1,14 @@
 #include "lab/commands/CheckHostCommand.h"
 
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <tuple>
 #include <vector>
 
@@ -15,6 +18,7 @@
 #include "lab/check/Catalog.h"
 #include "lab/check/CheckContext.h"
 #include "lab/check/CheckRunner.h"
+#include "lab/check/Interruption.h"
 #include "lab/check/report/CheckReport.h"
 #include "lab/commands/CheckedHost.h"
 #include "lab/processes/Supervisor.h"
@@ -26,6 +30,7 @@ namespace korvan::lab {
 namespace {
 
 using namespace check;
+namespace fs = std::filesystem;
 
 constexpr std::string_view CheckHostHelpPage =
     R"(Usage: korvan-lab check-host [options]
@@ -113,24 +118,44 @@ CheckReports reportsFor(const CheckHostOptions& options, std::ostream& junit) {
   return reports;
 }
 
+std::string flawOfFile(const std::string& text) {
+  return text.empty() ? "is empty; it must be a file" : std::string();
+}
+
+std::string unwritable(const std::string& file) { return "--junit: cannot write \"" + file + "\""; }
+
 std::ofstream opened(const std::string& junitFile) {
   std::ofstream junit;
   if (!junitFile.empty()) {
     junit.open(junitFile);
     if (!junit) {
-      throw std::runtime_error("--junit " + junitFile + " cannot be written");
+      throw CLI::ValidationError(unwritable(junitFile) + ": " + check::errorText(errno));
     }
   }
   return junit;
 }
 
-void startProgram(CheckContext& context) {
-  if (context.hostListens()) {
-    throw std::runtime_error("a host listens in " + context.settings().container.string() +
-                             " already; stop it, or leave out --launch");
+void finish(std::ofstream& junit, const std::string& file) {
+  if (junit.is_open() && !junit.flush()) {
+    std::error_code ignored;
+    fs::resize_file(file, 0, ignored);
+    throw std::runtime_error(unwritable(file));
   }
-  // The checks say what is wrong if it does not listen.
-  std::ignore = context.startProgram();
+}
+
+/// What a run leaves that did not come to its results.
+void removeIfEmpty(const std::string& junitFile) {
+  std::error_code ignored;
+  if (fs::is_regular_file(junitFile, ignored) && fs::is_empty(junitFile, ignored)) {
+    fs::remove(junitFile, ignored);
+  }
+}
+
+void requireNobodyListens(const CheckSettings& settings) {
+  if (CheckContext(settings, [](const std::string& /*sentence*/) {}).hostListens()) {
+    throw CLI::ValidationError("--launch: a host listens in " + settings.container.string() +
+                               " already; stop it, or leave out --launch");
+  }
 }
 
 int statusOf(const Counts& counts, const CheckContext& context) {
@@ -140,9 +165,33 @@ int statusOf(const Counts& counts, const CheckContext& context) {
   return context.hasConnected() ? NotVerified : HostAbsent;
 }
 
+int runToTheEnd(CheckContext& context, const std::vector<Check>& checks,
+                const CheckReports& reports) {
+  if (context.hasProgram()) {
+    // The checks say what is wrong if it does not listen.
+    std::ignore = context.startProgram();
+  }
+  const int status = statusOf(runChecks(checks, context, reports), context);
+  if (context.hasProgram()) {
+    context.stopProgram();
+  }
+  return status;
+}
+
+/// After an interruption. The time is less than the supervisor gives this process.
+void tidyUp(CheckContext& context) {
+  constexpr auto TimeForEach = std::chrono::milliseconds(900);
+  context.waits().end(TimeForEach);
+  context.passkeys().removeAll();
+  if (context.hasProgram()) {
+    context.waits().end(TimeForEach);
+    context.stopProgram();
+  }
+}
+
 int run(const CheckHostOptions& options, const CheckSettings& settings,
-        const std::vector<Check>& checks) {
-  std::ofstream junit = opened(options.junitFile);
+        const std::vector<Check>& checks, std::ofstream& junit) {
+  const Interruption interruption;
   const CheckReports reports = reportsFor(options, junit);
   const auto say = [&reports](const std::string& sentence) {
     for (const auto& report : reports) {
@@ -150,17 +199,17 @@ int run(const CheckHostOptions& options, const CheckSettings& settings,
     }
   };
   CheckContext context(settings, say);
-  if (context.hasProgram()) {
-    startProgram(context);
+  context.waits().heed(interruption);
+  try {
+    const int status = runToTheEnd(context, checks, reports);
+    finish(junit, options.junitFile);
+    return status;
+  } catch (const Interrupted&) {
+    interruption.accept();
+    say("Removing the passkeys of this run");
+    tidyUp(context);
+    return NotVerified;
   }
-  const int status = statusOf(runChecks(checks, context, reports), context);
-  if (context.hasProgram()) {
-    context.stopProgram();
-  }
-  if (junit.is_open() && !junit.flush()) {
-    throw std::runtime_error("--junit " + options.junitFile + " cannot be written");
-  }
-  return status;
 }
 
 int runCommand(const CheckHostOptions& options) {
@@ -170,8 +219,14 @@ int runCommand(const CheckHostOptions& options) {
   }
   const CheckSettings settings = options.settings();
   const std::vector<Check> checks = checksFor(options);
-  return runSupervised(
-      [&](const std::filesystem::path& /*directory*/) { return run(options, settings, checks); });
+  if (!settings.launch.empty()) {
+    requireNobodyListens(settings);
+  }
+  std::ofstream junit = opened(options.junitFile);
+  const int status = runSupervised(
+      [&](const fs::path& /*directory*/) { return run(options, settings, checks, junit); });
+  removeIfEmpty(options.junitFile);
+  return status;
 }
 
 }  // namespace
@@ -187,7 +242,7 @@ void addCheckHostCommand(CLI::App& app, int& exitStatus) {
   command.add_option("--skip", options->skip)->allow_extra_args(false);
   command.add_flag("--list", options->list);
   command.add_flag("--json", options->json);
-  command.add_option("--junit", options->junitFile);
+  command.add_option("--junit", options->junitFile)->check(CLI::Validator(flawOfFile, ""));
   setHelpPage(command, std::string(CheckHostHelpPage) + listOf(allChecks()));
   command.callback([options, &exitStatus] { exitStatus = runCommand(*options); });
 }
