@@ -40,20 +40,20 @@ Descriptor streamSocket() {
 }
 
 /// Listens without a look at what is there already.
-Descriptor listenBlindly(const std::filesystem::path& container) {
+void listenBlindly(const Descriptor& socket, const std::filesystem::path& container) {
   std::ignore = ::mkdir(container.c_str(), S_IRWXU);
   const sockaddr_un address = addressIn(container);
-  Descriptor socket = streamSocket();
   requireSystem(
       ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
           ::listen(socket.get(), QueueOfClients) == 0,
       "listening");
-  return socket;
 }
 
 Descriptor takeSocketOver(const std::filesystem::path& container) {
   ::unlink((container / "acp.sock").c_str());
-  return listenBlindly(container);
+  Descriptor socket = streamSocket();
+  listenBlindly(socket, container);
+  return socket;
 }
 
 bool isTaken(const std::filesystem::path& container) {
@@ -79,20 +79,28 @@ Descriptor removeSocketOfAnother(const std::filesystem::path& container) {
 
 Descriptor shareWithChild(const std::filesystem::path& container) {
   std::ignore = std::signal(SIGTERM, SIG_DFL);
-  Descriptor socket = listenSoundly(container);
+  if (isTaken(container)) {
+    std::quick_exit(EXIT_FAILURE);
+  }
+  Descriptor socket = streamSocket();
+  // Before anybody can connect, and end this process.
   const pid_t child = ::fork();
   if (child == 0) {
     while (true) {
       ::pause();
     }
   }
+  ::unlink((container / "acp.sock").c_str());
+  listenBlindly(socket, container);
   return socket;
 }
 
 /// Ends by SIGTERM as processes do that know nothing of it.
 Descriptor leaveSocketAtEnd(const std::filesystem::path& container) {
   std::ignore = std::signal(SIGTERM, SIG_DFL);
-  return listenBlindly(container);
+  Descriptor socket = streamSocket();
+  listenBlindly(socket, container);
+  return socket;
 }
 
 }  // namespace
