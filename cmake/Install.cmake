@@ -7,7 +7,7 @@ set(korvan_home ${CMAKE_INSTALL_LIBEXECDIR}/korvan-autofill)
 set(korvan_links ${PROJECT_BINARY_DIR}/links)
 set(korvan_manual ${PROJECT_BINARY_DIR}/lab/manual/made)
 
-install(TARGETS korvan-lab korvan-sample-host korvan-soak-host korvan-notice-window
+install(TARGETS korvan-lab korvan-sample-host korvan-soak-host korvan-browser-site korvan-notice-window
   RUNTIME DESTINATION ${korvan_home}/lab LIBRARY DESTINATION ${korvan_home}/lab)
 # A signature is of the program's bytes: nothing may change them on the way.
 install(FILES $<TARGET_FILE:korvan-sample-host>.p7s $<TARGET_FILE:korvan-soak-host>.p7s

@@ -203,9 +203,11 @@ TEST_F(BrowserBridge, EndsWithoutAnAnswerWhenThePageTakesItsRequestBack) {
 TEST_F(BrowserBridge, RefusesWhenTheHostTakesTooLong) {
   writeProfile(std::chrono::milliseconds(50));
   startStalledHost();
-  EXPECT_EQ(ask(creationMessage())["error"],
-            (json{{"name", "NotAllowedError"}, {"message", "Korvan did not answer in time."}}));
-  EXPECT_EQ(story()["reason"], "Korvan did not answer in time.");
+  const json error = ask(creationMessage())["error"];
+  EXPECT_EQ(error["name"], "NotAllowedError");
+  // On a busy machine the time is over before the host is asked.
+  EXPECT_THAT(error["message"], testing::EndsWith(" in time."));
+  EXPECT_EQ(story()["reason"], error["message"]);
 }
 
 TEST_F(BrowserBridge, WritesItsStoryToStandardErrorWhenNobodyListens) {

@@ -10,9 +10,10 @@
 
 #include "lab/browser/BrowserProcess.h"
 #include "lab/browser/BrowserProfile.h"
+#include "lab/browser/SiteProcess.h"
 #include "lab/browser/Stories.h"
 #include "lab/browser/StoryLine.h"
-#include "lab/browser/site/Site.h"
+#include "lab/processes/Stage.h"
 #include "lab/support/ExitStatus.h"
 #include "lab/support/VisibleText.h"
 
@@ -37,15 +38,16 @@ class BrowserSession {
 
   /// Serves the lab's own site from now on, and returns its URL.
   std::string serveSite() {
-    site_.emplace();
-    site_->onFinished = [this](bool well) {
+    site_.emplace(builtProgram("korvan-browser-site", "browser/site"), [this](bool well) {
+      tellStories();
       end(narrator_.verdict(well, "The page has run by itself") ? Well : NotVerified);
-    };
+    });
     return site_->url();
   }
 
   int run(const BrowserStart& start) {
     const BrowserProcess browser(profile_, start, [this](int status) {
+      tellStories();
       end(WIFEXITED(status) && WEXITSTATUS(status) == 0 ? Well : browserFailed());
     });
     g_main_loop_run(loop_);
@@ -68,8 +70,6 @@ class BrowserSession {
   }
 
   void end(int status) {
-    // Those that came before the end are heard.
-    tellStories();
     status_ = status;
     g_main_loop_quit(loop_);
   }
@@ -88,7 +88,7 @@ class BrowserSession {
   const StoryListener stories_;
   GMainLoop* const loop_;
   const unsigned storyWatch_;
-  std::optional<Site> site_;
+  std::optional<SiteProcess> site_;
   int status_ = Well;
 };
 
