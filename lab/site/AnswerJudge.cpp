@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <string>
 #include <utility>
 
 #include "lab/site/AnswerKeys.h"
@@ -140,6 +142,28 @@ std::optional<bool> backupEligibility(std::uint8_t flags) {
   return eligible || (flags & BackedUp) == 0 ? std::optional(eligible) : std::nullopt;
 }
 
+/// What is wrong with attested credential data that cannot be read, by the place of the ID in it.
+std::string hintForAttested(const Data& attested, const std::optional<Data>& credentialID) {
+  constexpr std::ptrdiff_t Start = 37;
+  constexpr std::ptrdiff_t PlaceOfID = 18;
+  const auto bytes = attested.bytes();
+  const auto found = credentialID && !credentialID->empty()
+                         ? std::ranges::search(bytes, credentialID->bytes()).begin()
+                         : bytes.end();
+  const std::ptrdiff_t place = found - bytes.begin();
+  if (found == bytes.end()) {
+    return "the attested credential data is cut short";
+  }
+  if (place != PlaceOfID) {
+    return "the credential ID begins at byte " + std::to_string(Start + place) +
+           " of the authenticator data, not at " + std::to_string(Start + PlaceOfID) +
+           ", after the AAGUID (16 bytes) and its own size (2)";
+  }
+  const int size = bytes[PlaceOfID - 2] << 8 | bytes[PlaceOfID - 1];
+  return "the credential ID has " + std::to_string(credentialID->size()) +
+         " bytes, but the two bytes before it, big-endian, say " + std::to_string(size);
+}
+
 /// The authenticator data inside an attestation object, and the passkey in it.
 RegistrationReview judgeAttestedStatement(const Data& bytes, const ProviderMessage& answer,
                                           const RegistrationTerms& terms) {
@@ -153,12 +177,12 @@ RegistrationReview judgeAttestedStatement(const Data& bytes, const ProviderMessa
   const bool attests = (statement->flags & AttestedCredentialDataIncluded) != 0;
   const auto attested = readAttestedCredentialData(statement->rest);
   if (!attests || !attested) {
-    review.findings.push_back(
-        failing(Subject::attestation, "no credential is attested",
-                {.wanted = "AT (0x40), and the attested credential behind the counter",
-                 .got = wordsForFlags(statement->flags) + ", then " + wordsFor(statement->rest),
-                 .hint = attests ? "the attested credential data is cut short"
-                                 : "the flag AT is missing"}));
+    review.findings.push_back(failing(
+        Subject::attestation, "no credential is attested",
+        {.wanted = "AT (0x40), and the attested credential behind the counter",
+         .got = wordsForFlags(statement->flags) + ", then " + wordsFor(statement->rest),
+         .hint = attests ? hintForAttested(statement->rest, dataForKey(answer, keys::credentialID))
+                         : "the flag AT is missing"}));
     return review;
   }
   append(review.findings,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -11,6 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <openssl/ecdsa.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
 
 #include "lab/host/AuthenticatorData.h"
 #include "lab/host/SigningKey.h"
@@ -274,6 +277,21 @@ Data rawOf(const Data& der) {
   return Data::copyOf(raw);
 }
 
+Data signedWithSha384(const host::SigningKey& key, const Data& message) {
+  const Data secret = key.pkcs8();
+  const std::uint8_t* next = secret.bytes().data();
+  const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> loaded(
+      d2i_AutoPrivateKey(nullptr, &next, static_cast<long>(secret.size())), EVP_PKEY_free);
+  const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
+                                                                        EVP_MD_CTX_free);
+  std::vector<std::uint8_t> signature(128);
+  std::size_t size = signature.size();
+  EVP_DigestSignInit(context.get(), nullptr, EVP_sha384(), nullptr, loaded.get());
+  EVP_DigestSign(context.get(), signature.data(), &size, message.bytes().data(), message.size());
+  signature.resize(size);
+  return {std::move(signature)};
+}
+
 TEST_F(AssertionJudge, FindsTheMistakeWithWhichTheSignatureVerifies) {
   const Data message = joined({statement_, hash_});
   const Subjects signature = {Subject::signature};
@@ -282,6 +300,8 @@ TEST_F(AssertionJudge, FindsTheMistakeWithWhichTheSignatureVerifies) {
   expectFlaw(answerStating(statement_, joined({hash_, statement_})), signature,
              "over clientDataHash before authenticatorData");
   expectFlaw(answerStating(statement_, sha256(message.bytes())), signature, "hashed twice");
+  expectFlaw(answerWithKey(keys::signature, signedWithSha384(key_, message)), signature,
+             "it verifies hashed with SHA-384; ES256 is with SHA-256");
   expectFlaw(answerStating(statement_, joined({statement_, sha256(hash_.bytes())})), signature,
              "over the hash of clientDataHash");
   expectFlaw(answerStating(statement_, joined({with(statement_, 36, 5), hash_})), signature,
@@ -446,6 +466,10 @@ TEST_F(RegistrationJudge, WantsTheAttestationObjectInCanonicalForm) {
              "the attestation object has no format");
   expectFlaw(answerAttesting(joined({bytes({0xA2}), format, statement})), OfAttestation,
              "has no authenticator data");
+  expectFlaw(answerAttesting(with(whole, 28, 0x78)), OfAttestation,
+             "authData is a text string, not a byte string");
+  expectFlaw(answerAttesting(joined({whole.slice(0, 28), bytes({0x61, 'x'})})), OfAttestation,
+             "authData is no byte string");
   expectFlaw(answerAttesting(joined({bytes({0xA4, 0x61, 'x', 0}), format, statement, rest})),
              OfAttestation, "a map of 4");
   expectFlaw(answerAttesting(joined({bytes({0xA3}), format, statement.slice(0, 8),
@@ -459,6 +483,10 @@ TEST_F(RegistrationJudge, WantsTheAttestedCredentialBehindItsFlag) {
   expectFlaw(answerStating(attested(), Flags & ~unsigned{AttestedCredentialDataIncluded}),
              OfAttestation, "the flag AT is missing");
   expectFlaw(answerStating(attested().slice(0, 20)), OfAttestation, "cut short");
+  expectFlaw(answerStating(attested().slice(16, attested().size() - 16)), OfAttestation,
+             "the credential ID begins at byte 39 of the authenticator data, not at 55");
+  expectFlaw(answerStating(with(with(attested(), 16, 32), 17, 0)), OfAttestation,
+             "the credential ID has 32 bytes, but the two bytes before it, big-endian, say 8192");
   expectFlaw(answerStating(joined({attested(), bytes({0})})), OfAttestation, "too long");
   expectFlaw(answerStating(attested(), Flags | BackedUp), {Subject::flags}, "BS (0x10) only");
   expectFlaw(answerStating(attested(), Flags & ~unsigned{UserVerified}), {Subject::verification},

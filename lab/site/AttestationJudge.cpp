@@ -31,10 +31,24 @@ bool startsWith(const Data& bytes, std::string_view start) {
                             [](char each) { return static_cast<std::uint8_t>(each); });
 }
 
+/// Whether the member "authData" is text, which CBOR cannot be read with unless it is UTF-8.
+bool hasTextForStatement(const Data& bytes) {
+  constexpr std::string_view Name = "authData";
+  constexpr unsigned TextType = 3;
+  constexpr unsigned TypeShift = 5;
+  const std::string_view all(reinterpret_cast<const char*>(bytes.bytes().data()), bytes.size());
+  const std::size_t place = all.find(Name);
+  return place != std::string_view::npos && place + Name.size() < bytes.size() &&
+         bytes.bytes()[place + Name.size()] >> TypeShift == TextType;
+}
+
 std::string hintForNoObject(const Data& bytes, std::string_view relyingParty) {
   const Data hash = sha256(relyingParty);
   if (bytes.size() >= hash.size() && bytes.slice(0, hash.size()) == hash) {
     return R"(this is authData without its object: {"fmt", "attStmt", "authData"})";
+  }
+  if (hasTextForStatement(bytes)) {
+    return "authData is a text string, not a byte string";
   }
   if (startsWith(bytes, "{")) {
     return "this is JSON; an attestation object is CBOR";
@@ -72,7 +86,9 @@ FindingList judgeMembers(const cbor_item_t* object) {
                                     "an attestation without a statement has the format \"none\""));
   }
   if (!cborBytes(data)) {
-    findings.push_back(brokenObject("the attestation object has no authenticator data",
+    findings.push_back(brokenObject(data == nullptr
+                                        ? "the attestation object has no authenticator data"
+                                        : "authData is no byte string",
                                     "\"authData\", bytes", wordsFor(data)));
   }
   if (const std::size_t count = cborPairs(object).size(); findings.empty() && count != 3) {

@@ -93,12 +93,12 @@ std::string PublicKey::pem() const {
 }
 
 bool PublicKey::verifies(std::span<const std::uint8_t> message,
-                         std::span<const std::uint8_t> signature) const {
+                         std::span<const std::uint8_t> signature, const EVP_MD* hash) const {
   const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
                                                                         EVP_MD_CTX_free);
   const bool verified =
       context != nullptr &&
-      EVP_DigestVerifyInit(context.get(), nullptr, EVP_sha256(), nullptr, key_.get()) == 1 &&
+      EVP_DigestVerifyInit(context.get(), nullptr, hash, nullptr, key_.get()) == 1 &&
       EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(),
                        message.size()) == 1;
   ERR_clear_error();

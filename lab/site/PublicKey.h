@@ -28,10 +28,11 @@ class PublicKey {
   [[nodiscard]] Data der() const;
   [[nodiscard]] std::string pem() const;
 
-  /// True when `signature`, a DER Ecdsa-Sig-Value, is the key's ES256 signature of `message`.
-  /// https://www.rfc-editor.org/rfc/rfc9053#section-2.1
+  /// True when `signature`, a DER Ecdsa-Sig-Value, is the key's ES256 signature of `message`, or
+  /// one with another hash. https://www.rfc-editor.org/rfc/rfc9053#section-2.1
   [[nodiscard]] bool verifies(std::span<const std::uint8_t> message,
-                              std::span<const std::uint8_t> signature) const;
+                              std::span<const std::uint8_t> signature,
+                              const EVP_MD* hash = EVP_sha256()) const;
 
  private:
   explicit PublicKey(EVP_PKEY* key);

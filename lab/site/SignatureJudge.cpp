@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <openssl/ecdsa.h>
+#include <openssl/evp.h>
 
 #include "lab/site/AttestationReader.h"
 #include "lab/site/ValueWords.h"
@@ -24,6 +25,13 @@ template <typename Value>
 struct Guess {
   Value value;
   std::string mistake;
+};
+
+/// What may have been signed.
+struct Message {
+  Data bytes;
+  std::string mistake;
+  const EVP_MD* hash = EVP_sha256();
 };
 
 Data joinedBytes(const Data& first, const Data& second) {
@@ -49,17 +57,24 @@ Data withCountChangedBy(int change, const Data& statement) {
   return {std::move(bytes)};
 }
 
-std::vector<Guess<Data>> guessedMessages(const Data& statement, const RequestTerms& terms) {
+std::vector<Message> guessedMessages(const Data& statement, const RequestTerms& terms) {
   const Data& hash = terms.clientDataHash;
-  std::vector<Guess<Data>> guesses = {
-      {.value = joinedBytes(statement, hash), .mistake = ""},
-      {.value = hash, .mistake = "over clientDataHash alone; authenticatorData comes before it"},
-      {.value = statement, .mistake = "over authenticatorData alone; clientDataHash follows it"},
-      {.value = joinedBytes(hash, statement),
+  const Data right = joinedBytes(statement, hash);
+  std::vector<Message> guesses = {
+      {.bytes = right, .mistake = ""},
+      {.bytes = right, .mistake = "hashed with SHA-1; ES256 is with SHA-256", .hash = EVP_sha1()},
+      {.bytes = right,
+       .mistake = "hashed with SHA-384; ES256 is with SHA-256",
+       .hash = EVP_sha384()},
+      {.bytes = right,
+       .mistake = "hashed with SHA-512; ES256 is with SHA-256",
+       .hash = EVP_sha512()},
+      {.bytes = hash, .mistake = "over clientDataHash alone; authenticatorData comes before it"},
+      {.bytes = statement, .mistake = "over authenticatorData alone; clientDataHash follows it"},
+      {.bytes = joinedBytes(hash, statement),
        .mistake = "over clientDataHash before authenticatorData"},
-      {.value = sha256(joinedBytes(statement, hash).bytes()),
-       .mistake = "hashed twice: ES256 hashes the message itself"},
-      {.value = joinedBytes(statement, sha256(hash.bytes())),
+      {.bytes = sha256(right.bytes()), .mistake = "hashed twice: ES256 hashes the message itself"},
+      {.bytes = joinedBytes(statement, sha256(hash.bytes())),
        .mistake = "over the hash of clientDataHash, which is a hash already"}};
   if (readAuthenticatorData(statement)) {
     const std::string origin = "https://" + terms.relyingParty;
@@ -128,7 +143,7 @@ std::optional<std::string> mistakesIn(const Data& signature, const Data& stateme
   for (const auto& key : guessedKeys(terms)) {
     for (const auto& message : messages) {
       for (const auto& value : signatures) {
-        if (key.value.verifies(message.value.bytes(), value.value.bytes())) {
+        if (key.value.verifies(message.bytes.bytes(), value.value.bytes(), message.hash)) {
           std::string mistakes = value.mistake;
           mention(mistakes, message.mistake);
           mention(mistakes, key.mistake);
