@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdint>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include <openssl/ecdsa.h>
 #include <openssl/evp.h>
+#include <openssl/x509.h>
 
 #include "channel/ProviderMessage.h"
 #include "lab/check/broken-host/Alterations.h"
@@ -75,6 +77,22 @@ Data signatureOfDigest(const Signing& signing) {
   return signing.key.sign(digest);
 }
 
+Data signatureWithSha384(const Signing& signing) {
+  const Data secret = signing.key.pkcs8();
+  const auto* next = secret.bytes().data();
+  const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(
+      d2i_AutoPrivateKey(nullptr, &next, static_cast<long>(secret.size())), EVP_PKEY_free);
+  const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
+                                                                        EVP_MD_CTX_free);
+  const Data message = joined(signing.statement, signing.clientDataHash);
+  Bytes signature(EVP_MAX_MD_SIZE * 2);
+  std::size_t size = signature.size();
+  EVP_DigestSignInit(context.get(), nullptr, EVP_sha384(), nullptr, key.get());
+  EVP_DigestSign(context.get(), signature.data(), &size, message.bytes().data(), message.size());
+  signature.resize(size);
+  return {std::move(signature)};
+}
+
 /// Those of the passkeys that the host has.
 std::vector<Data>& knownIdentifiers() {
   static std::vector<Data> identifiers;
@@ -128,6 +146,20 @@ std::vector<Mistake> wrongAssertions() {
                                  base64Url(dataForKey(answer, "userHandle")->bytes());
                              answer["userHandle"] = Data(Bytes(text.begin(), text.end()));
                            })},
+      {.name = "answers-with-the-user-name-as-handle",
+       .fails = {"assertion.userHandle"},
+       .hint = "of another user than the registered one: that is userName",
+       .answer =
+           [](const auto& request, auto& answer) {
+             static std::map<std::string, std::string> names;
+             const auto credentialID = dataForKey(answer, "credentialID");
+             if (isRegistration(request) && credentialID) {
+               names[base64Url(credentialID->bytes())] = *stringForKey(request, "userName");
+             } else if (isAssertion(request) && credentialID) {
+               const std::string name = names[base64Url(credentialID->bytes())];
+               answer["userHandle"] = Data(Bytes(name.begin(), name.end()));
+             }
+           }},
   };
 }
 
@@ -304,6 +336,10 @@ std::vector<Mistake> wrongSignatures() {
        .fails = {"assertion.signature"},
        .hint = "hashed twice",
        .sign = signatureOfDigest},
+      {.name = "hashes-with-sha-384",
+       .fails = {"assertion.signature"},
+       .hint = "hashed with SHA-384; ES256 is with SHA-256",
+       .sign = signatureWithSha384},
       {.name = "signs-with-a-new-key",
        .fails = {"assertion.signature"},
        .hint = "none of the usual mistakes explains it",

@@ -109,6 +109,14 @@ std::vector<Mistake> framingMistakes() {
        .hint = "no answer",
        .serve = [](int /*socket*/, const auto& /*mistake*/,
                    const auto& /*surroundings*/) { ::pause(); }},
+      {.name = "reads-a-byte-too-few",
+       .fails = {"frame.answer"},
+       .hint = "closed with bytes of the request unread",
+       .serve =
+           [](int socket, const Mistake& /*mistake*/, const Surroundings& /*surroundings*/) {
+             std::uint8_t byte = 0;
+             std::ignore = ::recv(socket, &byte, sizeof byte, 0);
+           }},
       {.name = "size-is-little-endian",
        .fails = {"frame.order"},
        .hint = "with its bytes reversed",
@@ -146,6 +154,15 @@ std::vector<Mistake> framingMistakes() {
        .fails = {"frame.rest"},
        .hint = "1 byte after the body, an end of a line",
        .frame = [](Bytes& frame) { frame.push_back('\n'); }},
+      {.name = "size-is-one-short",
+       .fails = {"frame.rest"},
+       .hint = "announced 49 for a body of 50: the size is 1 too small",
+       .frame =
+           [](Bytes& frame) {
+             const ProviderFramePrefix prefix =
+                 encodeProviderFramePrefix(frame.size() - ProviderFramePrefix().size() - 1);
+             std::ranges::copy(prefix, frame.begin());
+           }},
       {.name = "answers-twice",
        .fails = {"frame.rest"},
        .hint = "bytes after the body, another frame",
@@ -185,6 +202,10 @@ std::vector<Mistake> framingMistakes() {
        .fails = {"body.binary"},
        .hint = "a damaged one: ",
        .body = [](Bytes& body) { body.back() = 0xff; }},
+      {.name = "ends-the-body-with-a-zero",
+       .fails = {"body.binary"},
+       .hint = "the list ends before the body does: 1 byte: 00",
+       .body = [](Bytes& body) { body.push_back(0); }},
       {.name = "answers-with-text",
        .fails = {"body.binary"},
        .hint = "not a property list",

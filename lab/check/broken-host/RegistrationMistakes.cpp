@@ -16,6 +16,7 @@ namespace korvan::lab::broken {
 namespace {
 
 // Places in a registration's authenticator data, and in the attestation object around it.
+constexpr std::size_t ModelPlace = 37;
 constexpr std::size_t IdentifierPlace = 55;
 constexpr std::size_t KeyPlace = IdentifierPlace + 32;
 constexpr std::size_t XPlace = KeyPlace + 10;
@@ -35,12 +36,16 @@ void putAt(Bytes& bytes, std::size_t place, const Data& data) {
   std::ranges::copy(data.bytes(), bytes.begin() + static_cast<std::ptrdiff_t>(place));
 }
 
-void putStatementFirst(Message& answer) {
-  const Data object = *dataForKey(answer, "attestationObject");
-  Bytes bytes(object.bytes().begin(), object.bytes().end());
-  // {"fmt": "none", "attStmt": {}, ...}: the first two members have nine bytes each.
-  std::swap_ranges(bytes.begin() + 1, bytes.begin() + 10, bytes.begin() + 10);
-  answer["attestationObject"] = Data(std::move(bytes));
+/// Alters the attestation objects.
+decltype(Mistake::answer) inObjects(void (*alter)(Bytes& object)) {
+  return [alter](const Message& request, Message& answer) {
+    if (isMade(request, answer)) {
+      const Data object = *dataForKey(answer, "attestationObject");
+      Bytes bytes(object.bytes().begin(), object.bytes().end());
+      alter(bytes);
+      answer["attestationObject"] = Data(std::move(bytes));
+    }
+  };
 }
 
 void shortenIdentifier(Bytes& statement) {
@@ -112,30 +117,44 @@ std::vector<Mistake> wrongAttestations() {
       {.name = "attests-with-bare-authenticator-data",
        .fails = {"registration.attestation"},
        .hint = "this is authData without its object",
-       .answer = inAnswers(isRegistration,
-                           [](Message& answer) {
-                             const Data object = *dataForKey(answer, "attestationObject");
-                             answer["attestationObject"] =
-                                 object.slice(ObjectStart, object.size() - ObjectStart);
-                           })},
+       .answer = inObjects(
+           [](Bytes& object) { object.erase(object.begin(), object.begin() + ObjectStart); })},
       {.name = "attests-with-keys-out-of-order",
        .fails = {"registration.attestation"},
        .hint = "keys out of order",
-       .answer = inAnswers(isRegistration, putStatementFirst)},
+       .answer = inObjects([](Bytes& object) {
+         // {"fmt": "none", "attStmt": {}, ...}: the first two members have nine bytes each.
+         std::swap_ranges(object.begin() + 1, object.begin() + 10, object.begin() + 10);
+       })},
       {.name = "attests-packed-without-a-statement",
        .fails = {"registration.attestation"},
        .hint = "the format \"packed\" has an empty statement",
-       .answer = inAnswers(isRegistration,
-                           [](Message& answer) {
-                             const Data object = *dataForKey(answer, "attestationObject");
-                             Bytes bytes(object.bytes().begin(), object.bytes().end());
-                             // {"fmt": "none", ...}
-                             constexpr std::array<std::uint8_t, 7> Packed = {0x66, 'p', 'a', 'c',
-                                                                             'k',  'e', 'd'};
-                             bytes.erase(bytes.begin() + 5, bytes.begin() + 10);
-                             bytes.insert(bytes.begin() + 5, Packed.begin(), Packed.end());
-                             answer["attestationObject"] = Data(std::move(bytes));
-                           })},
+       .answer = inObjects([](Bytes& object) {
+         // {"fmt": "none", ...}
+         constexpr std::array<std::uint8_t, 7> Packed = {0x66, 'p', 'a', 'c', 'k', 'e', 'd'};
+         object.erase(object.begin() + 5, object.begin() + 10);
+         object.insert(object.begin() + 5, Packed.begin(), Packed.end());
+       })},
+      {.name = "attests-text",
+       .fails = {"registration.attestation"},
+       .hint = "authData is a text string, not a byte string",
+       .answer = inObjects([](Bytes& object) { object.at(ObjectStart - 2) = 0x78; })},
+      {.name = "attests-without-a-model",
+       .fails = {"registration.attestation"},
+       .hint = "the credential ID begins at byte 39 of the authenticator data, not at 55",
+       .statement = inStatements(isRegistration,
+                                 [](Bytes& statement) {
+                                   statement.erase(statement.begin() + ModelPlace,
+                                                   statement.begin() + IdentifierPlace - 2);
+                                 })},
+      {.name = "writes-the-size-of-the-credential-id-little-endian",
+       .fails = {"registration.attestation"},
+       .hint = "but the two bytes before it, big-endian, say 8192",
+       .statement = inStatements(isRegistration,
+                                 [](Bytes& statement) {
+                                   std::swap(statement.at(IdentifierPlace - 2),
+                                             statement.at(IdentifierPlace - 1));
+                                 })},
       {.name = "attests-without-the-flag",
        .fails = {"registration.attestation"},
        .hint = "the flag AT is missing",

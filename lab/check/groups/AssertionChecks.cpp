@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -208,7 +209,14 @@ Result assertionSignature(CheckContext& context) {
 }
 
 Result assertionUserHandle(CheckContext& context) {
-  return resultOfSignIn(context, {Subject::userHandle});
+  const CheckPasskey& passkey = context.passkeys().first();
+  const Exchange exchange = signIn(context, passkey);
+  Result result = resultOf(context, exchange, judged(exchange, passkey), {Subject::userHandle});
+  const Data handle = dataForKey(exchange.answer, keys::userHandle).value_or(Data());
+  if (std::ranges::equal(handle.bytes(), passkey.userName)) {
+    result.findings.hint += ": that is userName";
+  }
+  return result;
 }
 
 }  // namespace

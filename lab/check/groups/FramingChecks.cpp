@@ -90,11 +90,11 @@ Result frameAnswer(CheckContext& context) {
     case Ending::timedOut:
       return framingFailure(
           context, "nothing within the timeout", "an answer",
-          "no answer: does the host wait for the end of the stream, or for a second "
-          "request, or does it read the size with its bytes reversed?");
+          "no answer: does the host wait for the end of the stream, or for more bytes than the "
+          "size announces, or does it read the size with its bytes reversed?");
     case Ending::reset:
       return framingFailure(context, "a reset connection", "an answer",
-                            "closed without having read the request");
+                            "closed with bytes of the request unread");
     default:
       return framingFailure(context, "a connection that was closed without a byte", "an answer",
                             "closed without an answer: did the host fail?");
@@ -186,12 +186,28 @@ std::string lookOf(Bytes rest) {
              : "";
 }
 
+bool isPropertyList(const CheckContext& context, Bytes bytes) {
+  return context.propertyLists().decode(Data::copyOf(bytes)).has_value();
+}
+
+/// Whether what follows the announced bytes belongs to the property list.
+bool isSizeTooSmall(CheckContext& context) {
+  const Bytes sent = Bytes(answerOf(context)).subspan(PrefixSize);
+  return isPropertyList(context, sent) &&
+         !isPropertyList(context, sent.first(sizesOf(answerOf(context)).announced));
+}
+
 Result frameRest(CheckContext& context) {
   const Bytes rest = restOf(answerOf(context));
   if (rest.empty()) {
     return passed();
   }
   const std::string count = std::to_string(rest.size());
+  if (const Sizes sizes = sizesOf(answerOf(context)); isSizeTooSmall(context)) {
+    return framingFailure(context, described(answerOf(context)), "the size of the whole body",
+                          "announced " + std::to_string(sizes.announced) + " for a body of " +
+                              std::to_string(sizes.sent) + ": the size is " + count + " too small");
+  }
   return framingFailure(
       context, described(rest) + " after the body", "nothing after the body",
       count + (rest.size() == 1 ? " byte" : " bytes") + " after the body" + lookOf(rest));
@@ -221,14 +237,28 @@ bool isKeyedArchive(const PropertyListValue& value) {
   return value.dictionary() != nullptr && valueForKey(*value.dictionary(), "$archiver") != nullptr;
 }
 
+/// What is wrong with a binary property list that cannot be read for the reason.
+std::string hintOnDamage(const CheckContext& context, Bytes body, const std::string& reason) {
+  constexpr std::size_t MostExtra = 16;
+  for (std::size_t extra = 1; extra <= std::min(MostExtra, body.size()); ++extra) {
+    if (isPropertyList(context, body.first(body.size() - extra))) {
+      return "the list ends before the body does: " + described(body.last(extra)) + " too many";
+    }
+  }
+  return "a damaged one: " + reason;
+}
+
 Result bodyBinary(CheckContext& context) {
   const Data body = bodyOf(context);
+  if (!restOf(answerOf(context)).empty() && isSizeTooSmall(context)) {
+    return blockedBy("frame.rest");
+  }
   const auto decoded = context.propertyLists().decode(body);
   std::string hint;
   if (startsWith(body.bytes(), "bplist")) {
     if (!decoded) {
-      hint =
-          "a damaged one: " + decoded.error().localizedDescription.value_or("no reason is known");
+      hint = hintOnDamage(context, body.bytes(),
+                          decoded.error().localizedDescription.value_or("no reason is known"));
     } else if (isKeyedArchive(*decoded)) {
       hint = "a keyed archive; write the plain dictionary instead";
     } else {
