@@ -218,10 +218,11 @@ FindingList Ceremonies::judgeNewPasskey(const Request& request, const WebCredent
 
 FindingList Ceremonies::judgeSignIn(const Request& request, const WebCredential& credential,
                                     FindingList findings) {
-  AssertionTerms terms{.request = {.relyingParty = RelyingPartyIdentifier,
-                                   .clientDataHash = sha256(credential.clientDataJSON),
-                                   .verificationRequired = request.userVerification == "required"},
-                       .allowedCredentials = request.credentials};
+  AssertionTerms terms;
+  terms.request = {.relyingParty = RelyingPartyIdentifier,
+                   .clientDataHash = sha256(credential.clientDataJSON),
+                   .verificationRequired = request.userVerification == "required"};
+  terms.allowedCredentials = request.credentials;
   StoredPasskey* signer = nullptr;
   for (StoredPasskey& each : passkeys_) {
     if (each.passkey.credentialID == credential.credentialID) {
