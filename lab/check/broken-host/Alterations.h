@@ -20,8 +20,9 @@ using IsOfKind = bool (*)(const Message& request);
 [[nodiscard]] bool isInteractive(const Message& request);
 [[nodiscard]] bool isReport(const Message& request);
 
-/// Where the flags are in authenticator data.
+// Where the flags and the sign count are in authenticator data.
 inline constexpr std::size_t FlagsPlace = 32;
+inline constexpr std::size_t CountPlace = 33;
 
 [[nodiscard]] Message refusal(std::string_view code);
 

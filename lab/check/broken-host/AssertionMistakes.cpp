@@ -22,8 +22,7 @@
 namespace korvan::lab::broken {
 namespace {
 
-// Places in authenticator data.
-constexpr std::size_t CountPlace = 33;
+/// The size of authenticator data without a credential.
 constexpr std::size_t FixedSize = 37;
 
 bool isSilentAssertion(const Message& request) {

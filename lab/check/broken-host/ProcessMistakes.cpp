@@ -185,7 +185,6 @@ std::vector<Mistake> processMistakes() {
            [](const auto& request, auto& statement) {
              static std::uint8_t count = 0;
              if (isAssertion(request)) {
-               constexpr std::size_t CountPlace = 33;
                std::ranges::copy(std::array<std::uint8_t, 4>{0, 0, 0, ++count},
                                  statement.begin() + CountPlace);
              }
