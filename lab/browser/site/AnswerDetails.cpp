@@ -42,7 +42,8 @@ Details detailsOf(const WebCredential& credential) {
   if (const auto& object = credential.attestationObject) {
     addStatement(details, readAttestationObject(*object).value_or(*object));
   }
-  if (credential.authenticatorData) {
+  // A registration's is the one in the attestation object.
+  if (credential.authenticatorData && !credential.attestationObject) {
     addStatement(details, *credential.authenticatorData);
   }
   if (credential.signature) {

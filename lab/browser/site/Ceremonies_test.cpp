@@ -78,6 +78,7 @@ class CeremoniesTest : public testing::Test {
     return {{"rawId", text(credentialID_)},
             {"response",
              {{"clientDataJSON", text(utf8(clientData.dump()))},
+              {"authenticatorData", text(statement)},
               {"attestationObject", text(host::attestationObject(statement.bytes()))}}}};
   }
 

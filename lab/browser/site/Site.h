@@ -21,7 +21,7 @@ class Site {
   Site();
 
   /// Where the page is: a URL on this machine that nobody can guess. With "?run" at its end the
-  /// page registers and signs in by itself, and then calls onFinished.
+  /// page makes each request by itself, and then calls onFinished.
   [[nodiscard]] std::string url() const { return server_.url(); }
 
   /// Shows a request's story on every open page:

@@ -16,6 +16,15 @@ let running = null;
 /** The entries whose stories are still to come, by the requests' keys. */
 const awaited = [];
 
+/** Called when no story that will come is awaited. */
+let toldAll = () => {};
+
+function tellIfToldAll() {
+  if (awaited.every(({ uncertain }) => uncertain)) {
+    toldAll();
+  }
+}
+
 const say = (words) => {
   status.textContent = words;
 };
@@ -24,15 +33,19 @@ const say = (words) => {
 
 const keyOf = (request) => request?.challenge ?? JSON.stringify(Object.entries(request ?? {}).sort());
 
-/** Shows in `entry` what the command tells of the request with these options. */
-function awaitStory(options, entry) {
-  awaited.push({ key: keyOf(options), entry });
+/**
+ * Shows in `entry` what the command tells of the request with these options. Nothing is told of one that was
+ * aborted before the browser passed it on: that one is `uncertain`.
+ */
+function awaitStory(options, entry, uncertain = false) {
+  awaited.push({ key: keyOf(options), entry, uncertain });
 }
 
 function onStory(story) {
   const index = awaited.findIndex(({ key }) => key === keyOf(story.request));
   if (index >= 0) {
     awaited.splice(index, 1)[0].entry.told(story);
+    tellIfToldAll();
   } else {
     showForeign(story);
   }
@@ -105,7 +118,7 @@ async function askHere(request, wish, entry, controller) {
   const options = await optionsFor(wish);
   const mediation = wish.conditional ? ', conditional' : '';
   entry.asked(`navigator.credentials.${wish.ceremony}()${mediation}`, options);
-  awaitStory(options, entry);
+  awaitStory(options, entry, request.aborts);
   const asked = ask(wish, options, controller.signal);
   if (request.aborts) {
     controller.abort();
@@ -187,15 +200,27 @@ function showButtons() {
 
 // The page by itself.
 
+/** Resolves when every story that will come has come, or at the latest after some seconds. */
+const storiesTold = () =>
+  new Promise((resolve) => {
+    const giveUp = setTimeout(resolve, 5000);
+    toldAll = () => {
+      clearTimeout(giveUp);
+      resolve();
+    };
+    tellIfToldAll();
+  });
+
 async function runByItself() {
-  const all = groups.flatMap(({ requests }) => requests);
-  for (const id of ['register', 'sign-in']) {
-    if (!(await make(all.find((request) => request.id === id)))) {
-      await finish(false);
-      return;
+  let well = true;
+  for (const request of groups.flatMap(({ requests }) => requests)) {
+    if (!request.sinceMacOS15) {
+      well = (await make(request)) && well;
+      // One after the other in the terminal too.
+      await storiesTold();
     }
   }
-  await finish(true);
+  await finish(well);
 }
 
 const stories = new EventSource('events');

@@ -2,7 +2,8 @@
 //
 // `wish` makes what the site's server makes options of, and `signal` calls one of the browser's
 // signals, both with the passkey that the visitor has chosen. `expects` are the right endings:
-// "accepted" by the site, "delivered" for a signal, or the name of the page's error.
+// "accepted" by the site, "delivered" for a signal, or the name of the page's error. Those that end
+// otherwise on an earlier macOS are `sinceMacOS15`.
 
 const RELYING_PARTY = 'localhost';
 
@@ -36,9 +37,10 @@ export const groups = [
       {
         id: 'register-excluded',
         label: 'Register, though there is one',
-        about: 'The site excludes the chosen passkey: the host must refuse, and the page learns why.',
+        about: 'The site excludes the chosen passkey: the host must refuse, and the page learns why. Since macOS 15.',
         expects: ['InvalidStateError'],
         needsPasskey: true,
+        sinceMacOS15: true,
         wish: ({ credentialID }) => create({ credentials: [credentialID] }),
       },
       {
