@@ -2,12 +2,9 @@
 
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
-import { mkdtemp, rm } from 'node:fs/promises';
-import { tmpdir } from 'node:os';
-import { join } from 'node:path';
-import { createInterface } from 'node:readline';
 
-const patience = 60_000; // milliseconds
+import { makeDirectory, patience, startHost } from './processes.mjs';
+
 const { KORVAN_LAB: labProgram, KORVAN_SAMPLE_HOST: hostProgram } = process.env;
 
 /** A sample host on a container of its own. */
@@ -15,21 +12,9 @@ export class Lab {
   /** Starts a host, which is ended and whose container is removed when the test `t` is over. */
   static async start(t) {
     const lab = new Lab();
-    t.after(() => lab.#end());
-    lab.#container = await mkdtemp(join(tmpdir(), 'korvan-relying-party-'));
-    lab.#host = spawn(hostProgram, ['--container', lab.#container], {
-      stdio: ['ignore', 'pipe', 'inherit'],
-      timeout: patience,
-    });
-    await once(lab.#host, 'spawn');
-    // Its first line says that it listens.
-    for await (const line of createInterface({ input: lab.#host.stdout })) {
-      if (JSON.parse(line).event === 'ready') {
-        lab.#host.stdout.resume();
-        return lab;
-      }
-    }
-    throw new Error('The sample host ended before it listened.');
+    lab.#container = await makeDirectory(t);
+    await startHost(t, hostProgram, lab.#container);
+    return lab;
   }
 
   /** Calls an entry point of the extension, and returns what the system was told. */
@@ -50,16 +35,4 @@ export class Lab {
   }
 
   #container;
-  #host;
-
-  async #end() {
-    if (this.#host?.pid && this.#host.exitCode === null && this.#host.signalCode === null) {
-      const ended = once(this.#host, 'exit');
-      this.#host.kill();
-      await ended;
-    }
-    if (this.#container) {
-      await rm(this.#container, { recursive: true });
-    }
-  }
 }

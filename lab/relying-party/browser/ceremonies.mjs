@@ -1,0 +1,66 @@
+// The relying party "localhost", whose library judges what a browser hands over.
+
+import assert from 'node:assert/strict';
+import { webcrypto } from 'node:crypto';
+
+import {
+  generateAuthenticationOptions,
+  generateRegistrationOptions,
+  verifyAuthenticationResponse,
+  verifyRegistrationResponse,
+} from '@simplewebauthn/server';
+
+// Node.js 18, Debian 12's, has what the library needs under another name.
+globalThis.crypto ??= webcrypto;
+
+const rpID = 'localhost';
+
+export const registrationOptions = (userName, more = {}) =>
+  generateRegistrationOptions({
+    rpName: 'Example',
+    rpID,
+    userName,
+    userID: Buffer.from(userName),
+    authenticatorSelection: { residentKey: 'required', userVerification: 'preferred' },
+    ...more,
+  });
+
+/** For the passkeys with these IDs, or any of the relying party's. */
+export const authenticationOptions = (ids = [], userVerification = 'preferred') =>
+  generateAuthenticationOptions({
+    rpID,
+    userVerification,
+    allowCredentials: ids.map((id) => ({ id })),
+  });
+
+/** The new passkey is accepted; returns it as the relying party remembers it. */
+export async function acceptedRegistration(options, response, origin) {
+  const { verified, registrationInfo } = await verifyRegistrationResponse({
+    response,
+    expectedChallenge: options.challenge,
+    expectedOrigin: origin,
+    expectedRPID: rpID,
+    requireUserVerification: false,
+  });
+  assert.equal(verified, true);
+  return registrationInfo.credential;
+}
+
+/** The sign-in is accepted, and the passkey's counter grows. */
+export async function acceptedSignIn(options, response, origin, passkey) {
+  assert.equal(response.id, passkey.id);
+  const { verified, authenticationInfo } = await verifyAuthenticationResponse({
+    response,
+    expectedChallenge: options.challenge,
+    expectedOrigin: origin,
+    expectedRPID: rpID,
+    credential: passkey,
+    requireUserVerification: options.userVerification === 'required',
+  });
+  assert.equal(verified, true);
+  assert.ok(authenticationInfo.newCounter > passkey.counter);
+  passkey.counter = authenticationInfo.newCounter;
+}
+
+export const clientData = ({ response }) =>
+  JSON.parse(Buffer.from(response.clientDataJSON, 'base64url'));

@@ -1,0 +1,139 @@
+// Requests of a real browser do not hold each other up, and those that end early leave nothing behind.
+
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { once } from 'node:events';
+import { constants } from 'node:os';
+import { join } from 'node:path';
+import { createInterface } from 'node:readline';
+import { test } from 'node:test';
+
+import { atEnd, end, makeDirectory, patience, spawnBound, startHost } from '../processes.mjs';
+import { Browser, until } from './browser.mjs';
+import {
+  acceptedRegistration,
+  acceptedSignIn,
+  authenticationOptions,
+  registrationOptions,
+} from './ceremonies.mjs';
+import { Site } from './site.mjs';
+
+const { KORVAN_BROKEN_HOST: brokenHost } = process.env;
+
+/** A container with a host that makes this mistake, or without a host. */
+async function containerWith(t, mistake) {
+  const container = join(await makeDirectory(t), 'container');
+  if (mistake) {
+    await startHost(t, brokenHost, container, '--mistake', mistake);
+  }
+  return container;
+}
+
+/** A display that nobody sees, as a part of the environment. */
+async function startDisplay(t) {
+  const server = spawnBound('Xvfb', ['-displayfd', '3', '-nolisten', 'tcp', '-noreset'], {
+    stdio: ['ignore', 'ignore', 'ignore', 'pipe'],
+  });
+  atEnd(t, () => end(server));
+  const [number] = await once(createInterface({ input: server.stdio[3] }), 'line');
+  return { DISPLAY: `:${number}` };
+}
+
+/** Tells the X server something with xdotool, and returns its answer. */
+function tellDisplay(display, ...words) {
+  const { stdout } = spawnSync('xdotool', words, { env: { ...process.env, ...display } });
+  return stdout.toString().trim();
+}
+
+const options = (container) => ['--container', container, '--host-application', 'none'];
+
+/** Nothing is left of the browser: no process, and no file. */
+function expectNothingLeft(browser) {
+  assert.deepEqual([...browser.processes().values()], []);
+  assert.deepEqual(browser.files(), []);
+}
+
+test('a tab signs in while another waits for the host', { timeout: patience }, async (t) => {
+  const mistake = 'asks-where-a-silent-assertion-requires-verification';
+  const container = await containerWith(t, mistake);
+  const site = await Site.start(t);
+  const page = site.page('first');
+  const browser = await Browser.start(t, page, ['--headless', ...options(container)]);
+  const creation = await registrationOptions('alice');
+  const passkey = await acceptedRegistration(creation, await page.create(creation), page.origin);
+
+  const waiting = page.getAndAbort(await authenticationOptions([passkey.id], 'required'));
+  await until(() => browser.process('browser-bridge'));
+  const tab = await page.openTab('second');
+  const request = await authenticationOptions([passkey.id]);
+  await acceptedSignIn(request, await tab.get(request), tab.origin, passkey);
+
+  await waiting.abort();
+  assert.equal((await waiting.outcome).error.name, 'AbortError');
+  assert.match((await browser.story()).kind, /^create$/);
+  assert.match((await browser.story()).outcome, /^credential$/);
+  assert.match((await browser.story()).outcome, /^AbortError\b/);
+});
+
+test('an aborted request takes its notice away', { timeout: patience }, async (t) => {
+  const site = await Site.start(t);
+  const page = site.page('first');
+  const display = await startDisplay(t);
+  const container = await containerWith(t);
+  const browser = await Browser.start(t, page, options(container), display);
+  const { outcome, abort } = page.getAndAbort(await authenticationOptions());
+  const notice = ['search', '--onlyvisible', '--name', '^Korvan$'];
+  await until(() => tellDisplay(display, ...notice));
+
+  await abort();
+  assert.equal((await outcome).error.name, 'AbortError');
+  // It ended by itself: the browser would have killed it, wordless, had it not.
+  assert.match((await browser.story()).outcome, /^AbortError\b/);
+  await until(() => !tellDisplay(display, ...notice));
+  await until(() => !browser.process('browser-bridge'));
+});
+
+/** Ends the browser or the command in the middle of a request, and returns the command's status. */
+async function statusAfter(t, endSomething) {
+  const container = await containerWith(t, 'never-answers');
+  const site = await Site.start(t);
+  const page = site.page('first');
+  const browser = await Browser.start(t, page, ['--headless', ...options(container)]);
+  page.getAndAbort(await authenticationOptions());
+  await until(() => browser.process('browser-bridge'));
+  endSomething(browser);
+  const status = await browser.ended();
+  return { browser, status };
+}
+
+test(
+  'nothing is left of a browser that is closed in a request',
+  { timeout: patience },
+  async (t) => {
+    const { browser, status } = await statusAfter(t, (it) => process.kill(it.firstProcess()));
+    assert.equal(status, 0);
+    expectNothingLeft(browser);
+  },
+);
+
+for (const signal of ['SIGINT', 'SIGTERM']) {
+  test(
+    `nothing is left when ${signal} ends the command in a request`,
+    { timeout: patience },
+    async (t) => {
+      const { browser, status } = await statusAfter(t, ({ command }) => command.kill(signal));
+      assert.equal(status, 128 + constants.signals[signal]);
+      expectNothingLeft(browser);
+    },
+  );
+}
+
+test(
+  'nothing is left when SIGKILL ends the command in a request',
+  { timeout: patience },
+  async (t) => {
+    const { browser, status } = await statusAfter(t, ({ command }) => command.kill('SIGKILL'));
+    assert.equal(status, 'SIGKILL');
+    await until(() => browser.processes().size === 0 && browser.files().length === 0);
+  },
+);
