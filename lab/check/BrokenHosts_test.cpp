@@ -94,6 +94,15 @@ TEST_P(BrokenHosts, FailTheirChecksAndNoOthers) {
               testing::HasSubstr(mistake.hint));
 }
 
+/// One whose answers take so long that a whole check of leaks would take a minute.
+class SlowHost : public BrokenHosts {};
+
+TEST_P(SlowHost, IsNotAskedUntilTheTimeoutIsOver) {
+  const Found skipped = found(jsonLines(checkHost().output), "skipped");
+  EXPECT_THAT(skipped.names, testing::ElementsAre("host.leak"));
+  EXPECT_THAT(skipped.firstHint, testing::HasSubstr("the host answers too slowly to tell: "));
+}
+
 /// It serves those who ask for nothing but what it would do anyway.
 class HeedlessHost : public BrokenHosts {};
 
@@ -107,6 +116,8 @@ TEST_P(HeedlessHost, FailsWhatItDoesNotHeed) {
                              "assertion.allowed", "assertion.relyingParty", "assertion.unknown",
                              "report.unknown", "report.accepted"}));
 }
+
+INSTANTIATE_TEST_SUITE_P(One, SlowHost, testing::Values(slowness()), testName);
 
 INSTANTIATE_TEST_SUITE_P(One, HeedlessHost, testing::Values(heedlessness()), testName);
 

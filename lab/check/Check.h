@@ -32,7 +32,8 @@ struct Findings {
 struct Result {
   Outcome outcome = Outcome::passed;
   Findings findings = {};
-  /// The failed check that made this one pointless, and so all that come after this one.
+  /// The failed check that made this one pointless, and so all that come after this one. Of a
+  /// failed check: the one whose failure this is, if that is in the run.
   std::string_view because = {};
 };
 

@@ -64,9 +64,27 @@ bool CheckContext::hostListens() const {
 }
 
 ProviderMessage CheckContext::exchange(const ProviderMessage& request) {
+  const auto leaveUnanswered = [&](const std::string& got) {
+    Result result = failed({.sent = described(request),
+                            .got = got,
+                            .wanted = "an answer",
+                            .hint = "the host does not answer"});
+    result.because = judgeOfAnswering(request);
+    throw CheckEnd(std::move(result));
+  };
+  if (unanswered_.contains(request)) {
+    leaveUnanswered("not asked again, since a request like it was not answered");
+  }
+  if (unanswered_.holdsVault() && needsVault(request)) {
+    throw CheckEnd(skipped("the host still keeps another request waiting"));
+  }
   Connection connection = connect();
   // A host may answer before it has read everything, as when it refuses the size.
   std::ignore = connection.sendFrame(encoded(request).bytes());
+  if (!connection.waitForBytes()) {
+    unanswered_.add(request);
+    leaveUnanswered("nothing within " + secondsOf(waits_.timeout()));
+  }
   return answerOn(connection, request);
 }
 
@@ -143,6 +161,7 @@ bool CheckContext::startProgram() {
   stopProgram();
   synchronizeRecord_.reset();
   passkeys_.forget();
+  unanswered_.forgetHost();
   launchRecord_ = {};
   waits_.restart(LaunchTime);
   try {

@@ -13,6 +13,7 @@
 #include "lab/check/Connection.h"
 #include "lab/check/LaunchedProgram.h"
 #include "lab/check/SynchronizeRecord.h"
+#include "lab/check/UnansweredRequests.h"
 #include "lab/check/Waits.h"
 #include "platform/linux/LinuxLocalSockets.h"
 #include "platform/linux/codesigning/LinuxCodeSigning.h"
@@ -91,11 +92,16 @@ class CheckContext {
   [[nodiscard]] bool hostListens() const;
 
   /// One exchange on a connection of its own: the host's answer, decoded as the extension decodes
-  /// it. Throws a CheckEnd "failed" that says how far it got when there is none.
+  /// it. Throws a CheckEnd "failed" that says how far it got when there is none; it names the check
+  /// that judges that where another one does. Throws a CheckEnd "skipped" for a request that a host
+  /// cannot answer while it keeps others waiting.
   [[nodiscard]] ProviderMessage exchange(const ProviderMessage& request);
 
   /// The rest of an exchange, on a connection on which the whole request was sent.
   [[nodiscard]] ProviderMessage answerOn(Connection& connection, const ProviderMessage& request);
+
+  /// The requests of exchange() that were not answered in time.
+  [[nodiscard]] const UnansweredRequests& unanswered() const noexcept { return unanswered_; }
 
   /// All exchanges so far whose answer is not `ok`, in their order.
   [[nodiscard]] const std::vector<Exchange>& refusals() const noexcept { return refusals_; }
@@ -142,6 +148,7 @@ class CheckContext {
   CheckPasskeys passkeys_;
   std::optional<Connection> silentConnection_;
   bool hasConnected_ = false;
+  UnansweredRequests unanswered_;
   std::vector<Exchange> refusals_;
   std::unique_ptr<LaunchedProgram> program_;
   LaunchRecord launchRecord_;

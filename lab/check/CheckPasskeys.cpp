@@ -27,7 +27,11 @@ const CheckPasskey& made(const std::function<const CheckPasskey&()>& ask,
   try {
     passkey = &ask();
   } catch (const CheckEnd& end) {
-    skip(end.result().findings.got);
+    const Result& result = end.result();
+    if (result.outcome == Outcome::skipped || !result.because.empty()) {
+      throw;
+    }
+    skip(result.findings.got);
   }
   if (passkey->credentialID.empty()) {
     skip("the answer was " + context.described(passkey->answer));

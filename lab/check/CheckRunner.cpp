@@ -4,9 +4,11 @@
 #include <exception>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 namespace korvan::lab::check {
 namespace {
@@ -23,15 +25,18 @@ class Run {
 
   Counts all(const std::vector<Check>& checks) {
     for (const Check& check : checks) {
+      names_.insert(check.name);
+    }
+    for (const Check& check : checks) {
       for (const auto& report : reports_) {
-        report->begin(check, done_, checks.size());
+        report->begin(check, done_.size(), checks.size());
       }
       const CheckRecord record = one(check);
       count(record.result.outcome);
       for (const auto& report : reports_) {
         report->end(record);
       }
-      ++done_;
+      done_.insert(check.name);
     }
     context_.passkeys().removeAll();
     for (const auto& report : reports_) {
@@ -50,7 +55,7 @@ class Run {
     }
     CheckRecord record{.check = &check, .result = {}, .duration = {}, .programErrors = {}};
     const auto reason = reasonToSkip(check);
-    record.result = reason ? *reason : result(check);
+    record.result = attributed(reason ? *reason : result(check), check);
     if (!record.result.because.empty()) {
       failures_[check.name] = record.result.because;
     }
@@ -58,9 +63,24 @@ class Run {
     if (record.result.outcome == Outcome::failed) {
       record.programErrors = context_.hasProgram() ? context_.program().newErrors() : "";
       failures_[check.name] = check.name;
+    }
+    if (record.result.outcome == Outcome::failed || context_.unanswered().isLeft()) {
       recoverHost(check, record.result.findings);
     }
     return record;
+  }
+
+  /// The failure of another check is told there, and this one skipped.
+  Result attributed(Result result, const Check& check) const {
+    if (result.outcome != Outcome::failed || result.because.empty()) {
+      return result;
+    }
+    const std::string_view other = std::exchange(result.because, {});
+    const auto failure = failures_.find(other);
+    const bool isToCome = !done_.contains(other) && names_.contains(other) && other != check.name;
+    return isToCome                     ? blockedBy(other)
+           : failure != failures_.end() ? blockedBy(failure->second)
+                                        : result;
   }
 
   Result result(const Check& check) {
@@ -89,25 +109,33 @@ class Run {
       return skipped("needs a person, whom --unattended leaves out");
     }
     if (gone_ && (needs(check, Need::host) || needs(check, Need::passkey))) {
-      return skipped("nobody listens since " + std::string(*gone_));
+      return skipped(*gone_);
     }
     return std::nullopt;
   }
 
-  /// A check that failed may have ended the host, which would fail all that follow.
+  /// A check may have ended the host, or have left it waiting, which would fail all that follow.
   void recoverHost(const Check& check, Findings& findings) {
-    if (!needs(check, Need::host)) {
+    if (gone_ || !needs(check, Need::host)) {
       return;
     }
     context_.waits().restart();
-    if (context_.hostListens()) {
+    const bool listens = context_.hostListens();
+    if (listens && !context_.unanswered().isLeft()) {
       return;
     }
     if (context_.hasProgram()) {
-      findings.got += "; the host " + context_.program().ending();
+      if (!listens) {
+        findings.got += "; the host " + context_.program().ending();
+      }
+      if (context_.startProgram()) {
+        return;
+      }
     }
-    if (!context_.hasProgram() || !context_.startProgram()) {
-      gone_ = check.name;
+    if (!listens || context_.hasProgram()) {
+      gone_ = "nobody listens since " + std::string(check.name);
+    } else if (context_.unanswered().hangs()) {
+      gone_ = "the host has not answered since " + std::string(check.name);
     }
   }
 
@@ -132,9 +160,11 @@ class Run {
   const CheckReports& reports_;
   /// The check whose failure is the reason, by each check that failed or was skipped for it.
   std::map<std::string_view, std::string_view> failures_;
-  std::optional<std::string_view> gone_;
+  /// Why nothing more is asked of the host.
+  std::optional<std::string> gone_;
   Counts counts_;
-  std::size_t done_ = 0;
+  std::set<std::string_view> names_;
+  std::set<std::string_view> done_;
 };
 
 }  // namespace

@@ -19,6 +19,11 @@ using testing::ElementsAre;
 Result pass(CheckContext& /*context*/) { return passed(); }
 Result fail(CheckContext& /*context*/) { return failed({}); }
 Result failInAHelper(CheckContext& /*context*/) { throw CheckEnd(failed({})); }
+Result failAsCheckC(CheckContext& /*context*/) {
+  Result result = failed({.hint = "no answer"});
+  result.because = "c";
+  return result;
+}
 Result skip(CheckContext& /*context*/) { throw CheckEnd(skipped("nothing to check")); }
 Result throwError(CheckContext& /*context*/) { throw std::runtime_error("no memory"); }
 Result connect(CheckContext& context) {
@@ -79,6 +84,19 @@ TEST(CheckRunner, SkipsWhatFollowsAFailureNamingTheFirst) {
   EXPECT_THAT(
       run({check("a", fail), check("b", pass, {"a"}), check("c", pass, {"b"}), check("d", pass)}),
       ElementsAre("a failed", "b skipped a failed", "c skipped a failed", "d passed", "1"));
+}
+
+TEST(CheckRunner, LeavesAFailureToTheCheckThatJudgesIt) {
+  EXPECT_THAT(run({check("a", failAsCheckC), check("b", pass, {"a"}), check("c", failAsCheckC),
+                   check("d", failAsCheckC)}),
+              ElementsAre("a skipped c failed", "b skipped c failed", "c failed no answer",
+                          "d skipped c failed", "1"));
+}
+
+TEST(CheckRunner, KeepsAFailureThatNoOtherCheckOfTheRunTells) {
+  EXPECT_THAT(run({check("c", pass), check("a", failAsCheckC)}),
+              ElementsAre("c passed", "a failed no answer", "1"));
+  EXPECT_THAT(run({check("a", failAsCheckC)}), ElementsAre("a failed no answer", "1"));
 }
 
 TEST(CheckRunner, RunsWhatFollowsACheckThatWasSkippedOrLeftOut) {

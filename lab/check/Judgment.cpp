@@ -79,7 +79,9 @@ bool needsUser(const ProviderMessage& answer) {
 
 Exchange askSilently(CheckContext& context, const ProviderMessage& request) {
   const auto start = Clock::now();
-  const auto isLate = [start] { return Clock::now() - start >= UnaskedTime; };
+  const auto isLate = [&] {
+    return Clock::now() - start >= UnaskedTime || context.unanswered().contains(request);
+  };
   try {
     Exchange exchange{.request = request, .answer = context.exchange(request)};
     if (isLate()) {

@@ -106,9 +106,9 @@ PropertyListDictionary answerTo(const Bytes& requestBody, const Mistake& mistake
 
 const std::vector<Mistake>& allMistakes() {
   static const std::vector<Mistake> mistakes = [] {
-    constexpr std::array Groups{socketMistakes,       framingMistakes,   robustnessMistakes,
-                                registrationMistakes, assertionMistakes, refusalMistakes,
-                                reportMistakes,       processMistakes};
+    constexpr std::array Groups{socketMistakes,  framingMistakes,      robustnessMistakes,
+                                stallMistakes,   registrationMistakes, assertionMistakes,
+                                refusalMistakes, reportMistakes,       processMistakes};
     std::vector<Mistake> all;
     for (const auto group : Groups) {
       for (Mistake& mistake : group()) {

@@ -92,6 +92,7 @@ struct Mistake {
 [[nodiscard]] std::vector<Mistake> socketMistakes();
 [[nodiscard]] std::vector<Mistake> framingMistakes();
 [[nodiscard]] std::vector<Mistake> robustnessMistakes();
+[[nodiscard]] std::vector<Mistake> stallMistakes();
 [[nodiscard]] std::vector<Mistake> registrationMistakes();
 [[nodiscard]] std::vector<Mistake> assertionMistakes();
 [[nodiscard]] std::vector<Mistake> refusalMistakes();
@@ -100,6 +101,9 @@ struct Mistake {
 
 /// That of a host which looks at nothing in a request but its kind. It is not among allMistakes().
 [[nodiscard]] const Mistake& heedlessness();
+
+/// That of a host which takes its time for each answer. It is not among allMistakes() either.
+[[nodiscard]] const Mistake& slowness();
 
 /// All mistakes. Their names are different.
 [[nodiscard]] const std::vector<Mistake>& allMistakes();

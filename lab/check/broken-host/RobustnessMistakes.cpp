@@ -164,7 +164,7 @@ void serveOrFail(int socket, const Mistake& mistake, const Surroundings& surroun
   }
 }
 
-bool isAssertion(const Bytes& request, const Surroundings& surroundings) {
+bool asksForAssertion(const Bytes& request, const Surroundings& surroundings) {
   const auto decoded = surroundings.propertyLists.decode(Data::copyOf(request));
   return decoded && decoded->dictionary() != nullptr &&
          stringForKey(*decoded->dictionary(), provider_message_key::type) == "assertion";
@@ -198,7 +198,7 @@ class Meeting {
 void serveMixedUp(int socket, const Mistake& mistake, const Surroundings& surroundings) {
   static Meeting meeting;
   Bytes request = readFrame(socket);
-  if (isAssertion(request, surroundings)) {
+  if (asksForAssertion(request, surroundings)) {
     request = meeting.exchange(std::move(request));
   }
   answer(socket, request, mistake, surroundings);
@@ -361,10 +361,12 @@ std::vector<Mistake> robustnessMistakes() {
       {.name = "leaks-descriptors",
        .fails = {"host.leak"},
        .hint = ": close every connection",
+       .options = {"--timeout", "20"},
        .greet = [](int /*socket*/) { std::ignore = ::dup(STDIN_FILENO); }},
       {.name = "leaks-threads",
        .fails = {"host.leak"},
        .hint = ": end a connection's thread with it",
+       .options = {"--timeout", "20"},
        .greet = [](int /*socket*/) { std::thread(::pause).detach(); }},
       {.name = "leaves-zombies",
        .fails = {"host.leak"},
@@ -378,9 +380,14 @@ std::vector<Mistake> robustnessMistakes() {
       {.name = "leaks-memory",
        .fails = {"host.leak"},
        .hint = ": release what a request needed",
+       .options = {"--timeout", "20"},
        .greet = leakMemory},
       // Not a mistake.
-      {.name = "fills-a-cache", .fails = {}, .hint = "", .greet = fillCache},
+      {.name = "fills-a-cache",
+       .fails = {},
+       .hint = "",
+       .options = {"--timeout", "20"},
+       .greet = fillCache},
   };
 }
 

@@ -46,8 +46,10 @@ void endOnSignal(int /*signal*/) {
 
 const Mistake& mistakeOf(const std::string& name) {
   static const Mistake none{.name = "none", .fails = {}, .hint = {}};
-  if (name == heedlessness().name) {
-    return heedlessness();
+  for (const Mistake* other : {&heedlessness(), &slowness()}) {
+    if (name == other->name) {
+      return *other;
+    }
   }
   const auto found = std::ranges::find(allMistakes(), name, &Mistake::name);
   if (name != none.name && found == allMistakes().end()) {

@@ -131,10 +131,12 @@ Result clientMany(CheckContext& context) {
 
 constexpr std::size_t LeakRequests = 200;
 
-/// Requests that are served and refused, and clients that leave.
-void makeRequests(CheckContext& context, const Data& filled) {
-  for (std::size_t number = 0; number < LeakRequests; ++number) {
-    context.waits().restart();
+/// Requests that are served and refused, and clients that leave: so many, or as many as there is
+/// time for. How many there were.
+std::size_t makeRequests(CheckContext& context, const Data& filled, std::size_t most,
+                         Waits::Clock::time_point end) {
+  std::size_t number = 0;
+  for (; number < most && Waits::Clock::now() < end; ++number) {
     Connection connection = context.connect();
     switch (number % 3) {
       case 0:
@@ -149,6 +151,13 @@ void makeRequests(CheckContext& context, const Data& filled) {
         std::ignore = connection.sendFrame(filled.bytes());
     }
   }
+  return number;
+}
+
+Result tooSlowToTell(std::size_t requests, Waits::Clock::time_point start) {
+  const auto spent = std::chrono::duration_cast<Waits::Duration>(Waits::Clock::now() - start);
+  return skipped("the host answers too slowly to tell: " + std::to_string(requests) +
+                 " requests took " + std::to_string(spent.count()) + " ms");
 }
 
 struct Growth {
@@ -170,23 +179,31 @@ Result hostLeak(CheckContext& context) {
     return now ? *now
                : throw CheckEnd(skipped("/proc/" + std::to_string(process) + " cannot be read"));
   };
-  // A third of the requests may fail to give back a descriptor or a thread. A pool may grow a bit.
-  constexpr std::size_t Few = LeakRequests / 10;
+  constexpr std::size_t FewestRequests = 15;
   constexpr std::size_t LittleMemory = 1024;
   constexpr std::size_t FillerSize = 32768;
   // Memory that is collected, cached or kept for reuse stops growing; what leaks does not.
   constexpr int Rounds = 6;
   const Data filled = filledRequest(context, FillerSize);
-  makeRequests(context, filled);
+  const auto start = Waits::Clock::now();
+  const Waits::Duration timeout = context.waits().timeout();
+  const std::size_t count = makeRequests(context, filled, LeakRequests, start + timeout / 4);
+  if (count < FewestRequests) {
+    return tooSlowToTell(count, start);
+  }
+  // A third of the requests may fail to give back a descriptor or a thread. A pool may grow a bit.
+  const std::size_t few = std::max<std::size_t>(count / 10, 3);
   const ProcessUsage first = usage();
   ProcessUsage before = first;
   ProcessUsage after;
   for (int round = 0; round < Rounds; ++round) {
-    makeRequests(context, filled);
+    if (makeRequests(context, filled, count, start + timeout * 3 / 4) < count) {
+      return tooSlowToTell(count, start);
+    }
     const auto isSettled = [&] {
       after = usage();
-      return after.descriptors <= first.descriptors + Few && after.threads <= first.threads + Few &&
-             after.children <= first.children + Few;
+      return after.descriptors <= first.descriptors + few && after.threads <= first.threads + few &&
+             after.children <= first.children + few;
     };
     if (!context.waits().until(isSettled, "the host to release what it used", 1s)) {
       break;
@@ -212,11 +229,11 @@ Result hostLeak(CheckContext& context) {
                               .before = first.memory,
                               .after = after.memory,
                               .advice = "release what a request needed"}};
-  const auto leak = after.descriptors > first.descriptors + Few ? all[0]
-                    : after.threads > first.threads + Few       ? all[1]
-                    : after.children > first.children + Few     ? all[2]
+  const auto leak = after.descriptors > first.descriptors + few ? all[0]
+                    : after.threads > first.threads + few       ? all[1]
+                    : after.children > first.children + few     ? all[2]
                                                                 : all[3];
-  return failed({.sent = "200 requests, more than once",
+  return failed({.sent = std::to_string(count) + " requests, more than once",
                  .got = textOf(all[0]) + ", " + textOf(all[1]) + ", " + textOf(all[2]) + ", " +
                         textOf(all[3]),
                  .wanted = "as before",
