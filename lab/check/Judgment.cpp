@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "lab/check/Requests.h"
 #include "lab/site/ValueWords.h"
 
 namespace korvan::lab::check {

@@ -1,7 +1,10 @@
 #include "lab/commands/HostChoice.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <optional>
+
+#include <fcntl.h>
 
 #include "channel/HostIdentifiers.h"
 #include "lab/processes/Stage.h"
@@ -24,13 +27,17 @@ std::optional<std::filesystem::path> containerOf(const LabSettings& settings) {
                             : LinuxAppGroupContainers().locate(AppGroupIdentifier);
 }
 
-/// True when a host takes connections.
+/// True when a host listens.
 bool hostListens(const LabSettings& settings) {
   const auto container = containerOf(settings);
   const LinuxLocalSockets sockets;
   const Descriptor socket(container ? sockets.socket() : -1);
-  return socket.get() >= 0 &&
-         sockets.connect(socket.get(), (*container / "acp.sock").string()) == 0;
+  if (socket.get() < 0) {
+    return false;
+  }
+  // One that accepts no connection must not hold up the command's end.
+  ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
+  return sockets.connect(socket.get(), (*container / "acp.sock").string()) == 0 || errno == EAGAIN;
 }
 
 }  // namespace

@@ -21,11 +21,11 @@ constexpr std::chrono::milliseconds Pause(50);
 /// What the extension grants a host that it opened.
 constexpr std::chrono::seconds Granted(5);
 
-std::string secondsSince(Clock::time_point start) {
+std::string secondsOf(Clock::duration duration) {
   std::ostringstream text;
   text.setf(std::ios::fixed);
   text.precision(1);
-  text << std::chrono::duration<double>(Clock::now() - start).count() << " s";
+  text << std::chrono::duration<double>(duration).count() << " s";
   return text.str();
 }
 
@@ -44,19 +44,19 @@ std::optional<std::string> flawOfListener(const LabPlatform& platform, const std
 }
 
 std::string causeOf(const LaunchedHost& host, const LabPlatform& platform,
-                    const std::string& socket) {
+                    const std::string& socket, const std::function<Clock::time_point()>& now) {
   while (true) {
+    const Clock::duration spent = now() - host.startTime();
     if (const auto flaw = flawOfListener(platform, socket)) {
-      const bool late = Clock::now() - host.startTime() > Granted;
       const std::string listens =
           host.program() + " listens" +
-          (late ? ", " + secondsSince(host.startTime()) + " after it was opened; it has 5 s" : "");
+          (spent > Granted ? ", " + secondsOf(spent) + " after it was opened; it has 5 s" : "");
       return flaw->empty() ? listens : listens + ", but is not trusted: " + visibleText(*flaw);
     }
     if (const auto ending = host.ending()) {
       return host.program() + " " + *ending;
     }
-    if (Clock::now() - host.startTime() > MostWaiting || platform.patience.isOver()) {
+    if (spent > MostWaiting || platform.patience.isOver()) {
       return host.program() + " runs, but nobody listens at " + socket;
     }
     std::this_thread::sleep_for(Pause);
@@ -81,7 +81,8 @@ void appendErrors(std::vector<std::string>& sentences, const std::string& errors
 
 }  // namespace
 
-std::vector<std::string> causesOfFailedLaunch(LabPlatform& platform) {
+std::vector<std::string> causesOfFailedLaunch(LabPlatform& platform,
+                                              const std::function<Clock::time_point()>& now) {
   const auto& host = platform.workspace.launched();
   const auto container = platform.appGroupContainers.containerPath(AppGroupIdentifier);
   if (!host || !container) {
@@ -90,7 +91,8 @@ std::vector<std::string> causesOfFailedLaunch(LabPlatform& platform) {
   if (!host->started()) {
     return {host->program() + " cannot be executed"};
   }
-  std::vector<std::string> sentences = {causeOf(*host, platform, *container + "/acp.sock") + "."};
+  std::vector<std::string> sentences = {causeOf(*host, platform, *container + "/acp.sock", now) +
+                                        "."};
   appendErrors(sentences, host->errors());
   return sentences;
 }
