@@ -1,19 +1,16 @@
 #include "lab/processes/Supervisor.h"
 
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <exception>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <optional>
 #include <string>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "lab/processes/ChildProcesses.h"
 #include "lab/support/ExitStatus.h"
 #include "lab/support/ProgramMain.h"
 #include "lab/support/SystemError.h"
@@ -80,32 +77,6 @@ int statusFrom(int waited) {
   return WIFEXITED(waited) ? WEXITSTATUS(waited) : SignalExitBase + WTERMSIG(waited);
 }
 
-/// The parent of a process, or none when there is no such process.
-std::optional<pid_t> parentOf(const fs::path& processDirectory) {
-  std::ifstream file(processDirectory / "stat");
-  const std::string stat(std::istreambuf_iterator<char>(file), {});
-  // "ID (NAME) STATE PARENT ...", in which the name may hold anything.
-  const std::size_t nameEnd = stat.rfind(") ");
-  constexpr std::size_t FromNameEndToParent = 4;
-  if (nameEnd == std::string::npos || nameEnd + FromNameEndToParent >= stat.size()) {
-    return std::nullopt;
-  }
-  pid_t parent = 0;
-  std::from_chars(stat.data() + nameEnd + FromNameEndToParent, stat.data() + stat.size(), parent);
-  return parent;
-}
-
-void signalChildren(int signal) {
-  for (const auto& entry : fs::directory_iterator("/proc")) {
-    const std::string name = entry.path().filename();
-    pid_t process = 0;
-    std::from_chars(name.data(), name.data() + name.size(), process);
-    if (process > 0 && parentOf(entry.path()) == ::getpid()) {
-      ::kill(process, signal);
-    }
-  }
-}
-
 /// How long processes have to end when they are asked to, before they are killed.
 constexpr timespec EndingTime{.tv_sec = 2, .tv_nsec = 0};
 
@@ -144,6 +115,7 @@ int statusOf(pid_t child, const BlockedSignals& signals) {
 
 int supervise(const std::function<int(const fs::path& directory)>& body,
               const BlockedSignals& signals) {
+  removeAbandonedDirectories(placeOfTemporaryDirectories());
   const TemporaryDirectory directory;
   // Detached processes become children of this process when their own parents end.
   requireSystem(::prctl(PR_SET_CHILD_SUBREAPER, 1) == 0, "adopting processes");

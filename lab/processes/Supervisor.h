@@ -10,9 +10,10 @@ namespace korvan::lab {
 /// and the status is NotVerified.
 ///
 /// Nothing is left on return: every descendant of `body` has ended, even a detached one, and the
-/// directory is removed. The same holds after SIGINT, SIGTERM and SIGHUP, which end `body` at once;
+/// directory is removed. The same holds after SIGINT, SIGTERM and SIGHUP, which end `body`;
 /// the status is then 128 plus the signal's number. When SIGKILL ends the calling process, all that
-/// goes soon after.
+/// goes soon after. A directory that is left when all processes are killed at once goes with the
+/// next call.
 ///
 /// Must be called before there are threads, in a process without other children. Throws
 /// std::system_error when no process can be created.

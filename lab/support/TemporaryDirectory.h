@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "lab/support/Descriptor.h"
+
 namespace korvan::lab {
 
 /// A new directory with mode 0700, removed with everything in it when this object goes.
@@ -17,6 +19,15 @@ class TemporaryDirectory {
 
  private:
   std::filesystem::path path_;
+  /// Locked for as long as this process lives, or one that it has forked.
+  Descriptor lock_;
 };
+
+/// Where the directories are made.
+[[nodiscard]] std::filesystem::path placeOfTemporaryDirectories();
+
+/// Removes the directories in `place` that killed processes of this user have left. Does nothing
+/// where it may not.
+void removeAbandonedDirectories(const std::filesystem::path& place);
 
 }  // namespace korvan::lab

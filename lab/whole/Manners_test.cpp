@@ -230,12 +230,21 @@ TEST_F(Manners, KilledCommandLeavesNoProcessAndNoFile) {
   }
 }
 
+TEST_F(Manners, CommandRemovesTheDirectoryOfOneThatWasKilledAltogether) {
+  const std::string temporary = file("tmp");
+  std::filesystem::create_directories(temporary + "/korvan-lab.killed/container");
+  const auto result =
+      Program({"/usr/bin/env", "TMPDIR=" + temporary, KORVAN_LAB, "configure"}).finish();
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_TRUE(std::filesystem::is_empty(temporary));
+}
+
 TEST_F(Manners, MissingTemporaryDirectoryIsNamed) {
   const auto result =
       Program({"/usr/bin/env", "TMPDIR=" + file("missing"), KORVAN_LAB, "configure"}).finish();
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.errors, StartsWith("korvan-lab: cannot make a temporary directory such as " +
-                                        file("missing/korvan-lab-")));
+                                        file("missing/korvan-lab.")));
 }
 
 TEST_F(Manners, ColorsAreForTerminalsThatTakeThem) {
