@@ -60,12 +60,26 @@ function(korvan_expose_headers target)
   target_include_directories(${target} PUBLIC ${root})
 endfunction()
 
+# Nothing runs what is built for another system, but for the bundle, which compiles the sources anew: the
+# libraries and the tests only show there that they compile and link.
+function(korvan_only_show_that_it_builds target)
+  if(CMAKE_CROSSCOMPILING)
+    target_compile_options(${target} PRIVATE -O0)
+    # What CMake puts Objective-C++ files together in would be taken for C++.
+    get_target_property(sources ${target} SOURCES)
+    if(NOT sources MATCHES "\\.mm")
+      set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
+    endif()
+  endif()
+endfunction()
+
 # korvan_library(NAME SOURCES file... [LINKS library...])
 function(korvan_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   add_library(${name} STATIC ${arg_SOURCES})
   korvan_expose_headers(${name})
   target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE korvan_options)
+  korvan_only_show_that_it_builds(${name})
 endfunction()
 
 # korvan_test(NAME SOURCES file... [LINKS library...] [DEFINES MACRO=value...] [NEEDS target...] [DIRECTORY directory]):
@@ -91,11 +105,8 @@ function(korvan_test name)
     # Tests run here, and GoogleTest is there for this processor only.
     set_target_properties(${name} PROPERTIES OSX_ARCHITECTURES ${CMAKE_HOST_SYSTEM_PROCESSOR})
   endif()
-  if(CMAKE_CROSSCOMPILING)
-    # All that they are for there is to show that they compile and link, for two processors.
-    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 16)
-    target_compile_options(${name} PRIVATE -O0)
-  else()
+  korvan_only_show_that_it_builds(${name})
+  if(NOT CMAKE_CROSSCOMPILING)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   endif()
 endfunction()
