@@ -278,6 +278,16 @@ TEST_F(CeremoniesTest, ShowsTheAnswerDecoded) {
   EXPECT_EQ(review.at("details").at(3).at(1), "UP, UV, AT (0x45)");
 }
 
+TEST_F(CeremoniesTest, RefusesClientDataThatNestsDeeply) {
+  const json options = beginRegistration();
+  const std::string deep =
+      "{\"type\":" + std::string(100'000, '[') + std::string(100'000, ']') + "}";
+  json credential = newCredential(clientData(options, "webauthn.create"));
+  credential.at("response")["clientDataJSON"] = text(utf8(deep));
+  EXPECT_THAT(words(finish(options, credential), "fails"),
+              testing::Contains("the client data is not a JSON object"));
+}
+
 TEST_F(CeremoniesTest, ShowsBytesThatNobodyCanDecode) {
   const json options = beginRegistration();
   const json review = finish(

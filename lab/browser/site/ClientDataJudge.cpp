@@ -1,7 +1,10 @@
 #include "lab/browser/site/ClientDataJudge.h"
 
+#include <exception>
+
 #include <nlohmann/json.hpp>
 
+#include "lab/browser/site/ShallowJson.h"
 #include "lab/site/ValueWords.h"
 #include "lab/support/VisibleText.h"
 
@@ -10,6 +13,15 @@ namespace {
 
 using Subject = Finding::Subject;
 using nlohmann::json;
+
+/// Null for what cannot be read.
+json objectIn(std::string_view text) {
+  try {
+    return shallowJson(text);
+  } catch (const std::exception& /*error*/) {
+    return nullptr;
+  }
+}
 
 std::string shown(const json& value) {
   return visibleText(value.dump(-1, ' ', false, json::error_handler_t::replace));
@@ -30,7 +42,7 @@ Finding judgeMember(const json& clientData, const char* name, const json& wanted
 }  // namespace
 
 FindingList judgeClientData(std::string_view clientDataJSON, const ClientDataTerms& terms) {
-  const json clientData = json::parse(clientDataJSON, nullptr, false);
+  const json clientData = objectIn(clientDataJSON);
   if (!clientData.is_object()) {
     return {failing(Subject::echoes, "the client data is not a JSON object",
                     {.wanted = "an object with type, challenge and origin",

@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "lab/browser/site/PageFiles.h"
+#include "lab/browser/site/ShallowJson.h"
 
 namespace korvan::lab {
 namespace {
@@ -49,7 +50,7 @@ WebAnswer Site::answer(const WebRequest& request) noexcept {
 }
 
 WebAnswer Site::answerPost(const WebRequest& request) {
-  const auto body = nlohmann::json::parse(request.body);
+  const auto body = shallowJson(request.body);
   if (request.path == "options") {
     return jsonAnswer(ceremonies_.begin(body));
   }

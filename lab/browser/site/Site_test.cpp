@@ -215,6 +215,9 @@ TEST_F(SiteTest, SaysWhatIsWrongWithABody) {
               testing::AllOf(StartsWith("HTTP/1.1 400 "), EndsWith("ceremony is create or get\n")));
   EXPECT_THAT(post("credentials", R"({"challenge":"AAAA","credential":{}})"),
               StartsWith("HTTP/1.1 400 "));
+  EXPECT_THAT(post("options", std::string(100'000, '[')),
+              testing::AllOf(StartsWith("HTTP/1.1 400 "),
+                             EndsWith("the JSON nests deeper than 16 levels\n")));
 }
 
 TEST_F(SiteTest, JudgesACredential) {

@@ -65,9 +65,11 @@ function showForeign(story) {
 
 const chosen = () => passkeys.find(({ credentialID }) => credentialID === chooser.value);
 
+/** A new passkey is the chosen one. */
 async function showPasskeys() {
+  const known = passkeys.length;
   ({ passkeys, embeddedUrl } = await siteState());
-  if (passkeys.length > 0) {
+  if (passkeys.length > known) {
     chooser.replaceChildren(
       ...passkeys.map(({ userName, credentialID }) => new Option(userName, credentialID)),
     );
@@ -153,7 +155,7 @@ async function make(request) {
   running = controller;
   showWhatIsPossible();
   say(`${request.label}: waiting for the browser.`);
-  let ending = '';
+  let ending;
   try {
     ending = request.signal ? await tellHost(request, entry) : await makeCeremony(request, entry, controller);
   } catch (error) {
