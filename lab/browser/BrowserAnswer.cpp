@@ -19,9 +19,9 @@ class UnusableAnswer : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-const Data& present(const std::optional<Data>& data, const std::string& name) {
+const Data& present(const std::optional<Data>& data, const char* name) {
   if (!data || data->empty()) {
-    throw UnusableAnswer("the host's answer has no " + name);
+    throw UnusableAnswer(std::string("the host's answer has no ") + name);
   }
   return *data;
 }
