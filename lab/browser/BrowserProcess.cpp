@@ -20,6 +20,9 @@ using Environment = std::unique_ptr<char*, decltype(&g_strfreev)>;
 Environment environmentFor(const BrowserProfile& profile) {
   char** environment = g_get_environ();
   environment = g_environ_setenv(environment, "TMPDIR", profile.temporary().c_str(), TRUE);
+  // Its reports of crashes.
+  environment =
+      g_environ_setenv(environment, "CHROME_CONFIG_HOME", profile.temporary().c_str(), TRUE);
   return {environment, g_strfreev};
 }
 
