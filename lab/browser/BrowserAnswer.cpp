@@ -6,6 +6,7 @@
 #include "lab/site/AttestationReader.h"
 #include "lab/site/Cbor.h"
 #include "lab/site/PublicKey.h"
+#include "lab/support/AuthenticatorFlags.h"
 #include "lab/support/Base64Url.h"
 
 namespace korvan::lab {
@@ -50,6 +51,14 @@ Json credentialJson(const Data& credentialID, Json response, Json extensions) {
           {"response", std::move(response)}};
 }
 
+/// Browsers read no other form.
+/// https://www.w3.org/TR/webauthn-3/#sctn-conforming-all-classes
+void requireCanonical(const Data& cbor, const std::string& name) {
+  if (const auto flaw = flawOfCanonicalCbor(cbor)) {
+    throw UnusableAnswer(name + " is not canonical CBOR: " + *flaw);
+  }
+}
+
 struct AttestedKey {
   Data subjectPublicKeyInfo;
   std::int64_t algorithm = 0;
@@ -86,6 +95,9 @@ Json registrationJson(const BrowserRequest& request,
       readable(readAttestationObject(object), "the attestation object has no authenticator data");
   const auto statement = readable(readAuthenticatorData(authenticatorData),
                                   "the attestation object's authenticator data are too short");
+  if ((statement.flags & AttestedCredentialDataIncluded) == 0) {
+    throw UnusableAnswer("the attestation object's flag AT is not set");
+  }
   const auto attested = readable(readAttestedCredentialData(statement.rest),
                                  "the attestation object has no credential");
   const Data& credentialID = present(credential.credentialID, "credential ID");
@@ -93,6 +105,8 @@ Json registrationJson(const BrowserRequest& request,
     throw UnusableAnswer("the attestation object is of another credential than the answer");
   }
   const AttestedKey key = keyIn(attested);
+  requireCanonical(object, "the attestation object");
+  requireCanonical(attested.coseKey, "the attestation object's public key");
   return credentialJson(credentialID,
                         {{"clientDataJSON", encoded(request.clientDataJSON)},
                          {"attestationObject", encoded(object)},

@@ -154,6 +154,24 @@ TEST(BrowserAnswer, IsARefusalWithTheReasonWhenTheHostsRegistrationCannotBeUsed)
   }
 }
 
+TEST(BrowserAnswer, IsARefusalForWhatBrowsersDoNotRead) {
+  const auto reasonFor = [](const Data& attestationObject) {
+    return browserAnswer(creationRequest(), registration(attestationObject)).reason;
+  };
+  const Data whole = registeredData();
+  std::vector<std::uint8_t> data(whole.bytes().begin(), whole.bytes().end());
+  data[32] ^= 0x40U;
+  EXPECT_THAT(reasonFor(host::attestationObject(Data::copyOf(data).bytes())),
+              HasSubstr("flag AT is not set"));
+
+  const Data object = host::attestationObject(registeredData().bytes());
+  std::vector<std::uint8_t> stretched(object.bytes().begin(), object.bytes().end());
+  // The map's size, 3, in two bytes.
+  stretched.front() = 0xB8;
+  stretched.insert(stretched.begin() + 1, 3);
+  EXPECT_THAT(reasonFor(Data::copyOf(stretched)), HasSubstr("is not canonical CBOR: "));
+}
+
 TEST(BrowserAnswer, IsARefusalForAKeyThatIsNoPoint) {
   Data broken = registeredData();
   std::vector<std::uint8_t> changed(broken.bytes().begin(), broken.bytes().end());

@@ -90,7 +90,9 @@ class Bridge {
   static gboolean inputEnded(gint /*descriptor*/, GIOCondition /*condition*/, gpointer bridge) {
     BrowserAnswer answer = refusalAnswer("", "the page took its request back");
     answer.errorName = "AbortError";
-    static_cast<Bridge*>(bridge)->tell(answer);
+    auto& self = *static_cast<Bridge*>(bridge);
+    self.end_ = Clock::now();
+    self.tell(answer);
     ::_exit(Well);
   }
 
@@ -113,7 +115,7 @@ class Bridge {
 
   /// The page first: why a host did not start may take a while to find out.
   int finish(BrowserAnswer answer) {
-    milliseconds_ = std::chrono::duration<double, std::milli>(Clock::now() - start_).count();
+    end_ = Clock::now();
     writeNativeMessage(output_,
                        answer.message().dump(-1, ' ', false, Json::error_handler_t::replace));
     if (!answer.errorName.empty() && result_ && result_->frames.empty()) {
@@ -126,13 +128,14 @@ class Bridge {
   }
 
   void tell(const BrowserAnswer& answer) const {
-    Json story = {{"id", ::getpid()},
-                  {"origin", request_.origin},
-                  {"kind", request_.kindName()},
-                  {"request", request_.details},
-                  {"entryPoints", caller_.called()},
-                  {"outcome", nameOfOutcome(request_, answer)},
-                  {"milliseconds", milliseconds_}};
+    Json story = {
+        {"id", ::getpid()},
+        {"origin", request_.origin},
+        {"kind", request_.kindName()},
+        {"request", request_.details},
+        {"entryPoints", caller_.called()},
+        {"outcome", nameOfOutcome(request_, answer)},
+        {"milliseconds", std::chrono::duration<double, std::milli>(end_ - start_).count()}};
     if (!answer.errorName.empty()) {
       story["error"] = {{"name", answer.errorName}, {"message", answer.errorMessage}};
       story["reason"] = answer.reason;
@@ -154,7 +157,7 @@ class Bridge {
   BrowserRequest request_;
   std::optional<CallResult> result_;
   Clock::time_point start_ = Clock::now();
-  double milliseconds_ = 0;
+  Clock::time_point end_ = start_;
 };
 
 }  // namespace

@@ -52,9 +52,10 @@ class BrowserBridge : public testing::Test {
  protected:
   void SetUp() override { writeProfile(std::nullopt); }
 
-  void writeProfile(std::optional<std::chrono::milliseconds> timeout) {
+  void writeProfile(std::optional<std::chrono::milliseconds> timeout,
+                    std::string hostApplication = std::string(LabSettings::None)) {
     profile_.write({.container = container(),
-                    .hostApplication = std::string(LabSettings::None),
+                    .hostApplication = std::move(hostApplication),
                     .trustAnchorPem = std::string(TrustAnchorPem),
                     .timeout = timeout},
                    KORVAN_LAB);
@@ -160,6 +161,41 @@ TEST_F(BrowserBridge, TellsThePageAndTheTerminalThatThereIsNoHost) {
   EXPECT_EQ(told["error"], answer["error"]);
   EXPECT_EQ(told["noticeShown"], true);
   EXPECT_THAT(told["reason"], HasSubstr("ASExtensionErrorDomain code 0"));
+}
+
+TEST_F(BrowserBridge, TellsThePageAndTheTerminalWhatTheHostDidWrong) {
+  for (const auto& [mistake, reason] :
+       {std::pair("closes-without-an-answer", "closed the credential-provider connection"),
+        {"half-the-body", "closed the credential-provider connection"},
+        {"answers-in-json", "property list"},
+        {"attests-text", "no authenticator data"},
+        {"answers-with-another-credential-id", "another credential"}}) {
+    std::filesystem::remove_all(container());
+    std::filesystem::create_directory(container());
+    std::filesystem::permissions(container(), std::filesystem::perms::owner_all);
+    host_.emplace(std::vector<std::string>{KORVAN_BROKEN_HOST, "--container", container(),
+                                           "--mistake", mistake});
+    EXPECT_NE(host_->readLine(), "");
+    const json error = ask(creationMessage())["error"];
+    EXPECT_EQ(error["name"], "NotAllowedError") << mistake;
+    EXPECT_NE(error["message"], "") << mistake;
+    EXPECT_THAT(story()["reason"], HasSubstr(reason)) << mistake;
+  }
+}
+
+TEST_F(BrowserBridge, SaysThatTheHostIsNotSigned) {
+  const auto copy = directory_.path() / "unsigned-host";
+  std::filesystem::copy_file(KORVAN_SAMPLE_HOST, copy);
+  host_.emplace(std::vector<std::string>{copy, "--container", container()});
+  EXPECT_NE(host_->readLine(), "");
+  EXPECT_EQ(ask(creationMessage())["error"]["name"], "NotAllowedError");
+  EXPECT_THAT(story()["reason"], HasSubstr("the program is not signed"));
+}
+
+TEST_F(BrowserBridge, OpensTheHostAndSaysWhyItDidNotStart) {
+  writeProfile(std::chrono::milliseconds(300), "/bin/false");
+  EXPECT_EQ(ask(creationMessage())["error"]["name"], "NotAllowedError");
+  EXPECT_THAT(story()["reason"], HasSubstr("/bin/false ended with status 1"));
 }
 
 TEST_F(BrowserBridge, RefusesWhatTheSystemWouldNotPassOn) {
