@@ -149,7 +149,7 @@ std::vector<Mistake> wrongAssertions() {
        .fails = {"assertion.userHandle"},
        .hint = "of another user than the registered one: that is userName",
        .answer =
-           [](const auto& request, auto& answer) {
+           [](const Message& request, Message& answer) {
              static std::map<std::string, std::string> names;
              const auto credentialID = dataForKey(answer, "credentialID");
              if (isRegistration(request) && credentialID) {

@@ -106,9 +106,8 @@ Result assertionRelyingParty(CheckContext& context) {
 
 Result assertionUnknown(CheckContext& context) {
   const auto request = assertionRequest(RelyingParty, newIdentifier(), false);
-  const Result result =
-      refusedWith(context, askToSign(context, request), codes::credentialNotFound,
-                  "another passkey signed in place of one that the host does not have");
+  Result result = refusedWith(context, askToSign(context, request), codes::credentialNotFound,
+                              "another passkey signed in place of one that the host does not have");
   if (result.outcome != Outcome::passed) {
     return result;
   }

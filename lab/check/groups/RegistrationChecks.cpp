@@ -65,7 +65,7 @@ Result registrationAlgorithm(CheckContext& context) {
   const Exchange fit = askToRegister(context, request);
   requireServed(context, fit, "a passkey for ES256 (-7)",
                 "only the first of supportedAlgorithms is looked at");
-  const Result result = resultOf(context, fit, reviewOf(fit).findings, {Subject::algorithm});
+  Result result = resultOf(context, fit, reviewOf(fit).findings, {Subject::algorithm});
   if (result.outcome != Outcome::passed) {
     return result;
   }

@@ -42,7 +42,7 @@ Exchange sendReport(CheckContext& context, const ProviderMessage& report) {
   Exchange exchange{.request = report, .answer = context.exchange(report)};
   if (needsUser(exchange.answer)) {
     throw CheckEnd(skipped("a report was answered with " + context.described(exchange.answer) +
-                           ": unlock the vault, and check again"));
+                           ": if the vault is locked, unlock it and check again"));
   }
   return exchange;
 }
