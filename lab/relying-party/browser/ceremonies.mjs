@@ -33,8 +33,9 @@ export const authenticationOptions = (ids = [], userVerification = 'preferred') 
     allowCredentials: ids.map((id) => ({ id })),
   });
 
-/** The new passkey is accepted; returns it as the relying party remembers it. */
-export async function acceptedRegistration(options, response, origin) {
+/** What came is a passkey that is accepted; returns it as the relying party remembers it. */
+export async function acceptedRegistration(options, { value: response, error }, origin) {
+  assert.equal(error, undefined);
   const { verified, registrationInfo } = await verifyRegistrationResponse({
     response,
     expectedChallenge: options.challenge,
@@ -46,8 +47,9 @@ export async function acceptedRegistration(options, response, origin) {
   return registrationInfo.credential;
 }
 
-/** The sign-in is accepted, and the passkey's counter grows. */
-export async function acceptedSignIn(options, response, origin, passkey) {
+/** What came is a sign-in that is accepted, and the passkey's counter grows. */
+export async function acceptedSignIn(options, { value: response, error }, origin, passkey) {
+  assert.equal(error, undefined);
   assert.equal(response.id, passkey.id);
   const { verified, authenticationInfo } = await verifyAuthenticationResponse({
     response,
@@ -62,5 +64,5 @@ export async function acceptedSignIn(options, response, origin, passkey) {
   passkey.counter = authenticationInfo.newCounter;
 }
 
-export const clientData = ({ response }) =>
-  JSON.parse(Buffer.from(response.clientDataJSON, 'base64url'));
+export const clientData = ({ value }) =>
+  JSON.parse(Buffer.from(value.response.clientDataJSON, 'base64url'));

@@ -20,122 +20,119 @@ const silently = 'provideCredentialWithoutUserInteractionForRequest:';
 const withInterface = 'prepareInterfaceToProvideCredentialForRequest:';
 const fromList = 'prepareCredentialListForServiceIdentifiers:requestParameters:';
 
-test(
-  'a browser without a window, and a host that is opened',
-  { timeout: 2 * patience },
-  async (t) => {
-    const site = await Site.start(t);
-    const page = site.page('first');
-    const browser = await Browser.start(t, page, ['--headless']);
+const handle = (userName) => Buffer.from(userName).toString('base64url');
 
-    /** The next request came from this page and led to these entry points, and to this outcome. */
-    async function expectStory(kind, entryPoints, outcome, origin = page.origin) {
-      const story = await browser.story();
-      assert.deepEqual([story.origin, story.kind], [origin, kind]);
-      assert.deepEqual(story.entryPoints, entryPoints);
-      assert.match(story.outcome, outcome);
+test('a page in a browser without a window', { timeout: 2 * patience }, async (t) => {
+  const site = await Site.start(t);
+  const page = site.page('first');
+  const browser = await Browser.start(t, page, ['--headless']);
+  let passkey;
+
+  /** Returns what came, if the request led to these entry points and to this outcome. */
+  async function came(outcome, kind, entryPoints, words, from = page) {
+    const [value, story] = [await outcome, await browser.story()];
+    assert.deepEqual([story.origin, story.kind], [from.origin, kind]);
+    assert.deepEqual(story.entryPoints, entryPoints);
+    assert.match(story.outcome, words);
+    return value;
+  }
+
+  async function register(userName, more, entryPoint = registration) {
+    const options = await registrationOptions(userName);
+    const outcome = page.create(options, more);
+    const made = await came(outcome, 'create', [entryPoint], /^credential$/);
+    return acceptedRegistration(options, made, page.origin);
+  }
+
+  async function signIn(passkey, options, entryPoints, from = page) {
+    const outcome = from.get(options);
+    const signedIn = await came(outcome, 'get', entryPoints, /^credential$/, from);
+    await acceptedSignIn(options, signedIn, from.origin, passkey);
+    return signedIn;
+  }
+
+  /** The host has no such passkey. */
+  async function signInWithNone(id, entryPoint) {
+    const outcome = page.get(await authenticationOptions([id]));
+    const words = /^NotAllowedError \(.* code 101\b/;
+    const { error } = await came(outcome, 'get', [entryPoint], words);
+    assert.equal(error.name, 'NotAllowedError');
+    assert.notEqual(error.message, '');
+  }
+
+  async function signal(method, details, entryPoint) {
+    const outcome = page.signal(method, { rpId: 'localhost', ...details });
+    assert.deepEqual(await came(outcome, 'signal', [entryPoint], /^returned$/), {});
+  }
+
+  await t.test('has the host opened that is not running', async () => {
+    await page.loaded();
+    assert.equal(browser.process('korvan-sample-host'), undefined);
+    passkey = await register('alice');
+    assert.ok(browser.process('korvan-sample-host'));
+  });
+
+  await t.test('signs in silently with a known passkey, twice', async () => {
+    for (let round = 0; round < 2; ++round) {
+      const signedIn = await signIn(passkey, await authenticationOptions([passkey.id]), [silently]);
+      assert.equal(clientData(signedIn).crossOrigin, false);
     }
+  });
 
-    async function register(userName, more, entryPoint = registration) {
-      const options = await registrationOptions(userName);
-      const response = await page.create(options, more);
-      await expectStory('create', [entryPoint], /^credential$/);
-      return acceptedRegistration(options, response, page.origin);
-    }
+  await t.test('has the user asked where it requires user verification', async () => {
+    const options = await authenticationOptions([passkey.id], 'required');
+    await signIn(passkey, options, [silently, withInterface]);
+  });
 
-    async function signIn(passkey, options, entryPoints, from = page) {
-      const response = await from.get(options);
-      await expectStory('get', entryPoints, /^credential$/, from.origin);
-      await acceptedSignIn(options, response, from.origin, passkey);
-      return response;
-    }
+  await t.test('signs in from the list where it names no passkey', async () => {
+    await signIn(passkey, await authenticationOptions(), [fromList]);
+  });
 
-    let passkey;
+  await t.test('gets an InvalidStateError for an excluded passkey', async () => {
+    const excludeCredentials = [{ id: passkey.id }];
+    const outcome = page.create(await registrationOptions('alice', { excludeCredentials }));
+    const words = /^InvalidStateError \(.* code 102\b/;
+    const { error } = await came(outcome, 'create', [registration], words);
+    assert.equal(error.name, 'InvalidStateError');
+  });
 
-    await t.test('a registration opens the host that is not running', async () => {
-      await page.loaded();
-      assert.equal(browser.process('korvan-sample-host'), undefined);
-      passkey = await register('alice');
-      assert.ok(browser.process('korvan-sample-host'));
-    });
+  await t.test('has a passkey made without the user by a conditional creation', async () => {
+    const made = await register('bob', { mediation: 'conditional' }, conditionalRegistration);
+    await signIn(made, await authenticationOptions([made.id]), [silently]);
+  });
 
-    await t.test('a known passkey signs in silently, twice', async () => {
-      for (let round = 0; round < 2; ++round) {
-        const response = await signIn(passkey, await authenticationOptions([passkey.id]), [
-          silently,
-        ]);
-        assert.equal(clientData(response).crossOrigin, false);
-      }
-    });
+  await t.test('gets a NotAllowedError for an unknown passkey', async () => {
+    await signInWithNone('bm9ib2R5J3M', fromList);
+  });
 
-    await t.test('the user is asked where user verification is required', async () => {
-      const options = await authenticationOptions([passkey.id], 'required');
-      await signIn(passkey, options, [silently, withInterface]);
-    });
+  await t.test('has a frame of another origin sign in', async () => {
+    const frame = await page.openFrame('frame');
+    assert.notEqual(frame.origin, page.origin);
+    const options = await authenticationOptions([passkey.id]);
+    const signedIn = await signIn(passkey, options, [silently], frame);
+    assert.equal(clientData(signedIn).crossOrigin, true);
+  });
 
-    await t.test('a sign-in without a passkey named is from the list', async () => {
-      await signIn(passkey, await authenticationOptions(), [fromList]);
-    });
+  await t.test("tells the host a user's new name", async () => {
+    const details = { userId: handle('alice'), name: 'alice.b', displayName: 'Alice B.' };
+    const report = 'reportPublicKeyCredentialUpdateForRelyingParty:userHandle:newName:';
+    await signal('signalCurrentUserDetails', details, report);
+    assert.match(browser.vault(), /alice\.b/);
+  });
 
-    await t.test('an excluded passkey is an InvalidStateError', async () => {
-      const excludeCredentials = [{ id: passkey.id }];
-      const options = await registrationOptions('alice', { excludeCredentials });
-      assert.equal((await page.createError(options)).name, 'InvalidStateError');
-      await expectStory('create', [registration], /^InvalidStateError \(.* code 102\b/);
-    });
+  await t.test('has a passkey removed that it does not know', async () => {
+    const { id } = await register('carol');
+    const report = 'reportUnknownPublicKeyCredentialForRelyingParty:credentialID:';
+    await signal('signalUnknownCredential', { credentialId: id }, report);
+    await signInWithNone(id, silently);
+  });
 
-    await t.test('a conditional creation does not ask the user', async () => {
-      const made = await register('bob', { mediation: 'conditional' }, conditionalRegistration);
-      await signIn(made, await authenticationOptions([made.id]), [silently]);
-    });
-
-    await t.test('an unknown passkey is a NotAllowedError', async () => {
-      const options = await authenticationOptions(['bm9ib2R5J3M']);
-      const { name, message } = await page.getError(options);
-      assert.equal(name, 'NotAllowedError');
-      assert.notEqual(message, '');
-      await expectStory('get', [fromList], /^NotAllowedError \(.* code 101\b/);
-    });
-
-    await t.test("a frame of another origin signs in to the page's relying party", async () => {
-      const frame = await page.openFrame('frame');
-      assert.notEqual(frame.origin, page.origin);
-      const options = await authenticationOptions([passkey.id]);
-      const response = await signIn(passkey, options, [silently], frame);
-      assert.equal(clientData(response).crossOrigin, true);
-    });
-
-    await t.test('the signal of a new name reaches the host', async () => {
-      const userId = Buffer.from('alice').toString('base64url');
-      const details = { rpId: 'localhost', userId, name: 'alice.b', displayName: 'Alice B.' };
-      await page.signal('signalCurrentUserDetails', details);
-      const entryPoint = 'reportPublicKeyCredentialUpdateForRelyingParty:userHandle:newName:';
-      await expectStory('signal', [entryPoint], /^returned$/);
-      assert.match(browser.vault(), /alice\.b/);
-    });
-
-    await t.test('the signal of an unknown passkey removes it', async () => {
-      const { id } = await register('carol');
-      await page.signal('signalUnknownCredential', { rpId: 'localhost', credentialId: id });
-      const entryPoint = 'reportUnknownPublicKeyCredentialForRelyingParty:credentialID:';
-      await expectStory('signal', [entryPoint], /^returned$/);
-      const { name } = await page.getError(await authenticationOptions([id]));
-      assert.equal(name, 'NotAllowedError');
-      await expectStory('get', [silently], /^NotAllowedError \(.* code 101\b/);
-    });
-
-    await t.test('the signal of all accepted passkeys removes the others', async () => {
-      const { id } = await register('dave');
-      const userId = Buffer.from('dave').toString('base64url');
-      const details = { rpId: 'localhost', userId, allAcceptedCredentialIds: [passkey.id] };
-      await page.signal('signalAllAcceptedCredentials', details);
-      const entryPoint =
-        'reportAllAcceptedPublicKeyCredentialsForRelyingParty:userHandle:acceptedCredentialIDs:';
-      await expectStory('signal', [entryPoint], /^returned$/);
-      const { name } = await page.getError(await authenticationOptions([id]));
-      assert.equal(name, 'NotAllowedError');
-      await expectStory('get', [silently], /^NotAllowedError \(.* code 101\b/);
-      await signIn(passkey, await authenticationOptions([passkey.id]), [silently]);
-    });
-  },
-);
+  await t.test('has the passkeys removed that it no longer accepts', async () => {
+    const { id } = await register('dave');
+    const details = { userId: handle('dave'), allAcceptedCredentialIds: [passkey.id] };
+    const report =
+      'reportAllAcceptedPublicKeyCredentialsForRelyingParty:userHandle:acceptedCredentialIDs:';
+    await signal('signalAllAcceptedCredentials', details, report);
+    await signInWithNone(id, silently);
+  });
+});

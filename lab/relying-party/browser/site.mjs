@@ -16,21 +16,17 @@ class Page {
   }
 
   /** Waits until the browser has opened it. */
-  loaded = () => this.#value({ kind: 'nothing' });
+  loaded = () => this.#done({ kind: 'nothing' });
 
-  create = (options, more) => this.#value({ kind: 'create', options, ...more });
-  get = (options) => this.#value({ kind: 'get', options });
-  signal = (method, details) => this.#value({ kind: 'signal', method, details });
+  // Each returns what came of it: {value}, or {error} with the exception's name and message.
+  create = (options, more) => this.#tell({ kind: 'create', options, ...more }).outcome;
+  get = (options) => this.#tell({ kind: 'get', options }).outcome;
+  signal = (method, details) => this.#tell({ kind: 'signal', method, details }).outcome;
 
-  /** The name and the message of the exception that a request leads to. */
-  createError = (options) => this.#error({ kind: 'create', options });
-  getError = (options) => this.#error({ kind: 'get', options });
-
-  /** Asks for a passkey, and returns a promise of the exception and a function that aborts. */
-  getAndAbort(options) {
-    const [id, outcome] = this.#tell({ kind: 'get', options });
-    const abort = () => this.#value({ kind: 'abort', request: id });
-    return { outcome, abort };
+  /** Asks for a passkey until it is aborted. */
+  getAbortably(options) {
+    const { id, outcome } = this.#tell({ kind: 'get', options });
+    return { outcome, abort: () => this.#done({ kind: 'abort', request: id }) };
   }
 
   /** Opens a page of another origin in a frame of this one, or one of its own in a tab. */
@@ -58,7 +54,7 @@ class Page {
     const outcome = new Promise((resolve) => this.#outcomes.set(id, resolve));
     this.#steps.push({ ...step, id });
     this.#serve();
-    return [id, outcome];
+    return { id, outcome };
   }
 
   #serve() {
@@ -68,21 +64,13 @@ class Page {
     }
   }
 
-  async #value(step) {
-    const { value, error } = await this.#tell(step)[1];
-    assert.equal(error, undefined, JSON.stringify(error));
-    return value;
-  }
-
-  async #error(step) {
-    const { value, error } = await this.#tell(step)[1];
-    assert.equal(value, undefined, JSON.stringify(value));
-    return error;
+  async #done(step) {
+    assert.deepEqual(await this.#tell(step).outcome, {});
   }
 
   async #open(kind, name, server) {
     const page = this.#openPage(name, server);
-    await this.#value({ kind, source: page.url });
+    await this.#done({ kind, source: page.url });
     return page;
   }
 }
