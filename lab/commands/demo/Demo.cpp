@@ -119,20 +119,23 @@ bool refuseUnknownPasskey(Tour& tour) {
                      "The system learns that there is no such passkey");
 }
 
-bool refuseWhileLocked(Tour& tour) {
-  Tour::Host host = tour.startHost({"--locked"});
-  const CallResult result = tour.signIn(SignInMode::silent, host.passkey).call;
+/// Signs in with the passkey of a host with such arguments, which refuses it.
+bool refuse(Tour& tour, const std::vector<std::string>& hostArguments, SignInMode mode,
+            ExtensionErrorCode code, std::string_view words) {
+  Tour::Host host = tour.startHost(hostArguments);
+  const CallResult result = tour.signIn(mode, host.passkey).call;
   host.process.stop();
-  return endCanceled(tour.narrator(), result, ExtensionErrorCode::userInteractionRequired,
-                     "The system learns that the user is needed");
+  return endCanceled(tour.narrator(), result, code, words);
+}
+
+bool refuseWhileLocked(Tour& tour) {
+  return refuse(tour, {"--locked"}, SignInMode::silent, ExtensionErrorCode::userInteractionRequired,
+                "The system learns that the user is needed");
 }
 
 bool letTheUserCancel(Tour& tour) {
-  Tour::Host host = tour.startHost({"--user-cancels"});
-  const CallResult result = tour.signIn(SignInMode::interactive, host.passkey).call;
-  host.process.stop();
-  return endCanceled(tour.narrator(), result, ExtensionErrorCode::userCanceled,
-                     "The system learns that the user canceled");
+  return refuse(tour, {"--user-cancels"}, SignInMode::interactive, ExtensionErrorCode::userCanceled,
+                "The system learns that the user canceled");
 }
 
 bool renameTheUser(Tour& tour) {
