@@ -5,9 +5,12 @@
 #include <functional>
 #include <string>
 
-#include "lab/check/Interruption.h"
+#include "lab/processes/Interruption.h"
 
 namespace korvan::lab::check {
+
+/// Thrown by a wait when the run is to end. No std::exception, which is a check's own failure.
+struct Interrupted {};
 
 /// Bounds every wait of a run, and says what is waited for when that takes over a second. All waits
 /// of one check together take no longer than the timeout.

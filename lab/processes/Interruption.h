@@ -2,12 +2,9 @@
 
 #include "lab/support/Descriptor.h"
 
-namespace korvan::lab::check {
+namespace korvan::lab {
 
-/// Thrown by a wait when the run is to end. No std::exception, which is a check's own failure.
-struct Interrupted {};
-
-/// Keeps SIGINT, SIGTERM and SIGHUP from ending the process, so that a run can tidy up first.
+/// Keeps SIGINT, SIGTERM and SIGHUP from ending the process, so that it can tidy up first.
 class Interruption {
  public:
   /// Call it before there are threads, because they inherit the signal mask.
@@ -24,4 +21,4 @@ class Interruption {
   Descriptor signals_;
 };
 
-}  // namespace korvan::lab::check
+}  // namespace korvan::lab

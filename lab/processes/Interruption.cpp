@@ -1,4 +1,4 @@
-#include "lab/check/Interruption.h"
+#include "lab/processes/Interruption.h"
 
 #include <csignal>
 #include <tuple>
@@ -9,7 +9,7 @@
 
 #include "lab/support/SystemError.h"
 
-namespace korvan::lab::check {
+namespace korvan::lab {
 namespace {
 
 sigset_t setOf(std::initializer_list<int> signals) {
@@ -37,4 +37,4 @@ void Interruption::accept() const {
   ::pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
 }
 
-}  // namespace korvan::lab::check
+}  // namespace korvan::lab

@@ -1,4 +1,4 @@
-#include "lab/check/Interruption.h"
+#include "lab/check/Waits.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "lab/check/Waits.h"
+#include "lab/processes/Interruption.h"
 
 namespace korvan::lab::check {
 namespace {
@@ -36,12 +36,12 @@ void wait(Waits& waits) {
   }
 }
 
-TEST(InterruptionDeathTest, LetsWaitsPassBeforeASignal) {
+TEST(WaitsDeathTest, PassBeforeASignal) {
   EXPECT_EXIT(exitAfter([](const auto& /*interruption*/, Waits& waits) { wait(waits); }),
               testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
-TEST(InterruptionDeathTest, EndsTheNextWait) {
+TEST(WaitsDeathTest, EndAtASignal) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     static int sent = 0;
     sent = signal;
@@ -53,7 +53,7 @@ TEST(InterruptionDeathTest, EndsTheNextWait) {
   }
 }
 
-TEST(InterruptionDeathTest, EndsTheProcessAtASecondSigint) {
+TEST(WaitsDeathTest, EndTheProcessAtASecondSigint) {
   EXPECT_EXIT(exitAfter([](const Interruption& interruption, Waits& /*waits*/) {
                 ::raise(SIGINT);
                 interruption.accept();
@@ -63,7 +63,7 @@ TEST(InterruptionDeathTest, EndsTheProcessAtASecondSigint) {
               testing::KilledBySignal(SIGINT), "");
 }
 
-TEST(InterruptionDeathTest, LeavesTheRestOfTheRunAlone) {
+TEST(WaitsDeathTest, PassAfterTheSignalIsAccepted) {
   EXPECT_EXIT(exitAfter([](const Interruption& interruption, Waits& waits) {
                 ::raise(SIGINT);
                 interruption.accept();
