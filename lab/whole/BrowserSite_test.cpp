@@ -26,8 +26,7 @@ TEST(BrowserSite, HasAllItsRequestsAnsweredAsTheyShouldBe) {
         "prepareCredentialListForServiceIdentifiers:requestParameters: → credential",
         "reportPublicKeyCredentialUpdateForRelyingParty:userHandle:newName: → returned",
         "reportUnknownPublicKeyCredentialForRelyingParty:credentialID: → returned",
-        "reportAllAcceptedPublicKeyCredentialsForRelyingParty:userHandle:acceptedCredentialIDs:"
-        " "}) {
+        "reportAllAcceptedPublicKeyCredentialsForRelyingParty:userHandle:acceptedCredentialIDs"}) {
     EXPECT_THAT(result.output, HasSubstr(entryPoint));
   }
   EXPECT_THAT(result.output, HasSubstr("✓ The page has run by itself\n"));
