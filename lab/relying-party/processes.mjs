@@ -46,7 +46,7 @@ export async function end(child) {
   }
 }
 
-/** Starts a host that serves `container`, and returns when it listens. */
+/** Starts a host that serves `container`, and returns it when it listens. */
 export async function startHost(t, program, container, ...more) {
   const host = spawnBound(program, ['--container', container, ...more], {
     stdio: ['ignore', 'pipe', 'inherit'],
@@ -56,7 +56,7 @@ export async function startHost(t, program, container, ...more) {
   for await (const line of createInterface({ input: host.stdout })) {
     assert.equal(JSON.parse(line).event, 'ready');
     host.stdout.resume();
-    return;
+    return host;
   }
   throw new Error(`${program} ended before it listened.`);
 }

@@ -39,10 +39,10 @@ export class Browser {
   static async start(t, page, options, environment = {}) {
     const browser = new Browser();
     const path = `${await browserThatOpensTabs(t)}:${process.env.PATH}`;
-    browser.#directory = await makeDirectory(t);
+    browser.directory = await makeDirectory(t);
     const command = ['browser', '--site', page.url, ...options];
     browser.command = spawnBound(labProgram, command, {
-      env: { ...process.env, ...environment, PATH: path, TMPDIR: browser.#directory },
+      env: { ...process.env, ...environment, PATH: path, TMPDIR: browser.directory },
       stdio: ['ignore', 'pipe', 'inherit'],
     });
     atEnd(t, () => end(browser.command));
@@ -75,7 +75,7 @@ export class Browser {
       (name) => name > 0 && Number(name) !== this.command.pid,
     );
     const isOurs = ([id, command]) =>
-      `${command}${contentsOf(`/proc/${id}/environ`)}`.includes(this.#directory);
+      `${command}${contentsOf(`/proc/${id}/environ`)}`.includes(this.directory);
     return new Map(ids.map((id) => [id, contentsOf(`/proc/${id}/cmdline`)]).filter(isOurs));
   }
 
@@ -91,12 +91,11 @@ export class Browser {
   }
 
   /** What there is for as long as the browser runs. */
-  files = () => readdirSync(this.#directory);
+  files = () => readdirSync(this.directory);
 
   /** The passkeys of the host that the command opens. */
-  vault = () => readFileSync(join(this.#directory, this.files()[0], 'vault'), 'latin1');
+  vault = () => readFileSync(join(this.directory, this.files()[0], 'vault'), 'latin1');
 
-  #directory;
   #exit;
   #lines;
 }
