@@ -63,6 +63,13 @@ bool CheckContext::hostListens() const {
   }
 }
 
+void CheckContext::removeStaleSocket() const {
+  std::error_code error;
+  if (!hostListens() && std::filesystem::is_socket(socketPath(), error)) {
+    std::filesystem::remove(socketPath(), error);
+  }
+}
+
 ProviderMessage CheckContext::exchange(const ProviderMessage& request) {
   const auto leaveUnanswered = [&](const std::string& got) {
     Result result = failed({.sent = described(request),

@@ -119,6 +119,9 @@ class CheckContext {
   /// Tells the person, if there is one, what to do in the host, and gives them the whole timeout.
   void tellPerson(const std::string& sentence);
 
+  /// Removes a socket file on which nobody listens.
+  void removeStaleSocket() const;
+
   /// The host, of a run that starts it itself; for checks with Need::program.
   [[nodiscard]] LaunchedProgram& program() { return *program_; }
   [[nodiscard]] bool hasProgram() const noexcept { return program_ != nullptr; }

@@ -8,11 +8,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include "lab/check/Catalog.h"
 #include "lab/processes/Program_testing.h"
 #include "lab/processes/Stage.h"
+#include "lab/support/Descriptor.h"
 #include "lab/support/FileContents.h"
 #include "lab/support/TemporaryDirectory.h"
 
@@ -187,6 +190,26 @@ TEST_F(CheckHost, RemovesItsPasskeysWhenItIsInterrupted) {
   program.signal(SIGINT);
   EXPECT_EQ(program.finish().status, 128 + SIGINT);
   EXPECT_THAT(contentsOf(vault), Not(HasSubstr("check-host.invalid")));
+}
+
+TEST_F(CheckHost, LeavesNoSocketOfAProgramThatMustBeKilled) {
+  const auto result = checkHost(
+      {"--only", "launch.url", "--launch",
+       KORVAN_BROKEN_HOST " --mistake ignores-sigterm --container " + stage_.container().string()});
+  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+  EXPECT_TRUE(std::filesystem::is_empty(stage_.container()));
+}
+
+TEST_F(CheckHost, LeavesASocketFileThatWasThereBefore) {
+  std::filesystem::create_directory(stage_.container());
+  const std::string socket = stage_.container() / "acp.sock";
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  socket.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+  const Descriptor stale(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(::bind(stale.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(checkHost({"--only", "launch.url", "--launch", "true"}).status, 3);
+  EXPECT_TRUE(std::filesystem::exists(socket));
 }
 
 TEST_F(CheckHost, TellsWhyTheProgramCannotBeStarted) {

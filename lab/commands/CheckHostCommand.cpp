@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -158,6 +159,17 @@ void requireNobodyListens(const CheckSettings& settings) {
   }
 }
 
+/// Removes the socket that a program leaves which must be killed.
+std::function<void()> tidyingUpAfterProgram(const CheckSettings& settings) {
+  std::error_code ignored;
+  if (settings.launch.empty() || fs::exists(settings.container / "acp.sock", ignored)) {
+    return [] {};
+  }
+  return [settings] {
+    CheckContext(settings, [](const std::string& /*sentence*/) {}).removeStaleSocket();
+  };
+}
+
 int statusOf(const Counts& counts, const CheckContext& context) {
   if (counts.failed == 0) {
     return Well;
@@ -223,8 +235,10 @@ int runCommand(const CheckHostOptions& options) {
     requireNobodyListens(settings);
   }
   std::ofstream junit = opened(options.junitFile);
+  const auto removeSocket = tidyingUpAfterProgram(settings);
   const int status = runSupervised(
-      [&](const fs::path& /*directory*/) { return run(options, settings, checks, junit); });
+      [&](const fs::path& /*directory*/) { return run(options, settings, checks, junit); },
+      removeSocket);
   removeIfEmpty(options.junitFile);
   return status;
 }

@@ -5,6 +5,7 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <system_error>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -69,8 +70,11 @@ pid_t startChild(const std::function<int()>& body, int signal) {
     return child;
   }
   ::prctl(PR_SET_PDEATHSIG, signal);
+  if (::getppid() != parent) {
+    ::raise(signal);
+  }
   // What the parent process set up is the parent's to take down.
-  ::_exit(::getppid() == parent ? runProgram("korvan-lab", body) : NotVerified);
+  ::_exit(runProgram("korvan-lab", body));
 }
 
 int statusFrom(int waited) {
@@ -113,34 +117,51 @@ int statusOf(pid_t child, const BlockedSignals& signals) {
   }
 }
 
-int supervise(const std::function<int(const fs::path& directory)>& body,
-              const BlockedSignals& signals) {
-  removeAbandonedDirectories(placeOfTemporaryDirectories());
-  const TemporaryDirectory directory;
-  // Detached processes become children of this process when their own parents end.
+/// Has detached processes become children of this process when their own parents end.
+void adoptProcesses() {
   requireSystem(::prctl(PR_SET_CHILD_SUBREAPER, 1) == 0, "adopting processes");
+}
+
+int supervise(const std::function<int()>& body, const std::function<void()>& takeDown,
+              const BlockedSignals& signals) {
+  adoptProcesses();
   const pid_t child = startChild(
       [&] {
         signals.restore();
-        return body(directory.path());
+        return body();
       },
       SIGKILL);
   const int status = statusOf(child, signals);
-  endChildren();
+  takeDown();
   return status;
 }
 
 }  // namespace
 
-int runSupervised(const std::function<int(const fs::path& directory)>& body) {
+int runSupervised(const std::function<int(const fs::path& directory)>& body,
+                  const std::function<void()>& tidyUp) {
   const BlockedSignals signals;
+  removeAbandonedDirectories(placeOfTemporaryDirectories());
+  const TemporaryDirectory directory;
+  adoptProcesses();
+  const auto takeDown = [&] {
+    endChildren();
+    std::error_code ignored;
+    fs::remove_all(directory.path(), ignored);
+    tidyUp();
+  };
   // Another process supervises, since this one may be killed before it can take anything down.
-  const pid_t supervisor = startChild([&] { return supervise(body, signals); }, SIGTERM);
+  const pid_t supervisor = startChild(
+      [&] { return supervise([&] { return body(directory.path()); }, takeDown, signals); },
+      SIGTERM);
   int status = 0;
   while (::waitpid(supervisor, &status, WNOHANG) == 0) {
     if (const int signal = signals.wait(); signal != SIGCHLD) {
       ::kill(supervisor, signal);
     }
+  }
+  if (WIFSIGNALED(status)) {
+    takeDown();
   }
   return statusFrom(status);
 }

@@ -6,18 +6,20 @@
 namespace korvan::lab {
 
 /// Runs `body` in a descendant process, with a new directory of mode 0700, and returns its exit
-/// status. If `body` throws, or there can be no such directory, the reason goes to standard error
-/// and the status is NotVerified.
+/// status. If `body` throws, the reason goes to standard error and the status is NotVerified.
 ///
 /// Nothing is left on return: every descendant of `body` has ended, even a detached one, and the
-/// directory is removed. The same holds after SIGINT, SIGTERM and SIGHUP, which end `body`;
-/// the status is then 128 plus the signal's number. When SIGKILL ends the calling process, all that
-/// goes soon after. A directory that is left when all processes are killed at once goes with the
-/// next call.
+/// directory is removed. The same holds after SIGINT, SIGTERM and SIGHUP, which end `body`; the
+/// status is then 128 plus the signal's number. When SIGKILL ends one of the processes, all that
+/// goes soon after. A directory that is left when all are killed at once goes with the next call.
+///
+/// At the end of all, `tidyUp` removes what they have left elsewhere. It may run in another
+/// process, and twice.
 ///
 /// Must be called before there are threads, in a process without other children. Throws
-/// std::system_error when no process can be created.
+/// std::system_error when no process or directory can be created.
 [[nodiscard]] int runSupervised(
-    const std::function<int(const std::filesystem::path& directory)>& body);
+    const std::function<int(const std::filesystem::path& directory)>& body,
+    const std::function<void()>& tidyUp = [] {});
 
 }  // namespace korvan::lab

@@ -52,9 +52,18 @@ TEST(SupervisorDeathTest, RemovesTheDirectory) {
   EXPECT_FALSE(fs::exists(directory));
 }
 
+/// Sends the supervisor a signal that ends this process too.
+int endSupervisorWith(int signal) {
+  ::kill(::getppid(), signal);
+  while (true) {
+    ::pause();
+  }
+  return EXIT_SUCCESS;
+}
+
 /// Has a body leave behind what the shell's command becomes, which writes a line and then holds its
-/// output open until it ends.
-void expectEnded(const std::string& command) {
+/// output open until it ends. The body ends, or a signal ends its supervisor.
+void expectEnded(const std::string& command, int signal = 0) {
   const TemporaryDirectory notes;
   const fs::path pipe = notes.path() / "pipe";
   ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
@@ -63,9 +72,9 @@ void expectEnded(const std::string& command) {
                 // Returns once the process runs.
                 std::string line;
                 std::getline(std::ifstream(pipe), line);
-                return SomeStatus;
+                return signal == 0 ? SomeStatus : endSupervisorWith(signal);
               }),
-              testing::ExitedWithCode(SomeStatus), "");
+              testing::ExitedWithCode(signal == 0 ? SomeStatus : 128 + signal), "");
   // With a writer left there would be nothing to read yet, which is an error.
   const Descriptor reading(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   char byte = 0;
@@ -80,16 +89,30 @@ TEST(SupervisorDeathTest, KillsWhatDoesNotEndWhenAsked) {
   expectEnded("(trap '' TERM; echo x; exec cat /dev/zero >/dev/null)");
 }
 
-TEST(SupervisorDeathTest, LeavesNothingWhenItIsInterrupted) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+TEST(SupervisorDeathTest, EndsDetachedProcessesWhenItIsKilled) {
+  expectEnded("setsid sh -c 'echo x; exec cat /dev/zero >/dev/null'", SIGKILL);
+}
+
+TEST(SupervisorDeathTest, TidiesUpAfterwardsHoweverItEnds) {
+  for (const int signal : {0, SIGTERM, SIGKILL}) {
+    const TemporaryDirectory notes;
+    const fs::path left = notes.path() / "left";
+    const auto leave = [&](const fs::path& /*directory*/) {
+      std::ofstream(left) << "x";
+      return signal == 0 ? SomeStatus : endSupervisorWith(signal);
+    };
+    EXPECT_EXIT(std::exit(runSupervised(leave, [&] { fs::remove(left); })),
+                testing::ExitedWithCode(signal == 0 ? SomeStatus : 128 + signal), "");
+    EXPECT_FALSE(fs::exists(left)) << signal;
+  }
+}
+
+TEST(SupervisorDeathTest, LeavesNothingWhenItIsInterruptedOrKilled) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
     const TemporaryDirectory notes;
     EXPECT_EXIT(exitWith([&](const fs::path& directory) {
                   std::ofstream(notes.path() / "note") << directory.string();
-                  ::kill(::getppid(), signal);
-                  while (true) {
-                    ::pause();
-                  }
-                  return EXIT_SUCCESS;
+                  return endSupervisorWith(signal);
                 }),
                 testing::ExitedWithCode(128 + signal), "");
     std::string directory;

@@ -53,18 +53,11 @@ Result launchTwice(CheckContext& context) {
                              : "the second took the socket over; look who listens first"});
 }
 
-/// A socket file that an ended program has left. Only restart.stale is about that.
-void removeStaleSocket(const CheckContext& context) {
-  std::error_code error;
-  if (!context.hostListens() && std::filesystem::is_socket(context.socketPath(), error)) {
-    std::filesystem::remove(context.socketPath(), error);
-  }
-}
-
 /// Starts the program after a check has ended it. Throws a CheckEnd "failed" when it does not
 /// listen.
 void startAgain(CheckContext& context, const std::string& after) {
-  removeStaleSocket(context);
+  // Only restart.stale is about one that an ended program has left.
+  context.removeStaleSocket();
   if (!context.startProgram()) {
     throw CheckEnd(failed({.got = "a program that " + context.program().ending(),
                            .wanted = "a host that listens again",
@@ -83,7 +76,7 @@ Result restartStale(CheckContext& context) {
       .wanted = "a host that listens again",
       .hint = isThere ? "EADDRINUSE: remove the stale file first"
                       : "does not listen when it is started again after SIGKILL"};
-  removeStaleSocket(context);
+  context.removeStaleSocket();
   return failed(findings);
 }
 
