@@ -1,6 +1,7 @@
 #include "lab/commands/HostChoice.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <list>
 #include <string>
 
@@ -17,10 +18,14 @@
 namespace korvan::lab {
 namespace {
 
+std::filesystem::path containerIn(const TemporaryDirectory& directory) {
+  return directory.path() / "container";
+}
+
 /// How a command ends that fails with the host of a directory.
 int statusOfFailure(const TemporaryDirectory& directory) {
   LabSettings settings;
-  settings.container = directory.path();
+  settings.container = containerIn(directory);
   return useHost(settings, [](const LabSettings& /*settings*/) { return false; });
 }
 
@@ -28,7 +33,7 @@ int statusOfFailure(const TemporaryDirectory& directory) {
 std::list<Descriptor> filledQueue(const TemporaryDirectory& directory) {
   const LinuxLocalSockets sockets;
   std::list<Descriptor> clients;
-  const std::string socket = directory.path() / "acp.sock";
+  const std::string socket = containerIn(directory) / "acp.sock";
   int connected = 0;
   while (connected == 0) {
     Descriptor& client = clients.emplace_back(sockets.socket());
@@ -42,13 +47,13 @@ std::list<Descriptor> filledQueue(const TemporaryDirectory& directory) {
 TEST(HostChoice, TellsAHostThatFailedFromOneThatIsAbsent) {
   const TemporaryDirectory directory;
   EXPECT_EQ(statusOfFailure(directory), HostAbsent);
-  const host::HostSocket socket(directory.path());
+  const host::HostSocket socket(containerIn(directory));
   EXPECT_EQ(statusOfFailure(directory), NotVerified);
 }
 
 TEST(HostChoice, DoesNotWaitForAHostThatAcceptsNobody) {
   const TemporaryDirectory directory;
-  const host::HostSocket socket(directory.path());
+  const host::HostSocket socket(containerIn(directory));
   ::listen(socket.descriptor(), 0);
   const auto clients = filledQueue(directory);
   EXPECT_EQ(statusOfFailure(directory), NotVerified);

@@ -40,6 +40,7 @@ class LaunchCause : public testing::Test {
     EXPECT_GT(::waitpid(-1, nullptr, 0), 0);
   }
 
+  [[nodiscard]] fs::path container() const { return directory_.path() / "container"; }
   [[nodiscard]] fs::path program() const { return directory_.path() / "host"; }
   [[nodiscard]] fs::path pipe() const { return directory_.path() / "pipe"; }
 
@@ -50,14 +51,14 @@ class LaunchCause : public testing::Test {
   }
 
   TemporaryDirectory directory_;
-  LabPlatform platform_{{.container = directory_.path(),
+  LabPlatform platform_{{.container = container(),
                          .hostApplication = program(),
                          .trustAnchorPem = std::string(TrustAnchorPem)}};
   bool opened_ = false;
 };
 
 TEST_F(LaunchCause, TellsOfAProgramThatListensAfterItsTime) {
-  const host::HostSocket socket(directory_.path());
+  const host::HostSocket socket(container());
   EXPECT_THAT(causesAfter(std::chrono::milliseconds(7040)),
               ElementsAre(StartsWith(program().string() +
                                      " listens, 7.0 s after it was opened; it has 5 s")));
@@ -68,7 +69,7 @@ TEST_F(LaunchCause, TellsOfAProgramThatListensAfterItsTime) {
 TEST_F(LaunchCause, TellsOfAProgramThatRunsWithoutListening) {
   EXPECT_THAT(causesAfter(std::chrono::milliseconds(10001)),
               ElementsAre(program().string() + " runs, but nobody listens at " +
-                          directory_.path().string() + "/acp.sock."));
+                          container().string() + "/acp.sock."));
 }
 
 }  // namespace
