@@ -173,7 +173,7 @@ TEST(BrowserAnswer, IsARefusalForWhatBrowsersDoNotRead) {
 }
 
 TEST(BrowserAnswer, IsARefusalForAKeyThatIsNoPoint) {
-  Data broken = registeredData();
+  const Data broken = registeredData();
   std::vector<std::uint8_t> changed(broken.bytes().begin(), broken.bytes().end());
   changed.back() ^= 1U;
   const auto answer = browserAnswer(

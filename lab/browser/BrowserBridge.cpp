@@ -80,8 +80,8 @@ class Bridge {
   }
 
   void watch() {
-    g_unix_fd_add(input_, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), inputEnded,
-                  this);
+    // Also called at the end of the input.
+    g_unix_fd_add(input_, G_IO_IN, inputEnded, this);
     if (settings_.timeout) {
       g_timeout_add(static_cast<guint>((*settings_.timeout + Grace).count()), timedOut, this);
     }

@@ -57,6 +57,7 @@ class BrowserBridge : public testing::Test {
     profile_.write({.container = container(),
                     .hostApplication = std::move(hostApplication),
                     .trustAnchorPem = std::string(TrustAnchorPem),
+                    .noticeMode = NoticeMode::windowWhenNeeded,
                     .timeout = timeout},
                    KORVAN_LAB);
   }
@@ -76,7 +77,8 @@ class BrowserBridge : public testing::Test {
   }
 
   [[nodiscard]] Program bridge() const {
-    return Program({KORVAN_LAB, "browser-bridge", directory_.path()});
+    return Program({"/usr/bin/env", "--unset=DISPLAY", "--unset=WAYLAND_DISPLAY", KORVAN_LAB,
+                    "browser-bridge", directory_.path()});
   }
 
   /// The answer to a message.
@@ -251,10 +253,17 @@ TEST_F(BrowserBridge, WritesItsStoryToStandardErrorWhenNobodyListens) {
   Program program = bridge();
   program.write(frameOf(creationMessage().dump()));
   EXPECT_TRUE(answerIn(program.readOutput()).contains("error"));
-  EXPECT_THAT(
-      program.finish().errors,
-      HasSubstr("https://login.example.com create: prepareInterfaceForPasskeyRegistration: → "
-                "NotAllowedError"));
+  EXPECT_THAT(program.finish().errors,
+              HasSubstr("https://login.example.com create: "
+                        "prepareInterfaceForPasskeyRegistration: → NotAllowedError"));
+}
+
+TEST_F(BrowserBridge, PressesOkWhereNoWindowCanBeOpened) {
+  Program program = bridge();
+  program.write(frameOf(creationMessage().dump()));
+  EXPECT_TRUE(answerIn(program.readOutput()).contains("error"));
+  EXPECT_THAT(program.finish().errors, HasSubstr("korvan-lab: no window can be shown"));
+  EXPECT_EQ(story()["noticeShown"], true);
 }
 
 TEST_F(BrowserBridge, SaysThatItHasNoProfile) {

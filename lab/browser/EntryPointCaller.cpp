@@ -34,8 +34,11 @@ CallResult EntryPointCaller::signIn(const BrowserRequest& request) {
   if (!known) {
     return call(credentialListLine(request));
   }
-  CallResult silent = call(assertionLine(request, *known, false));
-  return wantsTheUser(silent.outcome) ? call(assertionLine(request, *known, true)) : silent;
+  CallResult result = call(assertionLine(request, *known, false));
+  if (wantsTheUser(result.outcome)) {
+    result = call(assertionLine(request, *known, true));
+  }
+  return result;
 }
 
 CallResult EntryPointCaller::call(const nlohmann::json& line) {

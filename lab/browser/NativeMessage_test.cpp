@@ -53,7 +53,7 @@ TEST(NativeMessage, IsTheJsonAfterItsSizeInTheMachinesByteOrder) {
 }
 
 TEST(NativeMessage, LeavesWhatFollowsUnread) {
-  Pipe pipe;
+  const Pipe pipe;
   const std::string both = sizeBytes(2) + "{}" + sizeBytes(2) + "[]";
   ASSERT_EQ(::write(pipe.writing.get(), both.data(), both.size()),
             static_cast<ssize_t>(both.size()));
@@ -89,9 +89,9 @@ TEST(NativeMessage, SaysWhyItCannotBeRead) {
 
 TEST(NativeMessage, IsReadBackAsItWasWrittenUpToTheLargest) {
   const std::string largest(MostToBrowser, 'x');
-  Pipe pipe;
+  const Pipe pipe;
   // The pipe holds less than all of it.
-  std::jthread writer([&] { writeNativeMessage(pipe.writing.get(), largest); });
+  const std::jthread writer([&] { writeNativeMessage(pipe.writing.get(), largest); });
   const auto message = readNativeMessage(pipe.reading.get());
   ASSERT_TRUE(message);
   EXPECT_TRUE(*message == largest);

@@ -30,8 +30,9 @@ SiteProcess::SiteProcess(const std::filesystem::path& program, Finished finished
     throw std::runtime_error(name + " does not serve");
   }
   url_ = first.at("url");
-  watch_ =
-      g_io_add_watch(output_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), lineCame, this);
+  // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): GLib means a set of them
+  constexpr auto LineOrEnd = static_cast<GIOCondition>(G_IO_IN | G_IO_HUP);
+  watch_ = g_io_add_watch(output_.get(), LineOrEnd, lineCame, this);
 }
 
 SiteProcess::~SiteProcess() {

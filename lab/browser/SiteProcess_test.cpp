@@ -37,7 +37,7 @@ class SiteProcessTest : public testing::Test {
 
 TEST_F(SiteProcessTest, IsToldStoriesALineEach) {
   {
-    const SiteProcess site(script("echo '{\"url\":\"http://x/\"}'; cat >" + told()),
+    const SiteProcess site(script(R"(echo '{"url":"http://x/"}'; cat >)" + told()),
                            [](bool /*well*/) {});
     EXPECT_EQ(site.url(), "http://x/");
     site.tell({{"id", 1}});
@@ -56,7 +56,7 @@ TEST_F(SiteProcessTest, SaysHowThePagesThatRanByThemselvesEnded) {
 }
 
 TEST_F(SiteProcessTest, IsMissedByNobodyWhenItEnds) {
-  const SiteProcess site(script("echo '{\"url\":\"u\"}'"), [](bool /*well*/) { FAIL(); });
+  const SiteProcess site(script(R"(echo '{"url":"u"}')"), [](bool /*well*/) { FAIL(); });
   // The end of the output.
   g_main_context_iteration(nullptr, TRUE);
   EXPECT_FALSE(g_main_context_pending(nullptr));

@@ -81,7 +81,7 @@ LabSettings settingsFrom(const BrowserOptions& options) {
 int openBrowser(const BrowserOptions& options, const std::string& program) {
   return runSupervised([&](const std::filesystem::path& directory) {
     Narrator narrator = Narrator::toStandardOutput();
-    Stage stage(directory);
+    const Stage stage(directory);
     LabSettings settings = settingsFrom(options);
     if (!namesHost(options.system)) {
       settings.container = stage.container();
