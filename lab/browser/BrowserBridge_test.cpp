@@ -5,7 +5,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -30,13 +29,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 
 const json NoEntryPoints = json::array();
-
-std::string frameOf(const std::string& text) {
-  const auto size = static_cast<std::uint32_t>(text.size());
-  std::string frame(sizeof size, '\0');
-  std::memcpy(frame.data(), &size, sizeof size);
-  return frame + text;
-}
 
 /// A sign-in with these credentials.
 json signInWith(const std::vector<std::string>& allowed,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <cstring>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -10,6 +12,14 @@ namespace korvan::lab {
 // order, and nothing that the site left out.
 
 inline constexpr const char* TestChallenge = "kwiSgg10I7ik8Y7ad6_BK4Kyy3wZRn_XJyWXBmEMIbw";
+
+/// A message as the browser writes it to the bridge.
+[[nodiscard]] inline std::string frameOf(const std::string& text) {
+  const auto size = static_cast<std::uint32_t>(text.size());
+  std::string frame(sizeof size, '\0');
+  std::memcpy(frame.data(), &size, sizeof size);
+  return frame + text;
+}
 
 /// What Chromium says about the page, in the details' extensions.
 [[nodiscard]] inline nlohmann::json pageExtension(bool sameOriginWithAncestors = true) {

@@ -13,7 +13,8 @@
 
 namespace korvan::lab {
 
-/// The lab's own web site, in a process of its own that ends with this object. Main thread.
+/// The lab's own web site, in a process of its own that ends with this object. Main thread, of a
+/// program that SIGPIPE does not end.
 class SiteProcess {
  public:
   /// Called in GLib's default main context when a page that ran by itself has ended; `well` if its

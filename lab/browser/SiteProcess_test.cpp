@@ -1,10 +1,12 @@
 #include "lab/browser/SiteProcess.h"
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <glib.h>
 #include <gmock/gmock.h>
@@ -22,6 +24,12 @@ using testing::StartsWith;
 
 class SiteProcessTest : public testing::Test {
  protected:
+  // As the lab's programs do, which outlive their readers.
+  void SetUp() override {
+    former_ = std::signal(SIGPIPE, [](int /*signal*/) {});
+  }
+  void TearDown() override { std::ignore = std::signal(SIGPIPE, former_); }
+
   /// A program in place of the site.
   [[nodiscard]] std::filesystem::path script(const std::string& lines) const {
     const std::filesystem::path file = directory_.path() / "site";
@@ -33,6 +41,9 @@ class SiteProcessTest : public testing::Test {
   [[nodiscard]] std::string told() const { return directory_.path() / "told"; }
 
   const TemporaryDirectory directory_;
+
+ private:
+  void (*former_)(int) = SIG_DFL;
 };
 
 TEST_F(SiteProcessTest, IsToldStoriesALineEach) {

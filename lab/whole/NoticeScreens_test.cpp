@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,8 +11,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "lab/browser/BrowserMessages_testing.h"
+#include "lab/browser/BrowserProfile.h"
 #include "lab/processes/Program_testing.h"
 #include "lab/support/TemporaryDirectory.h"
+#include "lab/system/TrustAnchor.h"
 #include "lab/whole/TerminalSession_testing.h"
 #include "platform/linux/PersonsLanguage_testing.h"
 #include "platform/linux/ScopedEnvironment_testing.h"
@@ -187,10 +191,14 @@ TEST_F(NoticeScreens, ASignInWithoutATerminalPressesOk) {
 
 class NoticeInAWindow : public NoticeScreens {
  protected:
-  /// Waits for the program's window, and presses Return in it.
+  /// Waits for the program's window.
+  static std::string window() {
+    return DisplayServer::xdotool({"search", "--sync", "--onlyvisible", "--name", "^Korvan$"});
+  }
+
+  /// Waits for it, and presses Return in it.
   static void pressReturn() {
-    const std::string window =
-        DisplayServer::xdotool({"search", "--sync", "--onlyvisible", "--name", "^Korvan$"});
+    const std::string window = NoticeInAWindow::window();
     DisplayServer::xdotool({"windowfocus", "--sync", window});
     DisplayServer::xdotool({"key", "Return"});
   }
@@ -218,6 +226,35 @@ TEST_F(NoticeInAWindow, ASignInOnATerminalOpensIt) {
   pressReturn();
   EXPECT_THAT(session.readUntil("No verified sign-in"),
               HasSubstr("The notice was shown and OK pressed."));
+}
+
+/// The notice of a browser's request.
+class BrowserNotice : public NoticeInAWindow {
+ protected:
+  void SetUp() override {
+    BrowserProfile(file("profile"))
+        .write({.container = file("container"),
+                .hostApplication = std::string(LabSettings::None),
+                .trustAnchorPem = std::string(TrustAnchorPem),
+                .noticeMode = NoticeMode::windowWhenNeeded},
+               KORVAN_LAB);
+    bridge_.emplace(std::vector<std::string>{KORVAN_LAB, "browser-bridge", file("profile")});
+    bridge_->write(frameOf(creationMessage().dump()));
+  }
+
+  std::optional<Program> bridge_;
+};
+
+TEST_F(BrowserNotice, IsAnsweredBeforeThePageIs) {
+  pressReturn();
+  EXPECT_THAT(bridge_->readOutput(), HasSubstr("Korvan could not be opened."));
+}
+
+TEST_F(BrowserNotice, GoesWithARequestThatThePageTakesBack) {
+  EXPECT_NE(window(), "");
+  const auto result = bridge_->finish();
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
 }
 
 }  // namespace
