@@ -35,15 +35,19 @@ async function browserThatOpensTabs(t) {
 }
 
 export class Browser {
-  /** Opens the page. Whatever is left when the test `t` is over is ended. */
-  static async start(t, page, options, environment = {}) {
+  /**
+   * Opens the page. Whatever is left when the test `t` is over is ended. The command has a process
+   * group of its own; what the test does not say of a directory and the environment is made.
+   */
+  static async start(t, page, options, { directory, environment = {} } = {}) {
     const browser = new Browser();
     const path = `${await browserThatOpensTabs(t)}:${process.env.PATH}`;
-    browser.directory = await makeDirectory(t);
+    browser.directory = directory ?? (await makeDirectory(t));
     const command = ['browser', '--site', page.url, ...options];
     browser.command = spawnBound(labProgram, command, {
       env: { ...process.env, ...environment, PATH: path, TMPDIR: browser.directory },
       stdio: ['ignore', 'pipe', 'inherit'],
+      detached: true,
     });
     atEnd(t, () => end(browser.command));
     browser.#exit = once(browser.command, 'exit');

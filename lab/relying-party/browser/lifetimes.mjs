@@ -82,7 +82,7 @@ test('an aborted request takes its notice away', { timeout: patience }, async (t
   const page = site.page('first');
   const display = await startDisplay(t);
   const container = await containerWith(t);
-  const browser = await Browser.start(t, page, options(container), display);
+  const browser = await Browser.start(t, page, options(container), { environment: display });
   const { outcome, abort } = page.getAbortably(await authenticationOptions());
   const notice = ['search', '--onlyvisible', '--name', '^Korvan$'];
   await until(() => tellDisplay(display, ...notice));
@@ -139,3 +139,16 @@ test(
     await until(() => browser.processes().size === 0 && browser.files().length === 0);
   },
 );
+
+test('the next start removes what SIGKILL of all left', { timeout: patience }, async (t) => {
+  const { browser } = await statusAfter(t, ({ command }) => process.kill(-command.pid, 'SIGKILL'));
+  await until(() => browser.processes().size === 0);
+  const [left] = browser.files();
+  assert.ok(left);
+  const site = await Site.start(t);
+  const page = site.page('second');
+  const { directory } = browser;
+  const next = await Browser.start(t, page, ['--headless'], { directory });
+  await page.loaded();
+  assert.equal(next.files().includes(left), false);
+});
