@@ -75,7 +75,7 @@ TEST_F(SiteProcessTest, IsMissedByNobodyWhenItEnds) {
 }
 
 TEST_F(SiteProcessTest, SaysThatItDoesNotServe) {
-  const auto start = [this](const std::filesystem::path& program) {
+  const auto start = [](const std::filesystem::path& program) {
     const SiteProcess site(program, [](bool /*well*/) {});
   };
   EXPECT_THAT([&] { start(directory_.path() / "missing"); },
