@@ -142,7 +142,7 @@ int runSupervised(const std::function<int(const fs::path& directory)>& body,
                   const std::function<void()>& tidyUp) {
   const BlockedSignals signals;
   removeAbandonedDirectories(placeOfTemporaryDirectories());
-  const TemporaryDirectory directory;
+  const TemporaryDirectory directory(TemporaryDirectory::IfKilled::isSwept);
   adoptProcesses();
   const auto takeDown = [&] {
     endChildren();

@@ -17,10 +17,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view Prefix = "korvan-lab.";
+constexpr std::string_view Prefix = "korvan-lab-";
+constexpr std::string_view LockedPrefix = "korvan-lab.";
 
-fs::path newDirectory() {
-  std::string pattern = placeOfTemporaryDirectories() / (std::string(Prefix) + "XXXXXX");
+fs::path newDirectory(std::string_view prefix) {
+  std::string pattern = placeOfTemporaryDirectories() / (std::string(prefix) + "XXXXXX");
   if (::mkdtemp(pattern.data()) == nullptr) {
     throw std::system_error(errno, std::generic_category(),
                             "cannot make a temporary directory such as " + pattern);
@@ -39,9 +40,13 @@ bool isOfThisUser(const Descriptor& directory) {
 
 }  // namespace
 
-TemporaryDirectory::TemporaryDirectory() {
+TemporaryDirectory::TemporaryDirectory(IfKilled ifKilled) {
+  if (ifKilled == IfKilled::stays) {
+    path_ = newDirectory(Prefix);
+    return;
+  }
   do {
-    path_ = newDirectory();
+    path_ = newDirectory(LockedPrefix);
     lock_ = opened(path_);
     ::flock(lock_.get(), LOCK_EX);
     // Before it was locked, it could be taken for an abandoned one.
@@ -59,7 +64,7 @@ void removeAbandonedDirectories(const fs::path& place) {
   std::error_code error;
   for (fs::directory_iterator entry(place, error); !error && entry != fs::directory_iterator();
        entry.increment(error)) {
-    if (!entry->path().filename().string().starts_with(Prefix)) {
+    if (!entry->path().filename().string().starts_with(LockedPrefix)) {
       continue;
     }
     const Descriptor directory = opened(entry->path());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 
 #include "lab/support/Descriptor.h"
@@ -9,8 +10,12 @@ namespace korvan::lab {
 /// A new directory with mode 0700, removed with everything in it when this object goes.
 class TemporaryDirectory {
  public:
+  /// What becomes of the directory when its process is killed. One that is swept is locked with
+  /// flock(2) meanwhile, so it cannot be a container: a host locks its container.
+  enum class IfKilled : std::uint8_t { stays, isSwept };
+
   /// Throws std::system_error when it cannot be created.
-  TemporaryDirectory();
+  explicit TemporaryDirectory(IfKilled ifKilled = IfKilled::stays);
   TemporaryDirectory(const TemporaryDirectory&) = delete;
   TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
   ~TemporaryDirectory();
@@ -19,14 +24,15 @@ class TemporaryDirectory {
 
  private:
   std::filesystem::path path_;
-  /// Locked for as long as this process lives, or one that it has forked.
+  /// If it is swept, locked for as long as this process lives, or one that it has forked.
   Descriptor lock_;
 };
 
 /// Where the directories are made.
 [[nodiscard]] std::filesystem::path placeOfTemporaryDirectories();
 
-/// Removes the directories in `place` that killed processes of this user have left. Does nothing
+/// Removes the directories in `place`, of those that are swept, that killed processes of this user
+/// have left. Does nothing
 /// where it may not.
 void removeAbandonedDirectories(const std::filesystem::path& place);
 

@@ -63,7 +63,7 @@ TEST_F(AbandonedDirectories, AreNotWhatALinkLeadsTo) {
 }
 
 TEST_F(AbandonedDirectories, AreNotInUse) {
-  const TemporaryDirectory used;
+  const TemporaryDirectory used(TemporaryDirectory::IfKilled::isSwept);
   const fs::path directory = made("korvan-lab.dddddd");
   const Descriptor lock(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   ::flock(lock.get(), LOCK_EX);
