@@ -148,7 +148,9 @@ int runSupervised(const std::function<int(const fs::path& directory)>& body,
     endChildren();
     std::error_code ignored;
     fs::remove_all(directory.path(), ignored);
-    tidyUp();
+    if (tidyUp) {
+      tidyUp();
+    }
   };
   // Another process supervises, since this one may be killed before it can take anything down.
   const pid_t supervisor = startChild(

@@ -20,6 +20,6 @@ namespace korvan::lab {
 /// std::system_error when no process or directory can be created.
 [[nodiscard]] int runSupervised(
     const std::function<int(const std::filesystem::path& directory)>& body,
-    const std::function<void()>& tidyUp = [] {});
+    const std::function<void()>& tidyUp = {});
 
 }  // namespace korvan::lab
