@@ -132,6 +132,16 @@ TEST(ApplePropertyListSerialization, EncodesAsManyNestedContainersAsTheBound) {
             "A value is part of a nesting of more than 512 arrays and dictionaries.");
 }
 
+TEST(ApplePropertyListSerialization, CountsDictionariesAsNestedContainers) {
+  PropertyListDictionary nested{{"value", true}};
+  for (std::size_t depth = 1; depth < MaxPropertyListNesting; ++depth) {
+    nested = {{"inner", nested}};
+  }
+  const ApplePropertyListSerialization serialization;
+  EXPECT_TRUE(serialization.encodeBinary(nested).has_value());
+  EXPECT_FALSE(serialization.encodeBinary({{"inner", nested}}).has_value());
+}
+
 /// A number in two bytes.
 std::string twoBytes(std::size_t number) {
   return {static_cast<char>(number >> 8), static_cast<char>(number & 0xFF)};

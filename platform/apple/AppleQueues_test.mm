@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -85,6 +86,20 @@ TEST(AppleQueues, WhatIsHandedOverIsReleasedOnTheMainThreadWhileTheBackgroundGoe
   released.count_down();
   done.wait();
   EXPECT_TRUE(releasedOnMain);
+}
+
+TEST(AppleQueues, WhatMainWorkRaisesEndsTheProcess) {
+  // The platform's threads do not outlive a fork alone.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto raise = []() noexcept {
+    bool ran = false;
+    AppleQueues().asyncMain([&] {
+      ran = true;
+      @throw [NSException exceptionWithName:NSInvalidArgumentException reason:@"why" userInfo:nil];
+    });
+    runMainLoopUntil([&] { return ran; });
+  };
+  EXPECT_DEATH(raise(), "");
 }
 
 }  // namespace
