@@ -68,8 +68,8 @@ int run(const SoakOptions& options) {
   const std::uint64_t seed =
       options.seed.empty() ? drawnSeed() : numberIn<std::uint64_t>(options.seed).value();
   const double seconds = numberIn<double>(options.minutes).value() * SecondsPerMinute;
-  std::cout << "seed " << seed << '\n' << std::flush;
   return runSupervised([seed, seconds](const std::filesystem::path& directory) {
+    std::cout << "seed " << seed << '\n' << std::flush;
     return soak::runSoak(directory, seed, seconds);
   });
 }
