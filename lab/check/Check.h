@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace korvan::lab::check {
@@ -88,5 +89,17 @@ struct Check {
   /// May throw a CheckEnd. Another exception means that the check itself could not be made.
   Result (*run)(CheckContext& context);
 };
+
+/// A check that needs a host and nothing else.
+[[nodiscard]] inline Check hostCheck(std::string_view name, std::string_view passes,
+                                     std::vector<std::string_view> after, std::string_view see,
+                                     Result (*run)(CheckContext& context)) {
+  return {.name = name,
+          .passes = passes,
+          .needs = {Need::host},
+          .after = std::move(after),
+          .see = see,
+          .run = run};
+}
 
 }  // namespace korvan::lab::check

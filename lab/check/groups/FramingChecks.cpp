@@ -338,39 +338,27 @@ Result answerOk(CheckContext& context) {
                         "ok is " + kind + "; it must be a boolean");
 }
 
-Check framingCheck(std::string_view name, std::string_view passes,
-                   std::vector<std::string_view> after, std::string_view see,
-                   Result (*run)(CheckContext&)) {
-  return {.name = name,
-          .passes = passes,
-          .needs = {Need::host},
-          .after = std::move(after),
-          .see = see,
-          .run = run};
-}
-
 }  // namespace
 
 std::vector<Check> framingChecks() {
   return {
-      framingCheck("frame.early", "the host says nothing before the request", {"socket.accepts"},
-                   "the-socket", frameEarly),
-      framingCheck("frame.answer", "a request is answered", {"socket.accepts"}, "frames",
-                   frameAnswer),
-      framingCheck("frame.order", "the size is big-endian", {"frame.answer"}, "frames", frameOrder),
-      framingCheck("frame.meaning", "the size is the body's, in four bytes", {"frame.order"},
-                   "frames", frameMeaning),
-      framingCheck("frame.bounds", "the size is 1 to 4194304", {"frame.meaning"}, "frames",
-                   frameBounds),
-      framingCheck("frame.rest", "nothing follows the body", {"frame.bounds"}, "frames", frameRest),
-      framingCheck("frame.close", "the host closes within a second of the answer", {"frame.answer"},
-                   "the-socket", frameClose),
-      framingCheck("body.binary", "the body is a binary property list", {"frame.bounds"}, "bodies",
-                   bodyBinary),
-      framingCheck("body.dictionary", "it is a dictionary", {"frame.bounds"}, "bodies",
-                   bodyDictionary),
-      framingCheck("answer.ok", "its ok is the boolean true", {"frame.early", "body.dictionary"},
-                   "answers", answerOk),
+      hostCheck("frame.early", "the host says nothing before the request", {"socket.accepts"},
+                "the-socket", frameEarly),
+      hostCheck("frame.answer", "a request is answered", {"socket.accepts"}, "frames", frameAnswer),
+      hostCheck("frame.order", "the size is big-endian", {"frame.answer"}, "frames", frameOrder),
+      hostCheck("frame.meaning", "the size is the body's, in four bytes", {"frame.order"}, "frames",
+                frameMeaning),
+      hostCheck("frame.bounds", "the size is 1 to 4194304", {"frame.meaning"}, "frames",
+                frameBounds),
+      hostCheck("frame.rest", "nothing follows the body", {"frame.bounds"}, "frames", frameRest),
+      hostCheck("frame.close", "the host closes within a second of the answer", {"frame.answer"},
+                "the-socket", frameClose),
+      hostCheck("body.binary", "the body is a binary property list", {"frame.bounds"}, "bodies",
+                bodyBinary),
+      hostCheck("body.dictionary", "it is a dictionary", {"frame.bounds"}, "bodies",
+                bodyDictionary),
+      hostCheck("answer.ok", "its ok is the boolean true", {"frame.early", "body.dictionary"},
+                "answers", answerOk),
   };
 }
 

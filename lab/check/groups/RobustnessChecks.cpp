@@ -270,17 +270,6 @@ Result requestTexts(CheckContext& context) {
   return failed(findings);
 }
 
-Check robustnessCheck(std::string_view name, std::string_view passes,
-                      std::vector<std::string_view> after, std::string_view see,
-                      Result (*run)(CheckContext&)) {
-  return {.name = name,
-          .passes = passes,
-          .needs = {Need::host},
-          .after = std::move(after),
-          .see = see,
-          .run = run};
-}
-
 Check needingPasskey(Check check) {
   check.needs.push_back(Need::passkey);
   return check;
@@ -290,23 +279,22 @@ Check needingPasskey(Check check) {
 
 std::vector<Check> robustnessChecks() {
   return {
-      robustnessCheck("request.pieces", "a request that comes in pieces is served", {"answer.ok"},
-                      "frames", requestPieces),
-      robustnessCheck("request.open", "it is served while the sending half is open",
-                      {"socket.accepts"}, "the-socket", requestOpen),
-      robustnessCheck("request.unknownType", "an unknown type is refused as failed", {"answer.ok"},
-                      "requests", requestUnknownType),
-      robustnessCheck("request.unknownKey", "one more key changes nothing", {"answer.ok"}, "bodies",
-                      requestUnknownKey),
-      robustnessCheck(
-          "request.damaged",
-          "a damaged request is refused or its connection closed; the next one is served",
-          {"answer.ok", "frame.close"}, "frames", requestDamaged),
-      robustnessCheck("request.large", "a body of 4194304 bytes is served",
-                      {"request.pieces", "request.unknownKey"}, "frames", requestLarge),
-      needingPasskey(robustnessCheck("request.texts",
-                                     "a name outside ASCII and a handle of 64 bytes are kept",
-                                     {"answer.ok"}, "registration", requestTexts)),
+      hostCheck("request.pieces", "a request that comes in pieces is served", {"answer.ok"},
+                "frames", requestPieces),
+      hostCheck("request.open", "it is served while the sending half is open", {"socket.accepts"},
+                "the-socket", requestOpen),
+      hostCheck("request.unknownType", "an unknown type is refused as failed", {"answer.ok"},
+                "requests", requestUnknownType),
+      hostCheck("request.unknownKey", "one more key changes nothing", {"answer.ok"}, "bodies",
+                requestUnknownKey),
+      hostCheck("request.damaged",
+                "a damaged request is refused or its connection closed; the next one is served",
+                {"answer.ok", "frame.close"}, "frames", requestDamaged),
+      hostCheck("request.large", "a body of 4194304 bytes is served",
+                {"request.pieces", "request.unknownKey"}, "frames", requestLarge),
+      needingPasskey(hostCheck("request.texts",
+                               "a name outside ASCII and a handle of 64 bytes are kept",
+                               {"answer.ok"}, "registration", requestTexts)),
   };
 }
 

@@ -145,12 +145,7 @@ Result signatureAccepted(CheckContext& context) {
 
 Check signatureCheck(std::string_view name, std::string_view passes,
                      std::vector<std::string_view> after, Result (*run)(CheckContext&)) {
-  return {.name = name,
-          .passes = passes,
-          .needs = {Need::host},
-          .after = std::move(after),
-          .see = "whom-the-extension-trusts",
-          .run = run};
+  return hostCheck(name, passes, std::move(after), "whom-the-extension-trusts", run);
 }
 
 }  // namespace
