@@ -11,7 +11,7 @@
 namespace korvan {
 
 // The platform's requests as records. A property that is nil, or of another class than declared, is
-// nullopt; lists stand as they are. See Conversions.h. Thread-safe.
+// nullopt; lists are passed on unchanged. See Conversions.h. Thread-safe.
 
 /// An ASPasskeyCredentialRequest; null for nil or another class. An identity that is not an
 /// ASPasskeyCredentialIdentity is nullopt. The record owns the platform's object. Its excluded

@@ -11,7 +11,7 @@
 
 namespace korvan {
 
-/// The fakes, but for what belongs to the controller: its extension context and its views.
+/// The fakes, except for what belongs to the controller: its extension context and its views.
 ///
 /// A program that links this gets one for each controller, since it defines makeApplePlatform
 /// itself.

@@ -8,8 +8,8 @@
 ///
 /// An argument that is nil or of an unexpected class arrives there as nullopt
 /// (CredentialRequests.h, Conversions.h). In a credential update report that raises
-/// NSInvalidArgumentException, with a reason that names the argument. What a framework raises
-/// passes to the caller. No C++ exception leaves these methods; it ends the process.
+/// NSInvalidArgumentException, with a reason that names the argument. An exception that a framework
+/// raises propagates to the caller. No C++ exception leaves these methods; it ends the process.
 ///
 /// A request with a completion keeps the object alive.
 @interface CredentialProviderViewController : ASCredentialProviderViewController

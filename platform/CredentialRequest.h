@@ -12,7 +12,7 @@
 namespace korvan {
 
 // The platform's request types as plain records. A field that the platform left nil is nullopt,
-// which is not the same as empty. Lists hold what the platform's do, whatever it is. The terms are
+// which is not the same as empty. Lists hold whatever the platform's lists hold. The terms are
 // WebAuthn's: https://www.w3.org/TR/webauthn-3/
 
 /// ASPasskeyCredentialIdentity.

@@ -31,7 +31,7 @@ struct ErrorUserInfo {
 struct Error {
   ErrorDomain domain = ErrorDomain::posix;
   std::int64_t code = 0;
-  /// The platform tells nullopt, which is no dictionary, from a dictionary without entries.
+  /// The platform distinguishes nullopt, which is no dictionary, from an empty dictionary.
   std::optional<ErrorUserInfo> userInfo;
 
   [[nodiscard]] std::optional<std::string> localizedDescription() const {

@@ -5,7 +5,7 @@
 
 namespace korvan {
 
-/// The texts that a person sees, in their language. Main thread.
+/// The texts that users see, in the user's language. Main thread.
 class LocalizedStrings {
  public:
   virtual ~LocalizedStrings() = default;

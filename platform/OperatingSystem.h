@@ -21,7 +21,7 @@ class OperatingSystem {
   /// Callers do not cache the answer.
   [[nodiscard]] virtual bool isAtLeast(OperatingSystemVersion version) const = 0;
 
-  /// The system's word for the preferred level of user verification, WebAuthn's "preferred".
+  /// The system's string for the preferred level of user verification, WebAuthn's "preferred".
   /// https://www.w3.org/TR/webauthn-3/#enumdef-userverificationrequirement
   [[nodiscard]] virtual std::string preferredUserVerification() const = 0;
 };

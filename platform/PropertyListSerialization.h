@@ -20,13 +20,13 @@ class PropertyListSerialization {
  public:
   virtual ~PropertyListSerialization() = default;
 
-  /// The binary format, version 1.0 ("bplist00"). Fails for a value that has no place in a property
-  /// list: null, a text that is not UTF-8.
+  /// Encodes in the binary format, version 1.0 ("bplist00"). Fails for a value that a property list
+  /// cannot hold: null, or a text that is not UTF-8.
   [[nodiscard]] virtual std::expected<Data, PropertyListError> encodeBinary(
       const PropertyListDictionary& propertyList) const = 0;
 
-  /// Any property-list format, told by the bytes, into immutable values. The values may share the
-  /// bytes.
+  /// Decodes any property-list format, detected from the bytes, into immutable values. The values
+  /// may share the bytes.
   [[nodiscard]] virtual std::expected<PropertyListValue, PropertyListError> decode(
       const Data& bytes) const = 0;
 };

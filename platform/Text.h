@@ -36,7 +36,7 @@ class Text {
     return left.view() <=> right.view();
   }
 
-  // Compare with anything that a text can be made from, without making it.
+  // Compare with anything that converts to a text, without converting it.
 
   template <std::convertible_to<std::string_view> Characters>
   friend bool operator==(const Text& left, const Characters& right) noexcept {

@@ -27,9 +27,9 @@ namespace korvan {
 /// nothing catches std::bad_alloc during a request, and the callers of entry points and actions let
 /// no exception pass. Until then the request has one outcome or none.
 ///
-/// Every method is virtual because it is a message on the platform: who derives from the principal
+/// Every method is virtual because it is a message on the platform: a subclass of the principal
 /// class may override any of them, and the others then call the override. The extension itself
-/// overrides performRequest alone. Null means nil.
+/// overrides only performRequest. Null means nil.
 class CredentialProviderViewController
     : public std::enable_shared_from_this<CredentialProviderViewController> {
  public:
@@ -116,10 +116,10 @@ class CredentialProviderViewController
   /// source of an assertion's relying party, client-data hash and user-verification preference.
   [[nodiscard]] virtual RequestParameters requestParameters() const;
   virtual void setRequestParameters(RequestParameters requestParameters);
-  /// The assertion that is being served.
+  /// The assertion being served.
   [[nodiscard]] virtual PasskeyRequest credentialRequest() const;
   virtual void setCredentialRequest(PasskeyRequest credentialRequest);
-  /// The interactive registration that is being served.
+  /// The interactive registration being served.
   [[nodiscard]] virtual PasskeyRequest registrationRequest() const;
   virtual void setRegistrationRequest(PasskeyRequest registrationRequest);
   /// The failure response whose cancellation waits for OK.

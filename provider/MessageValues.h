@@ -11,8 +11,8 @@
 
 namespace korvan {
 
-// From the platform's records to a message's values. A field of an absent object is absent too. A
-// request never leaves out a key: for an absent value it has an empty one.
+// Conversions from the platform's records to a message's values. A field of an absent object is
+// absent too. A request never leaves out a key: an absent value becomes an empty one.
 
 /// The object's field, or null when the object or the field is absent. Valid as long as the object.
 template <typename Object, typename Field>

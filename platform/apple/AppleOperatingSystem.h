@@ -4,7 +4,7 @@
 
 namespace korvan {
 
-/// NSProcessInfo's version of the system, and AuthenticationServices' words.
+/// NSProcessInfo's system version, and AuthenticationServices' constants.
 class AppleOperatingSystem final : public OperatingSystem {
  public:
   [[nodiscard]] bool isAtLeast(OperatingSystemVersion version) const override;

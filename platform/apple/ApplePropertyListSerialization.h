@@ -6,7 +6,7 @@
 
 namespace korvan {
 
-/// NSPropertyListSerialization, which has no documented bound for nesting; this has
+/// NSPropertyListSerialization, which documents no limit for nesting; this enforces
 /// MaxPropertyListNesting.
 class ApplePropertyListSerialization final : public PropertyListSerialization {
  public:
@@ -18,8 +18,8 @@ class ApplePropertyListSerialization final : public PropertyListSerialization {
 
   /// Booleans, integers and reals stay what they are; an integer keeps its 64 bits, signed or not.
   /// An object of a class that property lists do not document, such as a keyed archiver's
-  /// reference, becomes null; a dictionary's entry whose key is no string is left out. Data shares
-  /// the bytes of the platform's object.
+  /// reference, becomes null; a dictionary's entry whose key is not a string is left out. Data
+  /// shares the bytes of the platform's object.
   [[nodiscard]] std::expected<PropertyListValue, PropertyListError> decode(
       const Data& bytes) const override;
 };

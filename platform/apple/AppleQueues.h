@@ -6,11 +6,11 @@
 
 namespace korvan {
 
-/// libdispatch's main queue and its global queue of quality of service user-initiated, which adds
+/// libdispatch's main queue and its global queue with user-initiated quality of service, which adds
 /// threads for work that blocks.
 ///
-/// Work is released right after it ran. An exception that leaves work, a framework's or C++'s, ends
-/// the process as an uncaught one. Has no state, so that destroying it waits for nothing.
+/// Work is released right after it ran. An uncaught exception in work, a framework's or C++'s, ends
+/// the process. Has no state, so destroying it waits for nothing.
 class AppleQueues final : public Queues {
  public:
   void asyncMain(std::function<void()> work) const override;

@@ -2,8 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
-/// A text of one character that UTF-8 cannot hold. A class of its own, since not every Foundation
-/// makes such a text of characters.
+/// A text of one character that UTF-8 cannot hold. A class of its own, because not every Foundation
+/// can make such a text from characters.
 @interface HalfOfASurrogatePair : NSString
 @end
 

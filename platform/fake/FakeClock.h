@@ -9,7 +9,7 @@
 
 namespace korvan {
 
-/// A clock that advances when somebody sleeps, or when the test sets it.
+/// A clock that advances when code sleeps on it, or when the test sets it.
 class FakeClock : public Clock {
  public:
   [[nodiscard]] double systemUptime() const override {

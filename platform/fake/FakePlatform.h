@@ -21,7 +21,7 @@
 
 namespace korvan {
 
-/// All fakes together. By default nothing fails but what the host refuses.
+/// All fakes together. By default nothing fails except what the host refuses.
 class FakePlatform : public std::enable_shared_from_this<FakePlatform> {
  public:
   using Host = std::function<PropertyListValue(const PropertyListDictionary& request)>;

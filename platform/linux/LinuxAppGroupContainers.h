@@ -11,10 +11,10 @@ namespace korvan {
 
 /// App-group containers as private directories.
 ///
-/// A missing directory of a group is created, with its parents, each with mode 0700; one that was
-/// named is not. A directory that this user does not own, that grants others any permission, or
-/// that is a symbolic link is rejected: somebody else could put a socket of theirs into it, or see
-/// what is there.
+/// A group's own directory is created if missing, with its parents, each with mode 0700; a
+/// directory that was named is not. A directory that this user does not own, that grants others any
+/// permission, or that is a symbolic link is rejected: somebody else could put their own socket
+/// into it, or see what is there.
 class LinuxAppGroupContainers final : public AppGroupContainers {
  public:
   /// One directory per group, under `korvan/app-groups` in the user's data directory:
@@ -25,7 +25,7 @@ class LinuxAppGroupContainers final : public AppGroupContainers {
 
   /// The same directory for every group, or no container for any. A relative path is resolved now,
   /// against the working directory. If nothing is there, the container is still at that path: a
-  /// host that is opened may make it.
+  /// host that is opened may create it.
   explicit LinuxAppGroupContainers(const std::optional<std::string>& directory);
 
   /// Also nullopt for an identifier that is not a file name: an empty one, ".", "..", or one that

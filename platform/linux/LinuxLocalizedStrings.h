@@ -9,8 +9,8 @@
 
 namespace korvan {
 
-/// Texts from the gettext catalog `korvan-autofill`, in the language of the program's LC_MESSAGES
-/// locale, which is the program's to set, and in UTF-8 whatever the locale's encoding.
+/// Texts from the gettext catalog `korvan-autofill`, in the language of the LC_MESSAGES locale,
+/// which the program sets, and in UTF-8 whatever the locale's encoding.
 /// https://www.gnu.org/software/gettext/manual/html_node/Ambiguities.html
 class LinuxLocalizedStrings final : public LocalizedStrings {
  public:

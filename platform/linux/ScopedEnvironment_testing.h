@@ -7,7 +7,7 @@
 
 namespace korvan {
 
-/// Sets or removes an environment variable, and restores it in the end.
+/// Sets or removes an environment variable, and restores it when destroyed.
 class ScopedEnvironment {
  public:
   ScopedEnvironment(std::string name, const std::optional<std::string>& value)

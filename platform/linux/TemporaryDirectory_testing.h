@@ -7,7 +7,7 @@
 
 namespace korvan {
 
-/// A new directory of mode 0700 that goes away with everything in it.
+/// A new directory with mode 0700, removed with everything in it when this object is destroyed.
 class TemporaryDirectory {
  public:
   TemporaryDirectory() {

@@ -7,7 +7,7 @@
 
 namespace korvan {
 
-/// A display in memory, without a window manager. Sets the environment of this process and its
+/// An in-memory display, without a window manager. Sets the environment of this process and its
 /// children so that they use it, and so that GTK looks the same on every machine. Ends with this
 /// object or with the process.
 class DisplayServer {
