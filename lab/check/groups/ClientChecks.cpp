@@ -245,13 +245,13 @@ Result hostLeak(CheckContext& context) {
 std::vector<Check> clientChecks() {
   return {
       {.name = "client.leaves",
-       .passes = "clients that leave do no harm to the next",
+       .passes = "a client that leaves does no harm to the next",
        .needs = {Need::host},
        .after = {"answer.ok"},
        .see = "timing",
        .run = clientLeaves},
       {.name = "client.silent",
-       .passes = "a client that sends nothing holds up nobody",
+       .passes = "a client that sends nothing does not hold up others",
        .needs = {Need::host},
        .after = {"answer.ok", "client.leaves"},
        .see = "the-socket",

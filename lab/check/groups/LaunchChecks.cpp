@@ -69,7 +69,7 @@ Result launchTime(CheckContext& context) {
 std::vector<Check> launchChecks() {
   return {
       {.name = "launch.url",
-       .passes = "the program is started with the URL, and lives",
+       .passes = "the program is started with the URL, and keeps running",
        .needs = {Need::program},
        .see = "being-started",
        .run = launchUrl},

@@ -279,7 +279,7 @@ Check needingPasskey(Check check) {
 
 std::vector<Check> robustnessChecks() {
   return {
-      hostCheck("request.pieces", "a request that comes in pieces is served", {"answer.ok"},
+      hostCheck("request.pieces", "a request that arrives in pieces is served", {"answer.ok"},
                 "frames", requestPieces),
       hostCheck("request.open", "it is served while the sending half is open", {"socket.accepts"},
                 "the-socket", requestOpen),

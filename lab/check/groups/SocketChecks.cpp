@@ -44,8 +44,9 @@ Result containerMode(CheckContext& context) {
   struct stat status{};
   ::lstat(container.c_str(), &status);
   const auto fail = [](const std::string& got, const std::string& hint) {
-    return failed(
-        {.got = got, .wanted = "a directory of this user, no link, with mode 0700", .hint = hint});
+    return failed({.got = got,
+                   .wanted = "a directory, not a link, owned by this user, with mode 0700",
+                   .hint = hint});
   };
   if (S_ISLNK(status.st_mode)) {
     return fail("a symbolic link", container + " is a symbolic link: name the directory itself");
@@ -223,7 +224,7 @@ std::vector<Check> socketChecks() {
        .see = "the-socket",
        .run = containerExists},
       {.name = "container.mode",
-       .passes = "it is a directory of this user, no link, with mode 0700",
+       .passes = "it is a directory, not a link, owned by this user, with mode 0700",
        .after = {"container.exists"},
        .see = "the-socket",
        .run = containerMode},
@@ -237,7 +238,7 @@ std::vector<Check> socketChecks() {
        .see = "the-socket",
        .run = socketPath},
       {.name = "socket.kind",
-       .passes = "it is a stream socket on which somebody listens",
+       .passes = "it is a stream socket that somebody listens on",
        .after = {"socket.present"},
        .see = "the-socket",
        .run = socketKind},
