@@ -38,8 +38,8 @@ docs/lab-calls.md lists every entry point, key and outcome.
   --show-messages          also prints what went over the socket
   --help                   this page
 
-Exit status: 0, 1 when the lab could not go on, 2 when a line was not a call or
-for wrong usage.
+Exit status: 0, 1 when the lab could not continue, 2 when a line was not a call
+or for a usage error.
 
 Example:
   echo '{"entryPoint":"prepareInterfaceForExtensionConfiguration"}' |

@@ -47,7 +47,7 @@ removes them again through reports.
                            it again; without it a host must run already
   --timeout SECONDS        the longest that a check waits; default: 10
   --unattended             leaves out what needs a person, and makes passkeys
-                           by silent registrations
+                           with silent registrations
   --only GLOB              runs the checks of these names; may be repeated
   --skip GLOB              leaves out the checks of these names; may be repeated
   --list                   prints the checks, and runs none
@@ -55,7 +55,7 @@ removes them again through reports.
   --junit FILE             writes the results to a file, as JUnit's XML
   --help                   this page
 
-Exit status: 0 when nothing failed, 1 when something did, 2 for wrong usage, 3
+Exit status: 0 when nothing failed, 1 when something did, 2 for a usage error, 3
 when there is no host to talk to.
 
 Example:
@@ -246,7 +246,8 @@ int runCommand(const CheckHostOptions& options) {
 }  // namespace
 
 void addCheckHostCommand(CLI::App& app, int& exitStatus) {
-  CLI::App& command = *app.add_subcommand("check-host", "says what is wrong with a host");
+  CLI::App& command =
+      *app.add_subcommand("check-host", "checks a host, and says what is wrong with it");
   const auto options = std::make_shared<CheckHostOptions>();
   options->host.addTo(command);
   command.add_option_function<std::string>(

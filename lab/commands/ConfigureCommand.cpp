@@ -30,11 +30,11 @@ Starts a sample host of its own unless you name one.
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --timeout SECONDS        gives up when the host takes longer; default: never
-  --show-messages          accepted; messages are always printed, as they go
+  --show-messages          accepted; messages are always printed
   --help                   this page
 
-Exit status: 0 when the configuration was completed, 1 when not, 2 for wrong
-usage, 3 without a host.
+Exit status: 0 when the configuration was completed, 1 when not, 2 for a
+usage error, 3 without a host.
 
 Example:
   korvan-lab configure

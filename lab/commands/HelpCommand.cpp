@@ -29,7 +29,7 @@ const CLI::App& commandNamed(const CLI::App& app, const std::vector<std::string>
     try {
       command = command->get_subcommand(word);
     } catch (const CLI::OptionNotFound&) {
-      throw CLI::ValidationError("\"" + word + "\" is no command to give help on");
+      throw CLI::ValidationError("\"" + word + "\" is not a command");
     }
   }
   return *command;

@@ -31,7 +31,7 @@ constexpr std::string_view HostStatusHelpPage =
     R"(Usage: korvan-lab host-status [options]
 
 Shows who listens on the host's socket, how that program is signed, and whether
-it answers; and what the extension would not accept of it.
+it answers, and what about it the extension would refuse.
 
   --container DIR          the app group's container; default: the user's own
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
@@ -39,7 +39,7 @@ it answers; and what the extension would not accept of it.
   --help                   this page
 
 Exit status: 0 when the extension could talk to the host, 1 when something is
-wrong, 2 for wrong usage, 3 when there is no host to talk to.
+wrong, 2 for a usage error, 3 when there is no host to talk to.
 
 Example:
   korvan-lab host-status

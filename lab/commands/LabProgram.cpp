@@ -37,7 +37,7 @@ points, runs the main loop, and shows what the extension told the system.
   configure    opens the extension's configuration
   report       passes on a web site's report about a user's name or passkeys
   browser      opens a browser whose passkey requests the extension answers
-  check-host   says what is wrong with a host
+  check-host   checks a host, and says what is wrong with it
   host-status  shows who listens for the extension, and how it is signed
   soak         sends many requests to hosts that misbehave, and checks outcomes
   call         calls entry points for scripts: lines of JSON in and out
@@ -48,7 +48,7 @@ points, runs the main loop, and shows what the extension told the system.
   --help       this page
 
 Exit status: 0 when all is well, 1 when something was not verified or the lab
-could not go on, 2 for wrong usage, 3 when there is no host to talk to.
+could not continue, 2 for a usage error, 3 when there is no host to talk to.
 
 Example:
   korvan-lab demo

@@ -40,11 +40,11 @@ host and reports about its passkey. KIND and its options:
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --timeout SECONDS        gives up when the host takes longer; default: never
-  --show-messages          accepted; messages are always printed, as they go
+  --show-messages          accepted; messages are always printed
   --help                   this page
 
-IDs are base64url. Exit status: 0 when the report was sent, 1 when not, 2 for
-wrong usage, 3 without a host.
+IDs are base64url. Exit status: 0 when the report was sent, 1 when not, 2 for a
+usage error, 3 without a host.
 
 Example:
   korvan-lab report updated-user-name --new-name 'Alice B.'
@@ -64,7 +64,7 @@ using MakeReport = std::function<Call(const ReportOptions& options, const OwnPas
 
 CLI::ValidationError missing(std::string_view option, const ReportOptions& options) {
   return CLI::ValidationError(std::string(option) + " is missing: there is no passkey for " +
-                              options.relyingParty + " in a host of the lab's own to report of");
+                              options.relyingParty + " in a host of the lab's own to report on");
 }
 
 Data userHandleOf(const ReportOptions& options, const OwnPasskey& passkey) {

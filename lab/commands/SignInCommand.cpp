@@ -48,11 +48,11 @@ does. Starts a sample host of its own unless you name one.
                            the host application; default: the desktop's
   --trust-anchor FILE.pem  the root of trusted signatures; default: the build's
   --timeout SECONDS        gives up when the host takes longer; default: never
-  --show-messages          prints what goes over the socket, as it does
+  --show-messages          prints messages as they go over the socket
   --help                   this page
 
-Exit status: 0 when the sign-in was verified, 1 when not, 2 for wrong usage, 3
-without a host.
+Exit status: 0 when the sign-in was verified, 1 when not, 2 for a usage
+error, 3 without a host.
 
 Example:
   korvan-lab sign-in --interactive

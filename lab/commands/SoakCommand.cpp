@@ -33,7 +33,7 @@ seconds. Everything happens in a private directory, removed at the end.
                default: a random one, which is printed
   --help       this page
 
-Exit status: 0 when all is well, 1 when not, 2 for wrong usage.
+Exit status: 0 when all is well, 1 when not, 2 for a usage error.
 
 Example:
   korvan-lab soak --minutes 0.1 --seed 1
@@ -44,14 +44,16 @@ std::string flawOfMinutes(const std::string& text) {
   const double minutes = numberIn<double>(text).value_or(0);
   return std::isfinite(minutes) && minutes > 0
              ? ""
-             : "\"" + text + "\" is no time; it must be a number of minutes above 0, such as 0.5";
+             : "\"" + text +
+                   "\" is not a time; it must be a number of minutes above 0, such as 0.5";
 }
 
 std::string flawOfSeed(const std::string& text) {
-  return numberIn<std::uint64_t>(text) ? ""
-                                       : "\"" + text +
-                                             "\" is no seed; it must be a whole number from 0 to "
-                                             "18446744073709551615";
+  return numberIn<std::uint64_t>(text)
+             ? ""
+             : "\"" + text +
+                   "\" is not a seed; it must be a whole number from 0 to "
+                   "18446744073709551615";
 }
 
 std::uint64_t drawnSeed() {

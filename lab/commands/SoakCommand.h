@@ -6,8 +6,7 @@ class App;
 
 namespace korvan::lab {
 
-/// Adds `soak`, which keeps the extension busy with a host that misbehaves; sets the exit status
-/// when that is what is called.
+/// Adds the command `korvan-lab soak`. Running it sets `exitStatus`.
 void addSoakCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace korvan::lab

@@ -12,8 +12,8 @@ constexpr const char* Description =
     "the extension on the socket acp.sock until SIGTERM, SIGINT or SIGHUP. Prints one\n"
     "JSON object per line: when it is ready (with its passkeys), when a request\n"
     "unlocks the vault, and after each connection.\n\n"
-    "It plays a user who agrees whenever a request allows user interaction. Who has\n"
-    "unlocked the vault counts as verified, but a silent request that requires user\n"
+    "It plays a user who agrees whenever a request allows user interaction. Unlocking\n"
+    "the vault counts as verifying the user, but a silent request that requires user\n"
     "verification gets \"userInteractionRequired\". A client may stall for 30 seconds.\n";
 
 std::string emptyPathError(const std::string& path) {

@@ -60,12 +60,12 @@ nlohmann::json SampleHostProcess::nextEvent() {
     }
     pollfd ready{.fd = events_.get(), .events = POLLIN, .revents = 0};
     if (::poll(&ready, 1, static_cast<int>(Patience.count())) <= 0) {
-      throw std::runtime_error("The sample host told nothing for 30 seconds.");
+      throw std::runtime_error("The sample host printed nothing for 30 seconds.");
     }
     std::array<char, 4096> some{};
     const ssize_t count = ::read(events_.get(), some.data(), some.size());
     if (count <= 0) {
-      throw std::runtime_error("The sample host ended without a further word.");
+      throw std::runtime_error("The sample host ended without printing another event.");
     }
     unread_.append(some.data(), static_cast<std::size_t>(count));
   }

@@ -26,7 +26,7 @@ TEST(SampleHostProcess, TellsItsEventsInOrder) {
 TEST(SampleHostProcess, TellsWhenItEndsInsteadOfAnEvent) {
   SampleHostProcess process("/bin/sh", shell("exit 1"));
   EXPECT_THAT([&] { process.nextEvent(); },
-              ThrowsMessage<std::runtime_error>(HasSubstr("ended without a further word")));
+              ThrowsMessage<std::runtime_error>(HasSubstr("ended without printing another event")));
 }
 
 TEST(SampleHostProcess, NamesTheProgramThatCannotBeStarted) {

@@ -44,8 +44,9 @@ TEST(SoakCommand, SaysWhatIsWrongWithItsArguments) {
     std::vector<std::string> arguments;
     std::string words;
   };
-  const std::string minutes = " is no time; it must be a number of minutes above 0, such as 0.5";
-  const std::string seed = " is no seed; it must be a whole number from 0 to 18446744073709551615";
+  const std::string minutes = " is not a time; it must be a number of minutes above 0, such as 0.5";
+  const std::string seed =
+      " is not a seed; it must be a whole number from 0 to 18446744073709551615";
   for (const auto& [arguments, words] :
        {Case{{"soak"}, "--minutes is required"},
         Case{{"soak", "--minutes", "0"}, "\"0\"" + minutes},

@@ -100,7 +100,7 @@ TEST_F(Manners, WrongUsageIsToldFromFailureInALineThatNamesTheProgram) {
   const std::vector<std::pair<Arguments, std::string>> rows = {
       {{KORVAN_LAB}, "korvan-lab: "},
       {{KORVAN_LAB, "sing-in"}, "korvan-lab: \"sing-in\" is unknown to "},
-      {{KORVAN_LAB, "help", "sing-in"}, "korvan-lab: \"sing-in\" is no command"},
+      {{KORVAN_LAB, "help", "sing-in"}, "korvan-lab: \"sing-in\" is not a command"},
       {{KORVAN_LAB, "demo", "--step"}, "korvan-lab: --step needs a value; see "},
       {{KORVAN_LAB, "register", "--algorithms", "-7,x"},
        "korvan-lab: --algorithms: \"x\" is not an algorithm's number from "},

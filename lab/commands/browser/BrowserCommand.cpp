@@ -28,7 +28,7 @@ constexpr std::string_view BrowserHelpPage =
 Opens Chromium, in which the extension answers the passkey requests of every web
 page, and prints a line for each: who asked, the entry points, the outcome. Has
 a profile of its own, and a sample host of its own unless you name one. Ends
-with the browser.
+when the browser is closed.
 
   --site URL               the page to open; default: a site of the lab's own,
                            with a button for each kind of request
@@ -46,7 +46,7 @@ with the browser.
   --help                   this page
 
 Exit status: 0 when the browser was closed, or the site ran well by itself, 1
-when not or without a browser, 2 for wrong usage.
+when not or without a browser, 2 for a usage error.
 
 Example:
   korvan-lab browser

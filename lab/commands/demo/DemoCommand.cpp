@@ -27,7 +27,7 @@ private directory, removed at the end.
   --step NUMBER  only the step with this number, 1 to 16
   --help         this page
 
-Exit status: 0 when every step was verified, 1 when not, 2 for wrong usage.
+Exit status: 0 when every step was verified, 1 when not, 2 for a usage error.
 
 Example:
   korvan-lab demo --step 2
