@@ -7,8 +7,8 @@
 
 namespace korvan::bench {
 
-/// The floor of an exchange: the same system calls with the same bytes, and nothing else. Aborts
-/// when anything is not as it should be, since nothing is to be timed then.
+/// The floor of an exchange: the same system calls with the same bytes, and nothing else. Aborts on
+/// any failure, because the times would mean nothing.
 [[nodiscard]] std::vector<std::uint8_t> bareExchange(const std::string& socketPath,
                                                      std::span<const std::uint8_t> request);
 

@@ -12,7 +12,7 @@ namespace korvan::bench {
 
 /// How much work one measurement repeats.
 struct PairedRoundsSize {
-  /// Measurements of each side, taken in turn so that both meet the same weather.
+  /// Measurements of each side, taken in turn so that both see the same load.
   std::size_t rounds = 15;
   /// Calls timed together as one measurement.
   std::size_t callsPerRound = 1;

@@ -7,8 +7,8 @@
 
 namespace korvan::fuzz {
 
-/// An element of an encoding in DER (ITU-T X.690) as something to change: what is written again
-/// has lengths that fit, so that a change gets past the parser and to what looks at the meaning.
+/// An element of a DER encoding (ITU-T X.690) that can be changed: writing it again corrects the
+/// lengths, so that a change gets past the parser to the code that interprets it.
 struct DerElement {
   using Bytes = std::vector<std::uint8_t>;
 

@@ -9,7 +9,7 @@
 
 namespace korvan::lab {
 
-/// Hears the stories that bridges tell: what a page asked, and what became of it. A story is an
+/// Receives the stories that bridges send: what a page asked, and how that ended. A story is an
 /// object with
 ///
 ///     "id"            the bridge's process ID
@@ -24,20 +24,20 @@ namespace korvan::lab {
 ///     "milliseconds"  from the message's arrival to the answer
 class StoryListener {
  public:
-  /// Listens at a new socket. Throws std::system_error when it cannot.
+  /// Listens on a new socket. Throws std::system_error when it cannot.
   explicit StoryListener(const std::filesystem::path& socket);
 
   /// Readable when there is a story.
   [[nodiscard]] int descriptor() const { return socket_.get(); }
 
-  /// The next story that has come, or nullopt if none has. What is no story is skipped.
+  /// The next story that has arrived, or nullopt if none has. Other messages are skipped.
   [[nodiscard]] std::optional<nlohmann::json> next() const;
 
  private:
   Descriptor socket_;
 };
 
-/// Tells a story to who listens at `socket`. False if nobody does.
+/// Sends a story to the listener at `socket`. False if there is none.
 [[nodiscard]] bool tellStory(const std::filesystem::path& socket, const nlohmann::json& story);
 
 }  // namespace korvan::lab

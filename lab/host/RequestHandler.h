@@ -13,9 +13,10 @@ namespace korvan::lab::host {
 /// Answers the requests of the credential-provider extension from a vault.
 ///
 /// This host has no user to ask, so it plays one: whenever a request allows user interaction, the
-/// user agrees, and unlocks a locked vault, or (as told) always cancels. Who has unlocked the vault
-/// counts as verified, so answers carry the flag "user verified". Only a request that demands user
-/// verification without allowing user interaction is turned back to be made again with the user.
+/// user agrees, and unlocks a locked vault, or (as told) always cancels. A user who has unlocked
+/// the vault counts as verified, so answers carry the flag "user verified". Only a request that
+/// demands user verification without allowing user interaction is refused, to be made again with
+/// the user.
 class RequestHandler {
  public:
   struct Behavior {

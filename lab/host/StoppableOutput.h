@@ -6,7 +6,7 @@
 
 namespace korvan::lab::host {
 
-/// Writes to a descriptor, unbuffered, and waits for its reader; but not for ever once the program
+/// Writes to a descriptor, unbuffered, and waits for its reader, but not forever once the program
 /// is asked to end: then writing fails if the reader takes nothing for `patience`. Not thread-safe.
 class StoppableOutput final : public std::streambuf {
  public:

@@ -12,7 +12,7 @@
 namespace korvan::lab {
 
 /// A running program whose standard streams a test reads and writes. Killed if it still runs when
-/// this object goes.
+/// this object is destroyed.
 class Program {
  public:
   struct Result {

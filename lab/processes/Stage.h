@@ -35,7 +35,7 @@ class Stage {
   /// The app group's container. The first host creates the directory.
   [[nodiscard]] std::filesystem::path container() const { return file("container"); }
 
-  /// Starts a sample host in container(). It runs until it is stopped or the stage goes.
+  /// Starts a sample host in container(). It runs until it is stopped or the stage is destroyed.
   SampleHostProcess& startHost(const std::filesystem::path& program,
                                const std::vector<std::string>& arguments);
 

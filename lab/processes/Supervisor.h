@@ -10,8 +10,8 @@ namespace korvan::lab {
 ///
 /// Nothing is left on return: every descendant of `body` has ended, even a detached one, and the
 /// directory is removed. The same holds after SIGINT, SIGTERM and SIGHUP, which end `body`; the
-/// status is then 128 plus the signal's number. When SIGKILL ends one of the processes, all that
-/// goes soon after. A directory that is left when all are killed at once goes with the next call.
+/// status is then 128 plus the signal's number. When SIGKILL ends one of the processes, all of this
+/// is cleaned up soon after. If all are killed at once, the next call removes the directory.
 ///
 /// At the end of all, `tidyUp` removes what they have left elsewhere. It may run in another
 /// process, and twice.

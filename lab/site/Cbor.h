@@ -37,7 +37,7 @@ struct CborStart {
 [[nodiscard]] const cbor_item_t* cborMember(const cbor_item_t* map, std::string_view key);
 [[nodiscard]] const cbor_item_t* cborMember(const cbor_item_t* map, std::int64_t key);
 
-/// An item with its kind, fit for a terminal.
+/// An item with its kind, safe to print on a terminal.
 [[nodiscard]] std::string wordsFor(const cbor_item_t* item);
 
 /// What keeps the item that `bytes` start with from being in canonical form, or nullopt.

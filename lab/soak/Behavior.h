@@ -23,7 +23,7 @@ struct HostPart {
   std::vector<std::string> failures = {};
 };
 
-/// A way for a host to behave.
+/// One way for a host to behave.
 struct Behavior {
   using PartIn = HostPart (*)(const SoakRequest& request);
 

@@ -51,8 +51,7 @@ struct SoakRound {
 /// - every request had exactly one outcome, and a right one: one of rightOutcomes(), or also of
 ///   outcomesOfOutage() if the host was not serving from the request's start to its end;
 /// - every request that the extension sent whole is in the hosts' log, unless the host did not read
-/// that
-///   far or was down, and every request in the log was sent, byte for byte.
+///   that far or was down, and every request in the log was sent, byte for byte.
 [[nodiscard]] std::vector<std::string> flawsOf(const SoakRound& round);
 
 }  // namespace korvan::lab::soak

@@ -7,7 +7,7 @@
 
 namespace korvan::lab::soak {
 
-/// Says now and then how far a soak is.
+/// Prints from time to time how far a soak has come.
 class SoakProgress {
  public:
   static constexpr double SecondsBetweenLines = 10;

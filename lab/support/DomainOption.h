@@ -4,7 +4,7 @@
 
 namespace korvan::lab {
 
-/// Restricts an option to a relying party's identifier: a domain, and no URL or port.
+/// Restricts an option to a relying party's identifier: a domain, without a URL's scheme or a port.
 [[nodiscard]] CLI::Validator isDomain();
 
 }  // namespace korvan::lab

@@ -6,7 +6,7 @@ namespace korvan::lab {
 /// signal's number, as in a shell.
 enum ExitStatus : int {
   Well = 0,
-  /// Something was not verified, or the program could not go on: standard error says why.
+  /// Something was not verified, or the program could not continue: standard error says why.
   NotVerified = 1,
   WrongUsage = 2,
   /// There was no host to talk to.

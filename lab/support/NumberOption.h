@@ -11,7 +11,7 @@
 
 namespace korvan::lab {
 
-/// The number that the whole text is; none if it is no number, or too great for the type.
+/// The number that the whole text spells; nullopt if it is not a number, or does not fit the type.
 template <typename Number>
 [[nodiscard]] std::optional<Number> numberIn(std::string_view text) {
   Number number{};

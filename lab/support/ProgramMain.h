@@ -10,8 +10,8 @@ namespace korvan::lab {
 
 /// Runs `body` as the whole of the program `name`, and returns the program's exit status. What
 /// `body` throws goes to standard error, as does a failure to write standard output; either makes
-/// the status NotVerified. A reader of the output who goes away ends nothing: writing fails. Call
-/// it first in main().
+/// the status NotVerified. If the reader of the output goes away, writing fails, and no signal ends
+/// the program. Call it first in main().
 [[nodiscard]] int runProgram(const char* name, const std::function<int()>& body);
 
 /// Writes what is left to standard output. Returns `status`, or NotVerified when the output could

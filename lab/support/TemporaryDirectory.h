@@ -7,7 +7,7 @@
 
 namespace korvan::lab {
 
-/// A new directory with mode 0700, removed with everything in it when this object goes.
+/// A new directory with mode 0700, removed with everything in it when this object is destroyed.
 class TemporaryDirectory {
  public:
   /// What becomes of the directory when its process is killed. One that is swept is locked with
@@ -24,16 +24,15 @@ class TemporaryDirectory {
 
  private:
   std::filesystem::path path_;
-  /// If it is swept, locked for as long as this process lives, or one that it has forked.
+  /// If it is swept, locked for as long as this process, or one that it has forked, lives.
   Descriptor lock_;
 };
 
 /// Where the directories are made.
 [[nodiscard]] std::filesystem::path placeOfTemporaryDirectories();
 
-/// Removes the directories in `place`, of those that are swept, that killed processes of this user
-/// have left. Does nothing
-/// where it may not.
+/// Removes the swept directories in `place` that killed processes of this user have left behind.
+/// Does nothing where it may not.
 void removeAbandonedDirectories(const std::filesystem::path& place);
 
 }  // namespace korvan::lab

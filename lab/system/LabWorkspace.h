@@ -15,8 +15,8 @@
 
 namespace korvan::lab {
 
-/// A program that was started through the URL, and what became of it. The program goes on running
-/// when this object goes.
+/// A program that was started through the URL, and how it ended. Destroying this object does not
+/// end the program.
 class LaunchedHost {
  public:
   using Clock = std::chrono::steady_clock;

@@ -7,8 +7,8 @@
 
 namespace korvan::lab::vectors {
 
-// One passkey of the sample host, whose life the messages tell: it is registered, signs in, is
-// renamed and removed. The bytes that a host makes at random are kept here, so that the messages
+// One passkey of the sample host, which the messages follow: it is registered, signs in, is renamed
+// and removed. The bytes that a host would make at random are fixed here, so that the messages
 // never change.
 
 inline constexpr std::string_view RelyingParty = "example.com";
@@ -21,7 +21,7 @@ inline constexpr std::string_view NewUserName = "Zoë 🗝";
 [[nodiscard]] Data otherCredentialID();
 [[nodiscard]] Data userHandle();
 
-/// 32 bytes each, in the place of SHA-256 sums, and easy to find in a dump.
+/// 32 bytes each, in place of SHA-256 hashes, and easy to find in a dump.
 [[nodiscard]] Data registrationClientDataHash();
 [[nodiscard]] Data assertionClientDataHash();
 

@@ -9,8 +9,8 @@
 
 namespace korvan::lab {
 
-/// A command of the shell on a terminal of its own, with a test as the person who sits there. Ended
-/// with SIGKILL, with what it started, if it still runs when this goes.
+/// A shell command on a terminal of its own, with the test as its user. Killed with SIGKILL, with
+/// everything it started, if it still runs when this object is destroyed.
 class TerminalSession {
  public:
   explicit TerminalSession(const std::string& command);
@@ -20,10 +20,10 @@ class TerminalSession {
 
   void write(std::string_view text) const;
 
-  /// What the terminal shows from now on, up to the text; all that comes when it never does.
+  /// What the terminal shows from now on, up to the text; everything if the text never comes.
   std::string readUntil(std::string_view text);
 
-  /// Waits for the end of the command, and gives its exit status.
+  /// Waits for the command to end, and returns its exit status.
   int finish();
 
  private:

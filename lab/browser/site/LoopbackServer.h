@@ -8,14 +8,14 @@
 
 namespace korvan::lab {
 
-/// A request that the server has let through.
+/// A request that the server has accepted.
 struct WebRequest {
   /// The page's own origin, such as "http://localhost:40123".
   std::string origin;
   /// What follows the secret part of the URL, such as "page.css".
   std::string path;
   bool isPost = false;
-  /// Of a post, at most LoopbackServer::GreatestBody bytes.
+  /// Of a POST request, at most LoopbackServer::GreatestBody bytes.
   std::string body;
 };
 
@@ -25,10 +25,10 @@ struct WebAnswer {
   std::string body;
 };
 
-/// An HTTP server for browsers on this machine, below one URL that nobody can guess. It listens on
-/// the loopback alone, refuses requests that were sent to another host name (as a rebound DNS name
-/// would be) and posts from other origins, and bounds what it reads. It has two ports, so that a
-/// page can embed a document of another origin.
+/// An HTTP server for browsers on this machine, under one URL that nobody can guess. It listens on
+/// the loopback interface only, refuses requests for another host name (as after DNS rebinding) and
+/// POST requests from other origins, and bounds what it reads. It has two ports, so that a page can
+/// embed a document of another origin.
 ///
 /// It serves in GLib's default main context, on the thread that runs it. All members belong to that
 /// thread.
