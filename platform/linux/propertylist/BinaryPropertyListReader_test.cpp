@@ -381,7 +381,7 @@ std::vector<std::string> wellFormedSamples() {
       {"texts", Array{"ascii", "gr\xC3\xBC\xC3\x9F \xF0\x9F\x94\x91"}},
       {"bytes", dataOf("twenty bytes of data")},
       {"shared", PropertyListDictionary{{"bool", Array{Array{}, "ascii"}}}}};
-  const Data bytes = writeBinaryPropertyList(mixed).value_or(Data());
+  const Data bytes = writeBinaryPropertyList(mixed, HashSecret).value_or(Data());
   return {
       {bytes.bytes().begin(), bytes.bytes().end()},
       Parts{.objects = {"\xA2\x01\x01", "\xD2\x02\x02\x03\x04", object(0x51, "x"), "\0"s, "\x09"},
@@ -397,7 +397,7 @@ std::vector<std::string> wellFormedSamples() {
 void expectValueOrError(const std::string& bytes) {
   const auto value = readBinaryPropertyList(dataOf(bytes));
   if (value) {
-    const auto written = writeBinaryPropertyList({{"k", *value}});
+    const auto written = writeBinaryPropertyList({{"k", *value}}, HashSecret);
     EXPECT_TRUE(!written || readBinaryPropertyList(*written));
   } else {
     EXPECT_TRUE(value.error().localizedDescription.value_or("").starts_with(

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <memory_resource>
 #include <optional>
-#include <random>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -55,15 +54,14 @@ struct Object {
 constexpr std::uint8_t LargeIntegerMarker = format::IntegerMarker | 4;
 constexpr std::uint8_t LargeRealMarker = format::RealMarker | 3;
 
-/// A polynomial over the object, at a point that each process draws for itself. Others choose a
-/// message's values, and must not be able to choose ones that collide.
+/// A polynomial over the object, at a secret point below 2^61. Others choose a message's values,
+/// and must not be able to choose ones that collide.
 struct SecretHash {
+  std::uint64_t point = 0;
+
   std::size_t operator()(const Object& object) const {
     __extension__ using Wide = unsigned __int128;
     constexpr std::uint64_t Prime = (std::uint64_t{1} << 61) - 1;
-    static std::random_device randomDevice;
-    static const std::uint64_t point =
-        std::uniform_int_distribution(Prime / 2, Prime - 1)(randomDevice);
     std::uint64_t hash = object.marker + (object.bytes.size() << 8);
     const auto add = [&](std::uint64_t word) {
       const Wide sum = (Wide{hash} * point) + word;
@@ -90,13 +88,16 @@ struct SecretHash {
 class ObjectTable {
  public:
   /// Throws PropertyListError for what cannot be written.
-  explicit ObjectTable(const PropertyListDictionary& root) { addDictionary(root); }
+  ObjectTable(const PropertyListDictionary& root, std::uint64_t hashSecret)
+      : leaves_(0, SecretHash{.point = hashSecret >> 3}, &memory_) {
+    addDictionary(root);
+  }
 
   struct Row {
     Object object;
     /// The numbers of an array's items, or of a dictionary's keys and then of its values.
     std::vector<std::size_t> references;
-    /// Containers inside one another from this one on; 0 when it is none.
+    /// How deeply containers nest from here on: 0 for a leaf, 1 for a container of leaves.
     std::size_t height = 0;
   };
 
@@ -256,7 +257,7 @@ class ObjectTable {
   std::vector<Row> rows_;
   /// The maps' nodes go together, with the table.
   std::pmr::monotonic_buffer_resource memory_;
-  std::pmr::unordered_map<Object, std::size_t, SecretHash> leaves_{&memory_};
+  std::pmr::unordered_map<Object, std::size_t, SecretHash> leaves_;
   /// Containers are told apart by where they are in memory.
   std::pmr::unordered_map<const void*, std::size_t> containers_{&memory_};
   std::size_t nesting_ = 0;
@@ -345,9 +346,10 @@ Data assembled(const std::vector<ObjectTable::Row>& rows) {
 
 }  // namespace
 
-std::expected<Data, PropertyListError> writeBinaryPropertyList(const PropertyListDictionary& root) {
+std::expected<Data, PropertyListError> writeBinaryPropertyList(const PropertyListDictionary& root,
+                                                               std::uint64_t hashSecret) {
   try {
-    return assembled(ObjectTable(root).rows());
+    return assembled(ObjectTable(root, hashSecret).rows());
   } catch (PropertyListError& error) {
     return std::unexpected(std::move(error));
   }

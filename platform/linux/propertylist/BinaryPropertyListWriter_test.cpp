@@ -21,7 +21,7 @@ using namespace std::string_view_literals;
 constexpr std::size_t TrailerSize = binaryPropertyList::TrailerSize;
 
 std::string encoded(const PropertyListDictionary& root) {
-  const auto bytes = writeBinaryPropertyList(root);
+  const auto bytes = writeBinaryPropertyList(root, HashSecret);
   if (!bytes) {
     ADD_FAILURE() << bytes.error().localizedDescription.value_or("no description");
     return {};
@@ -32,12 +32,12 @@ std::string encoded(const PropertyListDictionary& root) {
 std::string encodedValue(const PropertyListValue& value) { return encoded({{"k", value}}); }
 
 std::string errorOfWriting(const PropertyListDictionary& root) {
-  const auto bytes = writeBinaryPropertyList(root);
+  const auto bytes = writeBinaryPropertyList(root, HashSecret);
   return bytes ? "no error" : bytes.error().localizedDescription.value_or("no description");
 }
 
 PropertyListValue decoded(const PropertyListDictionary& root) {
-  const auto bytes = writeBinaryPropertyList(root);
+  const auto bytes = writeBinaryPropertyList(root, HashSecret);
   const auto value = readBinaryPropertyList(bytes.value_or(Data()));
   return value ? *value : PropertyListValue();
 }

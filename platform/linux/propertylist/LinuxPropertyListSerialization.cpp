@@ -7,7 +7,7 @@ namespace korvan {
 
 std::expected<Data, PropertyListError> LinuxPropertyListSerialization::encodeBinary(
     const PropertyListDictionary& propertyList) const {
-  return writeBinaryPropertyList(propertyList);
+  return writeBinaryPropertyList(propertyList, hashSecret_);
 }
 
 std::expected<PropertyListValue, PropertyListError> LinuxPropertyListSerialization::decode(

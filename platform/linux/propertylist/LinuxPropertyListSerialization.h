@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <cstdlib>
 #include <expected>
 
 #include "platform/Data.h"
@@ -16,6 +18,10 @@ class LinuxPropertyListSerialization final : public PropertyListSerialization {
 
   [[nodiscard]] std::expected<PropertyListValue, PropertyListError> decode(
       const Data& bytes) const override;
+
+ private:
+  /// See writeBinaryPropertyList.
+  std::uint64_t hashSecret_ = std::uint64_t{arc4random()} << 32 | arc4random();
 };
 
 }  // namespace korvan

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <expected>
 #include <string_view>
 
@@ -29,12 +30,12 @@ namespace korvan {
 /// Writes equal strings, data and numbers once each, and a shared container once: the size of the
 /// output follows that of the values in memory, not the number of references. The same property
 /// list gives the same bytes. Time and memory are proportional to the members of the distinct
-/// containers, for any values.
+/// containers, for any values whose author does not know `hashSecret`.
 ///
 /// Fails for null, for a set and for a text that is not UTF-8. The error names the place in the
 /// property list.
 [[nodiscard]] std::expected<Data, PropertyListError> writeBinaryPropertyList(
-    const PropertyListDictionary& root);
+    const PropertyListDictionary& root, std::uint64_t hashSecret);
 
 // The `characters` of the text formats are UTF-8; see PropertyListCharacters.h. The errors name the
 // line and column, and what is wrong there.
