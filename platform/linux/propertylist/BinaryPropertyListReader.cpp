@@ -24,7 +24,7 @@ namespace format = binaryPropertyList;
 constexpr std::size_t MaxWidth = sizeof(std::uint64_t);
 
 void requireWidth(std::size_t offset, std::string_view kind, std::size_t width, bool isRight) {
-  require(isRight, offset, kind, " cannot be ", counted(width, "byte"), " wide");
+  requireIntact(isRight, offset, kind, " cannot be ", CountedNoun{width, "byte"}, " wide");
 }
 
 /// Reads each container and each converted text once, and keeps it for the other references. Its
@@ -32,9 +32,10 @@ void requireWidth(std::size_t offset, std::string_view kind, std::size_t width, 
 class BinaryReader {
  public:
   explicit BinaryReader(const Data& bytes) : bytes_(bytes), first_(bytes.bytes().data()) {
-    require(bytes.size() >= format::Magic.size() + format::TrailerSize, bytes.size(),
-            "it ends before its trailer is complete");
-    require(viewOf(bytes).starts_with(format::Magic), 0, "it does not begin with \"bplist00\"");
+    requireIntact(bytes.size() >= format::Magic.size() + format::TrailerSize, bytes.size(),
+                  "it ends before its trailer is complete");
+    requireIntact(viewOf(bytes).starts_with(format::Magic), 0,
+                  "it does not begin with \"bplist00\"");
     readTrailer(bytes.size() - format::TrailerSize);
   }
 
@@ -55,13 +56,13 @@ class BinaryReader {
       kept,
     };
     State state = State::unread;
-    /// Containers inside one another from this one on; 0 when it is none.
+    /// How deeply containers nest from here on: 0 for a leaf, 1 for a container of leaves.
     std::uint16_t height = 0;
     std::size_t offset = 0;
-    /// Of an object that is kept: the place of its value.
+    /// Where in `kept_` the value of a kept object is.
     std::size_t keptPlace = 0;
-    /// The dictionary that had this object for a key last.
-    const Object* dictionary = nullptr;
+    /// The dictionary in which this object was a key most recently.
+    const Object* lastDictionary = nullptr;
   };
 
   /// What follows an object's first byte, and the integer object with its count if there is one.
@@ -80,13 +81,15 @@ class BinaryReader {
                  offsetWidth_ >= 1 && offsetWidth_ <= MaxWidth);
     requireWidth(trailer + format::ReferenceWidthPlace, "a reference", referenceWidth_,
                  referenceWidth_ >= 1 && referenceWidth_ <= MaxWidth);
-    require(tableOffset >= format::Magic.size() && tableOffset <= trailer,
-            trailer + format::TableOffsetPlace, "the offset table cannot begin at ", tableOffset);
+    requireIntact(tableOffset >= format::Magic.size() && tableOffset <= trailer,
+                  trailer + format::TableOffsetPlace, "the offset table cannot begin at ",
+                  tableOffset);
     // By division, so that no count is too large to be checked.
     const std::size_t tableSize = trailer - tableOffset;
-    require(tableSize % offsetWidth_ == 0 && count == tableSize / offsetWidth_,
-            trailer + format::CountPlace, "the offset table's ", counted(tableSize, "byte"),
-            " do not hold one offset each for ", counted(count, "object"));
+    requireIntact(tableSize % offsetWidth_ == 0 && count == tableSize / offsetWidth_,
+                  trailer + format::CountPlace, "the offset table's ",
+                  CountedNoun{tableSize, "byte"}, " do not hold one offset each for ",
+                  CountedNoun{count, "object"});
     tableOffset_ = tableOffset;
     unclaimed_ = tableOffset_ - format::Magic.size();
     objects_.resize(count);
@@ -95,22 +98,22 @@ class BinaryReader {
   /// The object that the `width` bytes at `referrer` refer to.
   Object& objectAt(std::size_t referrer, std::size_t width) {
     const std::uint64_t number = numberAt(referrer, width);
-    require(number < objects_.size(), referrer, "there is no object ", number, " among ",
-            counted(objects_.size(), "object"));
+    requireIntact(number < objects_.size(), referrer, "there is no object ", number, " among ",
+                  CountedNoun{objects_.size(), "object"});
     Object& object = objects_[number];
     if (object.state == Object::State::unread) {
       const std::size_t place = tableOffset_ + (number * offsetWidth_);
       object.offset = numberAt(place, offsetWidth_);
-      require(object.offset >= format::Magic.size() && object.offset < tableOffset_, place,
-              "no object can be at byte ", object.offset);
+      requireIntact(object.offset >= format::Magic.size() && object.offset < tableOffset_, place,
+                    "no object can be at byte ", object.offset);
     }
     return object;
   }
 
-  /// The object, to which the bytes at `referrer` refer.
+  /// The value of the object. `referrer` is where the reference to it is.
   PropertyListValue read(Object& object, std::size_t referrer) {
-    require(object.state != Object::State::open, referrer, "the container at byte ", object.offset,
-            " is inside itself");
+    requireIntact(object.state != Object::State::open, referrer, "the container at byte ",
+                  object.offset, " is inside itself");
     if (object.state == Object::State::kept) {
       return kept_[object.keptPlace];
     }
@@ -177,7 +180,7 @@ class BinaryReader {
     if (width == MaxWidth || (high == std::numeric_limits<std::uint64_t>::max() && number < 0)) {
       return number;
     }
-    require(high == 0, object.offset, "an integer does not fit in 64 bits");
+    requireIntact(high == 0, object.offset, "an integer does not fit in 64 bits");
     return low;
   }
 
@@ -209,8 +212,8 @@ class BinaryReader {
   Text readAscii(Object& object) {
     const bool isNew = object.state == Object::State::unread;
     const Contents contents = claimCounted(object, 1);
-    require(!isNew || isAscii(viewOf(bytes_).substr(contents.offset, contents.count)),
-            object.offset, "an ASCII string holds a byte above 127");
+    requireIntact(!isNew || isAscii(viewOf(bytes_).substr(contents.offset, contents.count)),
+                  object.offset, "an ASCII string holds a byte above 127");
     return Text(bytes_.slice(contents.offset, contents.count));
   }
 
@@ -218,8 +221,8 @@ class BinaryReader {
     const Contents contents = claimCounted(object, 2);
     const auto utf16 = bytes_.bytes().subspan(contents.offset, 2 * contents.count);
     const auto [utf8, size] = utf8OfUtf16(utf16, std::endian::big);
-    require(size == utf16.size(), contents.offset + size,
-            "a UTF-16 string holds half a surrogate pair");
+    requireIntact(size == utf16.size(), contents.offset + size,
+                  "a UTF-16 string holds half a surrogate pair");
     return keep(object, utf8);
   }
 
@@ -244,7 +247,7 @@ class BinaryReader {
       const std::size_t referrer = contents.offset + (index * referenceWidth_);
       Object& key = objectAt(referrer, referenceWidth_);
       // A thousand references to one long text must not take as many comparisons of it.
-      if (std::exchange(key.dictionary, &container) == &container) {
+      if (std::exchange(key.lastDictionary, &container) == &container) {
         continue;
       }
       const std::size_t size = dictionary.size();
@@ -310,23 +313,23 @@ class BinaryReader {
   [[nodiscard]] Contents readExtendedCount(std::size_t offset) const {
     const std::size_t room = tableOffset_ - offset;
     const std::size_t width = std::size_t{1} << (first_[offset] & 0x0F);
-    require(room > 0 && (first_[offset] & 0xF0) == format::IntegerMarker && width <= MaxWidth,
-            offset, "a count is not an integer of at most 8 bytes");
-    require(width < room, offset, "a count is cut off by the offset table");
+    requireIntact(room > 0 && (first_[offset] & 0xF0) == format::IntegerMarker && width <= MaxWidth,
+                  offset, "a count is not an integer of at most 8 bytes");
+    requireIntact(width < room, offset, "a count is cut off by the offset table");
     return {.offset = offset + 1 + width, .count = numberAt(offset + 1, width)};
   }
 
-  /// Checks that `size` bytes of contents exist, and the first time also that the object leaves
-  /// enough bytes for those read before, which is so when no two overlap.
+  /// Checks that `size` bytes of contents exist. The first time, takes the object's bytes from
+  /// those that no object has taken yet: there are too few only if two objects overlap.
   void claim(Object& object, std::size_t contents, std::size_t size) {
     const std::size_t room = tableOffset_ - contents;
-    require(size <= room, object.offset, "contents of ", counted(size, "byte"),
-            " do not fit in the ", counted(room, "byte"), " before the offset table");
+    requireIntact(size <= room, object.offset, "contents of ", CountedNoun{size, "byte"},
+                  " do not fit in the ", CountedNoun{room, "byte"}, " before the offset table");
     if (object.state != Object::State::unread) {
       return;
     }
     const std::size_t wholeSize = contents - object.offset + size;
-    require(wholeSize <= unclaimed_, object.offset, "objects overlap");
+    requireIntact(wholeSize <= unclaimed_, object.offset, "objects overlap");
     unclaimed_ -= wholeSize;
     object.state = Object::State::read;
   }

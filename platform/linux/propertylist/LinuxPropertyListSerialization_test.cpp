@@ -76,9 +76,9 @@ TEST(LinuxPropertyListSerialization, SaysWhatIsWrongInTheFormatThatTheBytesAnnou
        "The property list is neither binary nor XML, and as OpenStep text it is damaged at line 1, "
        "column 1: no value can begin like this."},
       {"a\xFF",
-       "The bytes are no property list: at line 1, column 2, a character is not valid UTF-8."},
+       "The bytes are not a property list: at line 1, column 2, a character is not valid UTF-8."},
       {"\xFF\xFE\x3D",
-       "The bytes are no property list: at line 1, column 1, a character is not valid UTF-16."}};
+       "The bytes are not a property list: at line 1, column 1, a character is not valid UTF-16."}};
   for (const auto& [bytes, expected] : rows) {
     const auto value = LinuxPropertyListSerialization().decode(dataOf(bytes));
 

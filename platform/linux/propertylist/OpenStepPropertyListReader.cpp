@@ -48,17 +48,17 @@ class OpenStepReader {
       return value;
     }
     const bool isKey = value.text() != nullptr && (next() == '=' || next() == ';');
-    require(isKey, next_, "more follows the value");
+    requireIntact(isKey, next_, "more follows the value");
     next_ = first;
     PropertyListDictionary entries = readEntries();
-    require(isAtEnd(), next_, "a key cannot begin like this");
+    requireIntact(isAtEnd(), next_, "a key cannot begin like this");
     return entries;
   }
 
  private:
   PropertyListValue readValue() {
     skipSpace();
-    require(!isAtEnd(), next_, "a value is missing");
+    requireIntact(!isAtEnd(), next_, "a value is missing");
     switch (next()) {
       case '(':
         return readArray();
@@ -82,8 +82,8 @@ class OpenStepReader {
         break;
       }
     }
-    require(!isAtEnd(), first, "an array is not closed");
-    require(take(')'), next_, "neither a comma nor a closing parenthesis follows an item");
+    requireIntact(!isAtEnd(), first, "an array is not closed");
+    requireIntact(take(')'), next_, "neither a comma nor a closing parenthesis follows an item");
     --nesting_;
     return items;
   }
@@ -92,8 +92,8 @@ class OpenStepReader {
     const std::size_t first = next_;
     enterContainer();
     PropertyListDictionary entries = readEntries();
-    require(!isAtEnd(), first, "a dictionary is not closed");
-    require(take('}'), next_, "a key cannot begin like this");
+    requireIntact(!isAtEnd(), first, "a dictionary is not closed");
+    requireIntact(take('}'), next_, "a key cannot begin like this");
     --nesting_;
     return entries;
   }
@@ -112,7 +112,7 @@ class OpenStepReader {
       // A key alone is its own value.
       PropertyListValue value = take('=') ? readValue() : key;
       skipSpace();
-      require(take(';'), next_, "no semicolon ends a dictionary's entry");
+      requireIntact(take(';'), next_, "no semicolon ends a dictionary's entry");
       entries.insert_or_assign(std::move(key), std::move(value));
     }
     return entries;
@@ -120,7 +120,7 @@ class OpenStepReader {
 
   PropertyListValue readData() {
     const std::size_t end = view_.find('>', next_);
-    require(end != std::string_view::npos, next_, "data is not closed");
+    requireIntact(end != std::string_view::npos, next_, "data is not closed");
     ++next_;
     std::vector<std::uint8_t> bytes;
     while (next_ < end) {
@@ -130,8 +130,8 @@ class OpenStepReader {
       }
       const std::size_t first = next_;
       bytes.push_back(static_cast<std::uint8_t>(readDigits(16, 2)));
-      require(next_ == first + 2, first,
-              "data holds something else than pairs of hexadecimal digits");
+      requireIntact(next_ == first + 2, first,
+                    "data holds something other than pairs of hexadecimal digits");
     }
     ++next_;
     return Data(std::move(bytes));
@@ -142,7 +142,7 @@ class OpenStepReader {
   Text readBareText() {
     const std::size_t first = next_;
     next_ = std::min(view_.find_first_not_of(BareCharacters, first), view_.size());
-    require(next_ > first, first, "no value can begin like this");
+    requireIntact(next_ > first, first, "no value can begin like this");
     return Text(characters_.slice(first, next_ - first));
   }
 
@@ -152,10 +152,10 @@ class OpenStepReader {
     std::string unescaped;
     for (std::size_t first = next_;; first = next_) {
       next_ = view_.find_first_of(std::string_view(special.data(), special.size()), first);
-      require(next_ < view_.size(), opening, "a quoted string is not closed");
+      requireIntact(next_ < view_.size(), opening, "a quoted string is not closed");
       const std::size_t size = next_ - first;
       if (take('\\')) {
-        require(!isAtEnd(), opening, "a quoted string is not closed");
+        requireIntact(!isAtEnd(), opening, "a quoted string is not closed");
         readEscape(unescaped.append(view_, first, size));
       } else {
         ++next_;
@@ -175,11 +175,10 @@ class OpenStepReader {
     } else if (name >= '0' && name <= '7') {
       const std::size_t first = next_;
       const std::uint32_t byte = readDigits(8, 3);
-      require(byte <= UINT8_MAX, first, "an octal escape is above 377");
+      requireIntact(byte <= UINT8_MAX, first, "an octal escape is above 377");
       appendUtf8(text, byte < 128 ? byte : UpperNextStep[byte - 128]);
     } else {
-      // Every other character stands for itself; of one beyond ASCII the rest comes after this
-      // byte.
+      // Every other character stands for itself. Beyond ASCII, the rest of its bytes follow.
       const std::size_t place = Names.find(name);
       text += place == std::string_view::npos ? name : Characters[place];
       ++next_;
@@ -189,13 +188,13 @@ class OpenStepReader {
   void readUnicodeEscape(std::string& text) {
     const std::size_t first = next_++;
     std::optional<char32_t> codePoint = readDigits(16, 4);
-    require(next_ > first + 1, first, "no hexadecimal digit follows \\U");
+    requireIntact(next_ > first + 1, first, "no hexadecimal digit follows \\U");
     const bool isSurrogate = *codePoint >= 0xD800 && *codePoint <= 0xDFFF;
     if (isSurrogate) {
       codePoint =
           take('\\') && take('U') ? codePointOfPair(*codePoint, readDigits(16, 4)) : std::nullopt;
     }
-    require(codePoint.has_value(), first, "an escape is half a surrogate pair");
+    requireIntact(codePoint.has_value(), first, "an escape is half a surrogate pair");
     appendUtf8(text, *codePoint);
   }
 
@@ -220,7 +219,7 @@ class OpenStepReader {
         next_ = std::min(view_.find_first_of("\n\r", next_), view_.size());
       } else if (isNext("/*")) {
         const std::size_t end = view_.find("*/", next_ + 2);
-        require(end != std::string_view::npos, next_, "a comment is not closed");
+        requireIntact(end != std::string_view::npos, next_, "a comment is not closed");
         next_ = end + 2;
       } else {
         return true;

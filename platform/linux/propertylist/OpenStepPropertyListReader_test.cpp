@@ -133,7 +133,7 @@ TEST(OpenStepPropertyListReader, RefusesMalformedPropertyListsAndSaysWhere) {
   const std::string noKey = "a key cannot begin like this";
   const std::string noItemEnd = "neither a comma nor a closing parenthesis follows an item";
   const std::string noSemicolon = "no semicolon ends a dictionary's entry";
-  const std::string noHex = "data holds something else than pairs of hexadecimal digits";
+  const std::string noHex = "data holds something other than pairs of hexadecimal digits";
   const std::vector<std::pair<std::string_view, std::string>> rows = {
       {"a b", openStepDamagedAt(1, 3, "more follows the value")},
       {"()\n()", openStepDamagedAt(2, 1, "more follows the value")},

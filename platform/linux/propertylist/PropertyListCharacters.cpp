@@ -15,7 +15,7 @@ constexpr std::string_view LittleEndianMark = "\xFF\xFE";
 /// What follows the characters that could be read.
 std::unexpected<PropertyListError> noTextAfter(std::string_view characters, std::string_view form) {
   return std::unexpected(PropertyListError{
-      "The bytes are no property list: at " + placeIn(characters, characters.size()) +
+      "The bytes are not a property list: at " + placeIn(characters, characters.size()) +
       ", a character is not valid " + std::string(form) + '.'});
 }
 

@@ -46,7 +46,7 @@ TEST(PropertyListCharacters, SharesTheBytesOfUtf8) {
 TEST(PropertyListCharacters, RefusesWhatIsNotTextAndSaysWhere) {
   const std::string utf8 = ", a character is not valid UTF-8.";
   const std::string utf16 = ", a character is not valid UTF-16.";
-  const std::string prefix = "The bytes are no property list: at line 1, column ";
+  const std::string prefix = "The bytes are not a property list: at line 1, column ";
   EXPECT_EQ(errorOfCharacters("ab\xFF"), prefix + "3" + utf8);
   EXPECT_EQ(errorOfCharacters("\xEF\xBB\xBF\xC3"), prefix + "1" + utf8);
   EXPECT_EQ(errorOfCharacters("\xED\xA0\x80"), prefix + "1" + utf8);
@@ -55,7 +55,7 @@ TEST(PropertyListCharacters, RefusesWhatIsNotTextAndSaysWhere) {
   EXPECT_EQ(errorOfCharacters("\xFF\xFE"s + "a\0\x3D\xD8z\0"s), prefix + "2" + utf16);
   EXPECT_EQ(errorOfCharacters("\xFE\xFF\0"s), prefix + "1" + utf16);
   EXPECT_EQ(errorOfCharacters("a\n\xC3\xA9\xFF"),
-            "The bytes are no property list: at line 2, column 2" + utf8);
+            "The bytes are not a property list: at line 2, column 2" + utf8);
 }
 
 TEST(PropertyListCharacters, CountsLinesAndColumnsFromOne) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/PropertyList.h"
 
@@ -18,38 +19,33 @@ struct PropertyListDamage {
 };
 
 /// "1 byte" or "2 bytes" in a sentence.
-struct Counted {
-  std::uint64_t count = 0;
-  std::string_view thing;
-};
+using CountedNoun = std::pair<std::uint64_t, std::string_view>;
 
-inline Counted counted(std::uint64_t count, std::string_view thing) {
-  return {.count = count, .thing = thing};
-}
-
-inline std::string textOf(std::string_view text) { return std::string(text); }
-inline std::string textOf(std::uint64_t number) { return std::to_string(number); }
-inline std::string textOf(const Counted& things) {
-  return textOf(things.count) + ' ' + textOf(things.thing) + (things.count == 1 ? "" : "s");
+inline std::string damageText(std::string_view text) { return std::string(text); }
+inline std::string damageText(std::uint64_t number) { return std::to_string(number); }
+inline std::string damageText(const CountedNoun& counted) {
+  const auto& [count, noun] = counted;
+  return damageText(count) + ' ' + damageText(noun) + (count == 1 ? "" : "s");
 }
 
 /// Throws PropertyListDamage, with the sentence that the parts make.
 template <typename... Parts>
 [[noreturn, gnu::cold]] void throwDamage(std::size_t offset, Parts... parts) {
-  throw PropertyListDamage{.offset = offset, .what = (textOf(parts) + ...)};
+  throw PropertyListDamage{.offset = offset, .what = (damageText(parts) + ...)};
 }
 
+/// Throws the same unless `isIntact`.
 template <typename... Parts>
-void require(bool isRight, std::size_t offset, Parts... parts) {
-  if (!isRight) {
+void requireIntact(bool isIntact, std::size_t offset, Parts... parts) {
+  if (!isIntact) {
     throwDamage(offset, parts...);
   }
 }
 
 /// Throws if the container at `offset` makes the nesting too deep. `nesting` includes it.
 inline void checkPropertyListNesting(std::size_t nesting, std::size_t offset) {
-  require(nesting <= MaxPropertyListNesting, offset, "more than ", MaxPropertyListNesting,
-          " containers are nested");
+  requireIntact(nesting <= MaxPropertyListNesting, offset, "more than ", MaxPropertyListNesting,
+                " containers are nested");
 }
 
 }  // namespace korvan

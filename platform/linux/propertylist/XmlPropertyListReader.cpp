@@ -57,8 +57,7 @@ std::optional<int> takeField(std::string_view& text, std::size_t digits, char ma
   return field;
 }
 
-// What the text of an element stands for; none when it stands for nothing. Space around it does not
-// count.
+// The value that the text of an element stands for, if any. Space around the text does not count.
 
 /// A decimal number, or a hexadecimal one after "0x", with or without a sign, from -2^63 to 2^64-1.
 std::optional<PropertyListValue> integerOfXml(std::string_view text) {
@@ -147,8 +146,8 @@ std::optional<PropertyListValue> dataOfXml(std::string_view text) {
 struct XmlScalar {
   std::string_view name;
   std::optional<PropertyListValue> (*valueOf)(std::string_view text);
-  /// What a text without a value is not.
-  std::string_view noun;
+  /// What a text must be to have a value.
+  std::string_view form;
 };
 
 template <bool Value>
@@ -161,14 +160,14 @@ std::optional<PropertyListValue> textOfXml(std::string_view text) {
 }
 
 constexpr std::array<XmlScalar, 8> XmlScalars = {
-    {{.name = "key", .valueOf = &textOfXml, .noun = ""},
-     {.name = "string", .valueOf = &textOfXml, .noun = ""},
-     {.name = "integer", .valueOf = &integerOfXml, .noun = "integer of at most 64 bits"},
-     {.name = "real", .valueOf = &realOfXml, .noun = "real number"},
-     {.name = "true", .valueOf = &booleanOfXml<true>, .noun = "part of a boolean"},
-     {.name = "false", .valueOf = &booleanOfXml<false>, .noun = "part of a boolean"},
-     {.name = "date", .valueOf = &dateOfXml, .noun = "date such as 2001-01-01T00:00:00Z"},
-     {.name = "data", .valueOf = &dataOfXml, .noun = "base64"}}};
+    {{.name = "key", .valueOf = &textOfXml, .form = ""},
+     {.name = "string", .valueOf = &textOfXml, .form = ""},
+     {.name = "integer", .valueOf = &integerOfXml, .form = "an integer of at most 64 bits"},
+     {.name = "real", .valueOf = &realOfXml, .form = "a real number"},
+     {.name = "true", .valueOf = &booleanOfXml<true>, .form = "empty"},
+     {.name = "false", .valueOf = &booleanOfXml<false>, .form = "empty"},
+     {.name = "date", .valueOf = &dateOfXml, .form = "a date such as 2001-01-01T00:00:00Z"},
+     {.name = "data", .valueOf = &dataOfXml, .form = "base64"}}};
 constexpr const XmlScalar* XmlKey = &XmlScalars.front();
 
 /// The keyed archiver's reference number that the dictionary stands for.
@@ -199,8 +198,7 @@ class XmlReader {
 
   /// Throws PropertyListDamage.
   PropertyListValue read() {
-    // A declaration is the first thing for an XML parser, but space may stand before a property
-    // list.
+    // To the parser an XML declaration comes first, but space may precede a property list.
     skipped_ = std::min(characters_.find_first_not_of(XmlSpace), characters_.size());
     const std::string_view text = characters_.substr(skipped_);
     requireHere(std::in_range<int>(text.size()), "it is larger than 2 GiB");
@@ -213,7 +211,7 @@ class XmlReader {
     if (error == XML_ERROR_NO_MEMORY) {
       throw std::bad_alloc();
     }
-    require(status != XML_STATUS_ERROR, offset(), "as XML, ", XML_ErrorString(error));
+    requireIntact(status != XML_STATUS_ERROR, offset(), "as XML, ", XML_ErrorString(error));
     requireHere(top_.has_value(), "it holds no value");
     return std::move(*top_);
   }
@@ -224,9 +222,8 @@ class XmlReader {
     bool isArray = false;
     PropertyListValue::Array items;
     PropertyListDictionary entries;
-    /// Whether the next value is that of the key.
-    bool hasKey = false;
-    Text key;
+    /// The key whose value comes next.
+    std::optional<Text> key;
   };
 
   /// Calls one of the functions below. The parser is written in C: nothing may be thrown through
@@ -252,7 +249,7 @@ class XmlReader {
   }
 
   void skipEntity(const char* /*name*/, int /*isParameterEntity*/) {
-    throwDamage(offset(), "an entity is none of XML's own");
+    throwDamage(offset(), "an entity is not one of XML's five");
   }
 
   void start(const char* elementName, const char** /*attributes*/) {
@@ -286,7 +283,7 @@ class XmlReader {
       requireHere(!top_, "a second value follows the first");
     } else if (containers_.back().isArray) {
       requireHere(!isKey, "a key stands in an array");
-    } else if (containers_.back().hasKey) {
+    } else if (containers_.back().key) {
       requireHere(!isKey, "a key follows a key");
     } else {
       requireHere(isKey, "a value in a dictionary has no key before it");
@@ -314,16 +311,15 @@ class XmlReader {
   void endLeaf(const XmlScalar& leaf) {
     if (&leaf == XmlKey) {
       containers_.back().key = Text(content_);
-      containers_.back().hasKey = true;
       return;
     }
     auto value = leaf.valueOf(content_);
-    require(value.has_value(), leafOffset_, "the text of this element is no ", leaf.noun);
+    requireIntact(value.has_value(), leafOffset_, "the text of this element must be ", leaf.form);
     add(std::move(*value));
   }
 
   void endContainer() {
-    requireHere(!containers_.back().hasKey, "a key has no value");
+    requireHere(!containers_.back().key, "a key has no value");
     Container container = std::move(containers_.back());
     containers_.pop_back();
     if (container.isArray) {
@@ -344,8 +340,8 @@ class XmlReader {
     if (container.isArray) {
       container.items.push_back(std::move(value));
     } else {
-      container.entries.insert_or_assign(std::move(container.key), std::move(value));
-      container.hasKey = false;
+      container.entries.insert_or_assign(*std::exchange(container.key, std::nullopt),
+                                         std::move(value));
     }
   }
 

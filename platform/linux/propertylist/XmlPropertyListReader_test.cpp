@@ -229,12 +229,12 @@ TEST(XmlPropertyListReader, RefusesMalformedPropertyListsAndSaysWhere) {
        xmlDamagedAt(1, 7, "a value in a dictionary has no key before it")},
       {"<dict><key>a</key></dict>", xmlDamagedAt(1, 19, "a key has no value")},
       {"<array><integer>1x</integer></array>",
-       xmlDamagedAt(1, 8, "the text of this element is no integer of at most 64 bits")},
-      {"<real>one</real>", xmlDamagedAt(1, 1, "the text of this element is no real number")},
+       xmlDamagedAt(1, 8, "the text of this element must be an integer of at most 64 bits")},
+      {"<real>one</real>", xmlDamagedAt(1, 1, "the text of this element must be a real number")},
       {"<date>today</date>",
-       xmlDamagedAt(1, 1, "the text of this element is no date such as 2001-01-01T00:00:00Z")},
-      {"<data>A</data>", xmlDamagedAt(1, 1, "the text of this element is no base64")},
-      {"<true>1</true>", xmlDamagedAt(1, 1, "the text of this element is no part of a boolean")},
+       xmlDamagedAt(1, 1, "the text of this element must be a date such as 2001-01-01T00:00:00Z")},
+      {"<data>A</data>", xmlDamagedAt(1, 1, "the text of this element must be base64")},
+      {"<true>1</true>", xmlDamagedAt(1, 1, "the text of this element must be empty")},
       {"<array>", xmlDamagedAt(1, 8, "as XML, no element found")},
       {"<array></dict>", xmlDamagedAt(1, 10, "as XML, mismatched tag")},
       {"<true/>more", xmlDamagedAt(1, 8, "as XML, junk after document element")},
@@ -254,7 +254,7 @@ TEST(XmlPropertyListReader, RefusesDeclarationsAndEntitiesOfTheDocumentsOwn) {
   EXPECT_NE(errorOfXml("<!DOCTYPE plist []><true/>").find(ownDeclarations), std::string::npos);
   EXPECT_EQ(errorOfXml("<string>&nbsp;</string>"), xmlDamagedAt(1, 9, "as XML, undefined entity"));
   EXPECT_EQ(errorOfXml("<!DOCTYPE plist SYSTEM \"file:///etc/passwd\"><string>&own;</string>"),
-            xmlDamagedAt(1, 53, "an entity is none of XML's own"));
+            xmlDamagedAt(1, 53, "an entity is not one of XML's five"));
 }
 
 TEST(XmlPropertyListReader, ReadsAsManyNestedContainersAsTheBound) {
