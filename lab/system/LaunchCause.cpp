@@ -38,9 +38,9 @@ std::optional<std::string> flawOfListener(const LabPlatform& platform, const std
   if (sockets.connect(connection.get(), socket) != 0) {
     return std::nullopt;
   }
-  const PeerVerdict verdict =
+  const auto verified =
       verifyPeer(sockets, platform.codeSigning, connection.get(), AcceptedHostIdentifiers);
-  return verdict.error ? verdict.error->localizedDescription().value_or("") : std::string();
+  return verified ? std::string() : verified.error().localizedDescription().value_or("");
 }
 
 std::string causeOf(const LaunchedHost& host, const LabPlatform& platform,
