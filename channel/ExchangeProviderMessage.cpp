@@ -44,7 +44,8 @@ std::optional<Error> Connection::send(std::span<const std::uint8_t> bytes) const
     if (sent > 0) {
       bytes = bytes.subspan(static_cast<std::size_t>(sent));
     } else if (sent == 0 || errno != EINTR) {
-      // Sending nothing sets no errno: the error then carries that of an earlier call.
+      // A result of 0 sets no errno, so the error may carry that of an earlier call. That will do:
+      // a socket has no reason to send nothing, and the error only has to end the exchange.
       return systemCallError("Writing to Korvan");
     }
   }

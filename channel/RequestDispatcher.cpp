@@ -40,10 +40,10 @@ struct PendingRequest {
   DecodedProviderMessage answer = {};
 };
 
-/// Empty without a container.
-std::string socketPathIn(std::optional<std::string> container) {
+/// The path of the host's socket, if there is a container to hold it.
+std::optional<std::string> socketPathIn(std::optional<std::string> container) {
   if (!container || container->empty()) {
-    return {};
+    return std::nullopt;
   }
   std::string path = *std::move(container);
   if (path.back() != '/') {
@@ -152,14 +152,11 @@ void completeOnMain(std::shared_ptr<PendingRequest> pending) {
 void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
                              std::weak_ptr<const void> controller, ProviderMessage request,
                              ProviderCompletion completion) {
-  // Both calls are made before either result is judged, so that the platform sees the same calls
-  // for every request.
-  auto container = services->appGroupContainers.containerPath(AppGroupIdentifier);
+  auto socketPath = socketPathIn(services->appGroupContainers.containerPath(AppGroupIdentifier));
   auto encoded = services->propertyLists.encodeBinary(request);
-  std::string socketPath = socketPathIn(std::move(container));
-  // Reported before an encoding error: without a container no request can be served, whatever it
-  // contains.
-  if (socketPath.empty()) {
+  // Of two failures the container's is the one to report: without a container no request can be
+  // served, whatever it contains.
+  if (!socketPath) {
     if (completion) {
       completion(failureResponse(provider_error_code::unavailable,
                                  "The Korvan App Group is unavailable."));
@@ -174,7 +171,7 @@ void dispatchProviderRequest(const std::shared_ptr<const Services>& services,
     }
     return;
   }
-  auto pending = std::make_shared<PendingRequest>(services, std::move(socketPath),
+  auto pending = std::make_shared<PendingRequest>(services, *std::move(socketPath),
                                                   *std::move(encoded), std::move(request),
                                                   std::move(completion), std::move(controller));
   services->queues.asyncBackground([pending = std::move(pending)]() mutable {
