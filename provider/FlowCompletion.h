@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -16,7 +17,7 @@ template <typename OnSuccess>
     std::shared_ptr<CredentialProviderViewController> controller, OnSuccess onSuccess) {
   return [controller = std::move(controller), onSuccess](const ProviderMessage& response) {
     if (booleanForKey(response, provider_message_key::ok)) {
-      onSuccess(*controller, response);
+      std::invoke(onSuccess, *controller, response);
     } else {
       controller->cancelForResponse(response);
     }

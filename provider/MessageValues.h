@@ -29,8 +29,8 @@ template <typename Object, typename Field>
 }
 
 /// The relying party's preference, or the platform's default.
-[[nodiscard]] inline PropertyListValue preferenceOrPreferred(const std::string* preference,
-                                                             const OperatingSystem& system) {
+[[nodiscard]] inline PropertyListValue userVerificationOrDefault(const std::string* preference,
+                                                                 const OperatingSystem& system) {
   return Text(preference != nullptr ? *preference : system.preferredUserVerification());
 }
 

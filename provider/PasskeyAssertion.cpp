@@ -26,14 +26,6 @@ ProviderMessage recordOf(const PasskeyCredentialRequest* request) {
   };
 }
 
-ProviderCompletion assertionCompletion(
-    std::shared_ptr<CredentialProviderViewController> controller) {
-  return flowCompletion(std::move(controller), [](CredentialProviderViewController& self,
-                                                  const ProviderMessage& response) {
-    self.completeAssertionWithResponse(response);
-  });
-}
-
 }  // namespace
 
 ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
@@ -46,8 +38,8 @@ ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
   const PropertyListValue* const recordIdentifier = valueForKey(record, key::recordIdentifier);
   const PropertyListValue* const credentialID = valueForKey(record, key::credentialID);
 
-  // Request parameters come with a credential list, where no credential request counts. They decide
-  // even where they leave a field none: a fallback would mix the fields of two requests.
+  // Request parameters come with a credential list, where no credential request counts. They take
+  // precedence even for a field that they leave out: a fallback would mix two requests.
   const std::string* const relyingPartyIdentifier =
       parameters != nullptr ? fieldOf(parameters, &Parameters::relyingPartyIdentifier)
                             : fieldOf(identity, &Identity::relyingPartyIdentifier);
@@ -73,7 +65,7 @@ ProviderMessage CredentialProviderViewController::assertionRequestForRecord(
       {key::type, interactive ? provider_request_type::interactiveAssertion
                               : provider_request_type::assertion},
       {key::userVerificationPreference,
-       preferenceOrPreferred(userVerificationPreference, services_->operatingSystem)},
+       userVerificationOrDefault(userVerificationPreference, services_->operatingSystem)},
   };
 }
 
@@ -95,7 +87,8 @@ void CredentialProviderViewController::requestInteractiveAssertion() {
   const bool allowsUserInteraction = true;
   const bool interactive = true;
   performRequest(assertionRequestForRecord(record, allowsUserInteraction, interactive),
-                 assertionCompletion(shared_from_this()));
+                 flowCompletion(shared_from_this(),
+                                &CredentialProviderViewController::completeAssertionWithResponse));
 }
 
 void CredentialProviderViewController::prepareCredentialListForServiceIdentifiers(
@@ -123,7 +116,8 @@ void CredentialProviderViewController::provideCredentialWithoutUserInteractionFo
   const bool interactive = false;
   performRequest(
       assertionRequestForRecord(recordOf(request.get()), allowsUserInteraction, interactive),
-      assertionCompletion(shared_from_this()));
+      flowCompletion(shared_from_this(),
+                     &CredentialProviderViewController::completeAssertionWithResponse));
 }
 
 void CredentialProviderViewController::prepareInterfaceToProvideCredentialForRequest(

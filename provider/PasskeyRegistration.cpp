@@ -32,14 +32,6 @@ PropertyListValue::Array excludedCredentialIDs(const OperatingSystem& operatingS
   return identifiers;
 }
 
-ProviderCompletion registrationCompletion(
-    std::shared_ptr<CredentialProviderViewController> controller) {
-  return flowCompletion(std::move(controller), [](CredentialProviderViewController& self,
-                                                  const ProviderMessage& response) {
-    self.completeRegistrationWithResponse(response);
-  });
-}
-
 }  // namespace
 
 ProviderMessage CredentialProviderViewController::registrationRequestDictionary(
@@ -58,8 +50,8 @@ ProviderMessage CredentialProviderViewController::registrationRequestDictionary(
       {key::userHandle, dataOrEmpty(fieldOf(identity, &Identity::userHandle))},
       {key::userName, stringOrEmpty(fieldOf(identity, &Identity::userName))},
       {key::userVerificationPreference,
-       preferenceOrPreferred(fieldOf(request, &Request::userVerificationPreference),
-                             services_->operatingSystem)},
+       userVerificationOrDefault(fieldOf(request, &Request::userVerificationPreference),
+                                 services_->operatingSystem)},
   };
 }
 
@@ -77,8 +69,10 @@ void CredentialProviderViewController::requestInteractiveRegistration() {
   const PasskeyRequest request = registrationRequest();
   const bool allowsUserInteraction = true;
   const bool conditional = false;
-  performRequest(registrationRequestDictionary(request.get(), allowsUserInteraction, conditional),
-                 registrationCompletion(shared_from_this()));
+  performRequest(
+      registrationRequestDictionary(request.get(), allowsUserInteraction, conditional),
+      flowCompletion(shared_from_this(),
+                     &CredentialProviderViewController::completeRegistrationWithResponse));
 }
 
 void CredentialProviderViewController::prepareInterfaceForPasskeyRegistration(
@@ -103,7 +97,8 @@ void CredentialProviderViewController::performPasskeyRegistrationWithoutUserInte
   const bool conditional = true;
   performRequest(
       registrationRequestDictionary(registrationRequest.get(), allowsUserInteraction, conditional),
-      registrationCompletion(shared_from_this()));
+      flowCompletion(shared_from_this(),
+                     &CredentialProviderViewController::completeRegistrationWithResponse));
 }
 
 }  // namespace korvan
