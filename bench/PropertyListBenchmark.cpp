@@ -81,7 +81,11 @@ AssertionRequest requestWith(std::size_t allowedCredentials) {
 
 Data encodeWithProduct(const PropertyListSerialization& serialization,
                        const AssertionRequest& request) {
-  return serialization.encodeBinary(request.controller->assertionRequestForRecord({}, true, true))
+  const bool allowsUserInteraction = true;
+  const bool interactive = true;
+  return serialization
+      .encodeBinary(
+          request.controller->assertionRequestForRecord({}, allowsUserInteraction, interactive))
       .value_or(Data());
 }
 

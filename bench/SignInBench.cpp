@@ -80,7 +80,10 @@ void SignInBench::signIn() {
 Data SignInBench::encodedRequest() const {
   const auto controller = std::make_shared<CredentialProviderViewController>(services_);
   controller->setCredentialRequest(request_);
-  return *propertyLists_.encodeBinary(controller->assertionRequestForRecord({}, false, false));
+  const bool allowsUserInteraction = false;
+  const bool interactive = false;
+  return *propertyLists_.encodeBinary(
+      controller->assertionRequestForRecord({}, allowsUserInteraction, interactive));
 }
 
 Data SignInBench::encodedAnswer() {

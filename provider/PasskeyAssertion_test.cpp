@@ -15,6 +15,12 @@ class PasskeyAssertion : public ControllerFixture {
             {"credentialID", bytes("the ID")}};
   }
 
+  ProviderMessage silentRequest(const ProviderMessage& record = {}) {
+    const bool allowsUserInteraction = false;
+    const bool interactive = false;
+    return controller->assertionRequestForRecord(record, allowsUserInteraction, interactive);
+  }
+
   const PropertyListValue& value(const ProviderMessage& message, std::string_view key) {
     const PropertyListValue* const found = valueForKey(message, key);
     EXPECT_NE(found, nullptr) << key;
@@ -97,33 +103,31 @@ TEST_F(PasskeyAssertion, CredentialListWithoutAnyFieldSendsEmptyValuesAndThePref
 
 TEST_F(PasskeyAssertion, RecordWinsOverTheIdentity) {
   controller->setCredentialRequest(passkeyRequest());
-  const auto request = controller->assertionRequestForRecord(
-      {{"recordIdentifier", "another"}, {"credentialID", bytes("other")}}, false, false);
+  const auto request =
+      silentRequest({{"recordIdentifier", "another"}, {"credentialID", bytes("other")}});
   EXPECT_EQ(value(request, "recordIdentifier"), "another");
   EXPECT_EQ(value(request, "credentialID"), bytes("other"));
 }
 
 TEST_F(PasskeyAssertion, EachEntryThatTheRecordLacksComesFromTheIdentity) {
   controller->setCredentialRequest(passkeyRequest());
-  const auto neither = controller->assertionRequestForRecord({}, false, false);
+  const auto neither = silentRequest();
   EXPECT_EQ(value(neither, "recordIdentifier"), "record 7");
   EXPECT_EQ(value(neither, "credentialID"), bytes("credential"));
-  const auto one =
-      controller->assertionRequestForRecord({{"recordIdentifier", "another"}}, false, false);
+  const auto one = silentRequest({{"recordIdentifier", "another"}});
   EXPECT_EQ(value(one, "recordIdentifier"), "another");
   EXPECT_EQ(value(one, "credentialID"), bytes("credential"));
 }
 
 TEST_F(PasskeyAssertion, RecordsEntriesAreTakenAsTheyStand) {
-  const auto request =
-      controller->assertionRequestForRecord({{"recordIdentifier", 7}}, false, false);
+  const auto request = silentRequest({{"recordIdentifier", 7}});
   EXPECT_EQ(value(request, "recordIdentifier"), 7);
 }
 
 TEST_F(PasskeyAssertion, ParametersWinOverTheRequest) {
   controller->setCredentialRequest(passkeyRequest());
   controller->setRequestParameters(requestParameters());
-  const auto request = controller->assertionRequestForRecord({}, false, false);
+  const auto request = silentRequest();
   EXPECT_EQ(value(request, "relyingPartyIdentifier"), "list.example");
   EXPECT_EQ(value(request, "clientDataHash"), bytes("hash of the list"));
   EXPECT_EQ(value(request, "userVerificationPreference"), "discouraged");
@@ -133,7 +137,7 @@ TEST_F(PasskeyAssertion, ParametersWinOverTheRequest) {
 TEST_F(PasskeyAssertion, FieldThatTheParametersLackIsNotTakenFromTheRequest) {
   controller->setCredentialRequest(passkeyRequest());
   controller->setRequestParameters(std::make_shared<PasskeyCredentialRequestParameters>());
-  const auto request = controller->assertionRequestForRecord({}, false, false);
+  const auto request = silentRequest();
   EXPECT_EQ(value(request, "relyingPartyIdentifier"), "");
   EXPECT_EQ(value(request, "clientDataHash"), Data());
   EXPECT_EQ(value(request, "userVerificationPreference"), "preferred");
@@ -141,9 +145,7 @@ TEST_F(PasskeyAssertion, FieldThatTheParametersLackIsNotTakenFromTheRequest) {
 
 TEST_F(PasskeyAssertion, PreferredVerificationIsTheSystemsWord) {
   platform->operatingSystem.preferred = "the system's word";
-  EXPECT_EQ(
-      value(controller->assertionRequestForRecord({}, true, true), "userVerificationPreference"),
-      "the system's word");
+  EXPECT_EQ(value(silentRequest(), "userVerificationPreference"), "the system's word");
 }
 
 TEST_F(PasskeyAssertion, EmptyFieldsAreSentAsTheyAreAndNotReplaced) {
@@ -151,7 +153,7 @@ TEST_F(PasskeyAssertion, EmptyFieldsAreSentAsTheyAreAndNotReplaced) {
   parameters->userVerificationPreference = "";
   parameters->allowedCredentials = PropertyListValue::Array{Data()};
   controller->setRequestParameters(parameters);
-  const auto request = controller->assertionRequestForRecord({}, false, false);
+  const auto request = silentRequest();
   EXPECT_EQ(value(request, "userVerificationPreference"), "");
   EXPECT_EQ(value(request, "allowedCredentials"),
             PropertyListValue(PropertyListValue::Array{Data()}));
@@ -171,7 +173,7 @@ TEST_F(PasskeyAssertion, ManyAllowedCredentialsKeepTheirOrderAndDuplicates) {
   const auto parameters = requestParameters();
   parameters->allowedCredentials = PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B")};
   controller->setRequestParameters(parameters);
-  EXPECT_EQ(value(controller->assertionRequestForRecord({}, true, true), "allowedCredentials"),
+  EXPECT_EQ(value(silentRequest(), "allowedCredentials"),
             PropertyListValue(PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B")}));
 }
 

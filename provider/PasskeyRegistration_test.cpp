@@ -34,9 +34,14 @@ class PasskeyRegistration : public ControllerFixture {
     return request;
   }
 
+  ProviderMessage interactiveRequest(const PasskeyCredentialRequest* request) {
+    const bool allowsUserInteraction = true;
+    const bool conditional = false;
+    return controller->registrationRequestDictionary(request, allowsUserInteraction, conditional);
+  }
+
   PropertyListValue excludedFor(const PasskeyCredentialRequest& request) {
-    return *valueForKey(controller->registrationRequestDictionary(&request, true, false),
-                        "excludedCredentials");
+    return *valueForKey(interactiveRequest(&request), "excludedCredentials");
   }
 };
 
@@ -61,31 +66,32 @@ TEST_F(PasskeyRegistration, RequestWithoutAnyFieldSendsEmptyValuesAndThePreferre
                                  {"allowsUserInteraction", true},
                                  {"conditional", false}};
   PasskeyCredentialRequest request;
-  EXPECT_EQ(controller->registrationRequestDictionary(&request, true, false), expected);
+  EXPECT_EQ(interactiveRequest(&request), expected);
   request.credentialIdentity = PasskeyCredentialIdentity();
-  EXPECT_EQ(controller->registrationRequestDictionary(&request, true, false), expected);
-  EXPECT_EQ(controller->registrationRequestDictionary(nullptr, true, false), expected);
+  EXPECT_EQ(interactiveRequest(&request), expected);
+  EXPECT_EQ(interactiveRequest(nullptr), expected);
 }
 
 TEST_F(PasskeyRegistration, SilentFlowWithoutARequestSendsEmptyValues) {
   hostAnswers(successfulAnswer());
   controller->performPasskeyRegistrationWithoutUserInteractionIfPossible(nullptr);
   runAll();
-  EXPECT_EQ(sentRequest(), controller->registrationRequestDictionary(nullptr, false, true));
+  const bool allowsUserInteraction = false;
+  const bool conditional = true;
+  EXPECT_EQ(sentRequest(),
+            controller->registrationRequestDictionary(nullptr, allowsUserInteraction, conditional));
 }
 
 TEST_F(PasskeyRegistration, PreferredVerificationIsTheSystemsWord) {
   platform->operatingSystem.preferred = "the system's word";
-  EXPECT_EQ(*valueForKey(controller->registrationRequestDictionary(nullptr, true, false),
-                         "userVerificationPreference"),
+  EXPECT_EQ(*valueForKey(interactiveRequest(nullptr), "userVerificationPreference"),
             "the system's word");
 }
 
 TEST_F(PasskeyRegistration, SupportedAlgorithmsKeepTheirOrder) {
   const auto request = passkeyRequest();
   request->supportedAlgorithms = PropertyListValue::Array{-257, -7, -8, -7};
-  EXPECT_EQ(*valueForKey(controller->registrationRequestDictionary(request.get(), true, false),
-                         "supportedAlgorithms"),
+  EXPECT_EQ(*valueForKey(interactiveRequest(request.get()), "supportedAlgorithms"),
             PropertyListValue(PropertyListValue::Array{-257, -7, -8, -7}));
 }
 
@@ -124,7 +130,7 @@ TEST_F(PasskeyRegistration, BuilderReadsOnlyItsArgument) {
   controller->setRegistrationRequest(passkeyRequest());
   controller->setCredentialRequest(passkeyRequest());
   controller->setRequestParameters(requestParameters());
-  const auto request = controller->registrationRequestDictionary(nullptr, true, false);
+  const auto request = interactiveRequest(nullptr);
   EXPECT_EQ(*valueForKey(request, "relyingPartyIdentifier"), "");
   EXPECT_EQ(*valueForKey(request, "clientDataHash"), Data());
 }
