@@ -88,7 +88,7 @@ class Bridge {
   }
 
   static gboolean inputEnded(gint /*descriptor*/, GIOCondition /*condition*/, gpointer bridge) {
-    BrowserAnswer answer = refusalAnswer("", "the page took its request back");
+    BrowserAnswer answer = refusalAnswer("", "the page took its request back, or is gone");
     answer.errorName = "AbortError";
     auto& self = *static_cast<Bridge*>(bridge);
     self.end_ = Clock::now();

@@ -11,16 +11,21 @@
   const base64Url = (source) => {
     const bytes = ArrayBuffer.isView(source)
       ? new Uint8Array(source.buffer, source.byteOffset, source.byteLength) : new Uint8Array(source);
-    return btoa(String.fromCharCode(...bytes)).replaceAll('+', '-').replaceAll('/', '_').replaceAll('=', '');
+    return btoa(Array.from(bytes, (byte) => String.fromCharCode(byte)).join('')).replaceAll('+', '-').replaceAll('/', '_').replaceAll('=', '');
   };
 
-  const create = CredentialsContainer.prototype.create;
-  CredentialsContainer.prototype.create = async function (options) {
-    if (options?.mediation === 'conditional' && options.publicKey) {
-      await tell({conditional: base64Url(options.publicKey.challenge)});
-    }
-    return create.call(this, options);
-  };
+  for (const method of ['create', 'get']) {
+    const original = CredentialsContainer.prototype[method];
+    CredentialsContainer.prototype[method] = async function (options) {
+      if (!options?.publicKey) return original.call(this, options);
+      const challenge = base64Url(options.publicKey.challenge);
+      if (method === 'create' && options.mediation === 'conditional') await tell({conditional: challenge});
+      const outcome = original.call(this, options);
+      // Closes with the page, too: the proxy does not tell of a page that goes away.
+      const port = chrome.runtime.connect(worker, {name: challenge});
+      return outcome.finally(() => port.disconnect());
+    };
+  }
 
   for (const method of ['signalUnknownCredential', 'signalAllAcceptedCredentials', 'signalCurrentUserDetails']) {
     const original = PublicKeyCredential[method];

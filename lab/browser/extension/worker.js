@@ -3,8 +3,10 @@
 const bridgeName = 'example.korvan.lab.browser_bridge';
 const proxy = chrome.webAuthenticationProxy;
 
-// The ports of requests that have no answer yet, by the requests' IDs.
-const ports = new Map();
+// The requests that have no answer yet, by their IDs: their challenges and the ports of their bridges.
+const requests = new Map();
+// The ports of the pages that wait for an answer, each with the challenge as its name.
+const pages = new Set();
 // The challenges of pages that want a passkey without asking the user, which the proxy does not tell.
 const conditionalChallenges = new Set();
 
@@ -27,14 +29,15 @@ function ask(message, answered) {
 function serve(kind, {requestId, requestDetailsJson}, complete) {
   const details = JSON.parse(requestDetailsJson);
   const conditional = conditionalChallenges.delete(details.challenge);
-  ports.set(requestId, ask({kind, details, conditional}, async ({response, error}) => {
-    if (!ports.delete(requestId)) return;
+  const bridge = ask({kind, details, conditional}, async ({response, error}) => {
+    if (!requests.delete(requestId)) return;
     try {
       await complete(error ? {requestId, error} : {requestId, responseJson: JSON.stringify(response)});
     } catch (refusal) {
       await complete({requestId, error: {name: 'NotAllowedError', message: `The browser refused the answer: ${refusal.message}`}});
     }
-  }));
+  });
+  requests.set(requestId, {challenge: details.challenge, bridge});
 }
 
 proxy.onCreateRequest.addListener((request) => serve('create', request, proxy.completeCreateRequest));
@@ -42,9 +45,23 @@ proxy.onGetRequest.addListener((request) => serve('get', request, proxy.complete
 proxy.onIsUvpaaRequest.addListener(({requestId}) => proxy.completeIsUvpaaRequest({requestId, isUvpaa: true}));
 
 // The bridge ends when its port closes, and takes its notice with it.
-proxy.onRequestCanceled.addListener((requestId) => {
-  ports.get(requestId)?.disconnect();
-  ports.delete(requestId);
+function cancel(requestId) {
+  requests.get(requestId)?.bridge.disconnect();
+  requests.delete(requestId);
+}
+
+proxy.onRequestCanceled.addListener(cancel);
+
+chrome.runtime.onConnectExternal.addListener((page) => {
+  pages.add(page);
+  page.onDisconnect.addListener(() => {
+    pages.delete(page);
+    // Another request with the same challenge may have come since.
+    if ([...pages].some(({name}) => name === page.name)) return;
+    for (const [requestId, {challenge}] of requests) {
+      if (challenge === page.name) cancel(requestId);
+    }
+  });
 });
 
 // A page may speak for its own relying party only.

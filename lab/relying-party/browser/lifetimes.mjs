@@ -18,7 +18,7 @@ import {
 } from './ceremonies.mjs';
 import { Site } from './site.mjs';
 
-const { KORVAN_BROKEN_HOST: brokenHost } = process.env;
+const { KORVAN_BROKEN_HOST: brokenHost, KORVAN_SAMPLE_HOST: sampleHost } = process.env;
 
 /** A container with a host that makes this mistake, or without a host. */
 async function containerWith(t, mistake) {
@@ -77,22 +77,77 @@ test('a tab signs in while another waits for the host', { timeout: patience }, a
   );
 });
 
-test('an aborted request takes its notice away', { timeout: patience }, async (t) => {
+test('a request that ends early takes its notice away', { timeout: 2 * patience }, async (t) => {
   const site = await Site.start(t);
   const page = site.page('first');
   const display = await startDisplay(t);
   const container = await containerWith(t);
   const browser = await Browser.start(t, page, options(container), { environment: display });
-  const { outcome, abort } = page.getAbortably(await authenticationOptions());
   const notice = ['search', '--onlyvisible', '--name', '^Korvan$'];
-  await until(() => tellDisplay(display, ...notice));
 
-  await abort();
-  assert.equal((await outcome).error.name, 'AbortError');
-  // It ended by itself: the browser would have killed it, wordless, had it not.
+  /** Has `asking` ask, and ends the request when the notice is there. */
+  async function expectGone(asking, endRequest) {
+    const request = asking.getAbortably(await authenticationOptions());
+    await until(() => tellDisplay(display, ...notice));
+    await endRequest(request);
+    // It ended by itself: the browser would have killed it, wordless, had it not.
+    assert.match((await browser.story()).outcome, /^AbortError\b/);
+    await until(() => !tellDisplay(display, ...notice));
+    await until(() => !browser.process('browser-bridge'));
+  }
+
+  await t.test('when the page aborts it', async () => {
+    await expectGone(page, async ({ abort, outcome }) => {
+      await abort();
+      assert.equal((await outcome).error.name, 'AbortError');
+    });
+  });
+
+  await t.test('when its frame is removed', async () => {
+    const frame = await page.openFrame('frame');
+    await expectGone(frame, () => page.removeFrame());
+  });
+
+  await t.test('when its tab goes to another page', async () => {
+    const tab = await page.openTab('second');
+    await expectGone(tab, () => tab.leave());
+  });
+
+  await t.test('when its tab is closed', async () => {
+    const tab = await page.openTab('third');
+    await expectGone(tab, () => tab.close());
+  });
+});
+
+test('a request that ends early ends no other', { timeout: patience }, async (t) => {
+  const container = join(await makeDirectory(t), 'container');
+  const host = await startHost(t, sampleHost, container);
+  const site = await Site.start(t);
+  const page = site.page('first');
+  const browser = await Browser.start(t, page, ['--headless', ...options(container)]);
+  const creation = await registrationOptions('alice');
+  const passkey = await acceptedRegistration(creation, await page.create(creation), page.origin);
+  assert.equal((await browser.story()).outcome, 'credential');
+
+  // A host that is stopped could not be ended.
+  atEnd(t, () => host.kill('SIGCONT'));
+  host.kill('SIGSTOP');
+  const request = await authenticationOptions([passkey.id]);
+  const first = page.getAbortably(request);
+  await until(() => browser.process('browser-bridge'));
+  const second = first.abortAndGet(request);
+  assert.equal((await first.outcome).error.name, 'AbortError');
   assert.match((await browser.story()).outcome, /^AbortError\b/);
-  await until(() => !tellDisplay(display, ...notice));
-  await until(() => !browser.process('browser-bridge'));
+
+  const tab = await page.openTab('second');
+  tab.get(await authenticationOptions([passkey.id]));
+  const isBridge = (command) => command.includes('browser-bridge');
+  await until(() => [...browser.processes().values()].filter(isBridge).length === 2);
+  tab.close();
+  assert.match((await browser.story()).outcome, /^AbortError\b/);
+
+  host.kill('SIGCONT');
+  await acceptedSignIn(request, await second, page.origin, passkey);
 });
 
 /** Ends the browser or the command in the middle of a request, and returns the command's status. */

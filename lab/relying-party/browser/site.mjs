@@ -23,15 +23,26 @@ class Page {
   get = (options) => this.#tell({ kind: 'get', options }).outcome;
   signal = (method, details) => this.#tell({ kind: 'signal', method, details }).outcome;
 
-  /** Asks for a passkey until it is aborted. */
+  /** Asks for a passkey until it is aborted, in favor of another request or not. */
   getAbortably(options) {
     const { id, outcome } = this.#tell({ kind: 'get', options });
-    return { outcome, abort: () => this.#done({ kind: 'abort', request: id }) };
+    return {
+      outcome,
+      abort: () => this.#done({ kind: 'abort', request: id }),
+      abortAndGet: (other) =>
+        this.#tell({ kind: 'abortAndGet', request: id, options: other }).outcome,
+    };
   }
 
   /** Opens a page of another origin in a frame of this one, or one of its own in a tab. */
   openFrame = (name) => this.#open('openFrame', name, 1);
   openTab = (name) => this.#open('openTab', name, 0);
+
+  removeFrame = () => this.#done({ kind: 'removeFrame' });
+
+  /** Goes elsewhere, or closes the tab. Nothing tells that it has. */
+  leave = () => void this.#tell({ kind: 'leave' });
+  close = () => void this.#tell({ kind: 'close' });
 
   /** Serves the page its next step, when there is one. */
   serveStep(response) {
