@@ -19,7 +19,7 @@
 namespace korvan::lab {
 namespace {
 
-namespace keys = provider_message_key;
+namespace key = provider_message_key;
 using nlohmann::json;
 
 constexpr const char* RelyingPartyIdentifier = "localhost";
@@ -86,14 +86,14 @@ void set(ProviderMessage& message, std::string_view key, const std::optional<Dat
 
 /// The credential as the host's answer that it came from.
 ProviderMessage messageOf(const WebCredential& credential) {
-  ProviderMessage message{{keys::ok, true},
-                          {keys::relyingPartyIdentifier, RelyingPartyIdentifier},
-                          {keys::clientDataHash, sha256(credential.clientDataJSON)}};
-  set(message, keys::credentialID, credential.credentialID);
-  set(message, keys::attestationObject, credential.attestationObject);
-  set(message, keys::authenticatorData, credential.authenticatorData);
-  set(message, keys::signature, credential.signature);
-  set(message, keys::userHandle, credential.userHandle);
+  ProviderMessage message{{key::ok, true},
+                          {key::relyingPartyIdentifier, RelyingPartyIdentifier},
+                          {key::clientDataHash, sha256(credential.clientDataJSON)}};
+  set(message, key::credentialID, credential.credentialID);
+  set(message, key::attestationObject, credential.attestationObject);
+  set(message, key::authenticatorData, credential.authenticatorData);
+  set(message, key::signature, credential.signature);
+  set(message, key::userHandle, credential.userHandle);
   return message;
 }
 
