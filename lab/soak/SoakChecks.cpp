@@ -118,7 +118,7 @@ void checkLog(const SoakEvidence& evidence, bool isHostDown, Received& received,
     const std::string name = nameOf(request) + ", attempt " + std::to_string(attempt) + ",";
     const auto entry = received.extract({request.number, attempt});
     if (entry && (!sent.isRequestSent || sent.digest != entry.mapped())) {
-      flaws.push_back(name + " is in the host's log as something else than what was sent.");
+      flaws.push_back(name + " is in the host's log with other bytes than were sent.");
     }
     if (!entry && sent.isRequestSent && isRead && !isHostDown) {
       flaws.push_back(name + " was sent whole, but is not in the host's log.");

@@ -84,12 +84,12 @@ TEST_F(SoakChecks, NoticeASentRequestThatIsNotInTheLog) {
 
 TEST_F(SoakChecks, NoticeALoggedRequestThatWasNotSentWhole) {
   evidence.attempts.front() = {.isRequestSent = false, .digest = Digest};
-  expectOneFlaw("is in the host's log as something else than what was sent");
+  expectOneFlaw("is in the host's log with other bytes than were sent");
 }
 
 TEST_F(SoakChecks, NoticeALoggedRequestOfOtherBytes) {
   round.records = {received(7, Digest + 1)};
-  expectOneFlaw("is in the host's log as something else than what was sent");
+  expectOneFlaw("is in the host's log with other bytes than were sent");
 }
 
 TEST_F(SoakChecks, NoticeARequestThatIsLoggedTwice) {

@@ -24,7 +24,7 @@ std::expected<OperatingSystemVersion, std::string> parseOperatingSystemVersion(
   }
   if (!complete) {
     return std::unexpected("\"" + std::string(text) +
-                           "\" is no version; it must be one to three numbers with dots between "
+                           "\" is not a version; it must be one to three numbers with dots between "
                            "them, such as 15.0");
   }
   return OperatingSystemVersion{.major = numbers[0], .minor = numbers[1], .patch = numbers[2]};

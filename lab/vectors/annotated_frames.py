@@ -110,7 +110,7 @@ class Body:
     def dictionary_pieces(self):
         kind, count, start = self.kind_and_count(0)
         if kind != 0xD:
-            raise ValueError("the top object is no dictionary")
+            raise ValueError("the top object is not a dictionary")
         middle = start + count * self.number_size
         yield self.body[self.offsets[0] : start], f"0: dictionary of {count}"
         yield self.body[start:middle], "the numbers of its keys,"

@@ -149,7 +149,7 @@ TEST_F(KorvanLabTest, FailsWithAClearErrorWhenItCannotStart) {
        {Row{{"call", missing}, missing}, Row{{"call", directory}, directory},
         Row{{"call", "--trust-anchor", missing}, missing},
         Row{{"call", "--trust-anchor", stage_.file("garbage")}, stage_.file("garbage")},
-        Row{{"call", "--os-version", "fifteen"}, "\"fifteen\" is no version"},
+        Row{{"call", "--os-version", "fifteen"}, "\"fifteen\" is not a version"},
         Row{{"call", "--notice", "x"}, "must be press-ok, leave, terminal or window"},
         Row{{"call", "--container", ""}, "must be a directory, or none"},
         Row{{"sign-in", "--list", "--interactive"}, " excludes --"},
@@ -245,9 +245,9 @@ TEST_F(KorvanLabTest, DoesNotOpenAHostThatRunsWithoutListening) {
 }
 
 TEST_F(KorvanLabTest, SignsPeopleInAndChecksTheSignature) {
-  for (const std::vector<std::string>& road :
+  for (const std::vector<std::string>& options :
        {std::vector<std::string>{}, {"--interactive"}, {"--list"}}) {
-    auto arguments = road;
+    auto arguments = options;
     arguments.insert(arguments.begin(), "sign-in");
     const auto result = runLab(arguments);
     EXPECT_EQ(result.status, 0) << result.errors << result.output;
