@@ -16,7 +16,7 @@ namespace korvan {
 namespace {
 
 // What each system call can fail with, from its Linux manual page (section 2) and from unix(7).
-// EINTR of send and recv is missing, since it is no failure: the call is repeated.
+// EINTR of send and recv is missing, since it is not a failure: the call is repeated.
 
 const std::vector<int> SocketErrors{EACCES,  EAFNOSUPPORT, EINVAL,          EMFILE,         ENFILE,
                                     ENOBUFS, ENOMEM,       EPROTONOSUPPORT, ESOCKTNOSUPPORT};

@@ -1,5 +1,5 @@
-// What becomes of a request when memory runs out, at each of its allocations in turn. Each is tried
-// in a process of its own, since it ends the process.
+// How a request ends when memory runs out, at each of its allocations in turn. Each is tried in a
+// process of its own, since it ends the process.
 
 #include <algorithm>
 #include <cstdlib>

@@ -177,7 +177,7 @@ TEST_F(PasskeyAssertion, ManyAllowedCredentialsKeepTheirOrderAndDuplicates) {
             PropertyListValue(PropertyListValue::Array{bytes("B"), bytes("A"), bytes("B")}));
 }
 
-// What becomes of the answer.
+// What an answer does.
 
 TEST_F(PasskeyAssertion, SuccessfulAnswerCompletesWithExactlyItsSixValues) {
   hostAnswers(successfulAnswer());

@@ -51,7 +51,7 @@ class Vault:
             request = plistlib.loads(body, fmt=plistlib.FMT_BINARY)
             with self.lock:  # one at a time, so that no change is lost
                 return {"ok": True, **self.HANDLERS[request["type"]](self, request)}
-        except Exception as error:  # also of a body that is no property list, an unknown type, a missing key
+        except Exception as error:  # also if the body is not a property list, or has an unknown type or lacks a key
             code, text = error.args if isinstance(error, Refusal) else ("failed", f"Not served: {error!r}")
             return {"ok": False, "errorCode": code, "errorDescription": text}
 

@@ -263,7 +263,7 @@ constexpr auto Behaviors = std::to_array<Behavior>({
      [](Request request) { return fails(with(fields(request), key::ok, "true")); }},
     {"refuse", 100, [](Request request) { return refuses(request, false); }},
     {"refuseWithNotice", 30, [](Request request) { return refuses(request, true); }},
-    // Answers that are none.
+    // Frames without a valid answer.
     {"sendArray", 30,
      [](Request /*request*/) {
        return sends(frameOf(bytesOf("<array/>")), "Korvan returned an invalid response.");

@@ -1,4 +1,4 @@
-// Real hosts that SIGKILL ends at every stage of a request, or whose answer is none.
+// Real hosts that SIGKILL ends at every stage of a request, or that send no valid answer.
 
 #include <algorithm>
 #include <string>

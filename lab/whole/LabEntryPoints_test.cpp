@@ -1,5 +1,5 @@
 // Every entry point through `korvan-lab call`, with real hosts: what the host is sent, what the
-// platform is told, and what becomes of a refusal.
+// platform is told, and how a refusal ends.
 
 #include <string>
 #include <utility>

@@ -55,7 +55,7 @@ class Objects {
         [NSMutableDictionary dictionaryWithCapacity:dictionary.size()];
     for (const auto& [key, value] : dictionary) {
       NSString* const name = toNSString(key.view());
-      // A key that is no text makes the whole no property list.
+      // A key that is not text: the result is then not a property list, and is refused.
       objects[name != nil ? name : (id)NSNull.null] = of(value, depth + 1);
     }
     return objects;

@@ -52,7 +52,7 @@ NSLayoutConstraint* toNSLayoutConstraint(const LayoutConstraint& constraint) {
     return betweenAnchors(first, constraint.relation, toNSLayoutAnchor(*constraint.second),
                           constraint.constant);
   }
-  // A cast, because the class is no symbol that the system's library is known to have.
+  // Cast without a check, which would link to the class: the system's library may not export it.
   return toConstant((NSLayoutDimension*)first, constraint.relation, constraint.constant);
 }
 

@@ -81,7 +81,7 @@ NSString* toNSString(std::string_view characters) {
   if (!utf16) {
     return nil;
   }
-  // The encoding says the order of the bytes, so that U+FEFF at the start is no byte-order mark.
+  // The encoding gives the byte order, so U+FEFF at the start is not taken for a mark of it.
   return [[NSString alloc] initWithBytes:utf16->data()
                                   length:utf16->size() * sizeof(char16_t)
                                 encoding:NSUTF16LittleEndianStringEncoding];

@@ -292,7 +292,7 @@ class BinaryReader {
     --nesting_;
   }
 
-  /// Claims `width` bytes behind the object's first one, when objects of its kind can have them.
+  /// Claims `width` bytes after the object's first one. `isRight`: its kind can have that width.
   void claimFixed(Object& object, std::string_view kind, std::size_t width, bool isRight) {
     requireWidth(object.offset, kind, width, isRight);
     claim(object, object.offset + 1, width);

@@ -40,9 +40,9 @@ void append(Bytes& bytes, std::string_view text) {
   bytes.insert(bytes.end(), first, first + text.size());
 }
 
-/// An object of the stream, but for a container's references.
+/// An object of the stream, without a container's references.
 struct Object {
-  /// The object's first byte, but for a count or width in its low half.
+  /// The object's first byte, without the count or width in its low half.
   std::uint8_t marker = 0;
   /// A number's bits, or a container's members.
   std::uint64_t number = 0;

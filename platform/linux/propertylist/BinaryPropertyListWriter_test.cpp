@@ -254,7 +254,7 @@ TEST(BinaryPropertyListWriter, RefusesTextThatIsNotUtf8AndNamesItsPlace) {
   const std::vector<std::string_view> rows = {
       "\x80",              // a following byte alone
       "\xC3",              // nothing follows
-      "\xC3\x28",          // what follows is no following byte
+      "\xC3\x28",          // not a continuation byte
       "\xC0\x80",          // two bytes for what fits in one
       "\xE0\x80\xAF",      // three bytes for what fits in one
       "\xF0\x82\x82\xAC",  // four bytes for what fits in three

@@ -255,7 +255,7 @@ std::expected<PropertyListValue, PropertyListError> readOpenStepPropertyList(
   try {
     return OpenStepReader(characters).readTop();
   } catch (const PropertyListDamage& damage) {
-    // Whatever is no other format ends here, such as JSON.
+    // Whatever is in no other format ends here, such as JSON.
     return std::unexpected(
         errorOfDamage("The property list is neither binary nor XML, and as OpenStep text it",
                       viewOf(characters), damage));

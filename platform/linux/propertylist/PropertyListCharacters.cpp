@@ -12,7 +12,7 @@ constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view BigEndianMark = "\xFE\xFF";
 constexpr std::string_view LittleEndianMark = "\xFF\xFE";
 
-/// What follows the characters that could be read.
+/// The error for what is not text. `characters` are those before it.
 std::unexpected<PropertyListError> noTextAfter(std::string_view characters, std::string_view form) {
   return std::unexpected(PropertyListError{
       "The bytes are not a property list: at " + placeIn(characters, characters.size()) +

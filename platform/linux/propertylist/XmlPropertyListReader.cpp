@@ -29,7 +29,7 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(0, text.find_last_not_of(XmlSpace) + 1);
 }
 
-/// Takes a sign off the front; whether it was a minus.
+/// Takes a sign off the front. Returns whether it was a minus.
 bool takeSign(std::string_view& text) {
   const bool isNegative = text.starts_with('-');
   if (isNegative || text.starts_with('+')) {
