@@ -16,8 +16,8 @@ namespace korvan::lab::check {
 inline constexpr std::string_view LaunchUrl = "korvan:///launch?source=credential-provider";
 
 /// A host application that a run starts itself, in a session of its own. Killed with what it
-/// started in that session when this object goes; it gets SIGTERM when the thread that started it
-/// ends.
+/// started in that session when this object is destroyed; it gets SIGTERM when the thread that
+/// started it ends.
 class LaunchedProgram {
  public:
   /// `command` is the program, which the search path may lead to, and its arguments. start() adds

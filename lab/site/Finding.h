@@ -44,8 +44,8 @@ struct Finding {
   Subject subject = Subject::kinds;
   /// The finding in words.
   std::string words;
-  // Of failures and warnings, fit for a terminal: what was wanted and got, and which mistake leads
-  // to that, if it is known.
+  // Of failures and warnings, safe to print on a terminal: what was wanted and got, and which
+  // mistake leads to that, if it is known.
   // NOLINTBEGIN(readability-redundant-member-init): g++ warns where it is left out otherwise
   std::string wanted = {};
   std::string got = {};

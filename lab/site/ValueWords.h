@@ -14,16 +14,16 @@ namespace korvan::lab {
 /// A value's kind, such as "a string" or "data".
 [[nodiscard]] std::string kindOf(const PropertyListValue& value);
 
-/// A value with its kind, on one line and fit for a terminal; long ones are cut.
+/// A value with its kind, on one line and safe to print on a terminal; a long one is truncated.
 [[nodiscard]] std::string wordsFor(const PropertyListValue& value);
 
 /// The number of bytes, and the first of them in hexadecimal.
 [[nodiscard]] std::string wordsFor(const Data& bytes);
 
-/// A text in quotation marks, fit for a terminal; a long one is cut.
+/// A text in quotation marks, safe to print on a terminal; a long one is truncated.
 [[nodiscard]] std::string quotedText(std::string_view text);
 
-/// Bytes in hexadecimal, without anything between.
+/// Bytes in hexadecimal, without separators.
 [[nodiscard]] std::string hexadecimalOf(std::span<const std::uint8_t> bytes);
 
 /// The bytes that a text stands for, and the way it writes them, such as "base64".
@@ -36,15 +36,14 @@ struct WrittenBytes {
 /// words are base64 by chance.
 [[nodiscard]] std::optional<WrittenBytes> bytesWrittenAs(std::string_view text);
 
-/// True for two names that have the same letters and digits, whatever their case, and are not the
-/// same.
+/// True for two different names that have the same letters and digits, ignoring case.
 [[nodiscard]] bool differInSpelling(std::string_view left, std::string_view right);
 
 /// SHA-256. Throws std::runtime_error when the cryptographic library fails.
 [[nodiscard]] Data sha256(std::span<const std::uint8_t> bytes);
 [[nodiscard]] Data sha256(std::string_view text);
 
-/// How `got` came of `wanted`, if one of the usual mistakes explains it; otherwise empty.
+/// How `got` arose from `wanted`, if one of the usual mistakes explains it; otherwise empty.
 [[nodiscard]] std::string mistakeBetween(const Data& wanted, const Data& got);
 
 }  // namespace korvan::lab

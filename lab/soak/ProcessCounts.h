@@ -17,8 +17,8 @@ struct ProcessCounts {
 /// How many idle threads GLib keeps at most.
 [[nodiscard]] std::size_t spareThreads();
 
-/// How much more memory than before is not growth: what fragmentation may cost, whatever the number
-/// of requests.
+/// How much memory may grow without counting as a leak: what fragmentation may cost, whatever the
+/// number of requests.
 inline constexpr std::size_t ResidentTolerance = std::size_t{8} << 20U;
 
 /// The current counts, once finished threads have ended. If more than `threads` and the spare ones
