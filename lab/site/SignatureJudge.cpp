@@ -1,5 +1,7 @@
 #include "lab/site/SignatureJudge.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -105,10 +107,38 @@ std::optional<Data> asDer(const Data& raw) {
   return encoded;
 }
 
+/// The two numbers of 32 bytes in an Ecdsa-Sig-Value that may have too few or too many zeros before
+/// them.
+std::optional<Data> numbersIn(const Data& signature) {
+  constexpr std::uint8_t Integer = 0x02;
+  std::vector<std::uint8_t> numbers;
+  auto left = signature.bytes();
+  left = left.subspan(std::min<std::size_t>(left.size(), 2));
+  while (left.size() >= 2 && left[0] == Integer && left.size() - 2 >= left[1]) {
+    auto number = left.subspan(2, left[1]);
+    left = left.subspan(2 + number.size());
+    while (!number.empty() && number.front() == 0) {
+      number = number.subspan(1);
+    }
+    if (number.size() > ScalarSize) {
+      return std::nullopt;
+    }
+    numbers.insert(numbers.end(), ScalarSize - number.size(), 0);
+    numbers.insert(numbers.end(), number.begin(), number.end());
+  }
+  return Data(std::move(numbers));
+}
+
 std::vector<Guess<Data>> guessedSignatures(const Data& signature) {
   std::vector<Guess<Data>> guesses = {{.value = signature, .mistake = ""}};
   if (const auto der = asDer(signature)) {
     guesses.push_back({*der, "raw r‖s of 64 bytes; wanted is a DER Ecdsa-Sig-Value"});
+  }
+  const auto numbers = numbersIn(signature);
+  if (const auto der = numbers ? asDer(*numbers) : std::nullopt) {
+    guesses.push_back({*der,
+                       "with its integers written as DER has them: a zero before a first bit that "
+                       "is set, and no other"});
   }
   const std::string_view text(reinterpret_cast<const char*>(signature.bytes().data()),
                               signature.size());
