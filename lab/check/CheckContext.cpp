@@ -22,6 +22,15 @@ std::string secondsOf(std::chrono::milliseconds duration) {
   return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
 
+/// Leaves the first and the last items of a long array.
+void shortenArray(nlohmann::ordered_json& value) {
+  constexpr std::size_t Most = 8;
+  if (value.is_array() && value.size() > Most) {
+    const std::string left = "… " + std::to_string(value.size() - 2) + " more …";
+    value = {value.front(), left, value.back()};
+  }
+}
+
 }  // namespace
 
 CheckContext::CheckContext(CheckSettings settings, Voice say)
@@ -137,7 +146,11 @@ ProviderMessage CheckContext::answerOn(Connection& connection, const ProviderMes
 }
 
 std::string CheckContext::described(const ProviderMessage& message) const {
-  return messageJson(propertyLists_, encoded(message)).dump();
+  auto json = messageJson(propertyLists_, encoded(message));
+  for (auto& value : json) {
+    shortenArray(value);
+  }
+  return json.dump();
 }
 
 Data CheckContext::encoded(const ProviderMessage& message) const {

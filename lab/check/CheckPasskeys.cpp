@@ -69,7 +69,11 @@ const CheckPasskey& CheckPasskeys::second() {
 
 const CheckPasskey& CheckPasskeys::other() {
   if (other_ == nullptr) {
-    other_ = &make(OtherRelyingParty, "alice");
+    // Of the same user, whom a host must not take for the one at the first relying party.
+    const Data userHandle = first().userHandle;
+    other_ =
+        &made([&]() -> const CheckPasskey& { return ask(OtherRelyingParty, "alice", userHandle); },
+              context_);
   }
   return *other_;
 }

@@ -203,4 +203,21 @@ Result resultOf(const CheckContext& context, const Exchange& exchange, const Fin
   return holds ? passed() : skipped(why);
 }
 
+Result newFlawIn(const CheckContext& context, const Exchange& exchange, const Exchange& earlier,
+                 const CheckPasskey& passkey) {
+  using Subject = Finding::Subject;
+  const auto before = judgeAssertion(earlier.answer, assertionTerms(earlier, passkey));
+  const auto now = judgeAssertion(exchange.answer, assertionTerms(exchange, passkey));
+  for (const Subject subject :
+       {Subject::kinds, Subject::echoes, Subject::credential, Subject::userHandle,
+        Subject::authenticatorData, Subject::flags, Subject::signature}) {
+    const Result result = resultOf(context, exchange, now, {subject});
+    if (result.outcome == Outcome::failed &&
+        resultOf(context, earlier, before, {subject}).outcome == Outcome::passed) {
+      return result;
+    }
+  }
+  return passed();
+}
+
 }  // namespace korvan::lab::check

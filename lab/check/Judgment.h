@@ -66,4 +66,9 @@ void requireServed(const CheckContext& context, const Exchange& exchange, std::s
                               const FindingList& findings,
                               std::initializer_list<Finding::Subject> subjects);
 
+/// Passes unless an assertion of the passkey is wrong in what was right in an earlier one: so that
+/// each check tells of a mistake of its own.
+[[nodiscard]] Result newFlawIn(const CheckContext& context, const Exchange& exchange,
+                               const Exchange& earlier, const CheckPasskey& passkey);
+
 }  // namespace korvan::lab::check

@@ -1,5 +1,6 @@
 #include "lab/check/Requests.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "lab/support/RandomData.h"
@@ -19,6 +20,15 @@ ProviderMessage report(std::string_view type, std::string_view relyingParty) {
 Data newIdentifier() {
   constexpr std::size_t Size = 32;
   return randomData(Size);
+}
+
+std::vector<Data> manyIdentifiersAnd(const Data& last) {
+  // Numbers of objects above 255 take two bytes in a property list.
+  constexpr std::size_t Many = 300;
+  std::vector<Data> all(Many);
+  std::ranges::generate(all, newIdentifier);
+  all.insert(all.end(), 2, last);
+  return all;
 }
 
 PropertyListValue arrayOf(const std::vector<Data>& items) {

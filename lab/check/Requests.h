@@ -22,6 +22,9 @@ inline constexpr std::int64_t Rs256 = -257;
 /// The ID of a passkey, or the handle of a user, that nobody has.
 [[nodiscard]] Data newIdentifier();
 
+/// So many IDs that nobody has, and then twice the same, since relying parties repeat themselves.
+[[nodiscard]] std::vector<Data> manyIdentifiersAnd(const Data& last);
+
 /// Whether a request lets the host ask its user.
 using AllowsUser = bool;
 

@@ -50,6 +50,13 @@ std::vector<Data> identifiersIn(const Message& request, std::string_view key) {
   return identifiers;
 }
 
+void keepTwentyOf(Message& request, std::string_view key) {
+  constexpr std::size_t Most = 20;
+  PropertyListValue::Array all = *valueForKey(request, key)->array();
+  all.resize(std::min(all.size(), Most));
+  request.insert_or_assign(Text(key), std::move(all));
+}
+
 bool contains(const std::vector<Data>& all, const Data& one) {
   return std::ranges::find(all, one) != all.end();
 }

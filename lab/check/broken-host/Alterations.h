@@ -29,6 +29,9 @@ inline constexpr std::size_t CountPlace = 33;
 /// The data in a request's array.
 [[nodiscard]] std::vector<Data> identifiersIn(const Message& request, std::string_view key);
 
+/// Cuts a request's array to the first twenty.
+void keepTwentyOf(Message& request, std::string_view key);
+
 [[nodiscard]] bool contains(const std::vector<Data>& all, const Data& one);
 
 /// Refuses all requests of a kind.

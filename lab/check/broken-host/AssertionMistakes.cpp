@@ -98,6 +98,23 @@ std::vector<Data>& knownIdentifiers() {
   return identifiers;
 }
 
+void rememberIdentifiers(const Message& /*request*/, std::vector<host::Passkey>& passkeys) {
+  knownIdentifiers().clear();
+  std::ranges::transform(passkeys, std::back_inserter(knownIdentifiers()),
+                         &host::Passkey::credentialID);
+}
+
+std::vector<Data>& identifiersOfSubdomain() {
+  static std::vector<Data> identifiers;
+  return identifiers;
+}
+
+void takeStrangerForOwner(Message& request) {
+  if (stringForKey(request, "relyingPartyIdentifier") == "stranger.check-host.invalid") {
+    request["relyingPartyIdentifier"] = "check-host.invalid";
+  }
+}
+
 std::optional<host::SigningKey>& otherKey() {
   static std::optional<host::SigningKey> key;
   return key;
@@ -180,6 +197,20 @@ std::vector<Mistake> wrongChoices() {
        .request = inRequests(
            isAssertion,
            [](Message& request) { request["allowedCredentials"] = PropertyListValue::Array{}; })},
+      {.name = "ignores-allowed-credentials-beside-an-id",
+       .fails = {"assertion.allowed"},
+       .hint = "allowedCredentials is ignored beside a credentialID",
+       .request =
+           [](auto& request) {
+             if (isAssertion(request) && !namesNoPasskey(request)) {
+               request["allowedCredentials"] = PropertyListValue::Array{};
+             }
+           }},
+      {.name = "reads-twenty-allowed-credentials",
+       .fails = {"assertion.allowed"},
+       .hint = "the last of 302 allowedCredentials, two of them alike, is not found",
+       .request = inRequests(
+           isAssertion, [](Message& request) { keepTwentyOf(request, "allowedCredentials"); })},
       {.name = "requires-a-credential-id",
        .fails = {"assertion.allowed"},
        .hint = "an empty credentialID matches any passkey",
@@ -187,13 +218,47 @@ std::vector<Mistake> wrongChoices() {
       {.name = "ignores-the-relying-party",
        .fails = {"assertion.relyingParty"},
        .hint = "signed for a relying party that the passkey does not belong to",
+       .request = inRequests(isAssertion, takeStrangerForOwner)},
+      {.name = "ignores-the-relying-party-beside-allowed-credentials",
+       .fails = {"assertion.relyingParty"},
+       .hint = "relyingPartyIdentifier is ignored beside allowedCredentials",
+       .request = inRequests(namesNoPasskey, takeStrangerForOwner)},
+      {.name = "ignores-the-relying-party-with-the-user",
+       .fails = {"assertion.relyingParty"},
+       .hint = "relyingPartyIdentifier is ignored in an interactiveAssertion",
+       .request = inRequests(isInteractive, takeStrangerForOwner)},
+      {.name = "takes-a-subdomains-passkey",
+       .fails = {"assertion.relyingParty"},
+       .hint = "a passkey of a subdomain is taken for the domain's own",
        .request = inRequests(isAssertion,
                              [](Message& request) {
-                               if (*stringForKey(request, "relyingPartyIdentifier") ==
-                                   "stranger.check-host.invalid") {
-                                 request["relyingPartyIdentifier"] = "check-host.invalid";
+                               if (contains(identifiersOfSubdomain(),
+                                            *dataForKey(request, "credentialID"))) {
+                                 request["relyingPartyIdentifier"] = "other.check-host.invalid";
                                }
-                             })},
+                             }),
+       .keep =
+           [](const auto& /*request*/, auto& passkeys) {
+             for (const host::Passkey& each : passkeys) {
+               if (each.relyingPartyIdentifier == "other.check-host.invalid") {
+                 identifiersOfSubdomain().push_back(each.credentialID);
+               }
+             }
+           }},
+      {.name = "compares-the-start-of-credential-ids",
+       .fails = {"assertion.unknown"},
+       .hint = "a credentialID that a passkey's begins with is taken for the whole",
+       .request = inRequests(isAssertion,
+                             [](Message& request) {
+                               const Data start = *dataForKey(request, "credentialID");
+                               for (const Data& each : knownIdentifiers()) {
+                                 if (!start.empty() && start.size() <= each.size() &&
+                                     each.slice(0, start.size()) == start) {
+                                   request["credentialID"] = each;
+                                 }
+                               }
+                             }),
+       .keep = rememberIdentifiers},
       {.name = "signs-for-unknown-passkeys",
        .fails = {"assertion.unknown"},
        .hint = "another passkey signed in place of one that the host does not have",
@@ -204,12 +269,7 @@ std::vector<Mistake> wrongChoices() {
                                  request["credentialID"] = Data();
                                }
                              }),
-       .keep =
-           [](const auto& /*request*/, auto& passkeys) {
-             knownIdentifiers().clear();
-             std::ranges::transform(passkeys, std::back_inserter(knownIdentifiers()),
-                                    [](const auto& each) { return each.credentialID; });
-           }},
+       .keep = rememberIdentifiers},
       {.name = "calls-an-unknown-passkey-failed",
        .fails = {"assertion.record", "assertion.allowed", "assertion.relyingParty",
                  "assertion.unknown"},
@@ -219,6 +279,11 @@ std::vector<Mistake> wrongChoices() {
        .fails = {"assertion.interactive"},
        .hint = "a sign-in with the user is refused",
        .answer = refusing(isInteractive, "failed")},
+      {.name = "leaves-out-the-user-handle-with-the-user",
+       .fails = {"assertion.interactive"},
+       .hint = "userHandle is missing",
+       .answer =
+           inAnswers(isInteractive, [](Message& answer) { answer.erase(Text("userHandle")); })},
       {.name = "lets-the-newest-sign-with-the-user",
        .fails = {"assertion.interactive"},
        .hint = "credentialID is ignored",
@@ -249,6 +314,14 @@ std::vector<Mistake> wrongStatements() {
              if (isAssertion(request)) {
                std::ranges::copy(other.slice(0, FlagsPlace).bytes(), statement.begin());
              }
+           }},
+      {.name = "computes-one-hash-for-all",
+       .fails = {"registration.attestation", "assertion.authenticatorData"},
+       .hint = "the authenticator names another relying party",
+       .statement =
+           [](const auto& /*request*/, auto& statement) {
+             static const Bytes hash(statement.begin(), statement.begin() + FlagsPlace);
+             std::ranges::copy(hash, statement.begin());
            }},
       {.name = "announces-an-attested-credential",
        .fails = {"assertion.authenticatorData"},
@@ -282,6 +355,16 @@ std::vector<Mistake> wrongStatements() {
            isAssertion,
            [](Message& request) { request["userVerificationPreference"] = "preferred"; }),
        .statement = withoutFlags(isAssertion, 0x04)},
+      {.name = "knows-no-discouraged-verification",
+       .fails = {"assertion.verification"},
+       .hint = "refused where user verification is discouraged",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isAssertion(request) &&
+                 stringForKey(request, "userVerificationPreference") == "discouraged") {
+               answer = refusal("failed");
+             }
+           }},
       {.name = "asks-where-a-silent-assertion-requires-verification",
        .fails = {"assertion.verification"},
        .hint = "the request does not allow interaction",
@@ -348,6 +431,21 @@ std::vector<Mistake> wrongSignatures() {
                                     .statement = signing.statement,
                                     .clientDataHash = signing.clientDataHash});
            }},
+      {.name = "pads-the-integers-of-a-signature",
+       .fails = {"assertion.signature"},
+       .hint = "with its integers written as DER has them",
+       .sign =
+           [](const auto& signing) {
+             const Data raw = rawSignature(signing);
+             constexpr std::size_t ScalarSize = 32;
+             Bytes der = {0x30, 0x48};
+             for (const std::size_t start : {std::size_t{0}, ScalarSize}) {
+               der.insert(der.end(), {0x02, 0x22, 0x00, 0x00});
+               const auto number = raw.bytes().subspan(start, ScalarSize);
+               der.insert(der.end(), number.begin(), number.end());
+             }
+             return Data(std::move(der));
+           }},
       {.name = "signs-with-another-passkeys-key",
        .fails = {"assertion.signature"},
        .hint = "with the key of another passkey",
@@ -359,7 +457,8 @@ std::vector<Mistake> wrongSignatures() {
            },
        .keep =
            [](const auto& request, auto& passkeys) {
-             if (stringForKey(request, "relyingPartyIdentifier") == "other.check-host.invalid") {
+             if (isRegistration(request) &&
+                 stringForKey(request, "relyingPartyIdentifier") == "other.check-host.invalid") {
                otherKey() = passkeys.back().key;
              }
            }},

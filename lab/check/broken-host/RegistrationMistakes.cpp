@@ -10,6 +10,7 @@
 #include "channel/ProviderMessage.h"
 #include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
+#include "lab/support/AuthenticatorFlags.h"
 #include "lab/support/Base64Url.h"
 
 namespace korvan::lab::broken {
@@ -67,6 +68,21 @@ Data shortIdentifier(const Data& identifier) { return identifier.slice(0, 8); }
 const Data& onlyIdentifier() {
   static const Data identifier = Data(Bytes(KeyPlace - IdentifierPlace, 7));
   return identifier;
+}
+
+bool isOfAlice(const Message& request) { return stringForKey(request, "userName") == "alice"; }
+
+/// Has a new passkey take the place of those that `isOlder` picks.
+decltype(Mistake::keep) replacing(bool (*isOlder)(const host::Passkey& older,
+                                                  const Message& request)) {
+  return [isOlder](const Message& request, std::vector<host::Passkey>& passkeys) {
+    if (isRegistration(request) && !passkeys.empty()) {
+      const Data newest = passkeys.back().credentialID;
+      std::erase_if(passkeys, [&](const host::Passkey& each) {
+        return each.credentialID != newest && isOlder(each, request);
+      });
+    }
+  };
 }
 
 const host::SigningKey& onlyKey() {
@@ -280,6 +296,19 @@ std::vector<Mistake> wrongRegistrations() {
              }
              before = passkeys;
            }},
+      {.name = "knows-a-user-by-the-handle-alone",
+       .fails = {"assertion.answer"},
+       .hint = "or of that user at another relying party?",
+       .keep = replacing([](const auto& older, const auto& request) {
+         return older.userHandle == dataForKey(request, "userHandle");
+       })},
+      {.name = "knows-a-user-by-name",
+       .fails = {"assertion.answer"},
+       .hint = "has a later registration removed it, of another user of that name,",
+       .keep = replacing([](const auto& older, const auto& request) {
+         return older.userName == stringForKey(request, "userName") &&
+                older.relyingPartyIdentifier == stringForKey(request, "relyingPartyIdentifier");
+       })},
       {.name = "keeps-the-newest-passkey-alone",
        .fails = {"assertion.answer"},
        .hint = "a passkey of the host's own is refused",
@@ -303,6 +332,22 @@ std::vector<Mistake> wrongRegistrations() {
                passkeys.back().key = onlyKey();
              }
            }},
+      {.name = "gives-a-user-one-key-for-all-sites",
+       .fails = {"registration.unique"},
+       .hint = "a user's passkeys at two sites have the same public key",
+       .statement =
+           [](const auto& request, auto& statement) {
+             if (isRegistration(request) && isOfAlice(request)) {
+               putAt(statement, XPlace, onlyKey().publicX());
+               putAt(statement, YPlace, onlyKey().publicY());
+             }
+           },
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             if (isRegistration(request) && isOfAlice(request)) {
+               passkeys.back().key = onlyKey();
+             }
+           }},
       {.name = "ignores-algorithms",
        .fails = {"registration.algorithm"},
        .hint = "made ES256 (-7) where only RS256 (-257) is accepted",
@@ -318,6 +363,17 @@ std::vector<Mistake> wrongRegistrations() {
                request["supportedAlgorithms"] = PropertyListValue::Array{all.front()};
              }
            }},
+      {.name = "knows-two-algorithms",
+       .fails = {"registration.algorithm"},
+       .hint = "or one that the host does not know is a hindrance",
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isRegistration(request) &&
+                 std::ranges::any_of(*valueForKey(request, "supportedAlgorithms")->array(),
+                                     [](const auto& each) { return each != -7 && each != -257; })) {
+               answer = refusal("failed");
+             }
+           }},
       {.name = "refuses-an-empty-list-of-algorithms",
        .fails = {"registration.algorithm"},
        .hint = "an empty supportedAlgorithms is refused; it stands for ES256",
@@ -329,10 +385,15 @@ std::vector<Mistake> wrongRegistrations() {
              }
            }},
       {.name = "ignores-exclusions",
-       .fails = {"registration.excluded"},
+       .fails = {"registration.excluded", "registration.conditional"},
        .hint = "excludedCredentials is ignored",
        .request =
            [](auto& request) { request["excludedCredentials"] = PropertyListValue::Array{}; }},
+      {.name = "reads-twenty-exclusions",
+       .fails = {"registration.excluded"},
+       .hint = "the last of 302 excludedCredentials, two of them alike, is ignored",
+       .request = inRequests(
+           isRegistration, [](Message& request) { keepTwentyOf(request, "excludedCredentials"); })},
       {.name = "lets-unknown-passkeys-hinder",
        .fails = {"registration.excluded"},
        .hint = "a passkey that the host does not have is no hindrance",
@@ -368,6 +429,24 @@ std::vector<Mistake> wrongRegistrations() {
                answer["errorCode"] = "failed";
              }
            }},
+      {.name = "leaves-out-the-client-data-hash-without-the-user",
+       .fails = {"registration.conditional"},
+       .hint = "clientDataHash is missing",
+       .answer = inAnswers(isSilentRegistration,
+                           [](Message& answer) { answer.erase(Text("clientDataHash")); })},
+      {.name = "does-without-verification-without-the-user",
+       .fails = {"registration.conditional"},
+       .hint = "the user was not verified",
+       .request = inRequests(
+           isSilentRegistration,
+           [](Message& request) { request["userVerificationPreference"] = "preferred"; }),
+       .statement = withoutFlags(isSilentRegistration, UserVerified)},
+      {.name = "ignores-exclusions-without-the-user",
+       .fails = {"registration.conditional"},
+       .hint = "excludedCredentials is ignored in a conditional registration",
+       .request = inRequests(
+           isSilentRegistration,
+           [](Message& request) { request["excludedCredentials"] = PropertyListValue::Array{}; })},
       {.name = "asks-in-a-silent-registration",
        .fails = {"registration.conditional"},
        .hint = "the request does not allow interaction",

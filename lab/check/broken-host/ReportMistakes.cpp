@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,6 +37,12 @@ auto removingAfter(std::string_view type,
       });
     }
   };
+}
+
+bool repeatsItself(const Message& request) {
+  const auto all = identifiersIn(request, "acceptedCredentialIDs");
+  return std::ranges::any_of(all,
+                             [&](const Data& each) { return std::ranges::count(all, each) > 1; });
 }
 
 /// The user handle in the last report of a name.
@@ -116,6 +123,15 @@ std::vector<Mistake> reportMistakes() {
                              [](const auto& passkey, const auto& request) {
                                return !contains(identifiersIn(request, "acceptedCredentialIDs"),
                                                 passkey.credentialID);
+                             })},
+      {.name = "accepts-none-where-some-are-repeated",
+       .fails = {"report.accepted"},
+       .hint = "a passkey was removed that is accepted",
+       .request = inRequests(isReport,
+                             [](Message& request) {
+                               if (isOf(request, "acceptedCredentials") && repeatsItself(request)) {
+                                 request["acceptedCredentialIDs"] = PropertyListValue::Array{};
+                               }
                              })},
       {.name = "takes-the-accepted-for-everybodys",
        .fails = {"report.accepted"},

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "lab/check/Catalog.h"
@@ -28,7 +29,8 @@ ProviderMessage requestFor(const CheckPasskey& passkey, AllowsUser allowsUser = 
 Exchange signIn(CheckContext& context, const CheckPasskey& passkey) {
   Exchange exchange = askToSign(context, requestFor(passkey));
   requireServed(context, exchange, "an assertion",
-                "a passkey of the host's own is refused; has a later registration removed it?");
+                "a passkey of the host's own is refused; has a later registration removed it, of "
+                "another user of that name, or of that user at another relying party?");
   return exchange;
 }
 
@@ -36,9 +38,9 @@ FindingList judged(const Exchange& exchange, const CheckPasskey& passkey) {
   return judgeAssertion(exchange.answer, assertionTerms(exchange, passkey));
 }
 
-/// What one sign-in with the first passkey shows of some subjects.
-Result resultOfSignIn(CheckContext& context, std::initializer_list<Subject> subjects) {
-  const CheckPasskey& passkey = context.passkeys().first();
+/// What one sign-in with a passkey shows of some subjects.
+Result resultOfSignIn(CheckContext& context, const CheckPasskey& passkey,
+                      std::initializer_list<Subject> subjects) {
   const Exchange exchange = signIn(context, passkey);
   return resultOf(context, exchange, judged(exchange, passkey), subjects);
 }
@@ -49,7 +51,7 @@ Result assertionSilent(CheckContext& context) {
 }
 
 Result assertionAnswer(CheckContext& context) {
-  return resultOfSignIn(context, {Subject::kinds, Subject::echoes});
+  return resultOfSignIn(context, context.passkeys().first(), {Subject::kinds, Subject::echoes});
 }
 
 Result assertionCredential(CheckContext& context) {
@@ -92,22 +94,74 @@ Result assertionAllowed(CheckContext& context) {
       return result;
     }
   }
-  return refusedWith(context, ask({unknown}), codes::credentialNotFound,
-                     "allowedCredentials is ignored");
+  Result result = refusedWith(context, ask({unknown}), codes::credentialNotFound,
+                              "allowedCredentials is ignored");
+  if (result.outcome != Outcome::passed) {
+    return result;
+  }
+  requireServed(context, ask(manyIdentifiersAnd(first.credentialID)), "an assertion",
+                "the last of 302 allowedCredentials, two of them alike, is not found");
+  ProviderMessage both = requestFor(first);
+  both[keys::allowedCredentials] = arrayOf({second.credentialID});
+  const Exchange exchange = askToSign(context, both);
+  // One that ignores credentialID is told so by assertion.credential.
+  return dataForKey(exchange.answer, keys::credentialID) == second.credentialID
+             ? passed()
+             : refusedWith(context, exchange, codes::credentialNotFound,
+                           "allowedCredentials is ignored beside a credentialID");
 }
 
 Result assertionRelyingParty(CheckContext& context) {
-  ProviderMessage request = requestFor(context.passkeys().first());
-  request[keys::relyingPartyIdentifier] = StrangeRelyingParty;
-  return refusedWith(context, askToSign(context, request), codes::credentialNotFound,
-                     "signed for a relying party that the passkey does not belong to, which is a "
-                     "security hole: relyingPartyIdentifier is ignored");
+  const CheckPasskey& first = context.passkeys().first();
+  ProviderMessage named = requestFor(first);
+  named[keys::relyingPartyIdentifier] = StrangeRelyingParty;
+  ProviderMessage allowed = assertionRequest(StrangeRelyingParty, Data(), false);
+  allowed[keys::allowedCredentials] = arrayOf({first.credentialID});
+  const std::string hole =
+      "signed for a relying party that the passkey does not belong to, which is a security hole: ";
+  for (const auto& [request, mistake] :
+       {std::pair(named, "relyingPartyIdentifier is ignored"),
+        std::pair(allowed, "relyingPartyIdentifier is ignored beside allowedCredentials")}) {
+    const Result result = refusedWith(context, askToSign(context, request),
+                                      codes::credentialNotFound, hole + mistake);
+    if (result.outcome != Outcome::passed) {
+      return result;
+    }
+  }
+  const CheckPasskey& other = context.passkeys().other();
+  ProviderMessage ofSubdomain = requestFor(other);
+  ofSubdomain[keys::relyingPartyIdentifier] = RelyingParty;
+  const Exchange asDomain = askToSign(context, ofSubdomain);
+  if (isOk(asDomain.answer) &&
+      dataForKey(asDomain.answer, keys::credentialID) == other.credentialID) {
+    return refusedWith(context, asDomain, codes::credentialNotFound,
+                       hole + "a passkey of a subdomain is taken for the domain's own");
+  }
+  if (!context.settings().attended) {
+    return passed();
+  }
+  named[keys::type] = provider_request_type::interactiveAssertion;
+  named[keys::allowsUserInteraction] = true;
+  const Exchange exchange = askUserToSign(context, named, "Now: cancel in your host, if it asks.");
+  return isOk(exchange.answer)
+             ? refusedWith(context, exchange, codes::credentialNotFound,
+                           hole + "relyingPartyIdentifier is ignored in an interactiveAssertion")
+             : passed();
 }
 
 Result assertionUnknown(CheckContext& context) {
   const auto request = assertionRequest(RelyingParty, newIdentifier(), false);
   Result result = refusedWith(context, askToSign(context, request), codes::credentialNotFound,
                               "another passkey signed in place of one that the host does not have");
+  if (result.outcome != Outcome::passed) {
+    return result;
+  }
+  const Data& whole = context.passkeys().first().credentialID;
+  result = refusedWith(
+      context,
+      askToSign(context, assertionRequest(RelyingParty, whole.slice(0, whole.size() - 1), false)),
+      codes::credentialNotFound,
+      "a credentialID that a passkey's begins with is taken for the whole");
   if (result.outcome != Outcome::passed) {
     return result;
   }
@@ -118,16 +172,24 @@ Result assertionUnknown(CheckContext& context) {
 }
 
 Result assertionAuthenticatorData(CheckContext& context) {
-  return resultOfSignIn(context, {Subject::authenticatorData, Subject::flags});
+  for (const CheckPasskey* passkey : {&context.passkeys().first(), &context.passkeys().other()}) {
+    Result result = resultOfSignIn(context, *passkey, {Subject::authenticatorData, Subject::flags});
+    if (result.outcome != Outcome::passed) {
+      return result;
+    }
+  }
+  return passed();
 }
 
 Result assertionInteractive(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().first();
+  const Exchange usual = signIn(context, passkey);
   const Exchange exchange =
       askUserToSign(context, requestFor(passkey, true),
                     "Now: agree in your host to sign in as " + passkey.userName + ".");
   requireServed(context, exchange, "an assertion", "a sign-in with the user is refused");
-  return resultOf(context, exchange, judged(exchange, passkey), {Subject::credential});
+  Result result = resultOf(context, exchange, judged(exchange, passkey), {Subject::credential});
+  return result.outcome == Outcome::passed ? newFlawIn(context, exchange, usual, passkey) : result;
 }
 
 Result assertionList(CheckContext& context) {
@@ -150,6 +212,10 @@ Result assertionList(CheckContext& context) {
 
 Result assertionVerification(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().first();
+  ProviderMessage discouraged = requestFor(passkey);
+  discouraged[keys::userVerificationPreference] = "discouraged";
+  requireServed(context, askToSign(context, discouraged), "an assertion",
+                "refused where user verification is discouraged");
   const auto ask = [&](AllowsUser allowsUser) {
     ProviderMessage request = requestFor(passkey, allowsUser);
     request[keys::userVerificationPreference] = "required";
@@ -196,15 +262,22 @@ Result assertionCounter(CheckContext& context) {
 }
 
 Result assertionSignature(CheckContext& context) {
+  // A number that is encoded wrongly half of the time is so in one of these.
+  constexpr int SignIns = 4;
   const CheckPasskey& passkey = context.passkeys().first();
-  const Exchange exchange = signIn(context, passkey);
-  AssertionTerms terms = assertionTerms(exchange, passkey);
-  for (const CheckPasskey* other : {&context.passkeys().second(), &context.passkeys().other()}) {
-    if (const auto registered = reviewOf(*other).passkey) {
-      terms.otherPasskeys.push_back(*registered);
+  Result result;
+  for (int count = 0; count < SignIns && result.outcome == Outcome::passed; ++count) {
+    const Exchange exchange = signIn(context, passkey);
+    AssertionTerms terms = assertionTerms(exchange, passkey);
+    for (const CheckPasskey* other : {&context.passkeys().second(), &context.passkeys().other()}) {
+      if (const auto registered = reviewOf(*other).passkey) {
+        terms.otherPasskeys.push_back(*registered);
+      }
     }
+    result =
+        resultOf(context, exchange, judgeAssertion(exchange.answer, terms), {Subject::signature});
   }
-  return resultOf(context, exchange, judgeAssertion(exchange.answer, terms), {Subject::signature});
+  return result;
 }
 
 Result assertionUserHandle(CheckContext& context) {

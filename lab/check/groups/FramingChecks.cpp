@@ -316,7 +316,8 @@ Result refusedSynchronize(CheckContext& context, const ProviderMessage& answer) 
   return framingFailure(context, context.described(answer), "ok, true",
                         !needsUser(answer) ? refused +
                                                  ": does the host read the size big-endian, "
-                                                 "and the body as a binary property list?"
+                                                 "the body as a binary property list, and know "
+                                                 "the type synchronize?"
                                            : refused + ", though the user may be asked");
 }
 

@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +15,9 @@ namespace {
 
 namespace keys = provider_message_key;
 using Subject = Finding::Subject;
+
+/// An algorithm that nobody makes keys for any more.
+constexpr std::int64_t Rs1 = -65535;
 
 /// For a user whom no other check knows.
 ProviderMessage newRequest(const CheckContext& context) {
@@ -33,9 +37,15 @@ Result registrationAnswer(CheckContext& context) {
 }
 
 Result registrationAttestation(CheckContext& context) {
-  const CheckPasskey& passkey = context.passkeys().first();
-  return resultOf(context, {.request = passkey.request, .answer = passkey.answer},
-                  reviewOf(passkey).findings, {Subject::attestation, Subject::authenticatorData});
+  for (const CheckPasskey* passkey : {&context.passkeys().first(), &context.passkeys().other()}) {
+    Result result =
+        resultOf(context, {.request = passkey->request, .answer = passkey->answer},
+                 reviewOf(*passkey).findings, {Subject::attestation, Subject::authenticatorData});
+    if (result.outcome != Outcome::passed) {
+      return result;
+    }
+  }
+  return passed();
 }
 
 Result registrationFlags(CheckContext& context) {
@@ -61,10 +71,11 @@ Result registrationAlgorithm(CheckContext& context) {
     return resultOf(context, unfit, reviewOf(unfit).findings, {Subject::algorithm});
   }
   request = newRequest(context);
-  request[keys::supportedAlgorithms] = PropertyListValue::Array{Rs256, Es256};
+  request[keys::supportedAlgorithms] = PropertyListValue::Array{Rs1, Rs256, Es256};
   const Exchange fit = askToRegister(context, request);
   requireServed(context, fit, "a passkey for ES256 (-7)",
-                "only the first of supportedAlgorithms is looked at");
+                "only the first of supportedAlgorithms is looked at, or one that the host does "
+                "not know is a hindrance");
   Result result = resultOf(context, fit, reviewOf(fit).findings, {Subject::algorithm});
   if (result.outcome != Outcome::passed) {
     return result;
@@ -86,11 +97,18 @@ Exchange registrationExcluding(CheckContext& context, const std::vector<Data>& e
 Result registrationExcluded(CheckContext& context) {
   const Data ofOther = context.passkeys().other().credentialID;
   // The newest: a host that has lost older ones does not ignore the exclusion.
-  const Data own = context.passkeys().make(RelyingParty, "ivan").credentialID;
+  // Of a namesake, whom a host must not take for the first user.
+  const Data own = context.passkeys().make(RelyingParty, "alice").credentialID;
   const Data unknown = newIdentifier();
   Result result =
       refusedWith(context, registrationExcluding(context, {unknown, own}),
                   provider_error_code::matchedExcludedCredential, "excludedCredentials is ignored");
+  if (result.outcome != Outcome::passed) {
+    return result;
+  }
+  result = refusedWith(context, registrationExcluding(context, manyIdentifiersAnd(own)),
+                       provider_error_code::matchedExcludedCredential,
+                       "the last of 302 excludedCredentials, two of them alike, is ignored");
   if (result.outcome != Outcome::passed) {
     return result;
   }
@@ -135,14 +153,54 @@ Result registrationUnique(CheckContext& context) {
   const CheckPasskey& older = context.passkeys().make(RelyingParty, "judy");
   requireDifferent(context, older, context.passkeys().makeAgain(older),
                    "a user's new passkey and the one before");
+  requireDifferent(context, first, context.passkeys().other(), "a user's passkeys at two sites");
   return passed();
+}
+
+/// Passes unless a registration is wrong in what was right in the first one.
+Result newFlawIn(CheckContext& context, const Exchange& exchange) {
+  const auto resultIn = [&](const Exchange& judged) {
+    return resultOf(context, judged, reviewOf(judged).findings,
+                    {Subject::kinds, Subject::echoes, Subject::attestation,
+                     Subject::authenticatorData, Subject::flags});
+  };
+  const CheckPasskey& first = context.passkeys().firstRegistration();
+  const bool isFirstSound =
+      resultIn({.request = first.request, .answer = first.answer}).outcome == Outcome::passed;
+  return isFirstSound ? resultIn(exchange) : passed();
+}
+
+/// Judges the silent registrations of a host that has served one.
+Result silentRegistrations(CheckContext& context, const Exchange& served) {
+  Result result = newFlawIn(context, served);
+  const auto made = reviewOf(served).passkey;
+  if (result.outcome != Outcome::passed || !made ||
+      made->credentialID != dataForKey(served.answer, keys::credentialID)) {
+    return result;
+  }
+  ProviderMessage request = registrationRequest(RelyingParty, "dora", newIdentifier(), false);
+  request[keys::excludedCredentials] = arrayOf({*made->credentialID});
+  const Exchange excluding = askToRegister(context, request);
+  if (isOk(excluding.answer)) {
+    return refusedWith(context, excluding, provider_error_code::matchedExcludedCredential,
+                       "excludedCredentials is ignored in a conditional registration");
+  }
+  request = registrationRequest(RelyingParty, "dora", newIdentifier(), false);
+  request[keys::userVerificationPreference] = "required";
+  const Exchange verifying = askToRegister(context, request);
+  return isOk(verifying.answer)
+             ? resultOf(context, verifying, reviewOf(verifying).findings, {Subject::verification})
+             : passed();
 }
 
 Result registrationConditional(CheckContext& context) {
   const Exchange exchange =
       askSilently(context, registrationRequest(RelyingParty, "dora", newIdentifier(), false));
   context.passkeys().remember(exchange.request, exchange.answer);
-  return isOk(exchange.answer) || needsUser(exchange.answer)
+  if (isOk(exchange.answer)) {
+    return silentRegistrations(context, exchange);
+  }
+  return needsUser(exchange.answer)
              ? passed()
              : failed({.sent = context.described(exchange.request),
                        .got = context.described(exchange.answer),

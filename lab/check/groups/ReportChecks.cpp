@@ -138,7 +138,9 @@ Result reportAccepted(CheckContext& context) {
     return sendReport(
         context, acceptedCredentialsReport(passkey.relyingParty, passkey.userHandle, accepted));
   };
-  const Exchange accepting = listing({newIdentifier(), passkey.credentialID});
+  const Data unknown = newIdentifier();
+  const Exchange accepting =
+      listing({unknown, unknown, passkey.credentialID, passkey.credentialID});
   std::ignore =
       requireSignsIn(context, passkey, accepting.request, "a passkey was removed that is accepted");
   const Exchange leavingOut = listing({});
