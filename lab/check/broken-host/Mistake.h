@@ -82,8 +82,9 @@ struct Mistake {
   /// Alters what the host keeps, after it has answered the request.
   std::function<void(const PropertyListDictionary& request, std::vector<host::Passkey>& passkeys)>
       keep = {};
-  /// Whether the passkeys are lost when the host ends.
+  /// Whether the passkeys are lost when the host ends, or only when SIGKILL ends it.
   bool forgetsPasskeys = false;
+  bool forgetsPasskeysWhenKilled = false;
 };
 
 // NOLINTEND(readability-redundant-member-init)

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -7,8 +8,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <string>
 #include <thread>
 #include <tuple>
+#include <vector>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -17,6 +20,7 @@
 
 #include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
+#include "lab/support/Base64Url.h"
 #include "lab/support/SystemError.h"
 
 namespace korvan::lab::broken {
@@ -67,6 +71,21 @@ Descriptor listenSoundly(const std::filesystem::path& container) {
     std::quick_exit(EXIT_FAILURE);
   }
   return takeSocketOver(container);
+}
+
+std::atomic<int> clients = 0;
+
+void endWithoutClients(int /*signal*/) {
+  while (clients > 0) {
+    ::usleep(1000);
+  }
+  ::_exit(EXIT_SUCCESS);
+}
+
+/// The passkeys that reports have removed since the start.
+std::vector<Data>& removed() {
+  static std::vector<Data> identifiers;
+  return identifiers;
 }
 
 Descriptor removeSocketOfAnother(const std::filesystem::path& container) {
@@ -189,6 +208,56 @@ std::vector<Mistake> processMistakes() {
                                  statement.begin() + CountPlace);
              }
            }},
+      {.name = "waits-for-its-clients",
+       .fails = {"restart.stop"},
+       .hint = "SIGTERM ends it only when the last client has left",
+       .launched = true,
+       .greet = [](int /*socket*/) { ++clients; },
+       .afterAnswer = [](int /*socket*/) { --clients; },
+       .listen =
+           [](const std::filesystem::path& container) {
+             std::ignore = std::signal(SIGTERM, endWithoutClients);
+             return listenSoundly(container);
+           }},
+      {.name = "does-not-decode-what-it-has-kept",
+       .fails = {"restart.keeps"},
+       .hint = "written as base64url text",
+       .launched = true,
+       .answer =
+           [](const auto& request, auto& answer) {
+             static std::vector<Data> made;
+             const auto credentialID = dataForKey(answer, "credentialID");
+             if (isRegistration(request) && credentialID) {
+               made.push_back(*credentialID);
+             } else if (isAssertion(request) && credentialID && !contains(made, *credentialID)) {
+               const std::string text = base64Url(dataForKey(answer, "userHandle")->bytes());
+               answer["userHandle"] = Data(Bytes(text.begin(), text.end()));
+             }
+           }},
+      {.name = "does-not-keep-what-reports-change",
+       .fails = {"restart.keeps"},
+       .hint = "a removed passkey is back after a restart",
+       .launched = true,
+       .request =
+           [](auto& request) {
+             if (stringForKey(request, "type") == "removeUnknownCredential" &&
+                 stringForKey(request, "relyingPartyIdentifier") == "check-host.invalid") {
+               removed().push_back(*dataForKey(request, "credentialID"));
+               request["type"] = "synchronize";
+             }
+           },
+       .answer =
+           [](const auto& request, auto& answer) {
+             if (isAssertion(request) &&
+                 contains(removed(), dataForKey(answer, "credentialID").value_or(Data()))) {
+               answer = refusal("credentialNotFound");
+             }
+           }},
+      {.name = "keeps-passkeys-at-its-end",
+       .fails = {"restart.keeps"},
+       .hint = "keep each in a file before the answer to its registration",
+       .launched = true,
+       .forgetsPasskeysWhenKilled = true},
       {.name = "forgets-passkeys",
        .fails = {"restart.keeps"},
        .hint = "the passkeys are gone after a restart",

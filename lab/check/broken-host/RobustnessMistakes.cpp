@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <mutex>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -153,6 +154,24 @@ void serveOrFailWithoutRequest(int socket, const Mistake& mistake,
   if (const std::size_t size = announcedSize(prefix); isValidProviderMessageSize(size)) {
     answer(socket, received(socket, size), mistake, surroundings);
   }
+}
+
+/// Has its thread wait for ever for the rest of a request.
+void serveOrWaitForEver(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const Bytes prefix = received(socket, RequestPrefixSize);
+  const std::size_t announced = announcedSize(prefix);
+  const std::size_t size = isValidProviderMessageSize(announced) ? announced : 0;
+  const Bytes request = received(socket, size);
+  if (request.size() < size) {
+    ::pause();
+  }
+  answer(socket, request, mistake, surroundings);
+}
+
+std::counting_semaphore<>& pool() {
+  constexpr int Threads = 4;
+  static std::counting_semaphore<> free(Threads);
+  return free;
 }
 
 void serveOrFail(int socket, const Mistake& mistake, const Surroundings& surroundings) {
@@ -354,6 +373,11 @@ std::vector<Mistake> robustnessMistakes() {
        .fails = {"client.silent"},
        .hint = "one connection at a time",
        .oneAtATime = true},
+      {.name = "has-four-threads",
+       .fails = {"client.silent"},
+       .hint = "16 clients that send nothing hold up all: do they use up a pool of threads?",
+       .greet = [](int /*socket*/) { pool().acquire(); },
+       .afterAnswer = [](int /*socket*/) { pool().release(); }},
       {.name = "mixes-up-answers",
        .fails = {"client.many"},
        .hint = ": do connections share a buffer?",
@@ -368,6 +392,11 @@ std::vector<Mistake> robustnessMistakes() {
        .hint = ": end a connection's thread with it",
        .options = {"--timeout", "20"},
        .greet = [](int /*socket*/) { std::thread(::pause).detach(); }},
+      {.name = "waits-for-ever-for-the-rest-of-a-request",
+       .fails = {"host.leak"},
+       .hint = ": close every connection, also when its client leaves",
+       .options = {"--timeout", "20"},
+       .serve = serveOrWaitForEver},
       {.name = "leaves-zombies",
        .fails = {"host.leak"},
        .hint = ": wait for each with waitpid(), or it stays as a zombie",

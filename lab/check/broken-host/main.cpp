@@ -5,6 +5,7 @@
 #include <csignal>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -37,11 +38,22 @@ struct Options {
 };
 
 std::string socketFile;
+/// Is there while a host runs that keeps nothing before its end, and after it was killed.
+std::string markOfRunning;
 
 /// Ends as a sound host does, and leaves no socket.
 void endOnSignal(int /*signal*/) {
   ::unlink(socketFile.c_str());
+  ::unlink(markOfRunning.c_str());
   ::_exit(EXIT_SUCCESS);
+}
+
+void forgetIfKilled(const std::string& vault) {
+  markOfRunning = vault + ".running";
+  if (std::filesystem::exists(markOfRunning)) {
+    std::filesystem::remove(vault);
+  }
+  std::ofstream{markOfRunning};
 }
 
 const Mistake& mistakeOf(const std::string& name) {
@@ -87,6 +99,9 @@ void run(const Options& options) {
   }
   socketFile = options.container + "/acp.sock";
   std::ignore = std::signal(SIGTERM, endOnSignal);
+  if (mistake.forgetsPasskeysWhenKilled) {
+    forgetIfKilled(options.vault);
+  }
   const bool inMemory = options.vault.empty() || mistake.forgetsPasskeys;
   host::Vault vault = inMemory ? host::Vault() : host::Vault(options.vault);
   host::RequestHandler handler(vault, {}, [] {});

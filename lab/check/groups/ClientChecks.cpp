@@ -69,6 +69,26 @@ Result clientLeaves(CheckContext& context) {
   return passed();
 }
 
+/// More than a small pool of threads can serve.
+Result manySilent(CheckContext& context) {
+  constexpr std::size_t Count = 16;
+  std::vector<Connection> silent;
+  while (silent.size() < Count) {
+    silent.push_back(context.connect());
+  }
+  Connection connection = context.connect();
+  std::ignore = connection.sendFrame(context.encoded(plainRequest(context)).bytes());
+  if (!connection.waitForBytes(1s)) {
+    return failed({.sent = "a request, beside 16 connections on which nothing comes",
+                   .got = "nothing within a second",
+                   .wanted = "an answer within a second",
+                   .hint = "16 clients that send nothing hold up all: do they use up a pool of "
+                           "threads?"});
+  }
+  std::ignore = context.answerOn(connection, plainRequest(context));
+  return passed();
+}
+
 Result clientSilent(CheckContext& context) {
   const Connection silent = context.connect();
   Connection halfSilent = context.connect();
@@ -82,7 +102,7 @@ Result clientSilent(CheckContext& context) {
                    .hint = "one connection at a time: a client that sends nothing holds up all"});
   }
   std::ignore = context.answerOn(connection, plainRequest(context));
-  return passed();
+  return manySilent(context);
 }
 
 struct Asking {
@@ -131,14 +151,16 @@ Result clientMany(CheckContext& context) {
 
 constexpr std::size_t LeakRequests = 200;
 
-/// Requests that are served and refused, and clients that leave: so many, or as many as there is
-/// time for. How many there were.
+/// Requests that are served and refused, and clients that leave, also within their request: so
+/// many, or as many as there is time for. How many there were.
 std::size_t makeRequests(CheckContext& context, const Data& filled, std::size_t most,
                          Waits::Clock::time_point end) {
+  const RequestBytes frame = frameOf(filled);
+  const auto half = std::span(frame).first(frame.size() / 2);
   std::size_t number = 0;
   for (; number < most && Waits::Clock::now() < end; ++number) {
     Connection connection = context.connect();
-    switch (number % 3) {
+    switch (number % 4) {
       case 0:
         std::ignore = connection.sendFrame(filled.bytes());
         std::ignore = context.answerOn(connection, plainRequest(context));
@@ -147,8 +169,11 @@ std::size_t makeRequests(CheckContext& context, const Data& filled, std::size_t 
         std::ignore = connection.sendFrame(context.encoded(unknownRequest()).bytes());
         std::ignore = context.answerOn(connection, unknownRequest());
         break;
-      default:
+      case 2:
         std::ignore = connection.sendFrame(filled.bytes());
+        break;
+      default:
+        std::ignore = connection.send(half);
     }
   }
   return number;
@@ -191,7 +216,8 @@ Result hostLeak(CheckContext& context) {
   if (count < FewestRequests) {
     return tooSlowToTell(count, start);
   }
-  // A third of the requests may fail to give back a descriptor or a thread. A pool may grow a bit.
+  // A quarter of the requests may fail to give back a descriptor or a thread. A pool may grow a
+  // bit.
   const std::size_t few = std::max<std::size_t>(count / 10, 3);
   const ProcessUsage first = usage();
   ProcessUsage before = first;
@@ -213,22 +239,23 @@ Result hostLeak(CheckContext& context) {
     }
     before = after;
   }
-  const std::array all{Growth{.what = "descriptors",
-                              .before = first.descriptors,
-                              .after = after.descriptors,
-                              .advice = "close every connection"},
-                       Growth{.what = "threads",
-                              .before = first.threads,
-                              .after = after.threads,
-                              .advice = "end a connection's thread with it"},
-                       Growth{.what = "child processes",
-                              .before = first.children,
-                              .after = after.children,
-                              .advice = "wait for each with waitpid(), or it stays as a zombie"},
-                       Growth{.what = "memory in KiB",
-                              .before = first.memory,
-                              .after = after.memory,
-                              .advice = "release what a request needed"}};
+  const std::array all{
+      Growth{.what = "descriptors",
+             .before = first.descriptors,
+             .after = after.descriptors,
+             .advice = "close every connection, also when its client leaves"},
+      Growth{.what = "threads",
+             .before = first.threads,
+             .after = after.threads,
+             .advice = "end a connection's thread with it, also when its client leaves"},
+      Growth{.what = "child processes",
+             .before = first.children,
+             .after = after.children,
+             .advice = "wait for each with waitpid(), or it stays as a zombie"},
+      Growth{.what = "memory in KiB",
+             .before = first.memory,
+             .after = after.memory,
+             .advice = "release what a request needed"}};
   const auto leak = after.descriptors > first.descriptors + few ? all[0]
                     : after.threads > first.threads + few       ? all[1]
                     : after.children > first.children + few     ? all[2]
