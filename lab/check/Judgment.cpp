@@ -203,17 +203,21 @@ Result resultOf(const CheckContext& context, const Exchange& exchange, const Fin
   return holds ? passed() : skipped(why);
 }
 
-Result newFlawIn(const CheckContext& context, const Exchange& exchange, const Exchange& earlier,
-                 const CheckPasskey& passkey) {
+Result newFlawIn(const CheckContext& context, const Exchange& exchange,
+                 const std::optional<Exchange>& other, const CheckPasskey& passkey) {
   using Subject = Finding::Subject;
-  const auto before = judgeAssertion(earlier.answer, assertionTerms(earlier, passkey));
-  const auto now = judgeAssertion(exchange.answer, assertionTerms(exchange, passkey));
+  const auto isRightInOther = [&](Subject subject) {
+    return !other ||
+           resultOf(context, *other, judgeAssertion(other->answer, assertionTerms(*other, passkey)),
+                    {subject})
+                   .outcome == Outcome::passed;
+  };
+  const auto findings = judgeAssertion(exchange.answer, assertionTerms(exchange, passkey));
   for (const Subject subject :
        {Subject::kinds, Subject::echoes, Subject::credential, Subject::userHandle,
         Subject::authenticatorData, Subject::flags, Subject::signature}) {
-    const Result result = resultOf(context, exchange, now, {subject});
-    if (result.outcome == Outcome::failed &&
-        resultOf(context, earlier, before, {subject}).outcome == Outcome::passed) {
+    const Result result = resultOf(context, exchange, findings, {subject});
+    if (result.outcome == Outcome::failed && isRightInOther(subject)) {
       return result;
     }
   }

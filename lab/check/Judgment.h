@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -66,9 +67,9 @@ void requireServed(const CheckContext& context, const Exchange& exchange, std::s
                               const FindingList& findings,
                               std::initializer_list<Finding::Subject> subjects);
 
-/// Passes unless an assertion of the passkey is wrong in what was right in an earlier one: so that
-/// each check tells of a mistake of its own.
+/// Passes unless an assertion of the passkey is wrong in what was right in another one, if there is
+/// one: so that each check tells of a mistake of its own.
 [[nodiscard]] Result newFlawIn(const CheckContext& context, const Exchange& exchange,
-                               const Exchange& earlier, const CheckPasskey& passkey);
+                               const std::optional<Exchange>& other, const CheckPasskey& passkey);
 
 }  // namespace korvan::lab::check

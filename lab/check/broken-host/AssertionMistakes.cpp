@@ -306,7 +306,7 @@ std::vector<Mistake> wrongStatements() {
   return {
       {.name = "states-the-hash-of-the-origin",
        .fails = {"assertion.authenticatorData"},
-       .hint = "the hash is that of the origin https://check-host.invalid",
+       .hint = "the hash is that of the origin https://other.check-host.invalid",
        .statement =
            [](const auto& request, auto& statement) {
              const Data other = host::authenticatorData(
