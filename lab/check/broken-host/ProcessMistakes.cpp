@@ -18,6 +18,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "channel/ProviderMessage.h"
 #include "lab/check/broken-host/Alterations.h"
 #include "lab/check/broken-host/Mistake.h"
 #include "lab/support/Base64Url.h"
