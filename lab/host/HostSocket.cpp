@@ -24,7 +24,8 @@ std::string socketPath(const std::filesystem::path& container) {
   std::string path = std::filesystem::absolute(container / "acp.sock").lexically_normal();
   if (path.size() > HostSocket::MaxPathSize) {
     throw std::runtime_error("The socket path " + path + " has " + std::to_string(path.size()) +
-                             " bytes; at most 103 are possible.");
+                             " bytes; at most " + std::to_string(HostSocket::MaxPathSize) +
+                             " are possible.");
   }
   return path;
 }
