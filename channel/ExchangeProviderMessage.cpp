@@ -67,6 +67,18 @@ std::optional<Error> Connection::receive(std::span<std::uint8_t> bytes) const {
   return std::nullopt;
 }
 
+std::optional<Error> refusalOfPeer(const LocalSockets& sockets, const CodeSigning& codeSigning,
+                                   const Connection& connection) {
+  PeerVerdict verdict =
+      verifyPeer(sockets, codeSigning, connection.descriptor(), AcceptedHostIdentifiers);
+  if (verdict.matchedIdentifier) {
+    return std::nullopt;
+  }
+  // Every known rejection has a reason, but trust must not depend on that.
+  return std::move(verdict.error)
+      .value_or(posixError(EACCES, "The Korvan application failed code-signature validation."));
+}
+
 std::optional<Error> sendFrame(const Connection& connection, std::span<const std::uint8_t> body) {
   if (!isValidProviderMessageSize(body.size())) {
     return posixError(EMSGSIZE, "The credential-provider message has an invalid size.");
@@ -113,10 +125,8 @@ ProviderExchange exchangeProviderMessage(const LocalSockets& sockets,
     return {.response = std::unexpected(systemCallError("Connecting to Korvan")),
             .connectFailed = true};
   }
-  auto verifiedPeer =
-      verifyPeer(sockets, codeSigning, connection.descriptor(), AcceptedHostIdentifiers);
-  if (!verifiedPeer) {
-    return {.response = std::unexpected(std::move(verifiedPeer).error())};
+  if (auto error = refusalOfPeer(sockets, codeSigning, connection)) {
+    return {.response = std::unexpected(*std::move(error))};
   }
   if (auto error = sendFrame(connection, requestBody)) {
     return {.response = std::unexpected(*std::move(error))};

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "channel/ChannelError.h"
@@ -52,34 +51,36 @@ IdentifierCheck checkIdentifier(const CodeSigning& codeSigning, const CodeSignin
 
 }  // namespace
 
-std::expected<std::string_view, Error> verifyPeer(
-    const LocalSockets& sockets, const CodeSigning& codeSigning, int descriptor,
-    std::span<const std::string_view> acceptedHostIdentifiers) {
+PeerVerdict verifyPeer(const LocalSockets& sockets, const CodeSigning& codeSigning, int descriptor,
+                       std::span<const std::string_view> acceptedHostIdentifiers) {
   const auto processIdentifier = processIdentifierOfSameUser(sockets, descriptor);
   if (!processIdentifier) {
-    return std::unexpected(posixError(
-        EACCES, "The Korvan peer process identity is unavailable or belongs to another user."));
+    return {.matchedIdentifier = std::nullopt,
+            .error = posixError(EACCES,
+                                "The Korvan peer process identity is unavailable or belongs to "
+                                "another user.")};
   }
   std::unique_ptr<CodeSigning::Code> code;
   const OSStatus copied = codeSigning.copyGuest(*processIdentifier, code);
   if (copied != 0 || !code) {
-    return std::unexpected(
-        statusError(codeSigning, "Reading the Korvan peer code signature", copied));
+    return {.matchedIdentifier = std::nullopt,
+            .error = statusError(codeSigning, "Reading the Korvan peer code signature", copied)};
   }
   // Where nothing is accepted, no requirement is met.
   OSStatus lastStatus = CodeRequirementFailed;
   for (const std::string_view identifier : acceptedHostIdentifiers) {
     const IdentifierCheck check = checkIdentifier(codeSigning, *code, identifier);
     if (check.matched) {
-      return identifier;
+      return {.matchedIdentifier = identifier, .error = std::nullopt};
     }
     lastStatus = check.status;
   }
   // No check needs the code any longer: the platform gets it back before it is called again, for
   // the status's words.
   code.reset();
-  return std::unexpected(
-      statusError(codeSigning, "Validating the Korvan peer code signature", lastStatus));
+  return {
+      .matchedIdentifier = std::nullopt,
+      .error = statusError(codeSigning, "Validating the Korvan peer code signature", lastStatus)};
 }
 
 }  // namespace korvan

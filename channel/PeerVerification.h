@@ -1,7 +1,7 @@
 #pragma once
 
 #include <array>
-#include <expected>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -15,11 +15,18 @@ namespace korvan {
 /// The code-signing identifiers that the host application may have, in the order they are tried.
 inline constexpr std::array<std::string_view, 1> AcceptedHostIdentifiers{HostBundleIdentifier};
 
+/// The result of verifying the process at the other end of a connection.
+struct PeerVerdict {
+  /// The accepted identifier in the peer's valid signature. Nullopt: do not trust the peer.
+  std::optional<std::string_view> matchedIdentifier;
+  /// Why the peer is not trusted.
+  std::optional<Error> error;
+};
+
 /// Verifies that the connected peer runs as this user and is validly signed by the host's team,
-/// with one of the accepted identifiers: gives that identifier, or why the peer is not to be
-/// trusted. Sends and receives nothing.
-[[nodiscard]] std::expected<std::string_view, Error> verifyPeer(
-    const LocalSockets& sockets, const CodeSigning& codeSigning, int descriptor,
-    std::span<const std::string_view> acceptedHostIdentifiers);
+/// with one of the accepted identifiers. Sends and receives nothing.
+[[nodiscard]] PeerVerdict verifyPeer(const LocalSockets& sockets, const CodeSigning& codeSigning,
+                                     int descriptor,
+                                     std::span<const std::string_view> acceptedHostIdentifiers);
 
 }  // namespace korvan

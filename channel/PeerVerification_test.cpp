@@ -1,8 +1,6 @@
 #include "channel/PeerVerification.h"
 
 #include <cerrno>
-#include <expected>
-#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -17,26 +15,21 @@ constexpr OSStatus SignatureFailed = -67061;
 
 class PeerVerification : public testing::Test {
  protected:
-  using Verdict = std::expected<std::string_view, Error>;
+  PeerVerdict verify() { return verify(AcceptedHostIdentifiers); }
 
-  Verdict verify(std::span<const std::string_view> identifiers = AcceptedHostIdentifiers) {
+  PeerVerdict verify(std::span<const std::string_view> identifiers) {
     const int descriptor = sockets.socket();
     EXPECT_EQ(sockets.connect(descriptor, "/socket"), 0);
-    Verdict verdict = verifyPeer(sockets, codeSigning, descriptor, identifiers);
+    PeerVerdict verdict = verifyPeer(sockets, codeSigning, descriptor, identifiers);
     sockets.close(descriptor);
+    EXPECT_EQ(verdict.matchedIdentifier.has_value(), !verdict.error.has_value());
     EXPECT_EQ(codeSigning.liveCodes, 0);
     EXPECT_EQ(codeSigning.liveRequirements, 0);
     return verdict;
   }
 
-  std::optional<Error> refusal(
-      std::span<const std::string_view> identifiers = AcceptedHostIdentifiers) {
-    const Verdict verdict = verify(identifiers);
-    return verdict ? std::nullopt : std::optional(verdict.error());
-  }
-
   void expectIdentityRefused() {
-    EXPECT_EQ(refusal(),
+    EXPECT_EQ(verify().error,
               (Error{.domain = ErrorDomain::posix,
                      .code = EACCES,
                      .userInfo = ErrorUserInfo{"The Korvan peer process identity is unavailable or "
@@ -60,7 +53,7 @@ TEST_F(PeerVerification, AcceptsExactlyTheHostsOwnIdentifier) {
 }
 
 TEST_F(PeerVerification, MatchesAPeerWhoseSignatureIsValid) {
-  EXPECT_EQ(verify(), HostBundleIdentifier);
+  EXPECT_EQ(verify().matchedIdentifier, HostBundleIdentifier);
   EXPECT_EQ(codeSigning.copiedProcesses, std::vector<std::int32_t>{4242});
   EXPECT_EQ(codeSigning.checks, 1U);
 }
@@ -111,14 +104,14 @@ TEST_F(PeerVerification, ProcessIdentifierBelowOneIsRefused) {
 
 TEST_F(PeerVerification, ProcessIdentifierOneIsLookedAt) {
   sockets.peer.processIdentifier = 1;
-  EXPECT_TRUE(verify());
+  EXPECT_TRUE(verify().matchedIdentifier);
 }
 
 TEST_F(PeerVerification, CodeThatCannotBeReadIsReportedWithItsStatus) {
   codeSigning.copyStatus = Unsigned;
   codeSigning.givesCode = false;
   codeSigning.message = "code object is not signed at all";
-  EXPECT_EQ(refusal(),
+  EXPECT_EQ(verify().error,
             statusFailure(Unsigned,
                           "Reading the Korvan peer code signature failed: code object is not "
                           "signed at all"));
@@ -127,7 +120,7 @@ TEST_F(PeerVerification, CodeThatCannotBeReadIsReportedWithItsStatus) {
 
 TEST_F(PeerVerification, FailingStatusCountsEvenWithACodeObject) {
   codeSigning.copyStatus = Unsigned;
-  EXPECT_EQ(refusal()->code, Unsigned);
+  EXPECT_EQ(verify().error->code, Unsigned);
   EXPECT_EQ(codeSigning.checks, 0U);
 }
 
@@ -135,27 +128,27 @@ TEST_F(PeerVerification, StatusAboveZeroIsAFailureToo) {
   // The system reports an errno value as 100000 more: here, that there is no such process.
   constexpr OSStatus NoSuchProcess = 100'003;
   codeSigning.copyStatus = NoSuchProcess;
-  EXPECT_EQ(refusal()->code, NoSuchProcess);
+  EXPECT_EQ(verify().error->code, NoSuchProcess);
   codeSigning.copyStatus = 0;
   codeSigning.createStatus = NoSuchProcess;
-  EXPECT_EQ(refusal()->code, NoSuchProcess);
+  EXPECT_EQ(verify().error->code, NoSuchProcess);
   codeSigning.createStatus = 0;
   EXPECT_EQ(codeSigning.checks, 0U);
   codeSigning.checkStatuses = {NoSuchProcess};
-  EXPECT_EQ(refusal()->code, NoSuchProcess);
+  EXPECT_EQ(verify().error->code, NoSuchProcess);
 }
 
 TEST_F(PeerVerification, MissingCodeObjectIsReportedWithStatusZero) {
   codeSigning.givesCode = false;
   codeSigning.message = std::nullopt;
-  EXPECT_EQ(refusal(),
+  EXPECT_EQ(verify().error,
             statusFailure(0, "Reading the Korvan peer code signature failed: OSStatus 0"));
 }
 
 TEST_F(PeerVerification, InvalidSignatureIsReportedWithTheChecksStatus) {
   codeSigning.checkStatuses = {SignatureFailed};
   codeSigning.message = "invalid signature";
-  EXPECT_EQ(refusal(),
+  EXPECT_EQ(verify().error,
             statusFailure(SignatureFailed,
                           "Validating the Korvan peer code signature failed: invalid signature"));
   EXPECT_EQ(codeSigning.messagesAskedFor, std::vector<OSStatus>{SignatureFailed});
@@ -165,26 +158,26 @@ TEST_F(PeerVerification, StatusWithoutATextIsNamedByItsNumber) {
   codeSigning.checkStatuses = {CodeRequirementFailed};
   codeSigning.message = std::nullopt;
   EXPECT_EQ(
-      refusal(),
+      verify().error,
       statusFailure(-67050, "Validating the Korvan peer code signature failed: OSStatus -67050"));
 }
 
 TEST_F(PeerVerification, RequirementThatCannotBeMadeIsReportedWithItsStatus) {
   codeSigning.createStatus = -67052;
   codeSigning.givesRequirement = false;
-  EXPECT_EQ(refusal()->code, -67052);
+  EXPECT_EQ(verify().error->code, -67052);
   EXPECT_EQ(codeSigning.checks, 0U);
 }
 
 TEST_F(PeerVerification, FailingRequirementStatusCountsEvenWithARequirement) {
   codeSigning.createStatus = -67052;
-  EXPECT_EQ(refusal()->code, -67052);
+  EXPECT_EQ(verify().error->code, -67052);
   EXPECT_EQ(codeSigning.checks, 0U);
 }
 
 TEST_F(PeerVerification, MissingRequirementIsReportedWithStatusZero) {
   codeSigning.givesRequirement = false;
-  EXPECT_EQ(refusal(),
+  EXPECT_EQ(verify().error,
             statusFailure(0,
                           "Validating the Korvan peer code signature failed: the signature is not "
                           "good"));
@@ -194,7 +187,7 @@ TEST_F(PeerVerification, MissingRequirementIsReportedWithStatusZero) {
 TEST_F(PeerVerification, IdentifiersAreTriedInOrderUntilOneMatches) {
   codeSigning.checkStatuses = {CodeRequirementFailed, 0};
   constexpr std::array<std::string_view, 3> identifiers{"first", "second", "third"};
-  EXPECT_EQ(verify(identifiers), "second");
+  EXPECT_EQ(verify(identifiers).matchedIdentifier, "second");
   ASSERT_EQ(codeSigning.requirementTexts.size(), 2U);
   EXPECT_TRUE(codeSigning.requirementTexts[0].ends_with("identifier \"first\""));
   EXPECT_TRUE(codeSigning.requirementTexts[1].ends_with("identifier \"second\""));
@@ -203,7 +196,7 @@ TEST_F(PeerVerification, IdentifiersAreTriedInOrderUntilOneMatches) {
 TEST_F(PeerVerification, LastIdentifiersStatusIsReported) {
   codeSigning.checkStatuses = {SignatureFailed, CodeRequirementFailed};
   constexpr std::array<std::string_view, 2> identifiers{"first", "second"};
-  EXPECT_EQ(refusal(identifiers)->code, CodeRequirementFailed);
+  EXPECT_EQ(verify(identifiers).error->code, CodeRequirementFailed);
 }
 
 TEST_F(PeerVerification, EachRequirementIsReleasedBeforeTheNext) {
@@ -214,7 +207,7 @@ TEST_F(PeerVerification, EachRequirementIsReleasedBeforeTheNext) {
 }
 
 TEST_F(PeerVerification, WithoutAnyAcceptedIdentifierTheRequirementCountsAsFailed) {
-  EXPECT_EQ(refusal({})->code, -67050);
+  EXPECT_EQ(verify({}).error->code, -67050);
   EXPECT_EQ(codeSigning.checks, 0U);
 }
 

@@ -38,9 +38,9 @@ std::optional<std::string> flawOfListener(const LabPlatform& platform, const std
   if (sockets.connect(connection.get(), socket) != 0) {
     return std::nullopt;
   }
-  const auto verified =
+  const PeerVerdict verdict =
       verifyPeer(sockets, platform.codeSigning, connection.get(), AcceptedHostIdentifiers);
-  return verified ? std::string() : verified.error().localizedDescription().value_or("");
+  return verdict.error ? verdict.error->localizedDescription().value_or("") : std::string();
 }
 
 std::string causeOf(const LaunchedHost& host, const LabPlatform& platform,

@@ -133,13 +133,13 @@ Result signatureValidity(CheckContext& context) {
 }
 
 Result signatureAccepted(CheckContext& context) {
-  const auto verified =
+  const PeerVerdict verdict =
       verifyPeer(context.sockets(), context.codeSigning(), context.silentConnection().descriptor(),
                  AcceptedHostIdentifiers);
-  if (verified) {
+  if (verdict.matchedIdentifier) {
     return passed();
   }
-  const std::string why = verified.error().localizedDescription().value_or("no reason is known");
+  const std::string why = verdict.error->localizedDescription().value_or("no reason is known");
   return signatureFailure(why, "a host that the extension trusts", why);
 }
 
