@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -82,10 +83,13 @@ void stayOnOneProcessor() {
 }  // namespace
 }  // namespace korvan::bench
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   korvan::bench::stayOnOneProcessor();
   std::printf("%-44s %17s %17s\n", "", "product", "floor");
   korvan::bench::compareExchanges(450, 2'000);
   korvan::bench::compareExchanges(4'194'304, 10);
   korvan::bench::compareSignIns(argc > 1 ? argv[1] : nullptr);
+} catch (const std::exception& error) {
+  static_cast<void>(std::fprintf(stderr, "korvan-bench-exchange: %s\n", error.what()));
+  return 1;
 }
