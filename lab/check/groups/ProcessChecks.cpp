@@ -187,7 +187,7 @@ Result restartKeeps(CheckContext& context) {
                    .wanted = "a refusal with credentialNotFound",
                    .hint = "a removed passkey is back after a restart: keep what reports change"});
   }
-  Result result = newFlawIn(context, after, before, passkey);
+  const Result result = newFlawIn(context, after, before, passkey);
   return result.outcome == Outcome::passed ? countGoesOn(before.answer, after.answer) : result;
 }
 
