@@ -14,7 +14,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-/// The host's answer is no credential.
+/// The host's answer is not a credential.
 class UnusableAnswer : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -17,7 +17,7 @@ class KnownIdentities {
   /// Throws std::system_error when it cannot be written.
   void add(const KnownIdentity& identity) const;
 
-  /// The newest among the allowed ones. Lines that are no identity are skipped.
+  /// The newest among the allowed ones. Skips lines that are not an identity.
   [[nodiscard]] std::optional<KnownIdentity> find(const AllowedCredentials& allowed) const;
 
  private:

@@ -44,7 +44,7 @@ inline constexpr std::chrono::milliseconds LaunchTime = std::chrono::seconds(5);
 /// How long a host may take to end when it is asked to.
 inline constexpr std::chrono::milliseconds EndingTime = std::chrono::seconds(2);
 
-/// What came of starting the program last.
+/// The result of the last start of the program.
 struct LaunchRecord {
   /// Why it could not be started at all; empty when it was.
   std::string failure;

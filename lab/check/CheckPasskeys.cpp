@@ -17,7 +17,7 @@ Data newUserHandle() {
   return randomData(Size);
 }
 
-/// The passkey that `ask` gives. Throws a CheckEnd "skipped" when it is none.
+/// The passkey that `ask` gives. Throws a CheckEnd "skipped" if it gives none.
 const CheckPasskey& made(const std::function<const CheckPasskey&()>& ask,
                          const CheckContext& context) {
   const auto skip = [](const std::string& why) {
@@ -111,11 +111,11 @@ const CheckPasskey& CheckPasskeys::ask(std::string_view relyingParty, std::strin
 }
 
 void CheckPasskeys::remember(const ProviderMessage& request, const ProviderMessage& answer) {
-  namespace keys = provider_message_key;
-  if (booleanForKey(answer, keys::ok)) {
-    made_.push_back({.relyingParty = *stringForKey(request, keys::relyingPartyIdentifier),
-                     .userHandle = *dataForKey(request, keys::userHandle),
-                     .credentialID = dataForKey(answer, keys::credentialID).value_or(Data())});
+  namespace key = provider_message_key;
+  if (booleanForKey(answer, key::ok)) {
+    made_.push_back({.relyingParty = *stringForKey(request, key::relyingPartyIdentifier),
+                     .userHandle = *dataForKey(request, key::userHandle),
+                     .credentialID = dataForKey(answer, key::credentialID).value_or(Data())});
   }
 }
 

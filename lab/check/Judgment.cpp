@@ -9,19 +9,18 @@
 namespace korvan::lab::check {
 namespace {
 
-namespace keys = provider_message_key;
-namespace codes = provider_error_code;
+namespace key = provider_message_key;
+namespace code = provider_error_code;
 using Clock = std::chrono::steady_clock;
 using Verdict = Finding::Verdict;
 
 RequestTerms requestTerms(const ProviderMessage& request) {
   return {
-      .relyingParty = *stringForKey(request, keys::relyingPartyIdentifier),
-      .clientDataHash = *dataForKey(request, keys::clientDataHash),
-      .verificationRequired = stringForKey(request, keys::userVerificationPreference) == "required",
-      .presenceRequired =
-          stringForKey(request, keys::type) != provider_request_type::registration ||
-          booleanForKey(request, keys::allowsUserInteraction)};
+      .relyingParty = *stringForKey(request, key::relyingPartyIdentifier),
+      .clientDataHash = *dataForKey(request, key::clientDataHash),
+      .verificationRequired = stringForKey(request, key::userVerificationPreference) == "required",
+      .presenceRequired = stringForKey(request, key::type) != provider_request_type::registration ||
+                          booleanForKey(request, key::allowsUserInteraction)};
 }
 
 const PropertyListValue::Array& arrayIn(const ProviderMessage& request, std::string_view key) {
@@ -44,7 +43,7 @@ void appendText(std::string& all, const std::string& more) {
 }
 
 std::string refusalCodeOf(const ProviderMessage& answer) {
-  return stringForKey(answer, keys::errorCode).value_or("no errorCode");
+  return stringForKey(answer, key::errorCode).value_or("no errorCode");
 }
 
 /// What is to be said of a refusal with another code than the wanted one.
@@ -74,8 +73,8 @@ Result tooLate(const CheckContext& context, const ProviderMessage& request, std:
 }  // namespace
 
 bool needsUser(const ProviderMessage& answer) {
-  const auto code = stringForKey(answer, keys::errorCode);
-  return !isOk(answer) && (code == codes::userInteractionRequired || code == codes::vaultLocked);
+  const auto code = stringForKey(answer, key::errorCode);
+  return !isOk(answer) && (code == code::userInteractionRequired || code == code::vaultLocked);
 }
 
 Exchange askSilently(CheckContext& context, const ProviderMessage& request) {
@@ -104,8 +103,8 @@ Exchange askToSign(CheckContext& context, ProviderMessage request) {
     throw CheckEnd(
         skipped("the host does not sign without its user: " + context.described(answer)));
   }
-  request[keys::type] = provider_request_type::interactiveAssertion;
-  request[keys::allowsUserInteraction] = true;
+  request[key::type] = provider_request_type::interactiveAssertion;
+  request[key::allowsUserInteraction] = true;
   return askUserToSign(context, request, "Now: agree in your host to sign in.");
 }
 
@@ -116,8 +115,8 @@ Exchange askUserToSign(CheckContext& context, const ProviderMessage& request,
 }
 
 Exchange askToRegister(CheckContext& context, const ProviderMessage& request) {
-  const std::string relyingParty = *stringForKey(request, keys::relyingPartyIdentifier);
-  if (booleanForKey(request, keys::allowsUserInteraction)) {
+  const std::string relyingParty = *stringForKey(request, key::relyingPartyIdentifier);
+  if (booleanForKey(request, key::allowsUserInteraction)) {
     context.tellPerson("Now: agree in your host, if it asks, to a passkey for " + relyingParty +
                        ".");
   }
@@ -129,10 +128,10 @@ Exchange askToRegister(CheckContext& context, const ProviderMessage& request) {
 RegistrationReview reviewOf(const Exchange& exchange) {
   RegistrationTerms terms{
       .request = requestTerms(exchange.request),
-      .userHandle = *dataForKey(exchange.request, keys::userHandle),
+      .userHandle = *dataForKey(exchange.request, key::userHandle),
       .algorithms = {},
-      .excludedCredentials = identifiersIn(exchange.request, keys::excludedCredentials)};
-  for (const PropertyListValue& each : arrayIn(exchange.request, keys::supportedAlgorithms)) {
+      .excludedCredentials = identifiersIn(exchange.request, key::excludedCredentials)};
+  for (const PropertyListValue& each : arrayIn(exchange.request, key::supportedAlgorithms)) {
     terms.algorithms.push_back(*each.integer());
   }
   if (terms.algorithms.empty()) {
@@ -146,10 +145,10 @@ RegistrationReview reviewOf(const CheckPasskey& passkey) {
 }
 
 AssertionTerms assertionTerms(const Exchange& exchange, const CheckPasskey& passkey) {
-  const Data credentialID = *dataForKey(exchange.request, keys::credentialID);
+  const Data credentialID = *dataForKey(exchange.request, key::credentialID);
   return {.request = requestTerms(exchange.request),
           .credentialID = credentialID.empty() ? std::nullopt : std::optional(credentialID),
-          .allowedCredentials = identifiersIn(exchange.request, keys::allowedCredentials),
+          .allowedCredentials = identifiersIn(exchange.request, key::allowedCredentials),
           .passkey = reviewOf(passkey).passkey};
 }
 

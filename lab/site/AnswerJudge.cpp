@@ -18,7 +18,7 @@
 namespace korvan::lab {
 namespace {
 
-namespace keys = provider_message_key;
+namespace key = provider_message_key;
 using Kind = WantedKey::Kind;
 using Subject = Finding::Subject;
 
@@ -128,8 +128,8 @@ Finding judgeSignatureIn(const ProviderMessage& answer, const AssertionTerms& te
     return notChecked(Subject::signature,
                       "the signature was not checked: the public key is not known");
   }
-  const auto signature = dataForKey(answer, keys::signature);
-  const auto statement = dataForKey(answer, keys::authenticatorData);
+  const auto signature = dataForKey(answer, key::signature);
+  const auto statement = dataForKey(answer, key::authenticatorData);
   return signature && statement ? judgeSignature(*signature, *statement, terms)
                                 : notChecked(Subject::signature,
                                              "the signature was not checked: it or what it signs "
@@ -181,12 +181,12 @@ RegistrationReview judgeAttestedStatement(const Data& bytes, const ProviderMessa
         Subject::attestation, "no credential is attested",
         {.wanted = "AT (0x40), and the attested credential behind the counter",
          .got = wordsForFlags(statement->flags) + ", then " + wordsFor(statement->rest),
-         .hint = attests ? hintForAttested(statement->rest, dataForKey(answer, keys::credentialID))
+         .hint = attests ? hintForAttested(statement->rest, dataForKey(answer, key::credentialID))
                          : "the flag AT is missing"}));
     return review;
   }
   append(review.findings,
-         judgeAttestedCredential(*attested, dataForKey(answer, keys::credentialID), terms));
+         judgeAttestedCredential(*attested, dataForKey(answer, key::credentialID), terms));
   review.findings.push_back(
       judgeExtensions(statement->flags, attested->rest, Subject::attestation));
   if (const auto key = publicKeyIn(attested->coseKey)) {
@@ -213,20 +213,20 @@ FindingList judgeAssertion(const ProviderMessage& answer, const AssertionTerms& 
   const auto credentialID = wantedCredential(terms);
   const std::optional<Data> userHandle = terms.passkey ? terms.passkey->userHandle : std::nullopt;
   const std::array<WantedKey, 6> wanted{
-      {{.name = keys::userHandle, .value = pointerTo(userHandle)},
-       {.name = keys::relyingPartyIdentifier, .kind = Kind::string},
-       {.name = keys::signature},
-       {.name = keys::clientDataHash, .value = &terms.request.clientDataHash},
-       {.name = keys::authenticatorData},
-       {.name = keys::credentialID, .value = pointerTo(credentialID)}}};
+      {{.name = key::userHandle, .value = pointerTo(userHandle)},
+       {.name = key::relyingPartyIdentifier, .kind = Kind::string},
+       {.name = key::signature},
+       {.name = key::clientDataHash, .value = &terms.request.clientDataHash},
+       {.name = key::authenticatorData},
+       {.name = key::credentialID, .value = pointerTo(credentialID)}}};
   FindingList findings = judgeKinds(answer, wanted);
-  const auto got = dataForKey(answer, keys::credentialID);
+  const auto got = dataForKey(answer, key::credentialID);
   append(findings, judgeEchoes(answer, terms.request));
   append(findings, judgeCredential(got, terms));
   append(findings, judgeAllowed(got, terms.allowedCredentials));
   append(findings, judgeOwner(got, terms));
-  append(findings, judgeUserHandle(dataForKey(answer, keys::userHandle), terms));
-  append(findings, judgeAuthenticatorData(dataForKey(answer, keys::authenticatorData), terms));
+  append(findings, judgeUserHandle(dataForKey(answer, key::userHandle), terms));
+  append(findings, judgeAuthenticatorData(dataForKey(answer, key::authenticatorData), terms));
   findings.push_back(judgeSignatureIn(answer, terms));
   return findings;
 }
@@ -234,13 +234,13 @@ FindingList judgeAssertion(const ProviderMessage& answer, const AssertionTerms& 
 RegistrationReview judgeRegistration(const ProviderMessage& answer,
                                      const RegistrationTerms& terms) {
   const std::array<WantedKey, 4> wanted{
-      {{.name = keys::relyingPartyIdentifier, .kind = Kind::string},
-       {.name = keys::clientDataHash, .value = &terms.request.clientDataHash},
-       {.name = keys::credentialID},
-       {.name = keys::attestationObject}}};
+      {{.name = key::relyingPartyIdentifier, .kind = Kind::string},
+       {.name = key::clientDataHash, .value = &terms.request.clientDataHash},
+       {.name = key::credentialID},
+       {.name = key::attestationObject}}};
   RegistrationReview review{.findings = judgeKinds(answer, wanted), .passkey = std::nullopt};
   append(review.findings, judgeEchoes(answer, terms.request));
-  const auto object = dataForKey(answer, keys::attestationObject);
+  const auto object = dataForKey(answer, key::attestationObject);
   if (!object) {
     review.findings.push_back(
         notChecked(Subject::attestation, "there is no attestation object to check"));
@@ -256,20 +256,20 @@ RegistrationReview judgeRegistration(const ProviderMessage& answer,
 }
 
 ProviderMessage answerWith(const PasskeyAssertionCredential& credential, ProviderMessage wire) {
-  set(wire, keys::userHandle, credential.userHandle);
-  set(wire, keys::relyingPartyIdentifier, credential.relyingParty);
-  set(wire, keys::signature, credential.signature);
-  set(wire, keys::clientDataHash, credential.clientDataHash);
-  set(wire, keys::authenticatorData, credential.authenticatorData);
-  set(wire, keys::credentialID, credential.credentialID);
+  set(wire, key::userHandle, credential.userHandle);
+  set(wire, key::relyingPartyIdentifier, credential.relyingParty);
+  set(wire, key::signature, credential.signature);
+  set(wire, key::clientDataHash, credential.clientDataHash);
+  set(wire, key::authenticatorData, credential.authenticatorData);
+  set(wire, key::credentialID, credential.credentialID);
   return wire;
 }
 
 ProviderMessage answerWith(const PasskeyRegistrationCredential& credential, ProviderMessage wire) {
-  set(wire, keys::relyingPartyIdentifier, credential.relyingParty);
-  set(wire, keys::clientDataHash, credential.clientDataHash);
-  set(wire, keys::credentialID, credential.credentialID);
-  set(wire, keys::attestationObject, credential.attestationObject);
+  set(wire, key::relyingPartyIdentifier, credential.relyingParty);
+  set(wire, key::clientDataHash, credential.clientDataHash);
+  set(wire, key::credentialID, credential.credentialID);
+  set(wire, key::attestationObject, credential.attestationObject);
   return wire;
 }
 

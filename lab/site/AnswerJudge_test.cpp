@@ -28,7 +28,7 @@ namespace {
 using Subject = Finding::Subject;
 using Verdict = Finding::Verdict;
 using testing::HasSubstr;
-namespace keys = provider_message_key;
+namespace key = provider_message_key;
 
 using Subjects = std::set<Subject>;
 
@@ -75,13 +75,13 @@ class AssertionJudge : public testing::Test {
   /// What the host states and signs.
   [[nodiscard]] ProviderMessage answerStating(const Data& statement,
                                               const Data& signedMessage) const {
-    return {{keys::ok, true},
-            {keys::userHandle, userHandle_},
-            {keys::relyingPartyIdentifier, "example.com"},
-            {keys::signature, key_.sign(signedMessage.bytes())},
-            {keys::clientDataHash, hash_},
-            {keys::authenticatorData, statement},
-            {keys::credentialID, credentialID_}};
+    return {{key::ok, true},
+            {key::userHandle, userHandle_},
+            {key::relyingPartyIdentifier, "example.com"},
+            {key::signature, key_.sign(signedMessage.bytes())},
+            {key::clientDataHash, hash_},
+            {key::authenticatorData, statement},
+            {key::credentialID, credentialID_}};
   }
   [[nodiscard]] ProviderMessage answerStating(const Data& statement) const {
     return answerStating(statement, joined({statement, hash_}));
@@ -140,34 +140,34 @@ TEST_F(AssertionJudge, FindsNothingWrongWithASoundAnswer) {
 
 TEST_F(AssertionJudge, NamesEachMissingAndMistypedKey) {
   const std::string hashText = base64Url(hash_.bytes());
-  expectFlaw(answerWithKey(keys::userHandle, {}), {Subject::kinds}, "userHandle is missing");
-  expectFlaw(answerWithKey(keys::relyingPartyIdentifier, {}), {Subject::kinds},
+  expectFlaw(answerWithKey(key::userHandle, {}), {Subject::kinds}, "userHandle is missing");
+  expectFlaw(answerWithKey(key::relyingPartyIdentifier, {}), {Subject::kinds},
              "relyingPartyIdentifier is missing");
-  expectFlaw(answerWithKey(keys::relyingPartyIdentifier, utf8("example.com")), {Subject::kinds},
+  expectFlaw(answerWithKey(key::relyingPartyIdentifier, utf8("example.com")), {Subject::kinds},
              "a text is a string, not its bytes");
-  expectFlaw(answerWithKey(keys::clientDataHash, hashText), {Subject::kinds},
+  expectFlaw(answerWithKey(key::clientDataHash, hashText), {Subject::kinds},
              "the base64url text of the right bytes");
-  expectFlaw(answerWithKey(keys::clientDataHash, hashText + "="), {Subject::kinds},
+  expectFlaw(answerWithKey(key::clientDataHash, hashText + "="), {Subject::kinds},
              "the base64 text of the right bytes");
-  expectFlaw(answerWithKey(keys::clientDataHash, hexadecimalOf(hash_.bytes())), {Subject::kinds},
+  expectFlaw(answerWithKey(key::clientDataHash, hexadecimalOf(hash_.bytes())), {Subject::kinds},
              "the hexadecimal text of the right bytes");
-  expectFlaw(answerWithKey(keys::userHandle, base64Url(userHandle_.bytes())), {Subject::kinds},
+  expectFlaw(answerWithKey(key::userHandle, base64Url(userHandle_.bytes())), {Subject::kinds},
              "the base64url text of the right bytes");
-  expectFlaw(answerWithKey(keys::signature, "MEUCIQ=="), {Subject::kinds}, "looks like base64");
-  expectFlaw(answerWithKey(keys::signature, PropertyListValue::Array{48, 69}), {Subject::kinds},
+  expectFlaw(answerWithKey(key::signature, "MEUCIQ=="), {Subject::kinds}, "looks like base64");
+  expectFlaw(answerWithKey(key::signature, PropertyListValue::Array{48, 69}), {Subject::kinds},
              "not an array of integers");
-  expectFlaw(answerWithKey(keys::authenticatorData, 7), {Subject::kinds},
+  expectFlaw(answerWithKey(key::authenticatorData, 7), {Subject::kinds},
              "authenticatorData is an integer, not data");
 }
 
 TEST_F(AssertionJudge, FindsAKeyThatIsSpelledDifferently) {
-  ProviderMessage wrong = answerWithKey(keys::credentialID, {});
+  ProviderMessage wrong = answerWithKey(key::credentialID, {});
   wrong.insert_or_assign("credential_id", credentialID_);
   expectFlaw(wrong, {Subject::kinds}, "there is \"credential_id\": keys are spelled exactly");
 }
 
 TEST_F(AssertionJudge, GoesOnAfterAMissingKey) {
-  const FindingList findings = judgeAssertion(answerWithKey(keys::authenticatorData, {}), terms_);
+  const FindingList findings = judgeAssertion(answerWithKey(key::authenticatorData, {}), terms_);
   EXPECT_EQ(subjectsWith(Verdict::fails, findings), Subjects{Subject::kinds});
   EXPECT_EQ(subjectsWith(Verdict::notChecked, findings),
             (Subjects{Subject::authenticatorData, Subject::verification, Subject::counter,
@@ -176,22 +176,22 @@ TEST_F(AssertionJudge, GoesOnAfterAMissingKey) {
 }
 
 TEST_F(AssertionJudge, FindsOutHowAnEchoWentWrong) {
-  expectFlaw(answerWithKey(keys::relyingPartyIdentifier, "https://example.com"), {Subject::echoes},
+  expectFlaw(answerWithKey(key::relyingPartyIdentifier, "https://example.com"), {Subject::echoes},
              "that is the origin");
-  expectFlaw(answerWithKey(keys::relyingPartyIdentifier, ""), {Subject::echoes}, "it is empty");
-  expectFlaw(answerWithKey(keys::relyingPartyIdentifier, "a\x1b[2Kb"), {Subject::echoes},
+  expectFlaw(answerWithKey(key::relyingPartyIdentifier, ""), {Subject::echoes}, "it is empty");
+  expectFlaw(answerWithKey(key::relyingPartyIdentifier, "a\x1b[2Kb"), {Subject::echoes},
              "got \"a\\u{1B}[2Kb\"");
-  expectFlaw(answerWithKey(keys::clientDataHash, sha256(hash_.bytes())), {Subject::echoes},
+  expectFlaw(answerWithKey(key::clientDataHash, sha256(hash_.bytes())), {Subject::echoes},
              "hashed once too often");
-  expectFlaw(answerWithKey(keys::clientDataHash, utf8(base64Url(hash_.bytes()))), {Subject::echoes},
+  expectFlaw(answerWithKey(key::clientDataHash, utf8(base64Url(hash_.bytes()))), {Subject::echoes},
              "written as base64url text");
-  expectFlaw(answerWithKey(keys::clientDataHash, hash_.slice(0, 31)), {Subject::echoes},
+  expectFlaw(answerWithKey(key::clientDataHash, hash_.slice(0, 31)), {Subject::echoes},
              "cut short");
-  expectFlaw(answerWithKey(keys::clientDataHash, Data()), {Subject::echoes}, "it is empty");
+  expectFlaw(answerWithKey(key::clientDataHash, Data()), {Subject::echoes}, "it is empty");
 }
 
 TEST_F(AssertionJudge, TellsAnotherPasskeyFromTheOneThatWasAskedFor) {
-  expectFlaw(answerWithKey(keys::credentialID, testBytes(32, 'o')), {Subject::credential},
+  expectFlaw(answerWithKey(key::credentialID, testBytes(32, 'o')), {Subject::credential},
              "credentialID is ignored");
   terms_.allowedCredentials = {testBytes(32, 'a')};
   expectFlaw(answer(), {Subject::allowed}, "allowedCredentials is ignored");
@@ -200,9 +200,9 @@ TEST_F(AssertionJudge, TellsAnotherPasskeyFromTheOneThatWasAskedFor) {
 }
 
 TEST_F(AssertionJudge, TellsAnotherUserFromTheRegisteredOne) {
-  expectFlaw(answerWithKey(keys::userHandle, testBytes(16, 'x')), {Subject::userHandle},
+  expectFlaw(answerWithKey(key::userHandle, testBytes(16, 'x')), {Subject::userHandle},
              "of another user than the registered one");
-  expectFlaw(answerWithKey(keys::userHandle, utf8(base64Url(userHandle_.bytes()))),
+  expectFlaw(answerWithKey(key::userHandle, utf8(base64Url(userHandle_.bytes()))),
              {Subject::userHandle}, "written as base64url text");
 }
 
@@ -300,7 +300,7 @@ TEST_F(AssertionJudge, FindsTheMistakeWithWhichTheSignatureVerifies) {
   expectFlaw(answerStating(statement_, joined({hash_, statement_})), signature,
              "over clientDataHash before authenticatorData");
   expectFlaw(answerStating(statement_, sha256(message.bytes())), signature, "hashed twice");
-  expectFlaw(answerWithKey(keys::signature, signedWithSha384(key_, message)), signature,
+  expectFlaw(answerWithKey(key::signature, signedWithSha384(key_, message)), signature,
              "it verifies hashed with SHA-384; ES256 is with SHA-256");
   expectFlaw(answerStating(statement_, joined({statement_, sha256(hash_.bytes())})), signature,
              "over the hash of clientDataHash");
@@ -309,15 +309,15 @@ TEST_F(AssertionJudge, FindsTheMistakeWithWhichTheSignatureVerifies) {
   expectFlaw(answerStating(statement_,
                            joined({host::authenticatorData("https://example.com", 5, 6), hash_})),
              signature, "with the hash of https://example.com");
-  expectFlaw(answerWithKey(keys::signature, rawOf(key_.sign(message.bytes()))), signature,
+  expectFlaw(answerWithKey(key::signature, rawOf(key_.sign(message.bytes()))), signature,
              "raw r‖s of 64 bytes");
-  expectFlaw(answerWithKey(keys::signature, rawOf(key_.sign(hash_.bytes()))), signature,
+  expectFlaw(answerWithKey(key::signature, rawOf(key_.sign(hash_.bytes()))), signature,
              "raw r‖s of 64 bytes; wanted is a DER Ecdsa-Sig-Value; over clientDataHash alone");
-  expectFlaw(answerWithKey(keys::signature, utf8(base64Url(key_.sign(message.bytes()).bytes()))),
+  expectFlaw(answerWithKey(key::signature, utf8(base64Url(key_.sign(message.bytes()).bytes()))),
              signature, "base64url text; send the bytes");
-  expectFlaw(answerWithKey(keys::signature, otherKey_.sign(message.bytes())), signature,
+  expectFlaw(answerWithKey(key::signature, otherKey_.sign(message.bytes())), signature,
              "with the key of another passkey, " + base64Url(testBytes(32, 'o').bytes()));
-  expectFlaw(answerWithKey(keys::signature, testBytes(70, 0x30)), signature,
+  expectFlaw(answerWithKey(key::signature, testBytes(70, 0x30)), signature,
              "none of the usual mistakes");
 }
 
@@ -349,8 +349,8 @@ TEST_F(AssertionJudge, ReadsWhatThePlatformWasHandedOverWhatCameOverTheWire) {
                                           .clientDataHash = hash_,
                                           .authenticatorData = statement_,
                                           .credentialID = credentialID_};
-  ProviderMessage wire = answerWithKey(keys::signature, "MEUCIQ==");
-  wire.insert_or_assign(Text(keys::userHandle), testBytes(1, 'x'));
+  ProviderMessage wire = answerWithKey(key::signature, "MEUCIQ==");
+  wire.insert_or_assign(Text(key::userHandle), testBytes(1, 'x'));
   const FindingList findings = judgeAssertion(answerWith(handed, wire), terms_);
   EXPECT_THAT(detailsOf(findings), HasSubstr("signature is a string, not data"));
   EXPECT_EQ(findingsAbout(Subject::userHandle, findings).front().verdict, Verdict::holds);
@@ -364,11 +364,11 @@ class RegistrationJudge : public testing::Test {
   static constexpr std::uint8_t Flags = UserPresent | UserVerified | AttestedCredentialDataIncluded;
 
   [[nodiscard]] ProviderMessage answerAttesting(const Data& object) const {
-    return {{keys::ok, true},
-            {keys::relyingPartyIdentifier, "example.com"},
-            {keys::clientDataHash, hash_},
-            {keys::credentialID, credentialID_},
-            {keys::attestationObject, object}};
+    return {{key::ok, true},
+            {key::relyingPartyIdentifier, "example.com"},
+            {key::clientDataHash, hash_},
+            {key::credentialID, credentialID_},
+            {key::attestationObject, object}};
   }
   [[nodiscard]] ProviderMessage answerStating(const Data& attested, unsigned flags = Flags) const {
     return answerAttesting(host::attestationObject(
@@ -388,7 +388,7 @@ class RegistrationJudge : public testing::Test {
     return joined({coseKey().slice(0, 10), x, bytes({0x22, 0x58, 0x20}), y});
   }
   [[nodiscard]] Data object() const {
-    return *dataForKey(answerStating(attested()), keys::attestationObject);
+    return *dataForKey(answerStating(attested()), key::attestationObject);
   }
 
   void expectFlaw(const ProviderMessage& wrong, const Subjects& subjects,
@@ -469,7 +469,7 @@ TEST_F(RegistrationJudge, WantsTheAttestationObjectInCanonicalForm) {
   expectFlaw(answerAttesting(with(whole, 28, 0x78)), OfAttestation,
              "authData is a text string, not a byte string");
   expectFlaw(answerAttesting(joined({whole.slice(0, 28), bytes({0x61, 'x'})})), OfAttestation,
-             "authData is no byte string");
+             "authData is not a byte string");
   expectFlaw(answerAttesting(joined({bytes({0xA4, 0x61, 'x', 0}), format, statement, rest})),
              OfAttestation, "a map of 4");
   expectFlaw(answerAttesting(joined({bytes({0xA3}), format, statement.slice(0, 8),
@@ -543,7 +543,7 @@ TEST_F(RegistrationJudge, TellsThatExclusionsAndAlgorithmsAreIgnored) {
 
 TEST(RefusalJudge, AcceptsARefusalThatExplainsItself) {
   const auto findings = judgeRefusal(
-      {{keys::ok, false}, {keys::errorCode, "vaultLocked"}, {keys::errorDescription, "Locked."}},
+      {{key::ok, false}, {key::errorCode, "vaultLocked"}, {key::errorDescription, "Locked."}},
       true);
   EXPECT_TRUE(isVerified(findings));
   EXPECT_EQ(subjectsWith(Verdict::warns, findings), Subjects());
@@ -557,16 +557,16 @@ TEST(RefusalJudge, NamesWhatIsWrongWithARefusal) {
     std::string detail;
   };
   for (const Row& row :
-       {Row{keys::errorCode, "VaultLocked", Subject::refusalCode,
+       {Row{key::errorCode, "VaultLocked", Subject::refusalCode,
             "\"VaultLocked\" counts as failed: meant \"vaultLocked\"?"},
-        Row{keys::errorCode, "locked", Subject::refusalCode, "\"locked\" counts as failed\n"},
-        Row{keys::errorCode, 7, Subject::refusalCode, "got the integer 7"},
-        Row{keys::errorDescription, "\x1b[2K✓", Subject::refusalDescription, "\\u{1B}[2K✓"},
-        Row{keys::errorDescription, false, Subject::refusalDescription, "got false"},
-        Row{keys::showUnavailableUI, true, Subject::refusalNotice, "nobody is there"},
-        Row{keys::showUnavailableUI, 1, Subject::refusalNotice, "got the integer 1"}}) {
+        Row{key::errorCode, "locked", Subject::refusalCode, "\"locked\" counts as failed\n"},
+        Row{key::errorCode, 7, Subject::refusalCode, "got the integer 7"},
+        Row{key::errorDescription, "\x1b[2K✓", Subject::refusalDescription, "\\u{1B}[2K✓"},
+        Row{key::errorDescription, false, Subject::refusalDescription, "got false"},
+        Row{key::showUnavailableUI, true, Subject::refusalNotice, "nobody is there"},
+        Row{key::showUnavailableUI, 1, Subject::refusalNotice, "got the integer 1"}}) {
     ProviderMessage refusal = {
-        {keys::ok, false}, {keys::errorCode, "failed"}, {keys::errorDescription, "It failed."}};
+        {key::ok, false}, {key::errorCode, "failed"}, {key::errorDescription, "It failed."}};
     refusal.insert_or_assign(Text(row.key), row.value);
     const auto findings = judgeRefusal(refusal, true);
     EXPECT_EQ(subjectsWith(Verdict::fails, findings), Subjects{row.subject}) << row.detail;
@@ -576,16 +576,15 @@ TEST(RefusalJudge, NamesWhatIsWrongWithARefusal) {
 
 TEST(RefusalJudge, TakesTheNoticeWhereTheUserIsThereAndMissesADescription) {
   const auto findings = judgeRefusal(
-      {{keys::ok, false}, {keys::errorCode, "unavailable"}, {keys::showUnavailableUI, true}},
-      false);
+      {{key::ok, false}, {key::errorCode, "unavailable"}, {key::showUnavailableUI, true}}, false);
   EXPECT_EQ(subjectsWith(Verdict::fails, findings), Subjects());
   EXPECT_EQ(subjectsWith(Verdict::warns, findings), Subjects{Subject::refusalDescription});
 }
 
 TEST(OkJudge, WantsABoolean) {
-  EXPECT_EQ(judgeOk({{keys::ok, true}}).verdict, Verdict::holds);
-  EXPECT_EQ(judgeOk({{keys::ok, 1}}).got, "the integer 1");
-  EXPECT_EQ(judgeOk({{keys::ok, "YES"}}).got, "the string \"YES\"");
+  EXPECT_EQ(judgeOk({{key::ok, true}}).verdict, Verdict::holds);
+  EXPECT_EQ(judgeOk({{key::ok, 1}}).got, "the integer 1");
+  EXPECT_EQ(judgeOk({{key::ok, "YES"}}).got, "the string \"YES\"");
   EXPECT_EQ(judgeOk({}).got, "missing");
 }
 

@@ -7,7 +7,7 @@
 namespace korvan::lab {
 namespace {
 
-namespace keys = provider_message_key;
+namespace key = provider_message_key;
 using Subject = Finding::Subject;
 
 Finding missingKey(const ProviderMessage& answer, const WantedKey& key) {
@@ -94,10 +94,10 @@ FindingList judgeKinds(const ProviderMessage& answer, std::span<const WantedKey>
 
 FindingList judgeEchoes(const ProviderMessage& answer, const RequestTerms& terms) {
   FindingList findings;
-  if (const auto relyingParty = stringForKey(answer, keys::relyingPartyIdentifier)) {
+  if (const auto relyingParty = stringForKey(answer, key::relyingPartyIdentifier)) {
     findings.push_back(judgeRelyingParty(*relyingParty, terms.relyingParty));
   }
-  if (const auto hash = dataForKey(answer, keys::clientDataHash)) {
+  if (const auto hash = dataForKey(answer, key::clientDataHash)) {
     findings.push_back(judgeHash(*hash, terms.clientDataHash));
   }
   return findings;

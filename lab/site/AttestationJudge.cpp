@@ -88,7 +88,7 @@ FindingList judgeMembers(const cbor_item_t* object) {
   if (!cborBytes(data)) {
     findings.push_back(brokenObject(data == nullptr
                                         ? "the attestation object has no authenticator data"
-                                        : "authData is no byte string",
+                                        : "authData is not a byte string",
                                     "\"authData\", bytes", wordsFor(data)));
   }
   if (const std::size_t count = cborPairs(object).size(); findings.empty() && count != 3) {

@@ -25,7 +25,7 @@ struct AuthenticatorStatement {
 struct AttestedCredential {
   Data aaguid;  ///< 16 bytes
   Data credentialID;
-  Data coseKey;  ///< one item of CBOR, or all that is left if that is none
+  Data coseKey;  ///< one item of CBOR, or all remaining bytes if they do not start with one
   Data rest;
 };
 [[nodiscard]] std::optional<AttestedCredential> readAttestedCredentialData(const Data& bytes);

@@ -7,8 +7,8 @@
 
 namespace korvan::lab {
 
-/// What the extension read of an answer that is no whole frame, and which mistake that looks like.
-/// Empty for no bytes.
+/// What the extension read of an answer that is not a whole frame, and which mistake that looks
+/// like. Empty for no bytes.
 [[nodiscard]] std::string wordsForBrokenFrame(const Data& bytes);
 
 /// The size, the first bytes and the likely format of a body that does not decode to a dictionary.

@@ -11,17 +11,17 @@
 namespace korvan::lab {
 namespace {
 
-namespace keys = provider_message_key;
-namespace codes = provider_error_code;
+namespace key = provider_message_key;
+namespace code = provider_error_code;
 using Subject = Finding::Subject;
 
-constexpr std::array<std::string_view, 7> Codes{codes::failed,
-                                                codes::unavailable,
-                                                codes::vaultLocked,
-                                                codes::userInteractionRequired,
-                                                codes::userCanceled,
-                                                codes::credentialNotFound,
-                                                codes::matchedExcludedCredential};
+constexpr std::array<std::string_view, 7> Codes{code::failed,
+                                                code::unavailable,
+                                                code::vaultLocked,
+                                                code::userInteractionRequired,
+                                                code::userCanceled,
+                                                code::credentialNotFound,
+                                                code::matchedExcludedCredential};
 
 const PropertyListValue* valueIn(const ProviderMessage& answer, std::string_view key) {
   const auto found = answer.find(key);
@@ -72,7 +72,7 @@ Finding judgeDescription(const PropertyListValue* value) {
   }
   const auto* const text = value->text();
   if (text == nullptr) {
-    return failing(Subject::refusalDescription, "the refusal's description is no string",
+    return failing(Subject::refusalDescription, "the refusal's description is not a string",
                    {.wanted = Wanted, .got = wordsFor(*value)});
   }
   if (visibleText(text->view()) != text->view()) {
@@ -84,7 +84,7 @@ Finding judgeDescription(const PropertyListValue* value) {
 
 Finding judgeNotice(const PropertyListValue* value, bool silent) {
   if (value != nullptr && !value->boolean()) {
-    return failing(Subject::refusalNotice, "showUnavailableUI is no boolean",
+    return failing(Subject::refusalNotice, "showUnavailableUI is not a boolean",
                    {.wanted = "a boolean, or none", .got = wordsFor(*value)});
   }
   if (silent && value != nullptr && value->truthValue()) {
@@ -99,14 +99,14 @@ Finding judgeNotice(const PropertyListValue* value, bool silent) {
 }  // namespace
 
 FindingList judgeRefusal(const ProviderMessage& answer, bool silent) {
-  return {judgeCode(valueIn(answer, keys::errorCode)),
-          judgeDescription(valueIn(answer, keys::errorDescription)),
-          judgeNotice(valueIn(answer, keys::showUnavailableUI), silent)};
+  return {judgeCode(valueIn(answer, key::errorCode)),
+          judgeDescription(valueIn(answer, key::errorDescription)),
+          judgeNotice(valueIn(answer, key::showUnavailableUI), silent)};
 }
 
 FindingList judgeEnvelope(const ProviderMessage& answer, bool silent) {
   FindingList findings = {judgeOk(answer)};
-  const auto* const ok = valueIn(answer, keys::ok);
+  const auto* const ok = valueIn(answer, key::ok);
   if (ok == nullptr || !ok->truthValue()) {
     const FindingList refusal = judgeRefusal(answer, silent);
     findings.insert(findings.end(), refusal.begin(), refusal.end());
@@ -115,7 +115,7 @@ FindingList judgeEnvelope(const ProviderMessage& answer, bool silent) {
 }
 
 Finding judgeOk(const ProviderMessage& answer) {
-  const auto* const value = valueIn(answer, keys::ok);
+  const auto* const value = valueIn(answer, key::ok);
   if (value != nullptr && value->boolean()) {
     return holding(Subject::ok, "ok is a boolean");
   }

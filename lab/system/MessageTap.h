@@ -24,7 +24,7 @@ struct RecordedFrame {
 };
 
 /// A message while it goes over a socket: a whole frame's body, or all that was read of an answer
-/// that is no whole frame when the connection is closed.
+/// that is not a whole frame when the connection is closed.
 struct PassingMessage {
   Direction direction = Direction::request;
   bool isWhole = true;

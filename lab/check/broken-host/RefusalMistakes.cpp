@@ -61,7 +61,7 @@ std::vector<Mistake> refusalMistakes() {
            [](Message& answer) { answer["errorDescription"] = "\x1b[32m✓ verified\x1b[0m"; })},
       {.name = "describes-with-a-number",
        .fails = {"refusal.description"},
-       .hint = "the refusal's description is no string",
+       .hint = "the refusal's description is not a string",
        .answer = inRefusals([](Message& answer) { answer["errorDescription"] = 101; })},
       {.name = "does-not-describe-refusals",
        .fails = {},

@@ -396,7 +396,7 @@ std::vector<Mistake> wrongRegistrations() {
            isRegistration, [](Message& request) { keepTwentyOf(request, "excludedCredentials"); })},
       {.name = "lets-unknown-passkeys-hinder",
        .fails = {"registration.excluded"},
-       .hint = "a passkey that the host does not have is no hindrance",
+       .hint = "a passkey that the host does not have prevents nothing",
        .answer =
            [](const auto& request, auto& answer) {
              if (isRegistration(request) &&
@@ -406,7 +406,7 @@ std::vector<Mistake> wrongRegistrations() {
            }},
       {.name = "lets-passkeys-of-others-hinder",
        .fails = {"registration.excluded"},
-       .hint = "a passkey of another relying party is no hindrance",
+       .hint = "a passkey of another relying party prevents nothing",
        .answer =
            [](const auto& request, auto& answer) {
              static std::vector<Data> made;

@@ -17,8 +17,8 @@
 namespace korvan::lab::check {
 namespace {
 
-namespace keys = provider_message_key;
-namespace codes = provider_error_code;
+namespace key = provider_message_key;
+namespace code = provider_error_code;
 using Subject = Finding::Subject;
 
 ProviderMessage requestFor(const CheckPasskey& passkey, AllowsUser allowsUser = false) {
@@ -70,8 +70,8 @@ Result assertionCredential(CheckContext& context) {
 
 Result assertionRecord(CheckContext& context) {
   ProviderMessage request = requestFor(context.passkeys().first());
-  request[keys::recordIdentifier] = "a record that no host has";
-  return refusedWith(context, askToSign(context, request), codes::credentialNotFound,
+  request[key::recordIdentifier] = "a record that no host has";
+  return refusedWith(context, askToSign(context, request), code::credentialNotFound,
                      "recordIdentifier is ignored");
 }
 
@@ -81,7 +81,7 @@ Result assertionAllowed(CheckContext& context) {
   const Data unknown = newIdentifier();
   const auto ask = [&](const std::vector<Data>& allowed) {
     ProviderMessage request = assertionRequest(RelyingParty, Data(), false);
-    request[keys::allowedCredentials] = arrayOf(allowed);
+    request[key::allowedCredentials] = arrayOf(allowed);
     return askToSign(context, request);
   };
   for (const CheckPasskey* passkey : {&first, &second}) {
@@ -94,7 +94,7 @@ Result assertionAllowed(CheckContext& context) {
       return result;
     }
   }
-  Result result = refusedWith(context, ask({unknown}), codes::credentialNotFound,
+  Result result = refusedWith(context, ask({unknown}), code::credentialNotFound,
                               "allowedCredentials is ignored");
   if (result.outcome != Outcome::passed) {
     return result;
@@ -102,56 +102,56 @@ Result assertionAllowed(CheckContext& context) {
   requireServed(context, ask(manyIdentifiersAnd(first.credentialID)), "an assertion",
                 "the last of 302 allowedCredentials, two of them alike, is not found");
   ProviderMessage both = requestFor(first);
-  both[keys::allowedCredentials] = arrayOf({second.credentialID});
+  both[key::allowedCredentials] = arrayOf({second.credentialID});
   const Exchange exchange = askToSign(context, both);
   // One that ignores credentialID is told so by assertion.credential.
-  return dataForKey(exchange.answer, keys::credentialID) == second.credentialID
+  return dataForKey(exchange.answer, key::credentialID) == second.credentialID
              ? passed()
-             : refusedWith(context, exchange, codes::credentialNotFound,
+             : refusedWith(context, exchange, code::credentialNotFound,
                            "allowedCredentials is ignored beside a credentialID");
 }
 
 Result assertionRelyingParty(CheckContext& context) {
   const CheckPasskey& first = context.passkeys().first();
   ProviderMessage named = requestFor(first);
-  named[keys::relyingPartyIdentifier] = StrangeRelyingParty;
+  named[key::relyingPartyIdentifier] = StrangeRelyingParty;
   ProviderMessage allowed = assertionRequest(StrangeRelyingParty, Data(), false);
-  allowed[keys::allowedCredentials] = arrayOf({first.credentialID});
+  allowed[key::allowedCredentials] = arrayOf({first.credentialID});
   const std::string hole =
       "signed for a relying party that the passkey does not belong to, which is a security hole: ";
   for (const auto& [request, mistake] :
        {std::pair(named, "relyingPartyIdentifier is ignored"),
         std::pair(allowed, "relyingPartyIdentifier is ignored beside allowedCredentials")}) {
-    const Result result = refusedWith(context, askToSign(context, request),
-                                      codes::credentialNotFound, hole + mistake);
+    const Result result =
+        refusedWith(context, askToSign(context, request), code::credentialNotFound, hole + mistake);
     if (result.outcome != Outcome::passed) {
       return result;
     }
   }
   const CheckPasskey& other = context.passkeys().other();
   ProviderMessage ofSubdomain = requestFor(other);
-  ofSubdomain[keys::relyingPartyIdentifier] = RelyingParty;
+  ofSubdomain[key::relyingPartyIdentifier] = RelyingParty;
   const Exchange asDomain = askToSign(context, ofSubdomain);
   if (isOk(asDomain.answer) &&
-      dataForKey(asDomain.answer, keys::credentialID) == other.credentialID) {
-    return refusedWith(context, asDomain, codes::credentialNotFound,
+      dataForKey(asDomain.answer, key::credentialID) == other.credentialID) {
+    return refusedWith(context, asDomain, code::credentialNotFound,
                        hole + "a passkey of a subdomain is taken for the domain's own");
   }
   if (!context.settings().attended) {
     return passed();
   }
-  named[keys::type] = provider_request_type::interactiveAssertion;
-  named[keys::allowsUserInteraction] = true;
+  named[key::type] = provider_request_type::interactiveAssertion;
+  named[key::allowsUserInteraction] = true;
   const Exchange exchange = askUserToSign(context, named, "Now: cancel in your host, if it asks.");
   return isOk(exchange.answer)
-             ? refusedWith(context, exchange, codes::credentialNotFound,
+             ? refusedWith(context, exchange, code::credentialNotFound,
                            hole + "relyingPartyIdentifier is ignored in an interactiveAssertion")
              : passed();
 }
 
 Result assertionUnknown(CheckContext& context) {
   const auto request = assertionRequest(RelyingParty, newIdentifier(), false);
-  Result result = refusedWith(context, askToSign(context, request), codes::credentialNotFound,
+  Result result = refusedWith(context, askToSign(context, request), code::credentialNotFound,
                               "another passkey signed in place of one that the host does not have");
   if (result.outcome != Outcome::passed) {
     return result;
@@ -160,14 +160,14 @@ Result assertionUnknown(CheckContext& context) {
   result = refusedWith(
       context,
       askToSign(context, assertionRequest(RelyingParty, whole.slice(0, whole.size() - 1), false)),
-      codes::credentialNotFound,
+      code::credentialNotFound,
       "a credentialID that a passkey's begins with is taken for the whole");
   if (result.outcome != Outcome::passed) {
     return result;
   }
   const CheckPasskey& replaced = context.passkeys().make(RelyingParty, "kim");
   std::ignore = context.passkeys().makeAgain(replaced);
-  return refusedWith(context, askToSign(context, requestFor(replaced)), codes::credentialNotFound,
+  return refusedWith(context, askToSign(context, requestFor(replaced)), code::credentialNotFound,
                      "a user's older passkey still signs in; the new one takes its place");
 }
 
@@ -194,12 +194,12 @@ Result assertionInteractive(CheckContext& context) {
 Result assertionList(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().first();
   ProviderMessage request = assertionRequest(passkey.relyingParty, Data(), true);
-  request[keys::allowedCredentials] = arrayOf({passkey.credentialID});
+  request[key::allowedCredentials] = arrayOf({passkey.credentialID});
   const Exchange exchange = askUserToSign(
       context, request, "Now: choose in your host the passkey of " + passkey.userName + ".");
   requireServed(context, exchange, "an assertion with the passkey that the user chooses",
                 "an empty credentialID asks for a choice among the passkeys");
-  if (dataForKey(exchange.answer, keys::credentialID) == passkey.credentialID) {
+  if (dataForKey(exchange.answer, key::credentialID) == passkey.credentialID) {
     return passed();
   }
   return failed({.sent = context.described(request),
@@ -212,12 +212,12 @@ Result assertionList(CheckContext& context) {
 Result assertionVerification(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().first();
   ProviderMessage discouraged = requestFor(passkey);
-  discouraged[keys::userVerificationPreference] = "discouraged";
+  discouraged[key::userVerificationPreference] = "discouraged";
   requireServed(context, askToSign(context, discouraged), "an assertion",
                 "refused where user verification is discouraged");
   const auto ask = [&](AllowsUser allowsUser) {
     ProviderMessage request = requestFor(passkey, allowsUser);
-    request[keys::userVerificationPreference] = "required";
+    request[key::userVerificationPreference] = "required";
     return allowsUser ? askUserToSign(context, request,
                                       "Now: verify yourself in your host, as with a fingerprint.")
                       : askSilently(context, request);
@@ -230,7 +230,7 @@ Result assertionVerification(CheckContext& context) {
       return result;
     }
   } else if (!needsUser(silent.answer)) {
-    return refusedWith(context, silent, codes::userInteractionRequired, "");
+    return refusedWith(context, silent, code::userInteractionRequired, "");
   }
   if (!context.settings().attended) {
     return passed();
@@ -255,7 +255,7 @@ Result assertionCounter(CheckContext& context) {
     if (result.outcome != Outcome::passed) {
       return result;
     }
-    last = readAuthenticatorData(*dataForKey(exchange.answer, keys::authenticatorData))->signCount;
+    last = readAuthenticatorData(*dataForKey(exchange.answer, key::authenticatorData))->signCount;
   }
   return passed();
 }
@@ -283,7 +283,7 @@ Result assertionUserHandle(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().first();
   const Exchange exchange = signIn(context, passkey);
   Result result = resultOf(context, exchange, judged(exchange, passkey), {Subject::userHandle});
-  const Data handle = dataForKey(exchange.answer, keys::userHandle).value_or(Data());
+  const Data handle = dataForKey(exchange.answer, key::userHandle).value_or(Data());
   if (std::ranges::equal(handle.bytes(), passkey.userName)) {
     result.findings.hint += ": that is userName";
   }

@@ -13,7 +13,7 @@
 namespace korvan::lab::check {
 namespace {
 
-namespace keys = provider_message_key;
+namespace key = provider_message_key;
 using Subject = Finding::Subject;
 
 /// An algorithm that nobody makes keys for any more.
@@ -56,7 +56,7 @@ Result registrationFlags(CheckContext& context) {
     return result;
   }
   ProviderMessage request = newRequest(context);
-  request[keys::userVerificationPreference] = "required";
+  request[key::userVerificationPreference] = "required";
   const Exchange exchange = askToRegister(context, request);
   requireServed(context, exchange, "a passkey", "refused where the user must be verified");
   return resultOf(context, exchange, reviewOf(exchange).findings,
@@ -65,13 +65,13 @@ Result registrationFlags(CheckContext& context) {
 
 Result registrationAlgorithm(CheckContext& context) {
   ProviderMessage request = newRequest(context);
-  request[keys::supportedAlgorithms] = PropertyListValue::Array{Rs256};
+  request[key::supportedAlgorithms] = PropertyListValue::Array{Rs256};
   const Exchange unfit = askToRegister(context, request);
   if (isOk(unfit.answer)) {
     return resultOf(context, unfit, reviewOf(unfit).findings, {Subject::algorithm});
   }
   request = newRequest(context);
-  request[keys::supportedAlgorithms] = PropertyListValue::Array{Rs1, Rs256, Es256};
+  request[key::supportedAlgorithms] = PropertyListValue::Array{Rs1, Rs256, Es256};
   const Exchange fit = askToRegister(context, request);
   requireServed(context, fit, "a passkey for ES256 (-7)",
                 "only the first of supportedAlgorithms is looked at, or one that the host does "
@@ -81,7 +81,7 @@ Result registrationAlgorithm(CheckContext& context) {
     return result;
   }
   request = newRequest(context);
-  request[keys::supportedAlgorithms] = PropertyListValue::Array{};
+  request[key::supportedAlgorithms] = PropertyListValue::Array{};
   const Exchange any = askToRegister(context, request);
   requireServed(context, any, "a passkey for ES256 (-7)",
                 "an empty supportedAlgorithms is refused; it stands for ES256");
@@ -90,7 +90,7 @@ Result registrationAlgorithm(CheckContext& context) {
 
 Exchange registrationExcluding(CheckContext& context, const std::vector<Data>& excluded) {
   ProviderMessage request = newRequest(context);
-  request[keys::excludedCredentials] = arrayOf(excluded);
+  request[key::excludedCredentials] = arrayOf(excluded);
   return askToRegister(context, request);
 }
 
@@ -115,14 +115,15 @@ Result registrationExcluded(CheckContext& context) {
   const Exchange both = registrationExcluding(context, {ofOther, unknown});
   if (!isOk(both.answer)) {
     requireServed(context, registrationExcluding(context, {unknown}), "a passkey",
-                  "a passkey that the host does not have is no hindrance");
-    requireServed(context, both, "a passkey", "a passkey of another relying party is no hindrance");
+                  "a passkey that the host does not have prevents nothing");
+    requireServed(context, both, "a passkey",
+                  "a passkey of another relying party prevents nothing");
   }
   return passed();
 }
 
 std::optional<Data> coseKeyIn(const ProviderMessage& answer) {
-  const auto object = dataForKey(answer, keys::attestationObject);
+  const auto object = dataForKey(answer, key::attestationObject);
   const auto bytes = object ? readAttestationObject(*object) : std::nullopt;
   const auto statement = bytes ? readAuthenticatorData(*bytes) : std::nullopt;
   const auto attested = statement ? readAttestedCredentialData(statement->rest) : std::nullopt;
@@ -175,18 +176,18 @@ Result silentRegistrations(CheckContext& context, const Exchange& served) {
   Result result = newFlawIn(context, served);
   const auto made = reviewOf(served).passkey;
   if (result.outcome != Outcome::passed || !made ||
-      made->credentialID != dataForKey(served.answer, keys::credentialID)) {
+      made->credentialID != dataForKey(served.answer, key::credentialID)) {
     return result;
   }
   ProviderMessage request = registrationRequest(RelyingParty, "dora", newIdentifier(), false);
-  request[keys::excludedCredentials] = arrayOf({*made->credentialID});
+  request[key::excludedCredentials] = arrayOf({*made->credentialID});
   const Exchange excluding = askToRegister(context, request);
   if (isOk(excluding.answer)) {
     return refusedWith(context, excluding, provider_error_code::matchedExcludedCredential,
                        "excludedCredentials is ignored in a conditional registration");
   }
   request = registrationRequest(RelyingParty, "dora", newIdentifier(), false);
-  request[keys::userVerificationPreference] = "required";
+  request[key::userVerificationPreference] = "required";
   const Exchange verifying = askToRegister(context, request);
   return isOk(verifying.answer)
              ? resultOf(context, verifying, reviewOf(verifying).findings, {Subject::verification})

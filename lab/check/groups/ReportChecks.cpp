@@ -11,7 +11,7 @@
 namespace korvan::lab::check {
 namespace {
 
-namespace keys = provider_message_key;
+namespace key = provider_message_key;
 
 Exchange trySignIn(CheckContext& context, const CheckPasskey& passkey) {
   return askToSign(context, assertionRequest(passkey.relyingParty, passkey.credentialID, false));
@@ -20,7 +20,7 @@ Exchange trySignIn(CheckContext& context, const CheckPasskey& passkey) {
 /// Whether the passkey signed, and not another in its place.
 bool isSignedWith(const CheckPasskey& passkey, const Exchange& exchange) {
   return isOk(exchange.answer) &&
-         dataForKey(exchange.answer, keys::credentialID) == passkey.credentialID;
+         dataForKey(exchange.answer, key::credentialID) == passkey.credentialID;
 }
 
 /// Ends the check unless the passkey signs in after the report.
@@ -56,7 +56,7 @@ Result resultOfReport(const CheckContext& context, const Exchange& report) {
   return warned({.sent = context.described(report.request),
                  .got = context.described(report.answer),
                  .wanted = "ok true",
-                 .hint = *stringForKey(report.request, keys::type) +
+                 .hint = *stringForKey(report.request, key::type) +
                          " is refused, about a passkey that the host has"});
 }
 
@@ -80,7 +80,7 @@ void requireGone(CheckContext& context, const CheckPasskey& passkey,
                            .got = context.described(exchange.answer),
                            .wanted = "a refusal with credentialNotFound",
                            .hint = "the passkey still signs in: " +
-                                   *stringForKey(report, keys::type) + " is ignored"}));
+                                   *stringForKey(report, key::type) + " is ignored"}));
   }
 }
 
@@ -88,7 +88,7 @@ void requireGone(CheckContext& context, const CheckPasskey& passkey,
 void requireShown(CheckContext& context, const CheckPasskey& passkey, const std::string& name,
                   const ProviderMessage& report, const std::string& hint) {
   ProviderMessage request = assertionRequest(passkey.relyingParty, Data(), true);
-  request[keys::allowedCredentials] = arrayOf({passkey.credentialID});
+  request[key::allowedCredentials] = arrayOf({passkey.credentialID});
   const Exchange exchange = askUserToSign(context, request,
                                           "Now: choose in your host the passkey of " + name +
                                               ", or cancel if it shows none of that name.");
@@ -108,7 +108,7 @@ Result reportUserName(CheckContext& context) {
   const Exchange exchange = sendReport(context, report);
   const Exchange after =
       requireSignsIn(context, renamed, report, "updateUserName has removed the passkey");
-  if (dataForKey(after.answer, keys::userHandle) != dataForKey(before.answer, keys::userHandle)) {
+  if (dataForKey(after.answer, key::userHandle) != dataForKey(before.answer, key::userHandle)) {
     return failed({.sent = context.described(report),
                    .got = context.described(after.answer),
                    .wanted = "the user handle that was registered",

@@ -160,11 +160,11 @@ Data emptyArray(const CheckContext& context) {
 
 std::vector<Damage> damagedRequests(const CheckContext& context) {
   const Data body = context.encoded(plainRequest(context));
-  const std::string_view garbage = "this is no property list";
+  const std::string_view garbage = "this is not a property list";
   return {{.name = "the size 0", .bytes = {0, 0, 0, 0}},
           {.name = "the size 4194305", .bytes = {0, 0x40, 0, 1}},
           {.name = "the size 4294967295", .bytes = {0xff, 0xff, 0xff, 0xff}},
-          {.name = "a body that is no property list",
+          {.name = "a body that is not a property list",
            .bytes = frameOf(RequestBytes(garbage.begin(), garbage.end()))},
           {.name = "half a property list", .bytes = frameOf(body.slice(0, body.size() / 2))},
           {.name = "an array", .bytes = frameOf(emptyArray(context))},

@@ -1,4 +1,4 @@
-// The page: makes requests when a button is pressed, and shows what became of each.
+// The page: makes requests when a button is pressed, and shows how each ended.
 
 import { Entry } from './entry.js';
 import { ask, finish, optionsFor, siteState } from './relying-party.js';
