@@ -82,13 +82,14 @@ PropertyListDictionary answerTo(const Bytes& requestBody, const Mistake& mistake
   if (!request || request->dictionary() == nullptr) {
     return failure("The request is not a dictionary.");
   }
+  // Mistakes remember things from one request to the next, and the handler does not know that the
+  // vault is looked at.
+  static std::mutex mutex;
+  const std::scoped_lock lock(mutex);
   PropertyListDictionary seen = *request->dictionary();
   if (mistake.request) {
     mistake.request(seen);
   }
-  // The handler does not know that the vault is looked at.
-  static std::mutex mutex;
-  const std::scoped_lock lock(mutex);
   PropertyListDictionary answer = surroundings.handler.answer(seen);
   alterStatement(*request->dictionary(), answer, mistake, surroundings.vault);
   if (mistake.keep) {
