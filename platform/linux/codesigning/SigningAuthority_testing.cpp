@@ -12,7 +12,7 @@ namespace {
 
 constexpr long SecondsADay = 86'400;
 
-using MemoryStream = std::unique_ptr<BIO, decltype([](BIO* stream) { BIO_free(stream); })>;
+using Bio = std::unique_ptr<BIO, decltype([](BIO* stream) { BIO_free(stream); })>;
 using Signature =
     std::unique_ptr<CMS_ContentInfo,
                     decltype([](CMS_ContentInfo* content) { CMS_ContentInfo_free(content); })>;
@@ -78,13 +78,13 @@ SigningAuthority::SigningAuthority(const SigningAuthority* issuer)
 SigningAuthority SigningAuthority::issueAuthority() const { return SigningAuthority(this); }
 
 std::string SigningAuthority::pem() const {
-  const MemoryStream stream(BIO_new(BIO_s_mem()));
+  const Bio stream(BIO_new(BIO_s_mem()));
   require(PEM_write_bio_X509(stream.get(), certificate_.get()) == 1);
   return contentsOf(stream.get());
 }
 
 std::string SigningAuthority::pemUnder(const std::string& password) const {
-  const MemoryStream stream(BIO_new(BIO_s_mem()));
+  const Bio stream(BIO_new(BIO_s_mem()));
   const auto encode = [](const void* certificate, unsigned char** der) {
     return i2d_X509(static_cast<const X509*>(certificate), der);
   };
@@ -127,11 +127,11 @@ void SigningAuthority::sign(const std::filesystem::path& program,
                 flags | (recipe.hasCertificate ? 0U : unsigned{CMS_NOCERTS})) != nullptr);
   }
   require(isRoot_ || CMS_add1_cert(content.get(), certificate_.get()) == 1);
-  const MemoryStream bytes(BIO_new_file(program.c_str(), "rb"));
+  const Bio bytes(BIO_new_file(program.c_str(), "rb"));
   // Without a signer there is nothing to compute, and OpenSSL will not.
   require(recipe.signers == 0 ||
           (bytes != nullptr && CMS_final(content.get(), bytes.get(), nullptr, flags) == 1));
-  const MemoryStream file(BIO_new_file((program.string() + ".p7s").c_str(), "wb"));
+  const Bio file(BIO_new_file((program.string() + ".p7s").c_str(), "wb"));
   require(file != nullptr && i2d_CMS_bio(file.get(), content.get()) == 1);
 }
 
