@@ -160,9 +160,6 @@ void sendAll(int socket, const Bytes& bytes) {
 }
 
 void serveSoundly(int socket, const Mistake& mistake, const Surroundings& surroundings) {
-  if (mistake.greet) {
-    mistake.greet(socket);
-  }
   const Bytes request = readFrame(socket);
   if (!request.empty()) {
     sendAll(socket, answerFrame(request, mistake, surroundings));

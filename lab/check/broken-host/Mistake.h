@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -62,7 +63,7 @@ struct Mistake {
   std::function<void(Bytes& body)> body = {};
   /// Alters the answer's frame.
   std::function<void(Bytes& frame)> frame = {};
-  /// Runs on a new connection, before the request is read.
+  /// Runs on a new connection, before the request is read and before the next one is accepted.
   std::function<void(int socket)> greet = {};
   /// Runs after the answer is sent, before the connection is closed.
   std::function<void(int socket)> afterAnswer = {};
@@ -71,8 +72,8 @@ struct Mistake {
       {};
   /// Makes the listening socket in the container instead of HostSocket.
   std::function<Descriptor(const std::filesystem::path& container)> listen = {};
-  /// Whether one connection is served after another, and not all at once.
-  bool oneAtATime = false;
+  /// How many connections are served at once. The next ones wait to be accepted.
+  int mostAtOnce = std::numeric_limits<int>::max();
   /// Runs before anything else.
   std::function<void()> start = {};
   /// Alters authenticator data, in registrations too, before it is signed.

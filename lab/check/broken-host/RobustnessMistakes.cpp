@@ -5,7 +5,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <mutex>
-#include <semaphore>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -166,12 +165,6 @@ void serveOrWaitForEver(int socket, const Mistake& mistake, const Surroundings& 
     ::pause();
   }
   answer(socket, request, mistake, surroundings);
-}
-
-std::counting_semaphore<>& pool() {
-  constexpr int Threads = 4;
-  static std::counting_semaphore<> free(Threads);
-  return free;
 }
 
 void serveOrFail(int socket, const Mistake& mistake, const Surroundings& surroundings) {
@@ -372,12 +365,11 @@ std::vector<Mistake> robustnessMistakes() {
       {.name = "serves-one-at-a-time",
        .fails = {"client.silent"},
        .hint = "one connection at a time",
-       .oneAtATime = true},
+       .mostAtOnce = 1},
       {.name = "has-four-threads",
        .fails = {"client.silent"},
        .hint = "16 clients that send nothing hold up all: do they use up a pool of threads?",
-       .greet = [](int /*socket*/) { pool().acquire(); },
-       .afterAnswer = [](int /*socket*/) { pool().release(); }},
+       .mostAtOnce = 4},
       {.name = "mixes-up-answers",
        .fails = {"client.many"},
        .hint = ": do connections share a buffer?",

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -76,18 +77,21 @@ void serve(const Descriptor& socket, const Mistake& mistake, const Surroundings&
 }
 
 [[noreturn]] void serveAll(int listener, const Mistake& mistake, const Surroundings& surroundings) {
+  std::counting_semaphore<> free(mistake.mostAtOnce);
   while (true) {
+    free.acquire();
     Descriptor socket(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
     if (socket.get() < 0) {
       ::pause();
     }
-    if (mistake.oneAtATime) {
-      serve(socket, mistake, surroundings);
-    } else {
-      std::thread([&mistake, &surroundings, mine = std::move(socket)] {
-        serve(mine, mistake, surroundings);
-      }).detach();
+    // Threads start in any order, and connections are to be greeted in theirs.
+    if (mistake.greet) {
+      mistake.greet(socket.get());
     }
+    std::thread([&mistake, &surroundings, &free, mine = std::move(socket)] {
+      serve(mine, mistake, surroundings);
+      free.release();
+    }).detach();
   }
 }
 

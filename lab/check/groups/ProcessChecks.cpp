@@ -98,7 +98,7 @@ Result restartStop(CheckContext& context) {
   if (!context.program().endsWithin(context.waits(), EndingTime)) {
     silent.reset();
     context.waits().restart();
-    const bool waited = context.program().endsWithin(context.waits(), 100ms);
+    const bool waited = context.program().endsWithin(context.waits(), 1s);
     findings.got = "a program that runs after 2 seconds";
     findings.hint = waited ? "SIGTERM ends it only when the last client has left"
                            : "still runs 2 s after SIGTERM";
