@@ -1,7 +1,9 @@
 // `korvan-lab browser` without a browser: what it says, and what it leaves in a directory.
 
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -14,6 +16,7 @@
 namespace korvan::lab {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -29,6 +32,35 @@ TEST(BrowserCommand, NamesThePackageThatIsMissing) {
   EXPECT_EQ(result.output, "");
   EXPECT_EQ(result.errors,
             "korvan-lab: Chromium is missing; on Debian, install the package chromium\n");
+}
+
+/// Runs the command, whose browser is a script with these lines.
+Program::Result runWithBrowser(std::string_view lines, std::vector<std::string> arguments) {
+  const TemporaryDirectory directory;
+  const std::filesystem::path browser = directory.path() / "chromium";
+  std::ofstream(browser) << "#!/bin/sh\n" << lines << '\n';
+  std::filesystem::permissions(browser, std::filesystem::perms::owner_all);
+  arguments.insert(arguments.begin(), {"/usr/bin/env", "PATH=" + directory.path().string(),
+                                       KORVAN_LAB, "browser", "--headless"});
+  return Program(std::move(arguments)).finish();
+}
+
+TEST(BrowserCommand, SaysHowTheBrowserFailedAndWhatItWrote) {
+  const std::vector<std::string> site = {"--site", "https://example.com"};
+  const auto failed = runWithBrowser("echo 'no display' >&2; exit 3", site);
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_THAT(failed.output,
+              EndsWith("✗ Chromium ended with exit status 3. It wrote:\n    no display\n"));
+  const auto killed = runWithBrowser("kill -KILL $$", site);
+  EXPECT_EQ(killed.status, 1);
+  EXPECT_THAT(killed.output, EndsWith("✗ Chromium ended with SIGKILL and wrote nothing.\n"));
+}
+
+TEST(BrowserCommand, FailsWhenTheBrowserEndsBeforeThePageHasRunByItself) {
+  const auto early = runWithBrowser("exit 0", {});
+  EXPECT_EQ(early.status, 1);
+  EXPECT_THAT(early.output, EndsWith("✗ Chromium ended with exit status 0 and wrote nothing.\n"));
+  EXPECT_EQ(runWithBrowser("exit 0", {"--site", "https://example.com"}).status, 0);
 }
 
 TEST(BrowserCommand, PutsWhatAPersonsOwnBrowserNeedsIntoADirectory) {

@@ -1,5 +1,6 @@
 #include "lab/commands/browser/BrowserSession.h"
 
+#include <cstring>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -19,6 +20,15 @@
 
 namespace korvan::lab {
 namespace {
+
+/// Such as "exit status 1" or "SIGSEGV". `status` is what waiting for the process gives.
+std::string endingOf(int status) {
+  if (WIFEXITED(status)) {
+    return "exit status " + std::to_string(WEXITSTATUS(status));
+  }
+  const char* const name = ::sigabbrev_np(WTERMSIG(status));
+  return name != nullptr ? "SIG" + std::string(name) : "signal " + std::to_string(WTERMSIG(status));
+}
 
 /// The browser, the site, and what is heard of them. Main thread.
 class BrowserSession {
@@ -46,9 +56,10 @@ class BrowserSession {
   }
 
   int run(const BrowserStart& start) {
-    const BrowserProcess browser(profile_, start, [this](int status) {
+    const bool pageRunsByItself = start.headless && site_;
+    const BrowserProcess browser(profile_, start, [this, pageRunsByItself](int status) {
       tellStories();
-      end(WIFEXITED(status) && WEXITSTATUS(status) == 0 ? Well : browserFailed());
+      end(status == 0 && !pageRunsByItself ? Well : browserFailed(status));
     });
     g_main_loop_run(loop_);
     return status_;
@@ -74,9 +85,11 @@ class BrowserSession {
     g_main_loop_quit(loop_);
   }
 
-  int browserFailed() {
-    narrator_.verdict(false, "The browser failed. It wrote:");
+  int browserFailed(int status) {
     std::ifstream log(profile_.browserLog());
+    const bool silent = log.peek() == std::ifstream::traits_type::eof();
+    narrator_.verdict(false, "Chromium ended with " + endingOf(status) +
+                                 (silent ? " and wrote nothing." : ". It wrote:"));
     for (std::string line; std::getline(log, line);) {
       narrator_.say("  " + visibleText(line));
     }

@@ -36,8 +36,9 @@ async function browserThatOpensTabs(t) {
 
 export class Browser {
   /**
-   * Opens the page. Whatever is left when the test `t` is over is ended. The command has a process
-   * group of its own; what the test does not say of a directory and the environment is made.
+   * Opens the page, and returns the browser when it has. Whatever is left when the test `t` is over
+   * is ended. The command has a process group of its own; what the test does not say of a directory
+   * and the environment is made. Throws what the command wrote if that ends before.
    */
   static async start(t, page, options, { directory, environment = {} } = {}) {
     const browser = new Browser();
@@ -51,7 +52,9 @@ export class Browser {
     });
     atEnd(t, () => end(browser.command));
     browser.#exit = once(browser.command, 'exit');
+    browser.command.stdout.setEncoding('utf8').on('data', (text) => (browser.#output += text));
     browser.#lines = createInterface({ input: browser.command.stdout })[Symbol.asyncIterator]();
+    await Promise.race([page.loaded(), browser.#endTooEarly()]);
     return browser;
   }
 
@@ -59,7 +62,7 @@ export class Browser {
   async story() {
     while (true) {
       const { value, done } = await this.#lines.next();
-      assert.ok(!done, 'The command ended before it told of the request.');
+      assert.ok(!done, `The command ended before it told of the request:\n${this.#output}`);
       const story = storyLine.exec(value)?.groups;
       if (story) {
         return { ...story, entryPoints: story.entryPoints.split(', then ') };
@@ -102,6 +105,12 @@ export class Browser {
 
   #exit;
   #lines;
+  #output = '';
+
+  async #endTooEarly() {
+    const [status, signal] = await once(this.command, 'close');
+    throw new Error(`korvan-lab ended with ${status ?? signal}:\n${this.#output}`);
+  }
 }
 
 /** Empty when the process has ended. */

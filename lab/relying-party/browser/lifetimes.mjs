@@ -204,6 +204,5 @@ test('the next start removes what SIGKILL of all left', { timeout: patience }, a
   const page = site.page('second');
   const { directory } = browser;
   const next = await Browser.start(t, page, ['--headless'], { directory });
-  await page.loaded();
   assert.equal(next.files().includes(left), false);
 });

@@ -22,6 +22,13 @@ const fromList = 'prepareCredentialListForServiceIdentifiers:requestParameters:'
 
 const handle = (userName) => Buffer.from(userName).toString('base64url');
 
+test('a browser that does not start fails at once', { timeout: patience }, async (t) => {
+  const site = await Site.start(t);
+  const environment = { DISPLAY: ':nowhere', WAYLAND_DISPLAY: undefined };
+  const browser = Browser.start(t, site.page('first'), [], { environment });
+  await assert.rejects(browser, /korvan-lab ended with 1:[^]*Missing X server/);
+});
+
 test('a page in a browser without a window', { timeout: 2 * patience }, async (t) => {
   const site = await Site.start(t);
   const page = site.page('first');
@@ -67,7 +74,6 @@ test('a page in a browser without a window', { timeout: 2 * patience }, async (t
   }
 
   await t.test('has the host opened that is not running', async () => {
-    await page.loaded();
     assert.equal(browser.process('korvan-sample-host'), undefined);
     passkey = await register('alice');
     assert.ok(browser.process('korvan-sample-host'));
