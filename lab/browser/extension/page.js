@@ -14,16 +14,22 @@
     return btoa(Array.from(bytes, (byte) => String.fromCharCode(byte)).join('')).replaceAll('+', '-').replaceAll('/', '_').replaceAll('=', '');
   };
 
+  // Keeps a port open until the request has its outcome. It closes with the page, too, which the proxy does not tell.
+  async function holdPort(challenge, outcome) {
+    const port = chrome.runtime.connect(worker, {name: base64Url(challenge)});
+    await outcome.finally(() => port.disconnect());
+  }
+
   for (const method of ['create', 'get']) {
     const original = CredentialsContainer.prototype[method];
     CredentialsContainer.prototype[method] = async function (options) {
       if (!options?.publicKey) return original.call(this, options);
-      const challenge = base64Url(options.publicKey.challenge);
-      if (method === 'create' && options.mediation === 'conditional') await tell({conditional: challenge});
+      const {challenge} = options.publicKey;
+      if (method === 'create' && options.mediation === 'conditional') await tell({conditional: base64Url(challenge)});
       const outcome = original.call(this, options);
-      // Closes with the page, too: the proxy does not tell of a page that goes away.
-      const port = chrome.runtime.connect(worker, {name: challenge});
-      return outcome.finally(() => port.disconnect());
+      // The page gets the browser's outcome, even if there is no port.
+      holdPort(challenge, outcome).catch(() => {});
+      return outcome;
     };
   }
 

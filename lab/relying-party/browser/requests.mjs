@@ -142,4 +142,10 @@ test('a page in a browser without a window', { timeout: 2 * patience }, async (t
     await signal('signalAllAcceptedCredentials', details, report);
     await signInWithNone(id, silently);
   });
+
+  await t.test('signs in even if the extension cannot watch over its page', async () => {
+    const tab = await page.openTab('tab');
+    await tab.refusePorts();
+    await signIn(passkey, await authenticationOptions([passkey.id]), [silently], tab);
+  });
 });

@@ -40,6 +40,9 @@ class Page {
 
   removeFrame = () => this.#done({ kind: 'removeFrame' });
 
+  /** Has the browser's extension fail to open ports from this page. */
+  refusePorts = () => this.#done({ kind: 'refusePorts' });
+
   /** Goes elsewhere, or closes the tab. Nothing tells that it has. */
   leave = () => void this.#tell({ kind: 'leave' });
   close = () => void this.#tell({ kind: 'close' });
