@@ -44,7 +44,7 @@ FakePeer healthyPeer() {
   return peer;
 }
 
-/// A peer at which one system call fails, and what must come of it.
+/// A peer at which one system call fails, and the outcome to expect.
 struct Fault {
   FakePeer peer = healthyPeer();
   Error error;
@@ -140,7 +140,7 @@ class ExchangeFaults : public testing::Test {
     EXPECT_FALSE(result.connectFailed);
   }
 
-  /// The calls tell the closing, too: the fake aborts when a descriptor is closed twice.
+  /// The calls include the closing; the fake aborts when a descriptor is closed twice.
   void expectFault(const Fault& fault) {
     SCOPED_TRACE(*fault.error.localizedDescription() + " after " +
                  std::to_string(fault.calls.size()) + " calls");

@@ -44,8 +44,8 @@ std::optional<Error> Connection::send(std::span<const std::uint8_t> bytes) const
     if (sent > 0) {
       bytes = bytes.subspan(static_cast<std::size_t>(sent));
     } else if (sent == 0 || errno != EINTR) {
-      // A result of 0 sets no errno, so the error may carry that of an earlier call. That will do:
-      // a socket has no reason to send nothing, and the error only has to end the exchange.
+      // A result of 0 sets no errno, so the error may carry that of an earlier call. That is
+      // acceptable: a socket has no reason to send nothing, and any error ends the exchange.
       return systemCallError("Writing to Korvan");
     }
   }

@@ -305,7 +305,7 @@ TEST_F(ExchangeProviderMessage, BytesAfterTheResponseAreNotRead) {
   EXPECT_EQ(connection().given, answer.size() - 1);
 }
 
-// How the bytes come.
+// How the bytes arrive.
 
 TEST_F(ExchangeProviderMessage, BytesMayBeSplitInAnyWay) {
   request = pattern(23);

@@ -33,7 +33,7 @@ std::string requirementText(std::string_view identifier) {
 
 struct IdentifierCheck {
   bool matched = false;
-  /// Why it did not match. 0 when there is no requirement and no reason.
+  /// Why it did not match. 0 when the platform reported success but made no requirement.
   OSStatus status = 0;
 };
 
@@ -66,7 +66,7 @@ PeerVerdict verifyPeer(const LocalSockets& sockets, const CodeSigning& codeSigni
     return {.matchedIdentifier = std::nullopt,
             .error = statusError(codeSigning, "Reading the Korvan peer code signature", copied)};
   }
-  // Where nothing is accepted, no requirement is met.
+  // With no identifier to accept, no requirement is met.
   OSStatus lastStatus = CodeRequirementFailed;
   for (const std::string_view identifier : acceptedHostIdentifiers) {
     const IdentifierCheck check = checkIdentifier(codeSigning, *code, identifier);
@@ -75,8 +75,7 @@ PeerVerdict verifyPeer(const LocalSockets& sockets, const CodeSigning& codeSigni
     }
     lastStatus = check.status;
   }
-  // No check needs the code any longer: the platform gets it back before it is called again, for
-  // the status's words.
+  // Released before the platform is asked for the status's text: no check needs it any longer.
   code.reset();
   return {
       .matchedIdentifier = std::nullopt,

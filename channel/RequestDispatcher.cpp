@@ -75,8 +75,8 @@ ProviderExchange pollLaunchedHost(const PendingRequest& pending) {
   const Clock& clock = pending.services->clock;
   const double deadline = clock.systemUptime() + LaunchBudgetSeconds;
   while (true) {
-    // The host was opened just now and needs time first. The deadline is looked at after the
-    // attempt, so that there is always one.
+    // The host has only just been opened and needs time first. The deadline is checked after the
+    // attempt, so that there is always at least one.
     clock.usleep(RetryIntervalMicroseconds);
     ProviderExchange attempt = exchange(pending);
     if (!attempt.connectFailed || !(clock.systemUptime() < deadline)) {

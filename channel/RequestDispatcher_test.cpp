@@ -331,7 +331,7 @@ TEST_F(RequestDispatcher, BudgetOfFiveSecondsStartsWhenTheOpenReturned) {
   platform->localSockets.peer = FakePlatform::refusing();
   platform->workspace.onOpen = [&] { platform->clock.uptime = 60; };
   dispatch();
-  // 25 sleeps of 0.2 s; whether their sum in binary fractions is yet 5 decides about a 26th.
+  // 25 sleeps of 0.2 s, and a 26th if rounding leaves their sum just below 5.
   EXPECT_GE(platform->clock.sleeps.size(), 25U);
   EXPECT_LE(platform->clock.sleeps.size(), 26U);
   EXPECT_NEAR(platform->clock.uptime, 65, 0.21);
@@ -423,7 +423,7 @@ TEST_F(RequestDispatcher, BackgroundWorkDoesNotHoldTheController) {
   EXPECT_EQ(controller.use_count(), 1);
 }
 
-/// Tells whether the last reference to it went on the main thread.
+/// Tells whether the last reference to it was released on the main thread.
 struct ReleaseWatch {
   ReleaseWatch(const FakeQueues& watched, bool& result) : queues(watched), releasedOnMain(result) {}
   ReleaseWatch(const ReleaseWatch&) = delete;

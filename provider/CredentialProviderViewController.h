@@ -25,7 +25,7 @@ namespace korvan {
 ///
 /// When memory runs out, the process ends, and the system tells the user that the extension failed:
 /// nothing catches std::bad_alloc during a request, and the callers of entry points and actions let
-/// no exception pass. Until then the request has one outcome or none.
+/// no exception pass. By then the request has had one outcome or none.
 ///
 /// Every method is virtual because it is a message on the platform: a subclass of the principal
 /// class may override any of them, and the others then call the override. The extension itself

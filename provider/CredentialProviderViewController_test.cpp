@@ -5,7 +5,7 @@
 namespace korvan {
 namespace {
 
-/// Writes down, in order, which messages the controller sends itself.
+/// Records, in order, the messages that the controller sends itself.
 class RecordingController : public CredentialProviderViewController {
  public:
   using CredentialProviderViewController::CredentialProviderViewController;

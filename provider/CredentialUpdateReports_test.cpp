@@ -16,7 +16,7 @@ class CredentialUpdateReports : public ControllerFixture {
                                                                "Alice B.");
   }
 
-  /// One good report of each kind, on whichever controller there is when it is made.
+  /// One valid report of each kind, each to the fixture's controller at the time it runs.
   std::vector<std::function<void()>> allReports() {
     return {[this] { reportName(); },
             [this] {
@@ -29,13 +29,13 @@ class CredentialUpdateReports : public ControllerFixture {
             }};
   }
 
-  /// Neither the platform nor the user.
+  /// Neither the platform nor the user is told.
   void expectNobodyTold() {
     EXPECT_TRUE(platform->extensionContext.endings.empty());
     EXPECT_TRUE(platform->views.operations.empty());
   }
 
-  /// That the report is refused, and which argument it names.
+  /// Expects that the report is refused with an error that names the argument.
   template <typename Report>
   void expectInvalid(std::string_view argument, Report report) {
     EXPECT_THAT(report, testing::ThrowsMessage<std::invalid_argument>(

@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/CredentialRequest.h"
 #include "platform/Data.h"

@@ -1,5 +1,5 @@
-// How a request ends when memory runs out, at each of its allocations in turn. Each is tried in a
-// process of its own, since it ends the process.
+// How a request ends when memory runs out, at each of its allocations in turn. Each runs in a
+// process of its own, because running out of memory ends the process.
 
 #include <algorithm>
 #include <cstdlib>
@@ -7,7 +7,6 @@
 #include <functional>
 #include <new>
 #include <optional>
-#include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -19,7 +18,7 @@
 
 namespace {
 
-/// The allocation that fails, counted down; none when 0.
+/// Counts down to the allocation that fails; 0 when none is to fail.
 std::size_t allocationsUntilFailure = 0;
 bool hasThrown = false;
 
@@ -41,7 +40,7 @@ void* allocateOrThrow(std::size_t size) {
 
 }  // namespace
 
-// Each is replaced, since a sanitizer's own do not lead to the first.
+// All are replaced, because a sanitizer's versions do not call the first.
 void* operator new(std::size_t size) { return allocateOrThrow(size); }
 void* operator new[](std::size_t size) { return allocateOrThrow(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
@@ -67,7 +66,7 @@ enum Exit : int {
 
 constexpr unsigned SecondsUntilHang = 20;
 
-/// Whether what a request has come to is right; asked in the child, when its memory has run out.
+/// Whether the request's outcome is right so far; called in the child when memory has run out.
 const std::function<bool()>* outcomeIsRight = nullptr;
 
 [[noreturn]] void endOfProcess() {
@@ -84,8 +83,8 @@ class MemoryRunsOut : public ControllerFixture {
  protected:
   using Ending = FakeExtensionContext::Ending;
 
-  /// Runs `request` with every allocation failing once. It has no outcome then, or `expected`, and
-  /// `expected` when nothing failed; a report has none to expect.
+  /// Runs `request` once for each of its allocations, which fails. The outcome is then `expected`
+  /// or none, and `expected` when no allocation fails; nullopt for a report, which has no outcome.
   void expectOneOutcomeOrNone(const std::function<void()>& request,
                               const std::optional<Ending>& expected) {
     const auto& endings = platform->extensionContext.endings;
@@ -133,14 +132,14 @@ class MemoryRunsOut : public ControllerFixture {
     try {
       request();
     } catch (const std::bad_alloc&) {
-      // On the caller's own thread, before the request was on its way.
+      // Thrown to the caller, before the request was submitted.
       _exit(platform->localSockets.openDescriptors() == 0 ? OutOfMemory : LeftOpen);
     }
     const bool failed = std::exchange(allocationsUntilFailure, 0) == 0;
     if (hasThrown || !rightAtLast()) {
       _exit(WrongOutcome);
     }
-    // What asks without throwing, as a sort does for space, can do without.
+    // An allocation that does not throw, such as a sort's buffer, may fail without harm.
     _exit(failed ? OutOfMemory : Finished);
   }
 };

@@ -1,6 +1,4 @@
-#include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 

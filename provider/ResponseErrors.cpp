@@ -1,4 +1,3 @@
-#include <string>
 #include <utility>
 
 #include "platform/ExtensionContext.h"
@@ -35,7 +34,7 @@ void CredentialProviderViewController::finishCancellationForResponse(
     const ProviderMessage& response) {
   auto description = stringForKey(response, key::errorDescription);
   ErrorUserInfo userInfo;
-  // Without a description the platform puts the code into words; an empty one would silence it.
+  // Without a description the platform words the error itself; an empty one would replace that.
   if (description && !description->empty()) {
     userInfo.localizedDescription = std::move(description);
   }

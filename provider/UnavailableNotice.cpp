@@ -1,7 +1,7 @@
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -118,7 +118,7 @@ void CredentialProviderViewController::showUnavailableUIForResponse(
 
 void CredentialProviderViewController::dismissUnavailableUI() {
   const auto response = pendingUnavailableResponse();
-  // Forgotten before it is used, so that a second press cancels nothing.
+  // Cleared before it is used, so that a second press cancels nothing.
   setPendingUnavailableResponse(std::nullopt);
   if (response) {
     finishCancellationForResponse(*response);
