@@ -4,7 +4,6 @@
 #include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <string>
 
 #include "extension/AppleController.h"
 #include "extension/ApplePlatform.h"
@@ -20,7 +19,7 @@
 
 namespace {
 
-/// The object's controller, made on first use. Under a once flag, because reports come on any
+/// The object's controller, made on first use. Under a once flag, because reports arrive on any
 /// thread.
 korvan::AppleController& controllerOf(CredentialProviderViewController* self) {
   std::call_once(self->_controllerMade, [self] {

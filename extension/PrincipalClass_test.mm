@@ -3,8 +3,7 @@
 #include <latch>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <string>
+#include <string_view>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -67,7 +66,7 @@ ASPasskeyCredentialRequest* passkeyRequest() {
                                                     supportedAlgorithms:@[ @(-7) ]];
 }
 
-// The platform's headers promise arguments that are not nil; the platform is not held to it.
+// The platform's headers promise arguments that are not nil, but nothing enforces that.
 template <typename Object>
 Object* absent() {
   return nil;
@@ -350,7 +349,7 @@ TEST_F(PrincipalClassTest, AReportInTheBackgroundAndTheMainThreadMakeOneControll
       const std::scoped_lock lock(mutex);
       ++made;
     }
-    // Leaves the other thread the time to come here too.
+    // Gives the other thread time to get here too.
     for (int turn = 0; turn < 1000; ++turn) {
       std::this_thread::yield();
     }

@@ -83,14 +83,13 @@ class Objects {
   bool isTooDeep_ = false;
 };
 
-/// The values of one property list's objects. A container that is referred to from many places
-/// becomes one value that they share: whoever wrote the bytes may have made it stand for far more
-/// than it holds.
+/// The values of one property list's objects. A container that several places refer to becomes one
+/// value that they share; otherwise a few bytes could expand to far more than memory holds.
 class Values {
  public:
   struct Converted {
     PropertyListValue value;
-    /// Containers inside one another from this value on.
+    /// How many levels of containers there are from this value on; 0 if it is not a container.
     std::size_t height = 0;
   };
 

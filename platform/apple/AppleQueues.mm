@@ -10,7 +10,7 @@ namespace {
 
 using Work = std::function<void()>;
 
-// Whatever leaves work, libdispatch ends the process and reports it, as for any extension.
+// Nothing is caught: when an exception leaves work, libdispatch ends the process and reports why.
 void run(const Work& work) {
   @autoreleasepool {
     work();

@@ -59,8 +59,8 @@ NSLayoutAttribute toNSLayoutAttribute(LayoutAttribute attribute) {
 }  // namespace
 
 NSView* AppleView::nativeView(View* view) {
-  // To the whole object, whose class is known; from a virtual base only a dynamic cast leads there,
-  // and this is the one that needs no run-time type information.
+  // From a virtual base only a dynamic cast leads to the derived class. A cast to void, which gives
+  // the whole object, is the one that needs no run-time type information.
   // NOLINTNEXTLINE(bugprone-casting-through-void)
   auto* const whole = static_cast<AppleView*>(dynamic_cast<void*>(view));
   return whole != nullptr ? whole->view_ : nil;

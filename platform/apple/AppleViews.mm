@@ -52,7 +52,7 @@ NSLayoutConstraint* toNSLayoutConstraint(const LayoutConstraint& constraint) {
     return betweenAnchors(first, constraint.relation, toNSLayoutAnchor(*constraint.second),
                           constraint.constant);
   }
-  // Cast without a check, which would link to the class: the system's library may not export it.
+  // Not checked: a check would link to the class, which the system's library may not export.
   return toConstant((NSLayoutDimension*)first, constraint.relation, constraint.constant);
 }
 

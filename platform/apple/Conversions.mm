@@ -81,7 +81,7 @@ NSString* toNSString(std::string_view characters) {
   if (!utf16) {
     return nil;
   }
-  // The encoding gives the byte order, so U+FEFF at the start is not taken for a mark of it.
+  // This encoding names the byte order, so U+FEFF at the start is not read as a byte-order mark.
   return [[NSString alloc] initWithBytes:utf16->data()
                                   length:utf16->size() * sizeof(char16_t)
                                 encoding:NSUTF16LittleEndianStringEncoding];

@@ -12,7 +12,7 @@ constexpr char32_t Replacement = 0xFFFD;
 constexpr char32_t FirstBeyond16Bits = 0x10000;
 constexpr char32_t LastCodePoint = 0x10FFFF;
 
-/// The least code point that takes so many bytes more than one.
+/// The smallest code point with as many continuation bytes as the index.
 constexpr std::array<char32_t, 4> LeastOf = {0, 0x80, 0x800, FirstBeyond16Bits};
 
 bool isHighSurrogate(char32_t unit) { return (unit & 0xFFFFFC00) == 0xD800; }
