@@ -25,7 +25,7 @@ function(korvan_add_app_extension executable)
   configure_file(${sources}/Info.plist.in ${CMAKE_CURRENT_BINARY_DIR}/Info.plist @ONLY)
   configure_file(${sources}/KorvanAutoFill.entitlements.in ${entitlements} @ONLY)
 
-  # English is in the keys, but a bundle says which languages it speaks by what it holds.
+  # English is in the keys, but needs a table too: a bundle's languages are those that it has tables for.
   file(GLOB catalogs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/localization/*.po)
   foreach(catalog IN LISTS catalogs)
     cmake_path(GET catalog STEM language)

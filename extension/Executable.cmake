@@ -1,6 +1,6 @@
 # korvan_add_extension(TARGET COMPILE option... LINK option...): the extension's executable, compiled in one go
-# from the sources of its libraries, to leave out what only tests need: run-time type information, whose
-# names of types would stay in the binary, and symbols for others.
+# from the sources of its libraries, to leave out what only tests need: run-time type information, which would
+# leave type names in the binary, and exported symbols.
 function(korvan_add_extension target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "COMPILE;LINK")
   add_executable(${target})
