@@ -18,7 +18,7 @@ const storyLine =
 /** Waits until the function returns something true, for which there is no event, and returns it. */
 export async function until(condition) {
   while (true) {
-    const value = condition();
+    const value = await condition();
     if (value) {
       return value;
     }

@@ -81,12 +81,11 @@ const entryPoint = (selector) =>
     ENTRY_POINTS[selector] ? element('span', { class: 'muted' }, ENTRY_POINTS[selector]) : '',
   );
 
-let count = 0;
-
 export class Entry {
   /** Shows the entry on top of `list`, its parts empty, and folds what the others show. */
   constructor(list, label) {
-    const id = `entry-${++count}`;
+    const number = list.childElementCount + 1;
+    const id = `entry-${number}`;
     this.#badge = element('span', { class: 'badge waiting' }, 'waiting');
     this.#time = element('span', { class: 'muted' });
     this.#parts = ['Asked', 'Entry points', 'Answer'].map((heading) =>
@@ -104,7 +103,7 @@ export class Entry {
         element(
           'div',
           { class: 'bar' },
-          element('h3', { id }, `${count}. ${label}`),
+          element('h3', { id }, `${number}. ${label}`),
           this.#badge,
           this.#time,
         ),

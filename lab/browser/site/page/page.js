@@ -61,6 +61,17 @@ function showForeign(story) {
   entry.verdict(story.error ? 'bad' : 'neutral', story.error ? story.error.name : 'answered');
 }
 
+/** Has a reload keep the list. Requests without an answer have ended with the page that was left. */
+function keepEntries() {
+  entries.innerHTML = sessionStorage.getItem('entries') ?? '';
+  element('empty').hidden = entries.childElementCount > 0;
+  for (const badge of entries.querySelectorAll('.waiting')) {
+    badge.className = 'badge';
+    badge.textContent = 'page reloaded';
+  }
+  addEventListener('pagehide', () => sessionStorage.setItem('entries', entries.innerHTML));
+}
+
 // Requests.
 
 const chosen = () => passkeys.find(({ credentialID }) => credentialID === chooser.value);
@@ -234,6 +245,7 @@ const connected = new Promise((resolve) => {
 
 abortButton.addEventListener('click', () => running?.abort());
 showButtons();
+keepEntries();
 await connected;
 await showPasskeys();
 say('Ready.');
