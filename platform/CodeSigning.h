@@ -17,13 +17,13 @@ inline constexpr OSStatus CodeRequirementFailed = -67050;
 /// Checks the code signatures of running processes. Thread-safe.
 class CodeSigning {
  public:
-  /// The code of a running process. Released with its last owner.
+  /// The code of a running process. Released with its owner.
   class Code {
    public:
     virtual ~Code() = default;
   };
 
-  /// A compiled requirement text. Released with its last owner.
+  /// A compiled requirement text. Released with its owner.
   class Requirement {
    public:
     virtual ~Requirement() = default;

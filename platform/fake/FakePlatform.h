@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
-#include <string_view>
+#include <span>
 #include <vector>
 
 #include "platform/PropertyList.h"
