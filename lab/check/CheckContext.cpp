@@ -13,6 +13,7 @@
 #include "lab/check/Requests.h"
 #include "lab/check/SocketTable.h"
 #include "lab/json/MessageJson.h"
+#include "lab/site/AnswerJudge.h"
 
 namespace korvan::lab::check {
 namespace {
@@ -140,7 +141,8 @@ ProviderMessage CheckContext::answerOn(Connection& connection, const ProviderMes
     fail(check::described(bytes.bytes()), "see body.binary and body.dictionary");
   }
   if (!booleanForKey(*decoded.message, provider_message_key::ok)) {
-    refusals_.push_back({.request = request, .answer = *decoded.message});
+    const bool silent = !booleanForKey(request, provider_message_key::allowsUserInteraction);
+    refusals_.push_back({.request = request, .findings = judgeRefusal(*decoded.message, silent)});
   }
   return *std::move(decoded.message);
 }

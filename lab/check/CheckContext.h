@@ -15,6 +15,7 @@
 #include "lab/check/SynchronizeRecord.h"
 #include "lab/check/UnansweredRequests.h"
 #include "lab/check/Waits.h"
+#include "lab/site/Finding.h"
 #include "platform/linux/LinuxLocalSockets.h"
 #include "platform/linux/codesigning/LinuxCodeSigning.h"
 #include "platform/linux/propertylist/LinuxPropertyListSerialization.h"
@@ -55,6 +56,12 @@ struct LaunchRecord {
 struct Exchange {
   ProviderMessage request;
   ProviderMessage answer;
+};
+
+/// What was found in the refusal of a request. The refusal itself may be 4 MiB.
+struct JudgedRefusal {
+  ProviderMessage request;
+  FindingList findings;
 };
 
 /// What the checks of one run share. Not thread-safe.
@@ -103,8 +110,8 @@ class CheckContext {
   /// The requests of exchange() that were not answered in time.
   [[nodiscard]] const UnansweredRequests& unanswered() const noexcept { return unanswered_; }
 
-  /// All exchanges so far whose answer is not `ok`, in their order.
-  [[nodiscard]] const std::vector<Exchange>& refusals() const noexcept { return refusals_; }
+  /// All answers so far that are not `ok`, in their order.
+  [[nodiscard]] const std::vector<JudgedRefusal>& refusals() const noexcept { return refusals_; }
 
   /// A request for people, as one line of JSON.
   [[nodiscard]] std::string described(const ProviderMessage& message) const;
@@ -152,7 +159,7 @@ class CheckContext {
   std::optional<Connection> silentConnection_;
   bool hasConnected_ = false;
   UnansweredRequests unanswered_;
-  std::vector<Exchange> refusals_;
+  std::vector<JudgedRefusal> refusals_;
   std::unique_ptr<LaunchedProgram> program_;
   LaunchRecord launchRecord_;
 };

@@ -581,6 +581,18 @@ TEST(RefusalJudge, TakesTheNoticeWhereTheUserIsThereAndMissesADescription) {
   EXPECT_EQ(subjectsWith(Verdict::warns, findings), Subjects{Subject::refusalDescription});
 }
 
+TEST(RefusalJudge, WarnsOfADescriptionThatIsVeryLong) {
+  const auto subjectsOf = [](std::size_t size) {
+    return subjectsWith(Verdict::warns,
+                        judgeRefusal({{key::ok, false},
+                                      {key::errorCode, "failed"},
+                                      {key::errorDescription, std::string(size, 'x')}},
+                                     true));
+  };
+  EXPECT_EQ(subjectsOf(1024), Subjects());
+  EXPECT_EQ(subjectsOf(1025), Subjects{Subject::refusalDescription});
+}
+
 TEST(OkJudge, WantsABoolean) {
   EXPECT_EQ(judgeOk({{key::ok, true}}).verdict, Verdict::holds);
   EXPECT_EQ(judgeOk({{key::ok, 1}}).got, "the integer 1");

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -64,6 +65,7 @@ Finding judgeCode(const PropertyListValue* value) {
 
 Finding judgeDescription(const PropertyListValue* value) {
   constexpr const char* Wanted = "errorDescription, a sentence for people";
+  constexpr std::size_t LongestSentence = 1024;
   if (value == nullptr || (value->text() != nullptr && value->text()->view().empty())) {
     return warning(Subject::refusalDescription, "the refusal has no description",
                    {.wanted = Wanted,
@@ -74,6 +76,12 @@ Finding judgeDescription(const PropertyListValue* value) {
   if (text == nullptr) {
     return failing(Subject::refusalDescription, "the refusal's description is not a string",
                    {.wanted = Wanted, .got = wordsFor(*value)});
+  }
+  if (text->view().size() > LongestSentence) {
+    return warning(Subject::refusalDescription, "the refusal's description is very long",
+                   {.wanted = Wanted,
+                    .got = "a text of " + std::to_string(text->view().size()) + " bytes",
+                    .hint = "the system may show all of it"});
   }
   if (visibleText(text->view()) != text->view()) {
     return failing(Subject::refusalDescription, "the refusal's description has control characters",

@@ -63,6 +63,14 @@ std::vector<Mistake> refusalMistakes() {
        .fails = {"refusal.description"},
        .hint = "the refusal's description is not a string",
        .answer = inRefusals([](Message& answer) { answer["errorDescription"] = 101; })},
+      {.name = "describes-refusals-at-length",
+       .fails = {},
+       .hint = "the refusal's description is very long",
+       .warns = {"refusal.description"},
+       .answer = inRefusals([](Message& answer) {
+         static const std::string description(1'000'000, 'x');
+         answer["errorDescription"] = description;
+       })},
       {.name = "does-not-describe-refusals",
        .fails = {},
        .hint = "the system has no sentence to show",

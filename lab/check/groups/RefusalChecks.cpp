@@ -15,11 +15,9 @@ Result resultOfRefusals(CheckContext& context, Subject subject) {
   // So that there is one even where this check runs alone.
   std::ignore = context.exchange({{"type", "noSuchRequest"}, {"allowsUserInteraction", false}});
   std::optional<Result> worst;
-  for (const Exchange& refusal : context.refusals()) {
-    const bool silent =
-        !booleanForKey(refusal.request, provider_message_key::allowsUserInteraction);
+  for (const JudgedRefusal& refusal : context.refusals()) {
     const Result result =
-        resultOf(context, refusal, judgeRefusal(refusal.answer, silent), {subject});
+        resultOf(context, {.request = refusal.request, .answer = {}}, refusal.findings, {subject});
     if (result.outcome == Outcome::failed) {
       return result;
     }
