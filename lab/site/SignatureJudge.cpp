@@ -201,4 +201,13 @@ Finding judgeSignature(const Data& signature, const Data& authenticatorData,
                   .hint = mistakes ? "it verifies " + *mistakes : tried});
 }
 
+bool haveSameNonce(const Data& left, const Data& right) {
+  const auto pointOf = [](const Data& signature) {
+    const Data numbers = numbersIn(signature).value_or(Data());
+    return numbers.slice(0, std::min(numbers.size(), ScalarSize));
+  };
+  // The first number is a coordinate of the nonce's point.
+  return !left.empty() && pointOf(left) == pointOf(right);
+}
+
 }  // namespace korvan::lab

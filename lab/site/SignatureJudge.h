@@ -11,4 +11,8 @@ namespace korvan::lab {
 [[nodiscard]] Finding judgeSignature(const Data& signature, const Data& authenticatorData,
                                      const AssertionTerms& terms);
 
+/// Whether two signatures in DER were made with the same nonce. Where one key made both, anybody
+/// can compute it from them.
+[[nodiscard]] bool haveSameNonce(const Data& left, const Data& right);
+
 }  // namespace korvan::lab

@@ -9,6 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/ec.h>
 #include <openssl/ecdsa.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
@@ -76,11 +79,16 @@ Data signatureOfDigest(const Signing& signing) {
   return signing.key.sign(digest);
 }
 
-Data signatureWithSha384(const Signing& signing) {
+using PrivateKey = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+PrivateKey privateKeyOf(const Signing& signing) {
   const Data secret = signing.key.pkcs8();
   const auto* next = secret.bytes().data();
-  const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(
-      d2i_AutoPrivateKey(nullptr, &next, static_cast<long>(secret.size())), EVP_PKEY_free);
+  return {d2i_AutoPrivateKey(nullptr, &next, static_cast<long>(secret.size())), EVP_PKEY_free};
+}
+
+Data signatureWithSha384(const Signing& signing) {
+  const PrivateKey key = privateKeyOf(signing);
   const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
                                                                         EVP_MD_CTX_free);
   const Data message = joined(signing.statement, signing.clientDataHash);
@@ -90,6 +98,41 @@ Data signatureWithSha384(const Signing& signing) {
   EVP_DigestSign(context.get(), signature.data(), &size, message.bytes().data(), message.size());
   signature.resize(size);
   return {std::move(signature)};
+}
+
+using Number = std::unique_ptr<BIGNUM, decltype(&BN_free)>;
+
+Number newNumber() { return {BN_new(), BN_free}; }
+
+/// With the number 1 as the nonce, whose point is the curve's generator.
+Data signatureWithConstantNonce(const Signing& signing) {
+  const Data message = joined(signing.statement, signing.clientDataHash);
+  std::array<std::uint8_t, EVP_MAX_MD_SIZE> digest{};
+  unsigned size = 0;
+  EVP_Digest(message.bytes().data(), message.size(), digest.data(), &size, EVP_sha256(), nullptr);
+  const Number hash{BN_bin2bn(digest.data(), static_cast<int>(size), nullptr), BN_free};
+  BIGNUM* secret = nullptr;
+  EVP_PKEY_get_bn_param(privateKeyOf(signing).get(), OSSL_PKEY_PARAM_PRIV_KEY, &secret);
+  const Number key{secret, BN_free};
+
+  const std::unique_ptr<BN_CTX, decltype(&BN_CTX_free)> context(BN_CTX_new(), BN_CTX_free);
+  const std::unique_ptr<EC_GROUP, decltype(&EC_GROUP_free)> curve(
+      EC_GROUP_new_by_curve_name(NID_X9_62_prime256v1), EC_GROUP_free);
+  const BIGNUM* const order = EC_GROUP_get0_order(curve.get());
+  Number first = newNumber();
+  Number second = newNumber();
+  EC_POINT_get_affine_coordinates(curve.get(), EC_GROUP_get0_generator(curve.get()), first.get(),
+                                  nullptr, context.get());
+  BN_mod_mul(second.get(), first.get(), key.get(), order, context.get());
+  BN_mod_add(second.get(), second.get(), hash.get(), order, context.get());
+
+  const std::unique_ptr<ECDSA_SIG, decltype(&ECDSA_SIG_free)> value(ECDSA_SIG_new(),
+                                                                    ECDSA_SIG_free);
+  ECDSA_SIG_set0(value.get(), first.release(), second.release());
+  Bytes der(static_cast<std::size_t>(i2d_ECDSA_SIG(value.get(), nullptr)));
+  auto* next = der.data();
+  i2d_ECDSA_SIG(value.get(), &next);
+  return {std::move(der)};
 }
 
 /// Those of the passkeys that the host has.
@@ -422,6 +465,10 @@ std::vector<Mistake> wrongSignatures() {
        .fails = {"assertion.signature"},
        .hint = "hashed with SHA-384; ES256 is with SHA-256",
        .sign = signatureWithSha384},
+      {.name = "signs-with-a-constant-nonce",
+       .fails = {"assertion.signature"},
+       .hint = "the same nonce in two signatures",
+       .sign = signatureWithConstantNonce},
       {.name = "signs-with-a-new-key",
        .fails = {"assertion.signature"},
        .hint = "none of the usual mistakes explains it",

@@ -13,6 +13,7 @@
 #include "lab/check/Judgment.h"
 #include "lab/check/Requests.h"
 #include "lab/site/AttestationReader.h"
+#include "lab/site/SignatureJudge.h"
 
 namespace korvan::lab::check {
 namespace {
@@ -265,6 +266,7 @@ Result assertionSignature(CheckContext& context) {
   constexpr int SignIns = 2;
   const CheckPasskey& passkey = context.passkeys().first();
   Result result;
+  Data last;
   for (int count = 0; count < SignIns && result.outcome == Outcome::passed; ++count) {
     const Exchange exchange = signIn(context, passkey);
     AssertionTerms terms = assertionTerms(exchange, passkey);
@@ -275,6 +277,15 @@ Result assertionSignature(CheckContext& context) {
     }
     result =
         resultOf(context, exchange, judgeAssertion(exchange.answer, terms), {Subject::signature});
+    const Data signature = dataForKey(exchange.answer, key::signature).value_or(Data());
+    if (result.outcome == Outcome::passed && haveSameNonce(last, signature)) {
+      return failed({.sent = context.described(exchange.request),
+                     .got = context.described(exchange.answer),
+                     .wanted = "another nonce than in the signature before",
+                     .hint = "the same nonce in two signatures: anybody can compute the private "
+                             "key from them"});
+    }
+    last = signature;
   }
   return result;
 }
