@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lab/check/Requests.h"
+#include "lab/site/AttestationReader.h"
 #include "lab/site/ValueWords.h"
 
 namespace korvan::lab::check {
@@ -55,6 +56,14 @@ std::string hintForOtherCode(const ProviderMessage& answer) {
     }
   }
   return "refused with " + quotedText(refusalCodeOf(answer));
+}
+
+std::optional<Data> coseKeyIn(const ProviderMessage& answer) {
+  const auto object = dataForKey(answer, key::attestationObject);
+  const auto bytes = object ? readAttestationObject(*object) : std::nullopt;
+  const auto statement = bytes ? readAuthenticatorData(*bytes) : std::nullopt;
+  const auto attested = statement ? readAttestedCredentialData(statement->rest) : std::nullopt;
+  return attested ? std::optional(attested->coseKey) : std::nullopt;
 }
 
 std::string wordsForTime(Clock::duration duration) {
@@ -141,7 +150,7 @@ RegistrationReview reviewOf(const Exchange& exchange) {
 }
 
 RegistrationReview reviewOf(const CheckPasskey& passkey) {
-  return reviewOf(Exchange{.request = passkey.request, .answer = passkey.answer});
+  return reviewOf(registrationOf(passkey));
 }
 
 AssertionTerms assertionTerms(const Exchange& exchange, const CheckPasskey& passkey) {
@@ -200,6 +209,22 @@ Result resultOf(const CheckContext& context, const Exchange& exchange, const Fin
     return fails ? failed(std::move(flaws)) : warned(std::move(flaws));
   }
   return holds ? passed() : skipped(why);
+}
+
+void requireDifferent(const CheckContext& context, const Exchange& first, const Exchange& second,
+                      const std::string& whose, const std::string& advice) {
+  const auto require = [&](const std::string& what, const std::optional<Data>& older,
+                           const std::optional<Data>& newer) {
+    if (older && older == newer) {
+      throw CheckEnd(failed({.sent = context.described(second.request),
+                             .got = "twice the same " + what + ", " + wordsFor(*newer),
+                             .wanted = "another " + what + " for each passkey",
+                             .hint = whose + " have the same " + what + advice}));
+    }
+  };
+  require("credential ID", dataForKey(first.answer, key::credentialID),
+          dataForKey(second.answer, key::credentialID));
+  require("public key", coseKeyIn(first.answer), coseKeyIn(second.answer));
 }
 
 Result newFlawIn(const CheckContext& context, const Exchange& exchange,

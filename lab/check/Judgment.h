@@ -45,6 +45,11 @@ inline constexpr auto UnaskedTime = std::chrono::seconds(2);
 
 // Ways to judge.
 
+/// The registration that made a passkey.
+[[nodiscard]] inline Exchange registrationOf(const CheckPasskey& passkey) {
+  return {.request = passkey.request, .answer = passkey.answer};
+}
+
 /// The review of a registration by the terms of its request.
 [[nodiscard]] RegistrationReview reviewOf(const Exchange& exchange);
 [[nodiscard]] RegistrationReview reviewOf(const CheckPasskey& passkey);
@@ -66,6 +71,11 @@ void requireServed(const CheckContext& context, const Exchange& exchange, std::s
 [[nodiscard]] Result resultOf(const CheckContext& context, const Exchange& exchange,
                               const FindingList& findings,
                               std::initializer_list<Finding::Subject> subjects);
+
+/// Throws a CheckEnd "failed" unless the second of two registrations made another credential ID and
+/// key than the first. `whose` and `advice` go before and after the hint.
+void requireDifferent(const CheckContext& context, const Exchange& first, const Exchange& second,
+                      const std::string& whose, const std::string& advice = "");
 
 /// Passes unless an assertion of the passkey is wrong in what was right in another one, if there is
 /// one: so that each check tells of a mistake of its own.

@@ -89,6 +89,21 @@ std::vector<Data>& removed() {
   return identifiers;
 }
 
+/// The next credential ID, and at each start the same ones.
+Data& repeatedIdentifier() {
+  static Data identifier;
+  return identifier;
+}
+
+void takeNextIdentifier(Bytes& statement) {
+  constexpr std::size_t Place = 55;
+  constexpr std::size_t Size = 32;
+  static std::uint8_t number = 0;
+  const Bytes identifier(Size, ++number);
+  std::ranges::copy(identifier, statement.begin() + Place);
+  repeatedIdentifier() = Data::copyOf(identifier);
+}
+
 Descriptor removeSocketOfAnother(const std::filesystem::path& container) {
   if (isTaken(container)) {
     ::unlink((container / "acp.sock").c_str());
@@ -233,6 +248,20 @@ std::vector<Mistake> processMistakes() {
              } else if (isAssertion(request) && credentialID && !contains(made, *credentialID)) {
                const std::string text = base64Url(dataForKey(answer, "userHandle")->bytes());
                answer["userHandle"] = Data(Bytes(text.begin(), text.end()));
+             }
+           }},
+      {.name = "makes-the-same-passkeys-after-a-restart",
+       .fails = {"restart.keeps"},
+       .hint = "have the same credential ID; is the random generator seeded alike at each start?",
+       .launched = true,
+       .options = {"--only", "restart.*"},
+       .answer = inAnswers(isRegistration,
+                           [](Message& answer) { answer["credentialID"] = repeatedIdentifier(); }),
+       .statement = inStatements(isRegistration, takeNextIdentifier),
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             if (isRegistration(request) && !passkeys.empty()) {
+               passkeys.back().credentialID = repeatedIdentifier();
              }
            }},
       {.name = "does-not-keep-what-reports-change",

@@ -150,6 +150,19 @@ std::optional<CheckPasskey> removedPasskey(CheckContext& context) {
   return !signsIn(context, passkey) ? std::optional(passkey) : std::nullopt;
 }
 
+/// Ends the check if the host makes the same passkey again as at its last start. That was its
+/// first, so this must be as well.
+void requireNewRandomness(CheckContext& context, const CheckPasskey& firstOfLastStart) {
+  const Exchange exchange = askToRegister(
+      context,
+      registrationRequest(RelyingParty, "oscar", newIdentifier(), context.settings().attended));
+  if (isOk(exchange.answer)) {
+    requireDifferent(context, registrationOf(firstOfLastStart), exchange,
+                     "passkeys made before and after a restart",
+                     "; is the random generator seeded alike at each start?");
+  }
+}
+
 Result restartKeeps(CheckContext& context) {
   const bool attended = context.settings().attended;
   const CheckPasskey passkey = context.passkeys().first();
@@ -168,6 +181,7 @@ Result restartKeeps(CheckContext& context) {
   const auto removed = removedPasskey(context);
   context.program().kill();
   startAgain(context, "SIGKILL");
+  requireNewRandomness(context, passkey);
   const Exchange after = signIn();
   if (needsUser(after.answer)) {
     return skipped("after the restart an assertion was answered with " +
@@ -214,7 +228,9 @@ std::vector<Check> processChecks() {
        .see = "the-socket",
        .run = restartStop},
       {.name = "restart.keeps",
-       .passes = "the passkeys, their sign counts and what reports changed outlast SIGKILL",
+       .passes =
+           "the passkeys, their sign counts and what reports changed outlast SIGKILL, and new "
+           "passkeys are different",
        .needs = {Need::program, Need::host, Need::passkey},
        .after = {"answer.ok"},
        .see = "check-your-host",

@@ -7,8 +7,6 @@
 #include "lab/check/CheckContext.h"
 #include "lab/check/Judgment.h"
 #include "lab/check/Requests.h"
-#include "lab/site/AttestationReader.h"
-#include "lab/site/ValueWords.h"
 
 namespace korvan::lab::check {
 namespace {
@@ -26,7 +24,7 @@ ProviderMessage newRequest(const CheckContext& context) {
 
 Result registrationAnswer(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().firstRegistration();
-  const Exchange exchange{.request = passkey.request, .answer = passkey.answer};
+  const Exchange exchange = registrationOf(passkey);
   if (!context.settings().attended && needsUser(exchange.answer)) {
     return skipped("the host makes no passkey without its user: " +
                    context.described(exchange.answer));
@@ -38,9 +36,8 @@ Result registrationAnswer(CheckContext& context) {
 
 Result registrationAttestation(CheckContext& context) {
   for (const CheckPasskey* passkey : {&context.passkeys().first(), &context.passkeys().other()}) {
-    Result result =
-        resultOf(context, {.request = passkey->request, .answer = passkey->answer},
-                 reviewOf(*passkey).findings, {Subject::attestation, Subject::authenticatorData});
+    Result result = resultOf(context, registrationOf(*passkey), reviewOf(*passkey).findings,
+                             {Subject::attestation, Subject::authenticatorData});
     if (result.outcome != Outcome::passed) {
       return result;
     }
@@ -50,8 +47,8 @@ Result registrationAttestation(CheckContext& context) {
 
 Result registrationFlags(CheckContext& context) {
   const CheckPasskey& passkey = context.passkeys().first();
-  Result result = resultOf(context, {.request = passkey.request, .answer = passkey.answer},
-                           reviewOf(passkey).findings, {Subject::flags});
+  Result result =
+      resultOf(context, registrationOf(passkey), reviewOf(passkey).findings, {Subject::flags});
   if (result.outcome != Outcome::passed || !context.settings().attended) {
     return result;
   }
@@ -122,39 +119,16 @@ Result registrationExcluded(CheckContext& context) {
   return passed();
 }
 
-std::optional<Data> coseKeyIn(const ProviderMessage& answer) {
-  const auto object = dataForKey(answer, key::attestationObject);
-  const auto bytes = object ? readAttestationObject(*object) : std::nullopt;
-  const auto statement = bytes ? readAuthenticatorData(*bytes) : std::nullopt;
-  const auto attested = statement ? readAttestedCredentialData(statement->rest) : std::nullopt;
-  return attested ? std::optional(attested->coseKey) : std::nullopt;
-}
-
-/// Ends the check unless the second passkey has an ID and a key of its own.
-void requireDifferent(const CheckContext& context, const CheckPasskey& first,
-                      const CheckPasskey& second, const std::string& who) {
-  const auto fail = [&](const std::string& what, const Data& value) {
-    throw CheckEnd(failed({.sent = context.described(second.request),
-                           .got = "twice the same " + what + ", " + wordsFor(value),
-                           .wanted = "another " + what + " for each passkey",
-                           .hint = who + " have the same " + what}));
-  };
-  if (first.credentialID == second.credentialID) {
-    fail("credential ID", first.credentialID);
-  }
-  if (const auto key = coseKeyIn(first.answer); key && key == coseKeyIn(second.answer)) {
-    fail("public key", *key);
-  }
-}
-
 Result registrationUnique(CheckContext& context) {
   const CheckPasskey& first = context.passkeys().first();
   const CheckPasskey& second = context.passkeys().second();
-  requireDifferent(context, first, second, "two passkeys");
+  requireDifferent(context, registrationOf(first), registrationOf(second), "two passkeys");
   const CheckPasskey& older = context.passkeys().make(RelyingParty, "judy");
-  requireDifferent(context, older, context.passkeys().makeAgain(older),
+  requireDifferent(context, registrationOf(older),
+                   registrationOf(context.passkeys().makeAgain(older)),
                    "a user's new passkey and the one before");
-  requireDifferent(context, first, context.passkeys().other(), "a user's passkeys at two sites");
+  requireDifferent(context, registrationOf(first), registrationOf(context.passkeys().other()),
+                   "a user's passkeys at two sites");
   return passed();
 }
 
@@ -166,8 +140,7 @@ Result newFlawIn(CheckContext& context, const Exchange& exchange) {
                      Subject::authenticatorData, Subject::flags});
   };
   const CheckPasskey& first = context.passkeys().firstRegistration();
-  const bool isFirstSound =
-      resultIn({.request = first.request, .answer = first.answer}).outcome == Outcome::passed;
+  const bool isFirstSound = resultIn(registrationOf(first)).outcome == Outcome::passed;
   return isFirstSound ? resultIn(exchange) : passed();
 }
 
