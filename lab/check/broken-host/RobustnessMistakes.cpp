@@ -329,6 +329,27 @@ std::vector<Mistake> robustnessMistakes() {
                answer = failureResponse("failed", "The name cannot be read.");
              }
            }},
+      {.name = "refuses-empty-names",
+       .fails = {"request.texts"},
+       .hint = "an empty userName is refused",
+       .options = {"--only", "request.*"},
+       .answer =
+           [](auto& request, auto& answer) {
+             if (stringForKey(request, provider_message_key::userName) == "") {
+               answer = failureResponse("failed", "A user has a name.");
+             }
+           }},
+      {.name = "refuses-short-user-handles",
+       .fails = {"request.texts"},
+       .hint = "a user handle of one byte is refused",
+       .options = {"--only", "request.*"},
+       .answer =
+           [](auto& request, auto& answer) {
+             const auto handle = dataForKey(request, provider_message_key::userHandle);
+             if (handle && handle->size() < 16) {
+               answer = failureResponse("failed", "That is not a user handle.");
+             }
+           }},
       {.name = "keeps-user-handles-as-c-strings",
        .fails = {"request.texts"},
        .hint = "the user handle came back as nothing",

@@ -232,6 +232,38 @@ Result requestLarge(CheckContext& context) {
   return passed();
 }
 
+/// Ends the check unless a passkey is made for a user of that name and handle, and its assertion
+/// gives the handle.
+void requireUserKept(CheckContext& context, std::string_view name, const Data& handle,
+                     const std::string& hintOnRefusal) {
+  const ProviderMessage request =
+      registrationRequest(OtherRelyingParty, name, handle, context.settings().attended);
+  context.tellPerson("Now: agree in your host to a passkey for " + std::string(OtherRelyingParty) +
+                     ".");
+  const ProviderMessage registered = context.exchange(request);
+  context.passkeys().remember(request, registered);
+  const auto credentialID = dataForKey(registered, key::credentialID);
+  Findings findings = {.sent = context.described(request),
+                       .got = context.described(registered),
+                       .wanted = "a passkey",
+                       .hint = hintOnRefusal};
+  if (!booleanForKey(registered, key::ok) || !credentialID) {
+    throw CheckEnd(failed(findings));
+  }
+  const ProviderMessage answer = silentAssertion(context, OtherRelyingParty, *credentialID);
+  if (dataForKey(answer, key::credentialID) != credentialID) {
+    throw CheckEnd(skipped("another passkey has signed; see assertion.credential"));
+  }
+  const auto came = dataForKey(answer, key::userHandle);
+  if (came != handle) {
+    findings.got = context.described(answer);
+    findings.wanted = "the user handle, " + check::described(handle.bytes());
+    findings.hint = "the user handle came back as " +
+                    (came ? check::described(came->bytes()) : std::string("nothing"));
+    throw CheckEnd(failed(findings));
+  }
+}
+
 Result requestTexts(CheckContext& context) {
   const CheckPasskey& plain = context.passkeys().first();
   if (dataForKey(silentAssertion(context, plain.relyingParty, plain.credentialID),
@@ -241,33 +273,12 @@ Result requestTexts(CheckContext& context) {
   // A zero first, where a C string would end.
   RequestBytes handle(64);
   std::ranges::generate(handle, [next = std::uint8_t{0}]() mutable { return next++; });
-  const ProviderMessage request = registrationRequest(OtherRelyingParty, "Zoë 東京 🔑",
-                                                      Data(handle), context.settings().attended);
-  context.tellPerson("Now: agree in your host to a passkey for " + std::string(OtherRelyingParty) +
-                     ".");
-  const ProviderMessage registered = context.exchange(request);
-  context.passkeys().remember(request, registered);
-  const auto credentialID = dataForKey(registered, key::credentialID);
-  Findings findings = {.sent = context.described(request),
-                       .got = context.described(registered),
-                       .wanted = "a passkey",
-                       .hint = "a name outside ASCII, or a user handle of 64 bytes, is refused"};
-  if (!booleanForKey(registered, key::ok) || !credentialID) {
-    return failed(findings);
-  }
-  const ProviderMessage answer = silentAssertion(context, OtherRelyingParty, *credentialID);
-  if (dataForKey(answer, key::credentialID) != credentialID) {
-    return skipped("another passkey has signed; see assertion.credential");
-  }
-  const auto came = dataForKey(answer, key::userHandle);
-  if (came == Data(handle)) {
-    return passed();
-  }
-  findings.got = context.described(answer);
-  findings.wanted = "the user handle of 64 bytes";
-  findings.hint = "the user handle came back as " +
-                  (came ? check::described(came->bytes()) : std::string("nothing"));
-  return failed(findings);
+  requireUserKept(context, "Zoë 東京 🔑", Data(handle),
+                  "a name outside ASCII, or a user handle of 64 bytes, is refused");
+  requireUserKept(context, "", newIdentifier(),
+                  "an empty userName is refused; the relying party may have left it out");
+  requireUserKept(context, "trent", Data(RequestBytes{1}), "a user handle of one byte is refused");
+  return passed();
 }
 
 Check needingPasskey(Check check) {
@@ -292,9 +303,10 @@ std::vector<Check> robustnessChecks() {
                 {"answer.ok", "frame.close"}, "frames", requestDamaged),
       hostCheck("request.large", "a body of 4194304 bytes is served",
                 {"request.pieces", "request.unknownKey"}, "frames", requestLarge),
-      needingPasskey(hostCheck("request.texts",
-                               "a name outside ASCII and a handle of 64 bytes are kept",
-                               {"answer.ok"}, "registration", requestTexts)),
+      needingPasskey(
+          hostCheck("request.texts",
+                    "a name outside ASCII or an empty one, and handles of 1 and 64 bytes, are kept",
+                    {"answer.ok"}, "registration", requestTexts)),
   };
 }
 
