@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -51,11 +52,36 @@ std::optional<Data>& renamedUser() {
   return user;
 }
 
+/// The user handle in the last report of a name at the second relying party.
+std::optional<Data>& userRenamedElsewhere() {
+  static std::optional<Data> user;
+  return user;
+}
+
+std::vector<Data>& knownPasskeys() {
+  static std::vector<Data> identifiers;
+  return identifiers;
+}
+
+void ignoreUnlessOneIsKnown(Message& request) {
+  if (isOf(request, "acceptedCredentials")) {
+    const auto accepted = identifiersIn(request, "acceptedCredentialIDs");
+    const bool knowsOne = std::ranges::any_of(
+        accepted, [](const Data& each) { return contains(knownPasskeys(), each); });
+    if (!accepted.empty() && !knowsOne) {
+      request["type"] = "synchronize";
+    }
+  }
+}
+
 /// Plays a person who does not find the passkeys that `isMisnamed` picks under their right names.
 auto cancelingFor(bool (*isMisnamed)(const Data& userHandle)) {
   return [isMisnamed](const Message& request, Message& answer) {
     if (isOf(request, "updateUserName")) {
       renamedUser() = dataForKey(request, "userHandle");
+      if (stringForKey(request, "relyingPartyIdentifier") == "other.check-host.invalid") {
+        userRenamedElsewhere() = renamedUser();
+      }
     }
     if (isOf(request, "interactiveAssertion") && dataForKey(answer, "userHandle") &&
         renamedUser() && isMisnamed(*dataForKey(answer, "userHandle"))) {
@@ -116,6 +142,17 @@ std::vector<Mistake> reportMistakes() {
        .fails = {"report.accepted"},
        .hint = "the passkey still signs in: acceptedCredentials is ignored",
        .request = ignoring("acceptedCredentials")},
+      {.name = "ignores-unknown-accepted-credentials",
+       .fails = {"report.accepted"},
+       .hint = "the passkey still signs in: acceptedCredentials is ignored",
+       .options = {"--only", "report.*"},
+       .request = inRequests(isReport, ignoreUnlessOneIsKnown),
+       .keep =
+           [](const auto& /*request*/, const auto& passkeys) {
+             knownPasskeys().clear();
+             std::ranges::transform(passkeys, std::back_inserter(knownPasskeys()),
+                                    &host::Passkey::credentialID);
+           }},
       {.name = "removes-accepted-credentials",
        .fails = {"report.accepted"},
        .hint = "a passkey was removed that is accepted",
@@ -147,6 +184,30 @@ std::vector<Mistake> reportMistakes() {
        .request = inRequests(
            isReport,
            [](Message& request) { request["relyingPartyIdentifier"] = "check-host.invalid"; })},
+      {.name = "takes-a-report-for-all-sites",
+       .fails = {"report.stranger"},
+       .hint = "a report removed the passkey of the same user handle at another relying party",
+       .options = {"--only", "report.*"},
+       .keep =
+           [](const auto& request, auto& passkeys) {
+             const auto relyingParty = stringForKey(request, "relyingPartyIdentifier");
+             if (isOf(request, "acceptedCredentials") &&
+                 std::ranges::any_of(passkeys, [&](const host::Passkey& each) {
+                   return each.relyingPartyIdentifier == relyingParty;
+                 })) {
+               std::erase_if(passkeys, [&](const host::Passkey& each) {
+                 return each.userHandle == dataForKey(request, "userHandle") &&
+                        !contains(identifiersIn(request, "acceptedCredentialIDs"),
+                                  each.credentialID);
+               });
+             }
+           }},
+      {.name = "renames-users-at-every-site",
+       .fails = {"report.userName"},
+       .hint = "or that of the same user handle at another relying party",
+       .options = {"--only", "report.*"},
+       .answer = cancelingFor(
+           [](const Data& userHandle) { return userHandle == userRenamedElsewhere(); })},
       {.name = "removes-all-for-an-unknown-user",
        .fails = {"report.stranger"},
        .hint = "a report of an unknown user removed another user's passkey",

@@ -105,6 +105,7 @@ Result reportUserName(CheckContext& context) {
   const CheckPasskey& first = context.passkeys().first();
   const auto report = userNameReport(renamed.relyingParty, renamed.userHandle, "fiona");
   const Exchange before = trySignIn(context, renamed);
+  std::ignore = sendReport(context, userNameReport(OtherRelyingParty, first.userHandle, "mallory"));
   const Exchange exchange = sendReport(context, report);
   const Exchange after =
       requireSignsIn(context, renamed, report, "updateUserName has removed the passkey");
@@ -115,7 +116,9 @@ Result reportUserName(CheckContext& context) {
                    .hint = "updateUserName has changed the user handle too"});
   }
   requireShown(context, renamed, "fiona", report, "updateUserName is ignored");
-  requireShown(context, first, first.userName, report, "another user's name was changed too");
+  requireShown(context, first, first.userName, report,
+               "another user's name was changed too, or that of the same user handle at another "
+               "relying party");
   return resultOfReport(context, exchange);
 }
 
@@ -145,6 +148,8 @@ Result reportAccepted(CheckContext& context) {
       requireSignsIn(context, passkey, accepting.request, "a passkey was removed that is accepted");
   const Exchange leavingOut = listing({});
   requireGone(context, passkey, leavingOut.request);
+  const CheckPasskey& newer = context.passkeys().makeAgain(passkey);
+  requireGone(context, newer, listing({unknown}).request);
   for (const CheckPasskey* other : others) {
     std::ignore = requireSignsIn(context, *other, leavingOut.request,
                                  "another user's passkey was removed: the list is of one user");
@@ -173,6 +178,13 @@ Result reportStranger(CheckContext& context) {
       std::ignore = requireSignsIn(context, *other, report, hint);
     }
   }
+  const auto ofOther =
+      acceptedCredentialsReport(OtherRelyingParty, first.userHandle, {others.back()->credentialID});
+  std::ignore = context.exchange(ofOther);
+  std::ignore =
+      requireSignsIn(context, first, ofOther,
+                     "a report removed the passkey of the same user handle at another relying "
+                     "party");
   return passed();
 }
 
