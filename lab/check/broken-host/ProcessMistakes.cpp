@@ -283,6 +283,18 @@ std::vector<Mistake> processMistakes() {
                answer = refusal("credentialNotFound");
              }
            }},
+      {.name = "empties-its-vault-at-a-second-start",
+       .fails = {"restart.keeps"},
+       .hint = "the passkeys are gone after a second start",
+       .launched = true,
+       .options = {"--only", "restart.*"},
+       .listen =
+           [](const std::filesystem::path& container) {
+             if (isTaken(container)) {
+               std::filesystem::remove(container.parent_path() / "vault");
+             }
+             return listenSoundly(container);
+           }},
       {.name = "keeps-passkeys-at-its-end",
        .fails = {"restart.keeps"},
        .hint = "keep each in a file before the answer to its registration",

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -163,6 +164,31 @@ void requireNewRandomness(CheckContext& context, const CheckPasskey& firstOfLast
   }
 }
 
+/// Starts the program beside the one that runs, and lets it end by itself if it does.
+void startSecond(CheckContext& context) {
+  LaunchedProgram second(context.settings().launch);
+  second.start();
+  context.waits().restart();
+  std::ignore = second.endsWithin(context.waits(), 2s);
+  second.kill();
+}
+
+/// Passes unless a second start of the program takes the passkeys from the file.
+Result outlastsSecondStart(CheckContext& context, const std::function<Exchange()>& signIn) {
+  startSecond(context);
+  context.program().kill();
+  startAgain(context, "a second start and SIGKILL");
+  const Exchange after = signIn();
+  if (isOk(after.answer) || needsUser(after.answer)) {
+    return passed();
+  }
+  return failed({.sent = "an assertion after a second start of the program, and a restart",
+                 .got = context.described(after.answer),
+                 .wanted = "a signature",
+                 .hint = "the passkeys are gone after a second start: make sure that no other "
+                         "process runs before the file is written"});
+}
+
 Result restartKeeps(CheckContext& context) {
   const bool attended = context.settings().attended;
   const CheckPasskey passkey = context.passkeys().first();
@@ -201,8 +227,11 @@ Result restartKeeps(CheckContext& context) {
                    .wanted = "a refusal with credentialNotFound",
                    .hint = "a removed passkey is back after a restart: keep what reports change"});
   }
-  const Result result = newFlawIn(context, after, before, passkey);
-  return result.outcome == Outcome::passed ? countGoesOn(before.answer, after.answer) : result;
+  Result result = newFlawIn(context, after, before, passkey);
+  if (result.outcome == Outcome::passed) {
+    result = countGoesOn(before.answer, after.answer);
+  }
+  return result.outcome == Outcome::passed ? outlastsSecondStart(context, signIn) : result;
 }
 
 }  // namespace
