@@ -95,10 +95,12 @@ ProviderMessage CheckContext::exchange(const ProviderMessage& request) {
   if (unanswered_.holdsVault() && needsVault(request)) {
     throw CheckEnd(skipped("the host still keeps another request waiting"));
   }
+  const Waits::Duration left = waits_.left();
   Connection connection = connect();
   // A host may answer before it has read everything, as when it refuses the size.
   std::ignore = connection.sendFrame(encoded(request).bytes());
   if (!connection.waitForBytes()) {
+    requireTime(left);
     unanswered_.add(request);
     leaveUnanswered("nothing within " + secondsOf(waits_.timeout()));
   }
@@ -107,6 +109,7 @@ ProviderMessage CheckContext::exchange(const ProviderMessage& request) {
 
 ProviderMessage CheckContext::answerOn(Connection& connection, const ProviderMessage& request) {
   ProviderFramePrefix prefix{};
+  const Waits::Duration left = waits_.left();
   const auto fail = [&](const std::string& got, const std::string& hint) {
     throw CheckEnd(failed({.sent = described(request),
                            .got = got,
@@ -117,6 +120,7 @@ ProviderMessage CheckContext::answerOn(Connection& connection, const ProviderMes
     const std::string some =
         std::to_string(received.bytes.size()) + " of " + std::to_string(size) + " bytes";
     if (received.ending == Ending::timedOut) {
+      requireTime(left);
       fail(some + ", and no more within " + secondsOf(waits_.timeout()),
            "the host does not answer");
     }
@@ -145,6 +149,19 @@ ProviderMessage CheckContext::answerOn(Connection& connection, const ProviderMes
     refusals_.push_back({.request = request, .findings = judgeRefusal(*decoded.message, silent)});
   }
   return *std::move(decoded.message);
+}
+
+void CheckContext::endAsTooSlow(const std::string& why) const {
+  throw CheckEnd(skipped("the host answers too slowly to tell: " + why +
+                         "; check again with a longer --timeout"));
+}
+
+/// Ends the check as skipped when an answer that did not come had less than half of the timeout,
+/// because earlier ones took the rest.
+void CheckContext::requireTime(Waits::Duration left) const {
+  if (left < waits_.timeout() / 2) {
+    endAsTooSlow("earlier answers left " + secondsOf(left) + " of " + secondsOf(waits_.timeout()));
+  }
 }
 
 std::string CheckContext::described(const ProviderMessage& message) const {

@@ -101,11 +101,15 @@ class CheckContext {
   /// One exchange on a connection of its own: the host's answer, decoded as the extension decodes
   /// it. Throws a CheckEnd "failed" that says how far it got when there is none; it names the check
   /// that judges that where another one does. Throws a CheckEnd "skipped" for a request that a host
-  /// cannot answer while it keeps others waiting.
+  /// cannot answer while it keeps others waiting, and when earlier answers of the check took so
+  /// long that there is no time left for this one.
   [[nodiscard]] ProviderMessage exchange(const ProviderMessage& request);
 
   /// The rest of an exchange, on a connection on which the whole request was sent.
   [[nodiscard]] ProviderMessage answerOn(Connection& connection, const ProviderMessage& request);
+
+  /// Ends a check as skipped, because the host answers too slowly for it. `why` says how slowly.
+  [[noreturn]] void endAsTooSlow(const std::string& why) const;
 
   /// The requests of exchange() that were not answered in time.
   [[nodiscard]] const UnansweredRequests& unanswered() const noexcept { return unanswered_; }
@@ -148,6 +152,8 @@ class CheckContext {
   [[nodiscard]] CheckPasskeys& passkeys() noexcept { return passkeys_; }
 
  private:
+  void requireTime(Waits::Duration left) const;
+
   CheckSettings settings_;
   Voice say_;
   Waits waits_;

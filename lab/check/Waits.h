@@ -41,6 +41,11 @@ class Waits {
 
   [[nodiscard]] Duration timeout() const noexcept { return timeout_; }
 
+  /// How long the check that runs may still wait.
+  [[nodiscard]] Duration left() const {
+    return std::chrono::ceil<Duration>(endOf(Duration::max()) - Clock::now());
+  }
+
   /// Waits until a poll(2) event occurs on the descriptor. False when `limit`, or the timeout if
   /// that comes first, is over before.
   [[nodiscard]] bool forEvent(int descriptor, short event, const std::string& whatFor,

@@ -468,6 +468,7 @@ std::vector<Mistake> wrongSignatures() {
       {.name = "signs-with-a-constant-nonce",
        .fails = {"assertion.signature"},
        .hint = "the same nonce in two signatures",
+       .options = {"--only", "assertion.*"},
        .sign = signatureWithConstantNonce},
       {.name = "signs-with-a-new-key",
        .fails = {"assertion.signature"},

@@ -78,6 +78,18 @@ void hangAfterDamage(int socket, const Mistake& mistake, const Surroundings& sur
   sendAll(socket, answerFrame(body, mistake, surroundings));
 }
 
+/// Takes its time for everything but reports, with which a run only clears up.
+void serveSlowly(int socket, const Mistake& mistake, const Surroundings& surroundings) {
+  const Bytes body = readFrame(socket);
+  const auto request = surroundings.propertyLists.decode(Data::copyOf(body));
+  if (!request || request->dictionary() == nullptr || !isReport(*request->dictionary())) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(550));
+  }
+  if (!body.empty()) {
+    sendAll(socket, answerFrame(body, mistake, surroundings));
+  }
+}
+
 }  // namespace
 
 const Mistake& slowness() {
@@ -85,8 +97,9 @@ const Mistake& slowness() {
       .name = "answers-slowly",
       .fails = {},
       .hint = "",
-      .options = {"--only", "host.leak"},
-      .greet = [](int /*socket*/) { std::this_thread::sleep_for(std::chrono::milliseconds(200)); }};
+      .options = {"--timeout", "1.5", "--only", "request.damaged", "--only", "client.*", "--only",
+                  "host.leak", "--only", "registration.conditional"},
+      .serve = serveSlowly};
   return slow;
 }
 

@@ -49,6 +49,14 @@ ProviderMessage unknownRequest() {
   return {{"type", "checkHostUnknown"}, {"allowsUserInteraction", false}};
 }
 
+void startStep(CheckContext& context, Waits::Clock::time_point start) {
+  const auto spent = std::chrono::duration_cast<Waits::Duration>(Waits::Clock::now() - start);
+  if (spent > context.waits().timeout()) {
+    context.endAsTooSlow("some of the requests took " + std::to_string(spent.count()) + " ms");
+  }
+  context.waits().restart();
+}
+
 void requireNextAnswer(CheckContext& context, const std::string& reason,
                        const std::string& question) {
   context.waits().restart();

@@ -26,6 +26,10 @@ using RequestBytes = std::vector<std::uint8_t>;
 /// A frame with the body.
 [[nodiscard]] RequestBytes frameOf(const Data& body);
 
+/// Gives a check of many steps the whole timeout for the next one. Ends the check as skipped when
+/// all since `start` took longer than one timeout.
+void startStep(CheckContext& context, Waits::Clock::time_point start);
+
 /// Throws a CheckEnd "failed", which says what has become of the host, when a plain request is not
 /// answered. `reason` is what the host got before; `question` asks for the mistake of one that has
 /// ended.
