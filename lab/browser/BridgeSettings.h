@@ -6,7 +6,7 @@
 
 namespace korvan::lab {
 
-// The system that bridges play, as `korvan-lab browser` leaves it for them in the profile.
+// The settings of the system that bridges play. `korvan-lab browser` writes them into the profile.
 
 /// As JSON. Only the notice modes windowWhenNeeded and pressOk are told apart.
 [[nodiscard]] std::string bridgeSettingsText(const LabSettings& settings);

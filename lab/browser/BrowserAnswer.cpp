@@ -154,7 +154,7 @@ BrowserAnswer answerWith(Json response) {
   return answer;
 }
 
-/// One function per outcome. A credential of the other kind than asked for is for nobody.
+/// One function per outcome.
 struct AnswerFor {
   const BrowserRequest& request;
 

@@ -34,7 +34,7 @@ namespace {
 using Json = nlohmann::json;
 using Clock = std::chrono::steady_clock;
 
-/// What a call that gives up by itself has left to say so.
+/// For a call that times out by itself to say so first.
 constexpr std::chrono::seconds Grace(1);
 
 std::string_view nameOfOutcome(const BrowserRequest& request, const BrowserAnswer& answer) {

@@ -16,11 +16,11 @@ namespace {
 
 using Environment = std::unique_ptr<char*, decltype(&g_strfreev)>;
 
-/// What the browser leaves behind it leaves in the profile.
+/// Has the browser keep its temporary files in the profile.
 Environment environmentFor(const BrowserProfile& profile) {
   char** environment = g_get_environ();
   environment = g_environ_setenv(environment, "TMPDIR", profile.temporary().c_str(), TRUE);
-  // Its reports of crashes.
+  // Crash reports.
   environment =
       g_environ_setenv(environment, "CHROME_CONFIG_HOME", profile.temporary().c_str(), TRUE);
   return {environment, g_strfreev};
@@ -55,7 +55,7 @@ std::vector<std::string> browserArguments(const BrowserProfile& profile,
       "--load-extension=" + profile.extension().string(),
       "--disable-features=DisableLoadExtensionCommandLineSwitch", "--no-first-run",
       "--no-default-browser-check",
-      // The passwords of the user's own desktop stay closed.
+      // Leaves the keyring of the user's desktop locked.
       "--password-store=basic"};
   if (start.headless) {
     arguments.emplace_back("--headless=new");

@@ -30,7 +30,7 @@ struct BrowserStart {
 [[nodiscard]] std::vector<std::string> browserArguments(const BrowserProfile& profile,
                                                         const BrowserStart& start);
 
-/// A browser that runs. Not ended with this object: its many processes are its supervisor's to end.
+/// A running browser. It does not end with this object: the supervisor ends its many processes.
 class BrowserProcess {
  public:
   /// Calls `ended` on the main thread, in GLib's default main context, with the status that waiting

@@ -52,7 +52,7 @@ void BrowserProfile::write(const LabSettings& settings, const fs::path& program)
   fs::copy(builtExtension(program), extension(),
            fs::copy_options::recursive | fs::copy_options::overwrite_existing);
   writeFile(settingsFile(), bridgeSettingsText(settings));
-  // Browsers start a program without arguments of its own.
+  // A manifest names a program without arguments.
   const fs::path bridge = directory_ / "bridge";
   writeFile(bridge, "#!/bin/sh\nexec " + shellWord(program) + " browser-bridge " +
                         shellWord(directory_) + "\n");

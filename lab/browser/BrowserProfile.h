@@ -29,10 +29,10 @@ class BrowserProfile {
 
   /// The browser's own profile.
   [[nodiscard]] std::filesystem::path userData() const { return directory_ / "user-data"; }
-  /// For the files that the browser would leave behind.
+  /// For the temporary files that the browser would leave behind.
   [[nodiscard]] std::filesystem::path temporary() const { return directory_ / "temporary"; }
   [[nodiscard]] std::filesystem::path extension() const { return directory_ / "extension"; }
-  /// What tells the browser of the bridge.
+  /// The native-messaging manifest, which tells the browser where the bridge is.
   [[nodiscard]] std::filesystem::path bridgeManifest() const;
   [[nodiscard]] std::filesystem::path browserLog() const { return directory_ / "browser.log"; }
 

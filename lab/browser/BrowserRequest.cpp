@@ -58,7 +58,7 @@ std::string clientDataFor(const BrowserRequest& request, bool sameOriginWithAnce
       .dump();
 }
 
-/// Takes the browser's own words about the page out of the details: the page did not say them.
+/// Moves what the browser says about the page out of the details, which are what the page asked.
 void takePage(BrowserRequest& request) {
   const JsonFields page =
       requiredObject(requiredObject(detailsOf(request), "extensions"), Override);
@@ -94,7 +94,7 @@ std::string clientDataHash(const BrowserRequest& request) {
   return base64Url(sha256(request.clientDataJSON).bytes());
 }
 
-/// What a site gets that asks for nothing in particular.
+/// The standard's default is "preferred".
 std::string verificationIn(const JsonFields& fields) {
   return fields.string("userVerification").value_or("preferred");
 }

@@ -16,8 +16,8 @@ class EntryPointCaller {
   EntryPointCaller(CallRunner& runner, const KnownIdentities& identities)
       : runner_(runner), identities_(identities) {}
 
-  /// Calls one entry point, or two: the user is asked when a sign-in does not work without. Returns
-  /// the result of the last. Throws InvalidLine that says why the request leads to none.
+  /// Calls one entry point, and a second when a silent sign-in needs the user. Returns the result
+  /// of the last. Throws InvalidLine that says why the request leads to none.
   [[nodiscard]] CallResult serve(const BrowserRequest& request);
 
   /// Those that were called, in order, as the platform spells them.

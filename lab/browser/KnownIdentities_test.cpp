@@ -39,7 +39,7 @@ TEST_F(KnownIdentitiesTest, AreFoundForTheirRelyingPartyAmongTheAllowed) {
   EXPECT_EQ(found({"example.com", {}}), std::nullopt);
 }
 
-TEST_F(KnownIdentitiesTest, AreFoundAmongLinesThatAreNone) {
+TEST_F(KnownIdentitiesTest, AreFoundAmongOtherLines) {
   std::ofstream(directory_.path() / "identities")
       << "{\n[]\n{\"relyingParty\":1,\"credentialID\":\"AQ\"}\n";
   identities_.add(identity("example.com", "AQ"));

@@ -53,7 +53,7 @@ TEST_F(StoriesTest, AreJsonWhateverTheHostSent) {
   EXPECT_EQ(listener.next(), (json{{"reason", "\uFFFD"}}));
 }
 
-TEST_F(StoriesTest, AreFoundBehindWhatIsNone) {
+TEST_F(StoriesTest, AreFoundAfterOtherMessages) {
   const StoryListener listener(socket_);
   EXPECT_TRUE(tellStory(socket_, json("words")));
   EXPECT_TRUE(tellStory(socket_, {{"id", 1}}));

@@ -64,7 +64,8 @@ chrome.runtime.onConnectExternal.addListener((page) => {
   });
 });
 
-// A page may speak for its own relying party only.
+// A page may report for its own relying party only. The browser has checked that too, but not of a page that sends
+// the message by itself. A public suffix passes here, which does no harm: nobody can register a passkey for it.
 function mayReport(origin, relyingParty) {
   const host = new URL(origin).hostname;
   return host === relyingParty || host.endsWith(`.${relyingParty}`);
@@ -78,8 +79,8 @@ chrome.runtime.onMessageExternal.addListener(({conditional, method, details}, {o
 
 chrome.action.onClicked.addListener(() => ask({kind: 'configure'}, () => {}));
 
-// The site that the lab wants to see, in the tab that is there. A page that ran before the worker was attached
-// would ask the browser itself.
+// Opens the lab's page in the first tab. The lab leaves this to the worker, since a page that runs before the
+// worker is attached would ask the browser itself.
 async function openStartPage() {
   const start = await fetch('start.json').catch(() => null);
   const [tab] = await chrome.tabs.query({});

@@ -33,7 +33,7 @@ export const authenticationOptions = (ids = [], userVerification = 'preferred') 
     allowCredentials: ids.map((id) => ({ id })),
   });
 
-/** What came is a passkey that is accepted; returns it as the relying party remembers it. */
+/** The outcome is a passkey that is accepted. Returns it as the relying party remembers it. */
 export async function acceptedRegistration(options, { value: response, error }, origin) {
   assert.equal(error, undefined);
   const { verified, registrationInfo } = await verifyRegistrationResponse({
@@ -47,7 +47,7 @@ export async function acceptedRegistration(options, { value: response, error }, 
   return registrationInfo.credential;
 }
 
-/** What came is a sign-in that is accepted, and the passkey's counter grows. */
+/** The outcome is a sign-in that is accepted, and the passkey's counter grows. */
 export async function acceptedSignIn(options, { value: response, error }, origin, passkey) {
   assert.equal(error, undefined);
   assert.equal(response.id, passkey.id);

@@ -35,7 +35,7 @@ class DebuggedPage {
     atEnd(t, () => browser.kill() && closed);
     browser.stderr.setEncoding('utf8').on('data', (text) => (page.#errors += text));
     [, , , page.#questions, page.#answers] = browser.stdio;
-    // The end of the messages tells as much, and comes with the reason.
+    // A browser that has ended is reported at the end of its messages, with the reason.
     page.#questions.on('error', () => {});
     page.#messages = page.#readMessages();
     const { targetId } = await page.#ask('Target.createTarget', { url });

@@ -35,7 +35,7 @@ test('a page in a browser without a window', { timeout: 2 * patience }, async (t
   const browser = await Browser.start(t, page, ['--headless']);
   let passkey;
 
-  /** Returns what came, if the request led to these entry points and to this outcome. */
+  /** Returns the outcome. The request led to these entry points, and ended with these words. */
   async function came(outcome, kind, entryPoints, words, from = page) {
     const [value, story] = [await outcome, await browser.story()];
     assert.deepEqual([story.origin, story.kind], [from.origin, kind]);

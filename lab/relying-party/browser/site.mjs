@@ -18,7 +18,7 @@ class Page {
   /** Waits until the browser has opened it. */
   loaded = () => this.#done({ kind: 'nothing' });
 
-  // What came of each: {value}, or {error} with the exception's name and message; {milliseconds}.
+  // The outcome of each: {value}, or {error} with the exception's name and message; {milliseconds}.
   create = (options, more) => this.#tell({ kind: 'create', options, ...more }).outcome;
   get = (options) => this.#tell({ kind: 'get', options }).outcome;
   signal = (method, details) => this.#tell({ kind: 'signal', method, details }).outcome;

@@ -1,4 +1,4 @@
-// One request in the list of those made: what was asked, which entry points ran, and what came.
+// One request in the list of those made: what was asked, which entry points ran, and what the answer was.
 
 /** What each entry point is for. */
 const ENTRY_POINTS = {

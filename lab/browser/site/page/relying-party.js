@@ -1,4 +1,4 @@
-// What this page and the frame in it have to do with the site's server.
+// Talks to the site's server, for this page and for the frame in it.
 
 async function post(path, body) {
   const response = await fetch(path, {
@@ -23,7 +23,7 @@ export const finish = (well) => post('finished', { well });
 export const optionsFor = (wish) => post('options', wish);
 
 /**
- * Asks the browser, and has the site judge what comes. Returns the site's review and the
+ * Asks the browser, and has the site judge the credential. Returns the site's review and the
  * milliseconds that the browser took; rejects with the browser's error.
  */
 export async function ask(wish, options, signal) {

@@ -1,7 +1,7 @@
 // The requests that the page can make, in the order of its buttons.
 //
-// `wish` makes what the site's server makes options of, and `signal` calls one of the browser's
-// signals, both with the passkey that the visitor has chosen. `expects` are the right endings:
+// `wish` returns what the site's server makes the options from, and `signal` the name and the argument
+// of one of the browser's signals, both for the passkey that the visitor has chosen. `expects` are the right endings:
 // "accepted" by the site, "delivered" for a signal, or the name of the page's error. Those that end
 // otherwise on an earlier macOS are `sinceMacOS15`.
 
