@@ -143,6 +143,17 @@ test('a page in a browser without a window', { timeout: 2 * patience }, async (t
     await signInWithNone(id, silently);
   });
 
+  await t.test('cannot report for the relying party of another page', async () => {
+    const method = 'signalUnknownCredential';
+    for (const rpId of ['example.com', 'calhost', 'page.localhost', '']) {
+      await page.tellExtension({ method, details: { rpId, credentialId: passkey.id } });
+    }
+    const details = { rpId: 'localhost', credentialId: 'bm9ib2R5J3M' };
+    const report = 'reportUnknownPublicKeyCredentialForRelyingParty:credentialID:';
+    await came(page.tellExtension({ method, details }), 'signal', [report], /^returned$/);
+    await signIn(passkey, await authenticationOptions([passkey.id]), [silently]);
+  });
+
   await t.test('signs in even if the extension cannot watch over its page', async () => {
     const tab = await page.openTab('tab');
     await tab.refusePorts();

@@ -40,6 +40,9 @@ class Page {
 
   removeFrame = () => this.#done({ kind: 'removeFrame' });
 
+  /** Sends the browser's extension a message as its own script in the page does. */
+  tellExtension = (message) => this.#done({ kind: 'tellExtension', message });
+
   /** Has the browser's extension fail to open ports from this page. */
   refusePorts = () => this.#done({ kind: 'refusePorts' });
 
