@@ -228,7 +228,16 @@ void CheckContext::stopProgram() {
   waits_.restart(EndingTime);
   program_->signal(SIGTERM);
   std::ignore = program_->endsWithin(waits_, EndingTime);
+  killProgram();
+}
+
+void CheckContext::killProgram() {
   program_->kill();
+  // Its children end a moment later. Until then they would pass for the program's next start, and
+  // make that one end because the socket is taken.
+  waits_.restart();
+  std::ignore = waits_.until([this] { return !hostListens(); }, "the program's children to end",
+                             std::chrono::seconds(1));
 }
 
 }  // namespace korvan::lab::check

@@ -148,6 +148,10 @@ class CheckContext {
   /// EndingTime.
   void stopProgram();
 
+  /// Kills the program with all that it has started, and waits until that listens no more. A child
+  /// that listens on in a session of its own is left after a second.
+  void killProgram();
+
   /// The passkeys of the run, made when they are asked for first; for checks with Need::passkey.
   [[nodiscard]] CheckPasskeys& passkeys() noexcept { return passkeys_; }
 

@@ -13,6 +13,7 @@
 #include <tuple>
 #include <vector>
 
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -112,7 +113,21 @@ Descriptor removeSocketOfAnother(const std::filesystem::path& container) {
   return takeSocketOver(container);
 }
 
-Descriptor shareWithChild(const std::filesystem::path& container) {
+void endLater(int /*signal*/) {
+  constexpr useconds_t HalfASecond = 500'000;
+  ::usleep(HalfASecond);
+  ::_exit(EXIT_SUCCESS);
+}
+
+/// Waits for the end of its parent, and goes on for a while.
+void outliveParent() {
+  ::setsid();
+  std::ignore = std::signal(SIGTERM, endLater);
+  ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
+
+/// `prepare` runs in the child.
+Descriptor listenWithChild(const std::filesystem::path& container, void (*prepare)()) {
   std::ignore = std::signal(SIGTERM, SIG_DFL);
   if (isTaken(container)) {
     std::quick_exit(EXIT_FAILURE);
@@ -121,6 +136,7 @@ Descriptor shareWithChild(const std::filesystem::path& container) {
   // Before anybody can connect, and end this process.
   const pid_t child = ::fork();
   if (child == 0) {
+    prepare();
     while (true) {
       ::pause();
     }
@@ -128,6 +144,14 @@ Descriptor shareWithChild(const std::filesystem::path& container) {
   ::unlink((container / "acp.sock").c_str());
   listenBlindly(socket, container);
   return socket;
+}
+
+Descriptor shareWithChild(const std::filesystem::path& container) {
+  return listenWithChild(container, [] {});
+}
+
+Descriptor shareWithSlowChild(const std::filesystem::path& container) {
+  return listenWithChild(container, outliveParent);
 }
 
 /// Ends by SIGTERM as processes do that know nothing of it.
@@ -212,6 +236,12 @@ std::vector<Mistake> processMistakes() {
        .launched = true,
        .options = {"--skip", "restart.keeps"},
        .listen = shareWithChild},
+      {.name = "leaves-a-child-that-listens-for-a-while",
+       .fails = {"restart.stop"},
+       .hint = "does a child or a copy hold the socket?",
+       .launched = true,
+       .options = {"--skip", "restart.keeps"},
+       .listen = shareWithSlowChild},
       {.name = "counts-from-the-start-again",
        .fails = {"restart.keeps"},
        .hint = "the sign count starts again after a restart: keep it with the passkey",

@@ -68,7 +68,7 @@ void startAgain(CheckContext& context, const std::string& after) {
 }
 
 Result restartStale(CheckContext& context) {
-  context.program().kill();
+  context.killProgram();
   if (context.startProgram()) {
     return passed();
   }
@@ -109,10 +109,7 @@ Result restartStop(CheckContext& context) {
   if (context.hostListens()) {
     findings.got = "a socket on which somebody listens after the end";
     findings.hint = "one can still connect: does a child or a copy hold the socket?";
-    // With all that it has started, which may take a moment to end.
-    context.program().kill();
-    std::ignore = context.waits().until([&] { return !context.hostListens(); },
-                                        "the program's children to end", 1s);
+    context.killProgram();
     return failed(findings);
   }
   startAgain(context, "SIGTERM");
@@ -176,7 +173,7 @@ void startSecond(CheckContext& context) {
 /// Passes unless a second start of the program takes the passkeys from the file.
 Result outlastsSecondStart(CheckContext& context, const std::function<Exchange()>& signIn) {
   startSecond(context);
-  context.program().kill();
+  context.killProgram();
   startAgain(context, "a second start and SIGKILL");
   const Exchange after = signIn();
   if (isOk(after.answer) || needsUser(after.answer)) {
@@ -205,7 +202,7 @@ Result restartKeeps(CheckContext& context) {
     return skipped("an assertion was answered with " + context.described(before.answer));
   }
   const auto removed = removedPasskey(context);
-  context.program().kill();
+  context.killProgram();
   startAgain(context, "SIGKILL");
   requireNewRandomness(context, passkey);
   const Exchange after = signIn();
